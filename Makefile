@@ -1,0 +1,43 @@
+# The two commands of the README, and what they are made of. All set-up happens here.
+
+JOBS ?= $(shell nproc)
+# Only for a build folder that does not exist yet; one made by hand keeps its own generator.
+export CMAKE_GENERATOR ?= Ninja
+launcher = $(shell command -v ccache >/dev/null 2>&1 && echo -DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
+
+.PHONY: demo test build packages checks test-release test-asan bench clean
+
+demo: build
+	@scripts/demo build
+
+test: checks test-asan test-release
+
+packages:
+	@scripts/install-packages
+
+build: packages
+	@cmake --preset release $(launcher) >build-configure.log 2>&1 || (cat build-configure.log; exit 1)
+	@rm -f build-configure.log
+	cmake --build --preset release -j $(JOBS)
+
+test-release: build
+	ctest --preset release -j $(JOBS)
+
+test-asan: packages
+	cmake --preset asan $(launcher)
+	cmake --build --preset asan -j $(JOBS)
+	ctest --preset asan -j $(JOBS)
+
+checks: build
+	scripts/check-format
+	scripts/check-includes
+	scripts/check-test-lists
+	scripts/check-tidy build
+
+bench: packages
+	cmake --preset bench $(launcher)
+	cmake --build --preset bench -j $(JOBS)
+	scripts/run-benchmarks build/bench
+
+clean:
+	rm -rf build

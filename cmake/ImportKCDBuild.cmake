@@ -1,0 +1,33 @@
+# Compiler settings that every target of the project shares.
+
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+
+option(IMPORTKCD_SANITIZE "Build with AddressSanitizer and UndefinedBehaviorSanitizer" OFF)
+
+if(IMPORTKCD_SANITIZE)
+  add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=all
+                      -fno-omit-frame-pointer)
+  add_link_options(-fsanitize=address,undefined)
+endif()
+
+add_library(importkcd_settings INTERFACE)
+target_include_directories(importkcd_settings INTERFACE "${CMAKE_SOURCE_DIR}")
+target_compile_options(importkcd_settings INTERFACE
+  -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror)
+
+# importkcd_library(NAME SOURCES... ): one static library a folder.
+function(importkcd_library name)
+  add_library(${name} STATIC ${ARGN})
+  target_link_libraries(${name} PUBLIC importkcd_settings)
+endfunction()
+
+# importkcd_test(NAME SOURCES...): one GoogleTest program, each of its tests known to ctest.
+function(importkcd_test name)
+  add_executable(${name} ${ARGN})
+  target_link_libraries(${name} PRIVATE importkcd_settings GTest::gmock GTest::gtest_main)
+  gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 300)
+endfunction()

@@ -16,8 +16,8 @@ packages:
 	@scripts/install-packages
 
 build: packages
-	@cmake --preset release $(launcher) >build-configure.log 2>&1 || (cat build-configure.log; exit 1)
-	@rm -f build-configure.log
+	@mkdir -p build
+	@cmake --preset release $(launcher) >build/configure.log 2>&1 || (cat build/configure.log; exit 1)
 	cmake --build --preset release -j $(JOBS)
 
 test-release: build

@@ -1,0 +1,172 @@
+#include "engine/olap_model/catalogue/catalogue_file.h"
+
+#include <fcntl.h>
+#include <sqlite3.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <filesystem>
+#include <system_error>
+
+#include "engine/olap_model/catalogue/catalogue_schema.h"
+
+namespace importkcd {
+namespace {
+
+namespace fs = std::filesystem;
+
+/// A store serves one thread: no locking inside a connection.
+const int one_thread = SQLite::OPEN_NOMUTEX;
+
+/// How long one run waits for another one to finish storing.
+constexpr int busy_timeout_ms = 30'000;
+
+/// Room for the pages of a large import, so that none is written to the log twice.
+constexpr const char* write_settings =
+    "PRAGMA foreign_keys = ON; PRAGMA cache_size = -65536; PRAGMA journal_size_limit = 0";
+
+/// Schemas of files from elsewhere must not run code of this process.
+constexpr const char* common_settings = "PRAGMA trusted_schema = OFF";
+
+/// A path as the name of a file for SQLite, with parameters.
+std::string uri_of(const std::string& path, const std::string& parameters) {
+  std::string result = "file:";
+  for (const char c : path) {
+    switch (c) {
+      case '%':
+        result += "%25";
+        break;
+      case '?':
+        result += "%3f";
+        break;
+      case '#':
+        result += "%23";
+        break;
+      default:
+        result += c;
+    }
+  }
+  return result + "?" + parameters;
+}
+
+/// Keeps the log's files when the last connection closes.
+void keep_log_files(SQLite::Database& database) {
+  int keep = 1;
+  sqlite3_file_control(database.getHandle(), "main", SQLITE_FCNTL_PERSIST_WAL, &keep);
+}
+
+void make_schema(SQLite::Database& database) {
+  SQLite::Transaction transaction(database, SQLite::TransactionBehavior::IMMEDIATE);
+  if (catalogue_format(database) == CatalogueFormat::empty) {
+    create_schema(database);
+  }
+  transaction.commit();
+}
+
+}  // namespace
+
+CatalogueFile::CatalogueFile(std::string path, CatalogueAccess access)
+    : path_(std::move(path)), access_(access) {}
+
+void CatalogueFile::open() {
+  std::error_code error;
+  const auto real_path = fs::weakly_canonical(fs::absolute(path_), error);
+  if (error) {
+    fail(error.message());
+  }
+  if (fs::is_directory(real_path, error)) {
+    fail("it is a folder");
+  }
+  real_path_ = real_path.string();
+  translated([this] { is_writable() ? open_to_write() : open_to_look(); });
+}
+
+void CatalogueFile::open_to_write() {
+  create_file();
+  connection_ = std::make_unique<SQLite::Database>(real_path_, SQLite::OPEN_READWRITE | one_thread,
+                                                   busy_timeout_ms);
+  connection_->exec(common_settings);
+  const auto format = checked_format();
+  keep_log_files(*connection_);
+  connection_->exec("PRAGMA journal_mode = WAL");
+  connection_->exec(write_settings);
+  if (format == CatalogueFormat::empty) {
+    make_schema(*connection_);
+  }
+}
+
+/// SQLite itself would make a file that others may read.
+void CatalogueFile::create_file() {
+  const int descriptor =
+      ::open(real_path_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, S_IRUSR | S_IWUSR);
+  if (descriptor >= 0) {
+    ::close(descriptor);
+  } else if (errno != EEXIST) {
+    fail(std::generic_category().message(errno));
+  }
+}
+
+void CatalogueFile::open_to_look() {
+  if (!fs::exists(real_path_)) {
+    if (access_ == CatalogueAccess::read_only) {
+      fail("no such file");
+    }
+    return;
+  }
+  do {
+    alone_ = !is_in_use();
+    connect_to_look();
+  } while (alone_ && is_in_use());
+}
+
+void CatalogueFile::connect_to_look() {
+  state_.reset();
+  connection_ = std::make_unique<SQLite::Database>(
+      uri_of(real_path_, alone_ ? "immutable=1" : "mode=ro"),
+      SQLite::OPEN_READONLY | SQLite::OPEN_URI | one_thread, busy_timeout_ms);
+  connection_->exec(common_settings);
+  state_.emplace(*connection_);
+  if (checked_format() == CatalogueFormat::empty) {
+    state_.reset();
+    connection_.reset();
+  }
+}
+
+CatalogueFormat CatalogueFile::checked_format() {
+  const auto format = catalogue_format(*connection_);
+  if (format == CatalogueFormat::foreign) {
+    fail("the file is no OLAP catalogue");
+  }
+  if (format == CatalogueFormat::newer) {
+    fail("the file was made by a newer version of this program");
+  }
+  return format;
+}
+
+/// A writer makes the log's files before it changes anything.
+bool CatalogueFile::is_in_use() const {
+  std::error_code ignored;
+  if (fs::exists(real_path_ + "-shm", ignored)) {
+    return true;
+  }
+  const auto log_size = fs::file_size(real_path_ + "-wal", ignored);
+  return !ignored && log_size > 0;
+}
+
+void CatalogueFile::check_writable() const {
+  if (!is_writable()) {
+    fail("it was opened for reading only");
+  }
+}
+
+void CatalogueFile::check_still_alone() const {
+  if (alone_ && is_in_use()) {
+    fail("the file was opened by an import while it was read; please try again");
+  }
+}
+
+void CatalogueFile::fail(const std::string& what) const {
+  throw ImportError("catalogue '" + path_ + "': " + what, error_source::olap_server);
+}
+
+}  // namespace importkcd

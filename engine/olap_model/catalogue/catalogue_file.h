@@ -1,0 +1,97 @@
+#pragma once
+
+#include <SQLiteCpp/SQLiteCpp.h>
+
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "engine/olap_model/catalogue/catalogue_schema.h"
+#include "engine/olap_model/catalogue/catalogue_store.h"
+#include "engine/olap_model/import_error.h"
+
+namespace importkcd {
+
+/// The connection to a catalogue file.
+///
+/// Who writes uses write-ahead logging, and leaves the log's two files beside the catalogue,
+/// emptied: so a reader finds them and has nothing to make. A catalogue without them (a copy, for
+/// example) is written by nobody and read as it stands.
+///
+/// What is read is one state of the file: the one at the first read after open(), forget_state() or
+/// write(). SQLite's errors become ImportErrors that name the file.
+class CatalogueFile {
+ public:
+  CatalogueFile(std::string path, CatalogueAccess access);
+
+  /// Opens the file as the access says; called once, before the other operations.
+  void open();
+
+  /// The file's path with all symbolic links followed: one text for one file. Known after open().
+  const std::string& real_path() const { return real_path_; }
+
+  bool is_writable() const { return access_ == CatalogueAccess::read_write; }
+
+  /// Whether there is something to connect to: no connection means an empty catalogue.
+  bool is_connected() const { return connection_ != nullptr; }
+  SQLite::Database& connection() { return *connection_; }
+
+  /// Calls `query` in the state that this object reads.
+  template <class Query>
+  auto read(const Query& query) {
+    return translated([&] {
+      if (!state_) {
+        state_.emplace(*connection_);
+      }
+      auto result = query();
+      check_still_alone();
+      return result;
+    });
+  }
+
+  /// Calls `change` inside a transaction, which is undone when it throws. Waits for other writers.
+  /// Throws ImportError when the file was opened to look only.
+  template <class Change>
+  void write(const Change& change) {
+    check_writable();
+    forget_state();
+    translated([&] {
+      SQLite::Transaction transaction(*connection_, SQLite::TransactionBehavior::IMMEDIATE);
+      change();
+      transaction.commit();
+    });
+  }
+
+  /// The next read sees what is stored by then.
+  void forget_state() { state_.reset(); }
+
+ private:
+  template <class Operation>
+  auto translated(const Operation& operation) {
+    try {
+      return operation();
+    } catch (const SQLite::Exception& error) {
+      throw ImportError("catalogue '" + path_ + "': " + error.what(), error_source::olap_server);
+    }
+  }
+
+  void open_to_write();
+  void open_to_look();
+  void connect_to_look();
+  void create_file();
+  CatalogueFormat checked_format();
+  bool is_in_use() const;
+  void check_writable() const;
+  void check_still_alone() const;
+  [[noreturn]] void fail(const std::string& what) const;
+
+  std::string path_;
+  CatalogueAccess access_;
+  std::string real_path_;
+  /// The file is read without locks, because nobody wrote to it when it was opened.
+  bool alone_ = false;
+  std::unique_ptr<SQLite::Database> connection_;
+  std::optional<SQLite::Transaction> state_;
+};
+
+}  // namespace importkcd

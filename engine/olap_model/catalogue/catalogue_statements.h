@@ -1,0 +1,150 @@
+#pragma once
+
+#include <SQLiteCpp/SQLiteCpp.h>
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <type_traits>
+
+#include "engine/olap_model/catalogue/catalogue_rows.h"
+
+namespace importkcd {
+
+/// A statement that is prepared at its first use and kept.
+class CachedStatement {
+ public:
+  template <class MakeSql>
+  SQLite::Statement& get(SQLite::Database& database, const MakeSql& make_sql) {
+    if (!statement_) {
+      statement_ = std::make_unique<SQLite::Statement>(database, make_sql());
+    }
+    return *statement_;
+  }
+
+ private:
+  std::unique_ptr<SQLite::Statement> statement_;
+};
+
+/// Resets a cached statement at the end of its use, after an error too: a statement left in the
+/// middle would keep its view of the file.
+class StatementUse {
+ public:
+  explicit StatementUse(SQLite::Statement& statement) : statement_(statement) {}
+  StatementUse(const StatementUse&) = delete;
+  StatementUse& operator=(const StatementUse&) = delete;
+  ~StatementUse() { statement_.tryReset(); }
+
+ private:
+  SQLite::Statement& statement_;
+};
+
+/// The primary key of a part's row: the object's id, then a position for every step down to it.
+class RowKey {
+ public:
+  explicit RowKey(std::int64_t object_id) : values_{object_id} {}
+
+  RowKey at(std::size_t position) const {
+    RowKey result = *this;
+    result.values_.at(size_) = static_cast<std::int64_t>(position);
+    ++result.size_;
+    return result;
+  }
+
+  std::span<const std::int64_t> values() const { return {values_.data(), size_}; }
+
+ private:
+  std::array<std::int64_t, 4> values_{};
+  std::size_t size_ = 1;
+};
+
+/// The columns of a definition's row: "name, value".
+template <class Row>
+std::string field_columns() {
+  std::string result;
+  Row row;
+  visit_fields(row, [&](std::string_view column, const auto&) {
+    result.append(result.empty() ? "" : ", ").append(column);
+  });
+  return result;
+}
+
+/// "?, ?, ?" for all columns of a comma-separated list.
+inline std::string placeholders(std::string_view columns) {
+  std::string result = "?";
+  for (const char c : columns) {
+    if (c == ',') {
+      result += ", ?";
+    }
+  }
+  return result;
+}
+
+/// Binds values one after another; texts must stay as they are until the statement has run.
+class ValueBinder {
+ public:
+  explicit ValueBinder(SQLite::Statement& statement) : statement_(statement) {}
+
+  template <class Value>
+  ValueBinder& bind(const Value& value) {
+    ++index_;
+    if constexpr (std::is_same_v<Value, std::string>) {
+      statement_.bindNoCopy(index_, value);
+    } else if constexpr (std::is_same_v<Value, double>) {
+      statement_.bind(index_, value);
+    } else if constexpr (std::is_same_v<Value, std::nullopt_t>) {
+      statement_.bind(index_);
+    } else {
+      statement_.bind(index_, static_cast<std::int64_t>(value));
+    }
+    return *this;
+  }
+
+  template <class Row>
+  ValueBinder& bind_fields(const Row& row) {
+    visit_fields(row, [this](std::string_view, const auto& value) { bind(value); });
+    return *this;
+  }
+
+  ValueBinder& bind_key(const RowKey& key) {
+    for (const auto value : key.values()) {
+      bind(value);
+    }
+    return *this;
+  }
+
+ private:
+  SQLite::Statement& statement_;
+  int index_ = 0;
+};
+
+template <class Value>
+void read_value(const SQLite::Column& column, Value& value) {
+  if constexpr (std::is_same_v<Value, std::string>) {
+    value = column.getString();
+  } else if constexpr (std::is_same_v<Value, double>) {
+    value = column.getDouble();
+  } else if constexpr (std::is_same_v<Value, bool>) {
+    value = column.getInt() != 0;
+  } else {
+    value = static_cast<Value>(column.getInt());
+  }
+}
+
+/// The definition in a statement's current row, whose fields begin at `column`.
+template <class Row>
+Row read_fields(SQLite::Statement& statement, int column) {
+  Row row;
+  visit_fields(row, [&](std::string_view, auto& value) {
+    read_value(statement.getColumn(column), value);
+    ++column;
+  });
+  return row;
+}
+
+}  // namespace importkcd

@@ -1,0 +1,124 @@
+#include "engine/olap_model/catalogue/catalogue_store.h"
+
+#include <cstdint>
+#include <optional>
+#include <utility>
+
+#include "engine/olap_model/catalogue/catalogue_file.h"
+#include "engine/olap_model/catalogue/catalogue_reader.h"
+#include "engine/olap_model/catalogue/catalogue_writer.h"
+#include "engine/olap_model/catalogue/database_lock.h"
+
+namespace importkcd {
+namespace {
+
+template <class Object>
+class CatalogueSource : public ObjectSource<Object> {
+ public:
+  CatalogueSource(CatalogueFile& file, CatalogueReader& reader, std::int64_t database_id)
+      : file_(file), reader_(reader), database_id_(database_id) {}
+
+  bool contains(std::string_view name) override {
+    return file_.read([&] { return reader_.contains<Object>(database_id_, name); });
+  }
+
+  std::optional<Object> load(std::string_view name) override {
+    return file_.read([&] { return reader_.load<Object>(database_id_, name); });
+  }
+
+  std::vector<std::string> names() override {
+    return file_.read([&] { return reader_.names<Object>(database_id_); });
+  }
+
+ private:
+  CatalogueFile& file_;
+  CatalogueReader& reader_;
+  std::int64_t database_id_;
+};
+
+class CatalogueStore : public OlapStore {
+ public:
+  CatalogueStore(std::string path, CatalogueAccess access) : file_(std::move(path), access) {}
+
+  void open() override {
+    file_.open();
+    lock_.emplace(file_.real_path() + "-lock");
+    if (file_.is_connected()) {
+      reader_.emplace(file_.connection());
+      writer_.emplace(file_.connection());
+    }
+  }
+
+  std::vector<std::string> database_names() override {
+    if (!reader_) {
+      return {};
+    }
+    return file_.read([this] { return reader_->database_names(); });
+  }
+
+  void hold(const std::string& database) override {
+    if (file_.is_writable()) {
+      lock_->hold(database);
+      file_.forget_state();
+    }
+  }
+
+  void release_all() noexcept override {
+    if (lock_) {
+      lock_->release_all();
+    }
+  }
+
+  std::string description(const std::string& database) override {
+    const auto id = id_of(database);
+    return file_.read([&] { return reader_->description(id); });
+  }
+
+  DatabaseSources sources(const std::string& database) override {
+    const auto id = id_of(database);
+    return {source<OlapDataSource>(id), source<OlapDimension>(id), source<OlapRole>(id),
+            source<OlapCube>(id)};
+  }
+
+  std::vector<std::string> dimensions_in_use(const std::string& database,
+                                             OlapCubeKind kind) override {
+    const auto id = id_of(database);
+    return file_.read([&] { return reader_->dimensions_in_use(id, kind); });
+  }
+
+  void apply(std::vector<DatabaseChanges> changes) override {
+    file_.write([&] {
+      for (const auto& change : changes) {
+        writer_->apply(change);
+      }
+    });
+  }
+
+ private:
+  std::int64_t id_of(const std::string& database) {
+    const auto id =
+        reader_ ? file_.read([&] { return reader_->find_database(database); }) : std::nullopt;
+    if (!id) {
+      throw ImportError("database '" + database + "' does not exist", error_source::olap_server);
+    }
+    return *id;
+  }
+
+  template <class Object>
+  std::unique_ptr<ObjectSource<Object>> source(std::int64_t database_id) {
+    return std::make_unique<CatalogueSource<Object>>(file_, *reader_, database_id);
+  }
+
+  CatalogueFile file_;
+  std::optional<DatabaseLock> lock_;
+  std::optional<CatalogueReader> reader_;
+  std::optional<CatalogueWriter> writer_;
+};
+
+}  // namespace
+
+std::shared_ptr<OlapStore> make_catalogue_store(std::string path, CatalogueAccess access) {
+  return std::make_shared<CatalogueStore>(std::move(path), access);
+}
+
+}  // namespace importkcd

@@ -1,0 +1,33 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace importkcd {
+
+/// Reserves names of databases among all runs over one catalogue, by locks on ranges of a lock file
+/// beside it. The locks belong to this object and end with it, or with the process, however it
+/// ends.
+class DatabaseLock {
+ public:
+  /// `file` is made, readable by its owner only, at the first hold; it stays afterwards, because a
+  /// name that is taken away could be locked twice.
+  explicit DatabaseLock(std::string file) : file_(std::move(file)) {}
+  DatabaseLock(const DatabaseLock&) = delete;
+  DatabaseLock& operator=(const DatabaseLock&) = delete;
+  ~DatabaseLock() { release_all(); }
+
+  /// Reserves a name, letter case apart; reserving it again is no error. Throws ImportError when
+  /// another object or process holds it, and when the file cannot be made.
+  void hold(std::string_view database);
+
+  void release_all() noexcept;
+
+ private:
+  void open();
+
+  std::string file_;
+  int descriptor_ = -1;
+};
+
+}  // namespace importkcd

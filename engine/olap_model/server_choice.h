@@ -1,0 +1,30 @@
+#pragma once
+
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include "engine/olap_model/olap_server.h"
+
+namespace importkcd {
+
+/// Whether a server is opened to be looked at or to be changed.
+enum class ServerAccess { read_only, read_write };
+
+/// Makes the unconnected server that a machine text means:
+///
+/// | Text                                                | Server | | this computer's name,
+/// localhost, (local) or .        | the embedded server of this computer    | | catalogue:PATH |
+/// the embedded server in that file        | | memory: | an empty server that ends with it       |
+///
+/// Names of this computer are compared without regard to letter case. Anything else throws
+/// ImportError, whose description names the forms.
+std::unique_ptr<OlapServer> make_olap_server(std::string_view machine, ServerAccess access);
+
+/// The file of this computer's embedded server: `importkcd/server.olap` in the user's data folder.
+std::string default_catalogue_path();
+
+/// This computer's name as the network knows it.
+std::string this_computer_name();
+
+}  // namespace importkcd

@@ -1,0 +1,58 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "engine/olap_model/olap_server.h"
+
+namespace importkcd::testing {
+
+/// Forwards every operation to another server. Before each one it calls `before` with the
+/// operation's name and the object it is for ("write_back_cube Sales"); what that throws is the
+/// operation's failure. Tests derive from it to replace single operations.
+class ForwardingServer : public OlapServer {
+ public:
+  using Hook = std::function<void(const std::string& operation)>;
+
+  explicit ForwardingServer(std::unique_ptr<OlapServer> target, Hook before = {});
+
+  void connect(const std::string& machine) override;
+  OlapClassType class_type() const override;
+  std::string version() const override;
+  std::vector<StoredObject> stored_objects() override;
+  void hold_database(const std::string& name) override;
+  OlapDatabase& open_database(const std::string& name) override;
+  OlapDatabase& add_database(const std::string& name) override;
+  void remove_database(const std::string& name) override;
+  void write_back_database(OlapDatabase& database) override;
+  void write_back_data_source(OlapDatabase& database, OlapDataSource& data_source) override;
+  void write_back_dimension(OlapDatabase& database, OlapDimension& dimension) override;
+  void write_back_cube(OlapDatabase& database, OlapCube& cube) override;
+  void write_back_partition(OlapDatabase& database, OlapCube& cube,
+                            OlapPartition& partition) override;
+  void lock_dimension(OlapDatabase& database, const OlapDimension& dimension) override;
+  void lock_levels(OlapDatabase& database, const OlapDimension& dimension) override;
+  void lock_cube(OlapDatabase& database, const OlapCube& cube) override;
+  void remove_first(OlapDatabase& database, OlapCube& cube, OlapCubeContent content) override;
+  bool structure_is_valid(OlapDatabase& database, const OlapCube& cube) override;
+  void finish() override;
+
+ private:
+  void announce(const std::string& operation, const std::string& object = {}) const;
+
+  std::unique_ptr<OlapServer> target_;
+  Hook before_;
+};
+
+/// A hook that fails the Nth operation (counted from 1) with the description "operation N failed".
+ForwardingServer::Hook fail_operation(int n);
+
+/// A hook that fails every operation whose text is `operation`, with "refused by the test".
+ForwardingServer::Hook fail_operation(const std::string& operation);
+
+/// A hook that adds every operation's text to `record`, which must outlive it.
+ForwardingServer::Hook record_operations(std::vector<std::string>& record);
+
+}  // namespace importkcd::testing

@@ -1,0 +1,135 @@
+#include "tests/support/process.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <spawn.h>
+#include <sys/mman.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <string_view>
+#include <system_error>
+
+namespace importkcd::testing {
+namespace {
+
+/// A file descriptor that is closed with this object.
+class Descriptor {
+ public:
+  explicit Descriptor(int number) : number_(number) {
+    EXPECT_GE(number_, 0) << std::generic_category().message(errno);
+  }
+  Descriptor(const Descriptor&) = delete;
+  Descriptor& operator=(const Descriptor&) = delete;
+  ~Descriptor() { close(number_); }
+
+  int number() const { return number_; }
+
+ private:
+  int number_;
+};
+
+/// A file in memory: with one at each stream, neither side ever waits for the other.
+int memory_file() { return memfd_create("importkcd-test", MFD_CLOEXEC); }
+
+void fill(const Descriptor& file, std::string_view text) {
+  while (!text.empty()) {
+    const auto written = write(file.number(), text.data(), text.size());
+    ASSERT_GT(written, 0) << std::generic_category().message(errno);
+    text.remove_prefix(static_cast<std::size_t>(written));
+  }
+  ASSERT_EQ(lseek(file.number(), 0, SEEK_SET), 0);
+}
+
+std::string content_of(const Descriptor& file) {
+  std::string content;
+  std::array<char, 65536> buffer{};
+  ssize_t count = 0;
+  while ((count = pread(file.number(), buffer.data(), buffer.size(),
+                        static_cast<off_t>(content.size()))) > 0) {
+    content.append(buffer.data(), static_cast<std::size_t>(count));
+  }
+  return content;
+}
+
+std::vector<char*> pointers_to(std::vector<std::string>& texts) {
+  std::vector<char*> pointers;
+  pointers.reserve(texts.size() + 1);
+  for (auto& text : texts) {
+    pointers.push_back(text.data());
+  }
+  pointers.push_back(nullptr);
+  return pointers;
+}
+
+std::vector<std::string> environment_of(const ProcessStart& start) {
+  std::vector<std::string> entries;
+  for (const auto& [name, value] : start.environment) {
+    entries.push_back(name + "=" + value);
+  }
+  for (char** entry = environ; *entry != nullptr; ++entry) {
+    const std::string_view text(*entry);
+    bool replaced = false;
+    for (const auto& [name, value] : start.environment) {
+      replaced = replaced || text.substr(0, text.find('=')) == name;
+    }
+    if (!replaced) {
+      entries.emplace_back(text);
+    }
+  }
+  return entries;
+}
+
+pid_t spawn(const ProcessStart& start, const std::array<int, 3>& streams) {
+  std::vector<std::string> arguments{start.program};
+  arguments.insert(arguments.end(), start.arguments.begin(), start.arguments.end());
+  auto environment = environment_of(start);
+
+  posix_spawn_file_actions_t actions{};
+  posix_spawn_file_actions_init(&actions);
+  for (int i = 0; i < 3; ++i) {
+    posix_spawn_file_actions_adddup2(&actions, streams.at(static_cast<std::size_t>(i)), i);
+  }
+  pid_t child = -1;
+  const int error = posix_spawn(&child, start.program.c_str(), &actions, nullptr,
+                                pointers_to(arguments).data(), pointers_to(environment).data());
+  posix_spawn_file_actions_destroy(&actions);
+  EXPECT_EQ(error, 0) << start.program << ": " << std::generic_category().message(error);
+  return error == 0 ? child : -1;
+}
+
+int exit_status_of(pid_t child) {
+  int status = 0;
+  while (waitpid(child, &status, 0) < 0) {
+    if (errno != EINTR) {
+      ADD_FAILURE() << std::generic_category().message(errno);
+      return -1;
+    }
+  }
+  return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+}
+
+}  // namespace
+
+ProcessResult run_process(const ProcessStart& start) {
+  const Descriptor input(memory_file());
+  const Descriptor output(start.output_file.empty()
+                              ? memory_file()
+                              : open(start.output_file.c_str(), O_WRONLY | O_CLOEXEC));
+  const Descriptor errors(memory_file());
+  fill(input, start.input);
+
+  ProcessResult result;
+  const auto child = spawn(start, {input.number(), output.number(), errors.number()});
+  if (child < 0) {
+    return result;
+  }
+  result.exit_status = exit_status_of(child);
+  result.output = start.output_file.empty() ? content_of(output) : "";
+  result.errors = content_of(errors);
+  return result;
+}
+
+}  // namespace importkcd::testing

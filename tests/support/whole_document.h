@@ -1,0 +1,20 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace importkcd::testing {
+
+/// A small document of the database "Shop" that uses every section of a run. The shared dimension
+/// "Region" is used by no cube. Its `virtual_dimensions` and `virtual_cubes` are not read by a run.
+std::string whole_document();
+
+/// The messages of a first import of whole_document(), from "Processing document" on.
+std::vector<std::string> whole_document_messages(bool import_partitions);
+
+/// A document of that version with the given root attributes and content, without a library.
+std::string bare_document(std::string_view version, std::string_view name,
+                          std::string_view content = "");
+
+}  // namespace importkcd::testing

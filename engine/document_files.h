@@ -1,0 +1,81 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace importkcd {
+
+/// The system's description of an error number.
+std::string system_description(int error_number);
+
+/// Owns an open file.
+class FileDescriptor {
+ public:
+  explicit FileDescriptor(int number) : number_(number) {}
+  ~FileDescriptor();
+  FileDescriptor(FileDescriptor&& other) noexcept;
+  FileDescriptor(const FileDescriptor&) = delete;
+  FileDescriptor& operator=(const FileDescriptor&) = delete;
+  FileDescriptor& operator=(FileDescriptor&&) = delete;
+
+  int number() const { return number_; }
+
+  /// Closes the file early; tells whether that went well, with errno set when it did not.
+  bool close();
+
+ private:
+  int number_;
+};
+
+/// Reads a file in big pieces and shows it as a window that moves on.
+class FileReader {
+ public:
+  /// Throws ImportError with the system's description when the file cannot be opened.
+  explicit FileReader(const std::string& path);
+
+  /// All bytes that are at hand, at least `wanted` unless the file ends earlier; empty at the end
+  /// of the file. Valid until the next call. Throws ImportError with the system's description when
+  /// the file cannot be read.
+  std::string_view window(std::size_t wanted);
+
+  /// Whether the last window reached the end of the file.
+  bool at_end() const { return at_end_; }
+
+  /// Moves on by `count` bytes of the last window.
+  void skip(std::size_t count) { begin_ += count; }
+
+ private:
+  FileDescriptor file_;
+  std::vector<char> buffer_;
+  std::size_t begin_ = 0;
+  std::size_t end_ = 0;
+  bool at_end_ = false;
+};
+
+/// Writes a file in big pieces. The first failure is kept; nothing is written after it.
+class FileWriter {
+ public:
+  explicit FileWriter(FileDescriptor file);
+
+  void append(std::string_view bytes);
+
+  /// Writes what is left and closes the file.
+  void close();
+
+  bool failed() const { return error_number_ != 0; }
+  /// The system's description of the failure.
+  std::string error() const { return system_description(error_number_); }
+
+ private:
+  void flush();
+  void write(std::string_view bytes);
+
+  FileDescriptor file_;
+  std::vector<char> buffer_;
+  std::size_t used_ = 0;
+  int error_number_ = 0;
+};
+
+}  // namespace importkcd

@@ -1,0 +1,18 @@
+#pragma once
+
+#include <string>
+
+#include "engine/kcd_document_builder.h"
+
+namespace importkcd {
+
+/// Parses a file into the builder's document. Throws ImportError ("line 3, column 14: reason", or
+/// the system's description when the file cannot be read) unless the whole file is one well-formed
+/// document, names in their declared name spaces included. Nothing outside the file is read.
+///
+/// Refused although well-formed, because they cost far more than their size: declarations of
+/// entities and of attributes' default values, more than 10000 attributes of one element, more than
+/// 1000 name space declarations in force at one place.
+void parse_document(const std::string& path, KcdDocumentBuilder& builder);
+
+}  // namespace importkcd

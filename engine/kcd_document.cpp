@@ -1,0 +1,35 @@
+#include "engine/kcd_document.h"
+
+#include "engine/document_parser.h"
+#include "engine/kcd_document_builder.h"
+
+namespace importkcd {
+
+std::optional<std::string_view> KcdElement::attribute(std::string_view name) const {
+  for (std::size_t i = 0; i < attribute_count_; ++i) {
+    if (*attributes_[i].name == name) {
+      return attributes_[i].value;
+    }
+  }
+  return std::nullopt;
+}
+
+const KcdElement* KcdElement::child(std::string_view tag) const {
+  const auto* element = first_child_;
+  while (element != nullptr && element->tag() != tag) {
+    element = element->next_sibling();
+  }
+  return element;
+}
+
+KcdDocument::KcdDocument() : storage_(std::make_unique<Storage>()) {}
+
+KcdDocument::~KcdDocument() = default;
+
+std::unique_ptr<KcdDocument> KcdDocument::load(const std::string& path) {
+  KcdDocumentBuilder builder;
+  parse_document(path, builder);
+  return builder.finish();
+}
+
+}  // namespace importkcd

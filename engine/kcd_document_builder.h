@@ -1,0 +1,51 @@
+#pragma once
+
+#include <memory>
+#include <memory_resource>
+#include <span>
+#include <string>
+#include <string_view>
+#include <unordered_set>
+#include <vector>
+
+#include "engine/kcd_document.h"
+
+namespace importkcd {
+
+/// Where a document keeps its elements, attributes and texts; they go all at once.
+struct KcdDocument::Storage {
+  std::pmr::monotonic_buffer_resource arena;
+  /// Tags and attribute names, each once.
+  std::unordered_set<std::string> names;
+};
+
+/// Builds a KcdDocument from its elements' beginnings and ends, in document order.
+class KcdDocumentBuilder {
+ public:
+  KcdDocumentBuilder();
+
+  /// The document's own copy of a name; equal names give the same address.
+  const std::string* name(std::string_view text);
+
+  /// Begins an element inside of the open one. Names come from name(); values are copied.
+  void begin_element(const std::string* tag, std::span<const KcdAttribute> attributes);
+
+  /// Ends the open element.
+  void end_element() { open_.pop_back(); }
+
+  /// Hands over the document, whose root element is the first that was begun; null when none was.
+  std::unique_ptr<KcdDocument> finish();
+
+ private:
+  struct OpenElement {
+    KcdElement* element;
+    KcdElement* last_child;
+  };
+
+  KcdElement* make_element(const std::string* tag, std::span<const KcdAttribute> attributes);
+
+  std::unique_ptr<KcdDocument> document_;
+  std::vector<OpenElement> open_;
+};
+
+}  // namespace importkcd

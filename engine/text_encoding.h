@@ -1,0 +1,56 @@
+#pragma once
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+
+namespace importkcd {
+
+/// The encoding in which a document's text is written, as far as searching and replacing text in it
+/// needs: the width and order of its code units and, where a unit is a byte, the declared encoding.
+class TextEncoding {
+ public:
+  /// Judges by a byte order mark, or by how the first "<" is written. `first_bytes` are the first
+  /// three bytes of the document (fewer when it is shorter).
+  static TextEncoding of_first_bytes(std::string_view first_bytes);
+
+  /// Takes over the encoding that an XML declaration at the beginning of `text` names. Changes
+  /// nothing when there is none, when it is unknown, when it cannot be the text's encoding because
+  /// its code units have another width, and after a byte order mark, which says more.
+  void take_declaration(std::string_view text);
+
+  /// "UTF-8", "UTF-16LE", ... or the name that the document declares.
+  const std::string& name() const { return name_; }
+
+  /// Bytes of a code unit: 1 or 2.
+  std::size_t unit() const { return unit_; }
+
+  /// Bytes of the byte order mark; 0 when there is none.
+  std::size_t byte_order_mark() const { return byte_order_mark_; }
+
+  /// The bytes of a UTF-8 text in this encoding; nothing when it holds a character that the
+  /// encoding lacks.
+  std::optional<std::string> encode(std::string_view text) const;
+
+  /// The same, with numeric character references in place of characters that the encoding lacks.
+  std::string encode_with_references(std::string_view text) const;
+
+ private:
+  TextEncoding(std::string name, std::size_t unit, std::size_t byte_order_mark)
+      : name_(std::move(name)), unit_(unit), byte_order_mark_(byte_order_mark) {}
+
+  bool is_utf8() const;
+
+  std::string name_;
+  std::size_t unit_;
+  std::size_t byte_order_mark_;
+};
+
+/// The first place at or after `start`, a multiple of `unit`, where `wanted` stands in `text`;
+/// npos when there is none. `start` is a multiple of `unit`, `wanted` is not empty.
+std::size_t find_on_unit(std::string_view text, std::string_view wanted, std::size_t start,
+                         std::size_t unit);
+
+}  // namespace importkcd

@@ -1,0 +1,26 @@
+#pragma once
+
+#include <iosfwd>
+
+#include "engine/olap_model/olap_server.h"
+
+namespace importkcd {
+
+/// Exit statuses of the program.
+namespace exit_status {
+constexpr int success = 0;
+constexpr int failure = 1;
+/// The command line cannot be carried out as it stands.
+constexpr int usage = 2;
+}  // namespace exit_status
+
+/// What the subcommands meet outside of the program. The streams outlive it.
+struct CommandEnvironment {
+  OlapServerFactory open_for_change;
+  OlapServerFactory open_for_looking;
+  std::istream& in;
+  std::ostream& out;
+  std::ostream& err;
+};
+
+}  // namespace importkcd

@@ -1,0 +1,12 @@
+#pragma once
+
+#include "cli/text_tree.h"
+#include "engine/olap_model/olap_database.h"
+
+namespace importkcd {
+
+/// A cube as a part of its database's tree (catalogue_tree.h). `database` tells which of the cube's
+/// dimensions are its own.
+TreeNode cube_tree(const OlapCube& cube, OlapDatabase& database);
+
+}  // namespace importkcd

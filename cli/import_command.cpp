@@ -1,0 +1,149 @@
+#include "cli/import_command.h"
+
+#include <CLI/CLI.hpp>
+#include <istream>
+#include <ostream>
+#include <string_view>
+
+#include "cli/connection_text_file.h"
+#include "cli/printable_text.h"
+#include "engine/import_olapdb_from_kcd_doc.h"
+#include "engine/olap_model/import_error.h"
+#include "engine/olap_model/name_folding.h"
+
+namespace importkcd {
+namespace {
+
+constexpr const char* incremental_mode = "incremental";
+constexpr const char* replace_mode = "replace";
+constexpr const char* update_mode = "update";
+
+/// Progress to standard output, what asks for attention to standard error.
+class StreamSink : public ProgressSink, public NotificationSink {
+ public:
+  explicit StreamSink(const CommandEnvironment& environment)
+      : out_(environment.out), err_(environment.err) {}
+
+  /// Flushed each time: whoever watches a pipe sees how far the run is.
+  void put_progres_message(const std::string& message) override {
+    out_ << printable(message) << '\n' << std::flush;
+  }
+  void show_message(const std::string& text) override { err_ << printable(text) << '\n'; }
+
+ private:
+  std::ostream& out_;
+  std::ostream& err_;
+};
+
+std::int32_t type_of_mode(std::string_view mode) {
+  if (mode == replace_mode) {
+    return import_type::replace;
+  }
+  return mode == update_mode ? import_type::update : import_type::incremental;
+}
+
+bool is_kci_file(std::string_view file) {
+  constexpr std::string_view extension = ".kci";
+  return file.size() >= extension.size() &&
+         same_name(file.substr(file.size() - extension.size()), extension);
+}
+
+}  // namespace
+
+ImportCommand::ImportCommand(CLI::App& program)
+    : command_(program.add_subcommand("import",
+                                      "Import a cube definition document into an OLAP server")),
+      server_("localhost"),
+      mode_(incremental_mode) {
+  add_options();
+  command_->parse_complete_callback([this] { check_combinations(); });
+}
+
+void ImportCommand::add_options() {
+  auto& command = *command_;
+  command.add_option("FILE", document_, "The document (.kcd)")->required()->type_name("");
+  command
+      .add_option("--server", server_,
+                  "The OLAP server: localhost (this computer), catalogue:PATH or memory:")
+      ->type_name("SERVER")
+      ->capture_default_str();
+  command
+      .add_option("--mode", mode_,
+                  "What happens to objects that exist: they are skipped (incremental), their "
+                  "database is deleted first (replace), or they are rewritten (update)")
+      ->type_name("MODE")
+      ->check(CLI::IsMember({incremental_mode, replace_mode, update_mode}))
+      ->capture_default_str();
+  command
+      .add_option("--database", database_, "Name of the database, in place of the document's own")
+      ->type_name("NAME");
+  command
+      .add_option("--data-source", data_source_,
+                  "Data warehouse server, put into the connection strings' Data Source item")
+      ->type_name("SERVER");
+  auto* text = command.add_option("--connect-string", connect_string_,
+                                  "Connection string of every data source");
+  auto* file = command.add_option("--connect-string-file", connect_string_file_,
+                                  "The same, read from a file, or from standard input (-)");
+  file->type_name("FILE|-")->excludes(text);
+  text->excludes(file);
+  auto* from = command.add_option("--pattern-from", pattern_from_,
+                                  "Replace this text everywhere in the document ...");
+  auto* to = command.add_option("--pattern-to", pattern_to_, "... by this one");
+  from->needs(to);
+  to->needs(from);
+  command.add_flag("--partitions", partitions_, "Import the cubes' partitions as well")
+      ->disable_flag_override();
+  command
+      .add_flag("--dont-update-levels", dont_update_levels_,
+                "Leave the levels of shared dimensions alone (update mode only)")
+      ->disable_flag_override();
+}
+
+void ImportCommand::check_combinations() const {
+  if (is_kci_file(document_)) {
+    throw CLI::ValidationError(document_, "a KCI file has to become a document first: kcd convert");
+  }
+  if (dont_update_levels_ && mode_ != update_mode) {
+    throw CLI::ValidationError("--dont-update-levels", "goes with --mode update only");
+  }
+}
+
+bool ImportCommand::chosen() const { return command_->parsed(); }
+
+std::string ImportCommand::connection_text(const CommandEnvironment& environment) const {
+  return command_->count("--connect-string-file") == 0
+             ? connect_string_
+             : read_connection_text(connect_string_file_, environment.in);
+}
+
+int ImportCommand::run(const CommandEnvironment& environment) const {
+  ImportOLAPDBFromKCDDoc engine(environment.open_for_change);
+  StreamSink sink(environment);
+  engine.kcd_document_file_name = document_;
+  engine.machine_name = server_;
+  engine.ImportType = type_of_mode(mode_);
+  engine.incremental = engine.ImportType == import_type::incremental;
+  engine.replace_yn = engine.ImportType == import_type::replace;
+  engine.DontUpdateLevels = dont_update_levels_;
+  engine.import_partitions = partitions_;
+  engine.alternate_database_name = database_;
+  engine.use_alternate_database_name = command_->count("--database") > 0;
+  engine.data_source_name = data_source_;
+  engine.datawarehouse_connectstring = connection_text(environment);
+  engine.replace_pattern(command_->count("--pattern-from") > 0);
+  engine.pattern_from = pattern_from_;
+  engine.pattern_to = pattern_to_;
+  engine.progres_window = &sink;
+  engine.notifications = &sink;
+
+  engine.succeeded = true;
+  engine.ReleaseDocument();
+  engine.make();
+  if (!engine.last_error.empty()) {
+    environment.err << printable(engine.last_error) << '\n';
+  }
+  return engine.succeeded ? exit_status::success : exit_status::failure;
+}
+
+}  // namespace importkcd

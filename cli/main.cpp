@@ -1,0 +1,68 @@
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <exception>
+#include <iostream>
+#include <utility>
+
+#include "cli/argument_list.h"
+#include "cli/import_command.h"
+#include "cli/printable_text.h"
+#include "cli/show_command.h"
+#include "engine/olap_model/server_choice.h"
+
+namespace importkcd {
+namespace {
+
+CommandEnvironment environment_of_process() {
+  return {
+      [](std::string_view machine) { return make_olap_server(machine, ServerAccess::read_write); },
+      [](std::string_view machine) { return make_olap_server(machine, ServerAccess::read_only); },
+      std::cin, std::cout, std::cerr};
+}
+
+std::string usage_message(const CLI::App* program, const CLI::Error& error) {
+  const auto chosen = program->get_subcommands();
+  const auto name = chosen.empty() ? "kcd" : "kcd " + chosen.front()->get_name();
+  return "kcd: " + printable(error.what()) + "\nTry '" + name + " --help'.\n";
+}
+
+int run(int argument_count, const char* const* arguments) {
+  CLI::App program("Imports cube definition documents into an OLAP server and shows what it holds.",
+                   "kcd");
+  program.set_version_flag("--version", "kcd " KCD_VERSION);
+  program.require_subcommand(1);
+  program.failure_message(usage_message);
+  const ImportCommand import_command(program);
+  const ShowCommand show_command(program);
+  try {
+    auto list = argument_list(program, argument_count, arguments);
+    std::reverse(list.begin(), list.end());  // the library takes them from the back
+    program.parse(std::move(list));
+  } catch (const CLI::ParseError& error) {
+    // Help and version come this way, too; they count as success.
+    return program.exit(error) == 0 ? exit_status::success : exit_status::usage;
+  }
+  const auto environment = environment_of_process();
+  return import_command.chosen() ? import_command.run(environment) : show_command.run(environment);
+}
+
+/// A success whose output did not arrive is none.
+int checked(int status) {
+  if (std::cout.flush() || status != exit_status::success) {
+    return status;
+  }
+  std::cerr << "Cannot write to standard output\n";
+  return exit_status::failure;
+}
+
+}  // namespace
+}  // namespace importkcd
+
+int main(int argc, char** argv) {
+  try {
+    return importkcd::checked(importkcd::run(argc, argv));
+  } catch (const std::exception& error) {
+    std::cerr << importkcd::printable(error.what()) << '\n';
+    return importkcd::exit_status::failure;
+  }
+}

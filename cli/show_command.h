@@ -1,0 +1,40 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "cli/command_environment.h"
+
+namespace CLI {
+class App;
+}  // namespace CLI
+
+namespace importkcd {
+
+/// `kcd show`: prints what a server holds, as a tree or as JSON. It changes and creates nothing.
+class ShowCommand {
+ public:
+  /// Adds the subcommand and its options to `program`, which does not outlive this object.
+  explicit ShowCommand(CLI::App& program);
+  ShowCommand(const ShowCommand&) = delete;
+  ShowCommand& operator=(const ShowCommand&) = delete;
+
+  /// Whether the parsed command line asks for it.
+  bool chosen() const;
+
+  /// Carries it out and gives the program's exit status. Throws ImportError when the server cannot
+  /// be read or does not hold the database.
+  int run(const CommandEnvironment& environment) const;
+
+ private:
+  std::vector<std::string> databases_to_show(OlapServer& server) const;
+  void show_tree(OlapServer& server, std::ostream& out) const;
+  void show_json(OlapServer& server, std::ostream& out) const;
+
+  CLI::App* command_;
+  std::string server_;
+  std::string database_;
+  bool as_json_ = false;
+};
+
+}  // namespace importkcd

@@ -110,8 +110,8 @@ class DocumentParse {
   std::exception_ptr failure_;
 };
 
-/// Routes the library's errors without a parser (conversion of encodings) to a parse while in
-/// scope.
+/// Brings all of the library's errors to a parse while in scope. A parser's own error handler would
+/// be called with different contexts, and not at all for the conversion of encodings.
 class ErrorRoute {
  public:
   ErrorRoute(void* context, xmlStructuredErrorFunc handler)
@@ -174,7 +174,6 @@ xmlSAXHandler DocumentParse::handlers() {
   sax.attributeDecl = attribute_declared;
   sax.getEntity = entity_used;
   sax.getParameterEntity = entity_used;
-  sax.serror = error_reported;
   return sax;
 }
 

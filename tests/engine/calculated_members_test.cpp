@@ -24,7 +24,7 @@ class CalculatedMembers : public SectionTest {
   }
 
   void build_statement(std::string_view statement) {
-    build("<m name=\"M\" statement=\"" + std::string(statement) + "\"/>");
+    build(R"(<m name="M" statement=")" + std::string(statement) + "\"/>");
   }
 
   /// "name: statement" of every member of the cube.

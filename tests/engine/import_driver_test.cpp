@@ -42,7 +42,7 @@ class ImportDriver : public EngineTest {
 
   /// Stores a database by an import of its own.
   void store_database(const std::string& name, const std::string& description) {
-    import("<database version=\"1.0.1073\" name=\"" + name + "\" description=\"" + description +
+    import(R"(<database version="1.0.1073" name=")" + name + "\" description=\"" + description +
            "\"/>");
     ASSERT_TRUE(engine->succeeded) << engine->last_error;
   }
@@ -187,7 +187,7 @@ TEST_F(ImportDriver, AnyOtherVersionFailsAndNamesTheNewerOne) {
 }
 
 TEST_F(ImportDriver, AnAbsentVersionReadsAsTheEmptyText) {
-  import("<database name=\"D\" description=\"\"/>");
+  import(R"(<database name="D" description=""/>)");
   expect_failure("Expected kcd document version '1.0.1073', but found version ''.");
 }
 
@@ -239,7 +239,7 @@ TEST_F(ImportDriver, TheAlternateNameIsIgnoredUnlessItIsSwitchedOn) {
 TEST_F(ImportDriver, WithAnAlternateNameTheDocumentNeedsNone) {
   options.use_alternate_database_name = true;
   options.alternate_database_name = "Alt";
-  import("<database version=\"1.0.1073\" description=\"\"/>");
+  import(R"(<database version="1.0.1073" description=""/>)");
   expect_success();
 }
 
@@ -255,7 +255,7 @@ TEST_F(ImportDriver, AnExistingDatabaseIsFoundUnderAnyCaseAndKeepsItsDescription
 
 TEST_F(ImportDriver, AnExistingDatabaseNeedsNoDescriptionInTheDocument) {
   store_database("Shop", "first");
-  import("<database version=\"1.0.1073\" name=\"Shop\"/>");
+  import(R"(<database version="1.0.1073" name="Shop"/>)");
   expect_success();
 }
 

@@ -137,7 +137,7 @@ class FileSizeLimit {
   }
   ~FileSizeLimit() {
     setrlimit(RLIMIT_FSIZE, &former_);
-    std::signal(SIGXFSZ, former_handler_);
+    (void)std::signal(SIGXFSZ, former_handler_);
   }
   FileSizeLimit(const FileSizeLimit&) = delete;
   FileSizeLimit& operator=(const FileSizeLimit&) = delete;
@@ -177,7 +177,7 @@ TEST_F(ImportFailures, AFailedWriteLetsTheRunGoOnWithWhatWasWritten) {
 }
 
 TEST_F(ImportFailures, AnErrorAfterAFailedWriteTakesItsPlace) {
-  const std::string text = "<database version=\"2\" name=\"\"/>";
+  const std::string text = R"(<database version="2" name=""/>)";
   options.kcd_document_file_name = folder.write("document.kcd", text);
   {
     const FileSizeLimit limit(text.size());
@@ -202,7 +202,7 @@ TEST_F(ImportFailures, AFailedStoringAfterAFailedWriteKeepsTheEarlierText) {
 
 TEST_F(ImportFailures, BrokenDocumentsAreToldWithTheCopyAndLeaveIt) {
   for (const char* text : {"", "\n", "text", "<database", "<database><library></database>",
-                           "<database a=\"1\" a=\"2\"/>", "<database/><database/>",
+                           R"(<database a="1" a="2"/>)", "<database/><database/>",
                            "<database a=\"&unknown;\"/>", "<x:database/>"}) {
     import(text);
     EXPECT_FALSE(engine->succeeded) << text;
@@ -297,7 +297,7 @@ TEST_F(ImportFailures, ACopyThatCannotBeDeletedNeedsNobodyToTell) {
 // Processing the document
 
 TEST_F(ImportFailures, AnAbsentDatabaseName) {
-  import("<database version=\"1.0.1073\" description=\"\"/>");
+  import(R"(<database version="1.0.1073" description=""/>)");
   expect_failure("Cannot create DSS database because of Invalid use of Null in KCD document");
   EXPECT_THAT(processing_messages(), ElementsAre("Processing document"));
   EXPECT_THAT(temporary_files(), IsEmpty());
@@ -317,7 +317,7 @@ TEST_F(ImportFailures, AnEmptyDatabaseName) {
 }
 
 TEST_F(ImportFailures, AnAbsentDescriptionCreatesNoDatabase) {
-  import("<database version=\"1.0.1073\" name=\"D\"/>");
+  import(R"(<database version="1.0.1073" name="D"/>)");
   expect_failure("Cannot create DSS database because of Invalid use of Null in KCD document");
   EXPECT_THAT(processing_messages(), ElementsAre("Processing document", "Creating database 'D'"));
   EXPECT_THAT(stored_databases(), IsEmpty());

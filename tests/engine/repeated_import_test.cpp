@@ -8,7 +8,6 @@ namespace importkcd::testing {
 namespace {
 
 using ::testing::ElementsAre;
-using ::testing::HasSubstr;
 
 /// Every test runs without and with partitions.
 class RepeatedImport : public EngineTest, public ::testing::WithParamInterface<bool> {

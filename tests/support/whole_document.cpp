@@ -134,7 +134,7 @@ constexpr std::string_view unread = R"xml(
 
 std::string whole_document() {
   return std::string("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n") +
-         "<database version=\"1.0.1073\" name=\"Shop\" description=\"All of the shop\">" +
+         R"(<database version="1.0.1073" name="Shop" description="All of the shop">)" +
          std::string(library) + "\n<cubes>" + std::string(sales_cube) + std::string(stock_cube) +
          "\n</cubes>" + std::string(unread) + "\n</database>\n";
 }
@@ -175,7 +175,7 @@ std::vector<std::string> whole_document_messages(bool import_partitions) {
 std::string bare_document(std::string_view version, std::string_view name,
                           std::string_view content) {
   return "<database version=\"" + std::string(version) + "\" name=\"" + std::string(name) +
-         "\" description=\"\">" + std::string(content) + "</database>\n";
+         R"(" description="">)" + std::string(content) + "</database>\n";
 }
 
 }  // namespace importkcd::testing

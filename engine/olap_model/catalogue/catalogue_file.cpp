@@ -16,7 +16,7 @@ namespace {
 namespace fs = std::filesystem;
 
 /// A store serves one thread: no locking inside a connection.
-const int one_thread = SQLite::OPEN_NOMUTEX;
+constexpr int one_thread = SQLITE_OPEN_NOMUTEX;
 
 /// How long one run waits for another one to finish storing.
 constexpr int busy_timeout_ms = 30'000;

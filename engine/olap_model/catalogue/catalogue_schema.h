@@ -62,12 +62,12 @@ constexpr PartTable partition_levels{
 template <class Object>
 constexpr std::string_view object_table;
 template <>
-constexpr std::string_view object_table<OlapDataSource> = "data_sources";
+inline constexpr std::string_view object_table<OlapDataSource> = "data_sources";
 template <>
-constexpr std::string_view object_table<OlapDimension> = "dimensions";
+inline constexpr std::string_view object_table<OlapDimension> = "dimensions";
 template <>
-constexpr std::string_view object_table<OlapRole> = "roles";
+inline constexpr std::string_view object_table<OlapRole> = "roles";
 template <>
-constexpr std::string_view object_table<OlapCube> = "cubes";
+inline constexpr std::string_view object_table<OlapCube> = "cubes";
 
 }  // namespace importkcd

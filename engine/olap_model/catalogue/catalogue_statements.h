@@ -107,7 +107,7 @@ class ValueBinder {
 
   template <class Row>
   ValueBinder& bind_fields(const Row& row) {
-    visit_fields(row, [this](std::string_view, const auto& value) { bind(value); });
+    visit_fields(row, [this](std::string_view, const auto& value) { this->bind(value); });
     return *this;
   }
 

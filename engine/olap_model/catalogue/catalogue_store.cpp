@@ -76,8 +76,12 @@ class CatalogueStore : public OlapStore {
 
   DatabaseSources sources(const std::string& database) override {
     const auto id = id_of(database);
-    return {source<OlapDataSource>(id), source<OlapDimension>(id), source<OlapRole>(id),
-            source<OlapCube>(id)};
+    DatabaseSources sources;
+    sources.data_sources = source<OlapDataSource>(id);
+    sources.dimensions = source<OlapDimension>(id);
+    sources.roles = source<OlapRole>(id);
+    sources.cubes = source<OlapCube>(id);
+    return sources;
   }
 
   std::vector<std::string> dimensions_in_use(const std::string& database,

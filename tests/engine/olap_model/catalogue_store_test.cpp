@@ -5,7 +5,8 @@
 #include <gtest/gtest.h>
 
 #include <array>
-#include <cmath>
+#include <concepts>
+#include <cstdio>
 #include <limits>
 #include <map>
 #include <set>
@@ -120,7 +121,7 @@ class Shown {
   requires std::is_class_v<Definition>
   void show(const Definition& definition) {
     text_ += "{";
-    members(definition, [this](const auto&... values) { (show(values), ...); });
+    members(definition, [this](const auto&... values) { (this->show(values), ...); });
     text_ += "} ";
   }
 
@@ -188,7 +189,7 @@ class Filler {
   template <class Definition>
   requires std::is_class_v<Definition>
   void fill(Definition& definition) {
-    members(definition, [this](auto&... values) { (fill(values), ...); });
+    members(definition, [this](auto&... values) { (this->fill(values), ...); });
   }
 
   int next() { return ++value_; }

@@ -12,9 +12,7 @@ namespace importkcd {
 namespace {
 
 void build_level(const KcdElement& element, OlapDimension& dimension) {
-  OlapLevel added;
-  added.name = decoded_text(element, "name");
-  OlapLevel& level = dimension.levels.add(std::move(added));
+  OlapLevel& level = dimension.levels.add_new(decoded_text(element, "name"));
   level.type = level_type(raw_text(element, "type"));
   if (level.type != OlapLevelType::all) {
     level.column_size = int16_number(element, "column_size");

@@ -9,9 +9,7 @@ namespace importkcd {
 namespace {
 
 void build_measure(const KcdElement& element, OlapCube& cube) {
-  OlapMeasure added;
-  added.name = decoded_text(element, "name");
-  OlapMeasure& measure = cube.measures.add(std::move(added));
+  OlapMeasure& measure = cube.measures.add_new(decoded_text(element, "name"));
   measure.description = decoded_text(element, "description");
   measure.format = raw_text(element, "format");
   measure.source_column = raw_text(element, "source_column");

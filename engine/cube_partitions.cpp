@@ -9,16 +9,6 @@
 namespace importkcd {
 namespace {
 
-/// The cube's partition of that name, added when there is none. Owned by the cube.
-OlapPartition& partition_of(OlapCube& cube, const std::string& name) {
-  if (OlapPartition* existing = cube.partitions.edit(name)) {
-    return *existing;
-  }
-  OlapPartition added;
-  added.name = name;
-  return cube.partitions.add(std::move(added));
-}
-
 void write_properties(const ImportRun& run, const KcdElement& element, OlapPartition& partition) {
   partition.fact_table = raw_text(element, "fact_table");
   partition.aggregation_prefix = decoded_text(element, "aggregation_prefix");
@@ -27,17 +17,6 @@ void write_properties(const ImportRun& run, const KcdElement& element, OlapParti
   partition.data_source = run.database().data_source_name(decoded_text(element, "datasource"));
   partition.olap_mode = olap_mode(raw_text(element, "olap_mode"));
   partition.read_write = boolean(raw_text(element, "readwrite"));
-}
-
-/// Where a partition records what it says about the levels of a dimension; added when there is
-/// none. Owned by the partition.
-OlapPartitionDimension& slices_of(OlapPartition& partition, const std::string& dimension) {
-  if (OlapPartitionDimension* existing = partition.slices.edit(dimension)) {
-    return *existing;
-  }
-  OlapPartitionDimension added;
-  added.name = dimension;
-  return partition.slices.add(std::move(added));
 }
 
 void slice_level(const KcdElement& element, const OlapCubeDimension& dimension,
@@ -54,7 +33,7 @@ void slice_level(const KcdElement& element, const OlapCubeDimension& dimension,
   slice.name = level->name;
   slice.member_key_column = decoded_text(element, "member_key_column");
   slice.slice_value = raw_text(element, "slice_value");
-  slices_of(partition, dimension.name).levels.put(std::move(slice));
+  partition.slices.edit_or_add(dimension.name).levels.put(std::move(slice));
 }
 
 void slice_dimension(const KcdElement& element, const OlapCube& cube, OlapPartition& partition) {
@@ -71,7 +50,7 @@ void slice_dimension(const KcdElement& element, const OlapCube& cube, OlapPartit
 void build_partition(ImportRun& run, const KcdElement& element) {
   OlapCube& cube = *run.current_cube;
   const auto name = decoded_text(element, "name");
-  OlapPartition& written = partition_of(cube, name);
+  OlapPartition& written = cube.partitions.edit_or_add(name);
   write_properties(run, element, written);
   run.server().write_back_partition(run.database(), cube, written);
 

@@ -1,7 +1,6 @@
 #include "engine/cube_roles.h"
 
 #include <string>
-#include <utility>
 
 #include "engine/attributes.h"
 
@@ -13,9 +12,7 @@ constexpr const char* access_key = "Access";
 /// Whether the role of that name is to be written; it exists afterwards if so.
 bool prepare_role(const ImportRun& run, const std::string& name, OlapCube& cube) {
   if (!cube.roles.contains(name)) {
-    OlapRole role;
-    role.name = name;
-    cube.roles.add(std::move(role));
+    cube.roles.add_new(name);
     run.ReportProgress("Creating cube role '" + name + "'");
     return true;
   }

@@ -3,7 +3,6 @@
 #include <cstdint>
 #include <exception>
 #include <string>
-#include <utility>
 
 #include "engine/attributes.h"
 #include "engine/cube_roles.h"
@@ -102,11 +101,7 @@ OlapCube* prepare_virtual_cube(ImportRun& run, const std::string& name) {
 
 void create_measure_reference(const KcdElement& element, OlapCube& cube) {
   OlapMeasure* added = nullptr;
-  ignore_errors([&] {
-    OlapMeasure measure;
-    measure.name = decoded_text(element, "name");
-    added = &cube.measures.add(std::move(measure));
-  });
+  ignore_errors([&] { added = &cube.measures.add_new(decoded_text(element, "name")); });
   if (added != nullptr) {
     ignore_errors([&] { added->source_column = raw_text(element, "source_column"); });
   }

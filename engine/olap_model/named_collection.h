@@ -89,6 +89,12 @@ class NamedCollection {
     return add(std::move(object));
   }
 
+  /// The object of that name, to be changed; added with its kind's defaults when there is none.
+  T& edit_or_add(const std::string& name) {
+    T* existing = edit(name);
+    return existing != nullptr ? *existing : add_new(name);
+  }
+
   /// Adds an object, or puts it in the place of the one that has its name.
   T& put(T object) {
     const auto position = position_of(object.name);

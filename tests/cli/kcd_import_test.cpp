@@ -1,4 +1,6 @@
-#include <algorithm>
+#include <sys/resource.h>
+
+#include <csignal>
 #include <filesystem>
 
 #include "tests/cli/kcd_fixture.h"
@@ -16,6 +18,26 @@ using testing::whole_document;
 using testing::whole_document_messages;
 
 const auto* const version = "1.0.1073";
+
+/// Files that this process and its children write end at that size while this object lives.
+class FileSizeLimit {
+ public:
+  explicit FileSizeLimit(rlim_t bytes) : previous_handler_(std::signal(SIGXFSZ, SIG_IGN)) {
+    getrlimit(RLIMIT_FSIZE, &previous_);
+    const rlimit limit{bytes, previous_.rlim_max};
+    EXPECT_EQ(setrlimit(RLIMIT_FSIZE, &limit), 0);
+  }
+  FileSizeLimit(const FileSizeLimit&) = delete;
+  FileSizeLimit& operator=(const FileSizeLimit&) = delete;
+  ~FileSizeLimit() {
+    setrlimit(RLIMIT_FSIZE, &previous_);
+    std::signal(SIGXFSZ, previous_handler_);
+  }
+
+ private:
+  void (*previous_handler_)(int);
+  rlimit previous_{};
+};
 
 class KcdImport : public testing::KcdTest {
  protected:
@@ -210,6 +232,20 @@ TEST_F(KcdImport, ControlCharactersArePrintedAsBlanks) {
 
   const auto failed = import(bare_document("1&#10;2", "A"), {"--server", "memory:"});
   EXPECT_EQ(failed.errors, "Expected kcd document version '1.0.1073', but found version '1 2'.\n");
+}
+
+TEST_F(KcdImport, AnErrorThatDidNotStopTheRunIsAWarning) {
+  // What is lost of the copy is white space behind the document.
+  const auto text = bare_document(version, "Shop") + std::string(65536, '\n');
+  const auto document = folder.write("document.kcd", text);
+  const auto result = [&] {
+    const FileSizeLimit limit(16384);
+    return kcd({"import", document, "--server", "memory:"});
+  }();
+  EXPECT_EQ(result.exit_status, 0);
+  EXPECT_THAT(lines_of(result.output).back(), "Creating cubes");
+  EXPECT_THAT(result.errors, StartsWith("Error in writing to file " + folder.file("tmp")));
+  EXPECT_EQ(lines_of(result.errors).size(), 1U);
 }
 
 TEST_F(KcdImport, AnOutputThatCannotBeWrittenIsAFailure) {

@@ -67,7 +67,8 @@ std::vector<char*> pointers_to(std::vector<std::string>& texts) {
 std::vector<std::string> environment_of(const ProcessStart& start) {
   std::vector<std::string> entries;
   for (const auto& [name, value] : start.environment) {
-    entries.push_back(name + "=" + value);
+    entries.push_back(name);
+    entries.back().append("=").append(value);
   }
   for (char** entry = environ; *entry != nullptr; ++entry) {
     const std::string_view text(*entry);

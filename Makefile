@@ -5,9 +5,10 @@ JOBS ?= $(shell nproc)
 export CMAKE_GENERATOR ?= Ninja
 launcher = $(shell command -v ccache >/dev/null 2>&1 && echo -DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
 
-.PHONY: demo test build packages checks test-release test-asan bench clean
+.PHONY: demo test configure build packages checks test-release test-asan bench clean
 
-demo: build
+demo: configure
+	cmake --build --preset release -j $(JOBS) --target kcd
 	@scripts/demo build
 
 test: checks test-asan test-release
@@ -15,9 +16,11 @@ test: checks test-asan test-release
 packages:
 	@scripts/install-packages
 
-build: packages
+configure: packages
 	@mkdir -p build
 	@cmake --preset release $(launcher) >build/configure.log 2>&1 || (cat build/configure.log; exit 1)
+
+build: configure
 	cmake --build --preset release -j $(JOBS)
 
 test-release: build

@@ -5,7 +5,8 @@
 namespace importkcd {
 
 /// Receives the one-line progress messages of a run, in order. Messages are UTF-8 without a line
-/// end; names in them may hold control characters, which whoever shows a message replaces by blanks.
+/// end; names in them may hold control characters, which whoever shows a message replaces by
+/// blanks.
 class ProgressSink {
  public:
   virtual ~ProgressSink() = default;

@@ -9,8 +9,10 @@
 
 #include <array>
 #include <cerrno>
+#include <csignal>
 #include <string_view>
 #include <system_error>
+#include <utility>
 
 namespace importkcd::testing {
 namespace {
@@ -131,6 +133,54 @@ ProcessResult run_process(const ProcessStart& start) {
   result.output = start.output_file.empty() ? content_of(output) : "";
   result.errors = content_of(errors);
   return result;
+}
+
+RunningProcess::RunningProcess(const ProcessStart& start) {
+  std::array<int, 2> pipe_ends{-1, -1};
+  EXPECT_EQ(pipe2(pipe_ends.data(), O_CLOEXEC), 0) << std::generic_category().message(errno);
+  output_ = pipe_ends[0];
+  // The smaller, the earlier the program has to wait.
+  fcntl(output_, F_SETPIPE_SZ, 4096);
+  const Descriptor input(memory_file());
+  const Descriptor output(pipe_ends[1]);
+  const Descriptor errors(memory_file());
+  child_ = spawn(start, {input.number(), output.number(), errors.number()});
+}
+
+RunningProcess::~RunningProcess() {
+  kill();
+  close(output_);
+}
+
+void RunningProcess::read_until(std::string_view text) {
+  while (read_.find(text) == std::string::npos) {
+    if (!read_some()) {
+      ADD_FAILURE() << "the program ended without: " << text;
+      return;
+    }
+  }
+}
+
+void RunningProcess::kill() {
+  if (child_ > 0) {
+    ::kill(child_, SIGKILL);
+    exit_status_of(std::exchange(child_, -1));
+  }
+}
+
+int RunningProcess::finish() {
+  while (read_some()) {
+  }
+  return exit_status_of(std::exchange(child_, -1));
+}
+
+bool RunningProcess::read_some() {
+  std::array<char, 4096> buffer{};
+  const auto count = read(output_, buffer.data(), buffer.size());
+  if (count > 0) {
+    read_.append(buffer.data(), static_cast<std::size_t>(count));
+  }
+  return count > 0;
 }
 
 }  // namespace importkcd::testing

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -28,5 +29,30 @@ struct ProcessResult {
 
 /// Runs a program to its end. The test fails when it cannot be started.
 ProcessResult run_process(const ProcessStart& start);
+
+/// A program under way. Its output goes into a pipe that nobody empties but read_until() and
+/// finish(), so that a program with much to say waits in the middle of its work. Its standard input
+/// is empty, its errors are dropped. It is killed with this object.
+class RunningProcess {
+ public:
+  explicit RunningProcess(const ProcessStart& start);
+  ~RunningProcess();
+  RunningProcess(const RunningProcess&) = delete;
+  RunningProcess& operator=(const RunningProcess&) = delete;
+
+  /// Reads output until it holds this text. The test fails when the program ends before.
+  void read_until(std::string_view text);
+  /// Kills it with SIGKILL.
+  void kill();
+  /// Reads the rest of its output and gives its exit status, as ProcessResult tells it.
+  int finish();
+
+ private:
+  bool read_some();
+
+  int child_ = -1;
+  int output_ = -1;
+  std::string read_;
+};
 
 }  // namespace importkcd::testing

@@ -6,8 +6,8 @@
 
 namespace importkcd {
 
-/// Databases that live in this process. Several servers may share them, one after another or side by
-/// side in one thread.
+/// Databases that live in this process. Several servers may share them, one after another or side
+/// by side in one thread.
 class MemoryStorage;
 
 std::shared_ptr<MemoryStorage> make_memory_store();

@@ -38,8 +38,9 @@ class NamedCollection {
         unchanged_(std::exchange(other.unchanged_, 0)),
         index_(std::move(other.index_)) {}
   NamedCollection& operator=(const NamedCollection& other) {
-    NamedCollection copy(other);
-    *this = std::move(copy);
+    if (this != &other) {
+      *this = NamedCollection(other);
+    }
     return *this;
   }
   NamedCollection& operator=(NamedCollection&& other) noexcept {

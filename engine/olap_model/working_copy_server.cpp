@@ -1,6 +1,7 @@
 #include "engine/olap_model/working_copy_server.h"
 
 #include <algorithm>
+#include <array>
 #include <iterator>
 #include <utility>
 
@@ -15,7 +16,7 @@ struct WorkingCopyServer::OpenDatabase {
   bool stored = false;
   /// Lower-cased names of the dimensions that the stored cubes of a kind use; read when first
   /// asked.
-  std::optional<std::unordered_set<std::string>> dimensions_in_use[2];
+  std::array<std::optional<std::unordered_set<std::string>>, 2> dimensions_in_use;
 };
 
 namespace {
@@ -284,7 +285,7 @@ bool WorkingCopyServer::is_stored(const std::string& name) {
 
 bool WorkingCopyServer::uses_dimension(OpenDatabase& open, OlapCubeKind kind,
                                        const std::string& dimension) {
-  auto& in_use = open.dimensions_in_use[static_cast<std::size_t>(kind)];
+  auto& in_use = open.dimensions_in_use.at(static_cast<std::size_t>(kind));
   if (!in_use) {
     in_use.emplace();
     for (const auto& name : open.stored ? store_->dimensions_in_use(open.copy->name(), kind)

@@ -8,7 +8,6 @@ namespace {
 using testing::bare_document;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
-using ::testing::IsEmpty;
 using ::testing::Not;
 using ::testing::StartsWith;
 using testing::whole_document;

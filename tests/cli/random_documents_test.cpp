@@ -16,8 +16,6 @@
 namespace importkcd {
 namespace {
 
-using testing::ImportResult;
-
 std::string json_of(const OlapServerFactory& open_server) {
   const auto server = open_server("");
   server->connect("");

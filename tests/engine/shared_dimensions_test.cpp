@@ -683,7 +683,7 @@ TEST_F(SharedDimensions, EveryFailureOfALevelIsAnErrorAndTheDimensionIsNotWritte
   };
   int number = 0;
   for (const auto& [from, to, error] : cases) {
-    SCOPED_TRACE(from + " -> " + to);
+    SCOPED_TRACE(::testing::Message() << from << " -> " << to);
     const auto name = "Store" + std::to_string(++number);
     outcome = {true, ""};
     sink.messages.clear();

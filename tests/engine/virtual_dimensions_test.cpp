@@ -116,7 +116,7 @@ TEST_F(VirtualDimensions, NewOneIsCreatedWithAllItsProperties) {
 }
 
 TEST_F(VirtualDimensions, EveryChildElementIsADimensionInDocumentOrder) {
-  import("<!-- not an object --><other name=\"B\" description=\"\"><levels/></other>" +
+  import(R"(<!-- not an object --><other name="B" description=""><levels/></other>)" +
          dimension_text("A", ""));
   EXPECT_THAT(sink.messages,
               ElementsAre("Creating virtual dimensions", "Searching virtual dimension 'B'",
@@ -288,7 +288,7 @@ TEST_F(VirtualDimensions, EveryFailureOfALevelIsAnErrorAndTheNextDimensionsFollo
   };
   int number = 0;
   for (const auto& [from, to, error] : cases) {
-    SCOPED_TRACE(from + " -> " + to);
+    SCOPED_TRACE(::testing::Message() << from << " -> " << to);
     const auto name = "D" + std::to_string(++number);
     outcome = {true, ""};
     import(dimension_text(name, changed(size, from, to)) + dimension_text("After " + name, size));

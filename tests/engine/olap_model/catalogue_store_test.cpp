@@ -204,7 +204,7 @@ class CatalogueStore : public ::testing::Test {
     return opened_store(path, CatalogueAccess::read_only);
   }
 
-  SQLite::Database sqlite() const { return SQLite::Database(path, SQLite::OPEN_READWRITE, 1000); }
+  SQLite::Database sqlite() const { return {path, SQLite::OPEN_READWRITE, 1000}; }
 
   TemporaryFolder folder;
   std::string path = folder.file("server.olap");

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <clocale>
 
 namespace importkcd {
@@ -66,8 +67,9 @@ TEST(SameName, DifferentNamesDiffer) {
 }
 
 TEST(SameName, AgreesWithLowerCasing) {
-  const std::string_view names[] = {"Store", "STORE",  "stor", "GRÖßE", "größe",   "Größe",  "",
-                                    "k",     "\u212A", "\xFF", "\xC3",  "\u023AB", "\u2C65b"};
+  const std::array<std::string_view, 13> names{"Store", "STORE",   "stor",   "GRÖßE",  "größe",
+                                               "Größe", "",        "k",      "\u212A", "\xFF",
+                                               "\xC3",  "\u023AB", "\u2C65b"};
   for (const auto left : names) {
     for (const auto right : names) {
       EXPECT_EQ(same_name(left, right), lower_cased(left) == lower_cased(right))

@@ -6,7 +6,7 @@
 #include <string_view>
 
 #include "cli/connection_text_file.h"
-#include "cli/printable_text.h"
+#include "engine/printable_text.h"
 #include "engine/import_olapdb_from_kcd_doc.h"
 #include "engine/olap_model/import_error.h"
 #include "engine/olap_model/name_folding.h"

@@ -6,7 +6,7 @@
 
 #include "cli/argument_list.h"
 #include "cli/import_command.h"
-#include "cli/printable_text.h"
+#include "engine/printable_text.h"
 #include "cli/show_command.h"
 #include "engine/olap_model/server_choice.h"
 

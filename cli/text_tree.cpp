@@ -5,7 +5,7 @@
 
 #include <ostream>
 
-#include "cli/printable_text.h"
+#include "engine/printable_text.h"
 
 namespace importkcd {
 namespace {

@@ -1,0 +1,45 @@
+#include "pickers/qt/dialog_parts.h"
+
+#include <QDialogButtonBox>
+#include <QFontMetrics>
+#include <QListWidget>
+#include <QPushButton>
+
+namespace importkcd {
+namespace {
+
+/// A list's size in average letters and in lines.
+constexpr int list_letters = 60;
+constexpr int list_lines = 14;
+
+void name_button(QPushButton& button, const QString& object_name, const QString& description) {
+  button.setObjectName(object_name);
+  button.setAccessibleName(button.text().remove(QLatin1Char('&')));
+  button.setAccessibleDescription(description);
+}
+
+}  // namespace
+
+void set_up_list(QListWidget& list, const QString& object_name, const QString& accessible_name,
+                 const QString& accessible_description) {
+  list.setObjectName(object_name);
+  list.setAccessibleName(accessible_name);
+  list.setAccessibleDescription(accessible_description);
+  list.setUniformItemSizes(true);
+  list.setSpacing(1);
+  const QFontMetrics metrics(list.font());
+  list.setMinimumSize(list_letters * metrics.averageCharWidth(),
+                      list_lines * metrics.lineSpacing());
+}
+
+QDialogButtonBox* make_ok_and_cancel(const QString& ok_description) {
+  auto* buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel);
+  QPushButton* ok = buttons->button(QDialogButtonBox::Ok);
+  ok->setDefault(true);
+  name_button(*ok, QStringLiteral("cmdOk"), ok_description);
+  name_button(*buttons->button(QDialogButtonBox::Cancel), QStringLiteral("cmdCancel"),
+              QObject::tr("Closes the dialog without a choice"));
+  return buttons;
+}
+
+}  // namespace importkcd

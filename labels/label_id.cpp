@@ -1,0 +1,77 @@
+#include "labels/label_id.h"
+
+#include <algorithm>
+#include <limits>
+#include <string>
+
+#include "engine/olap_model/import_error.h"
+#include "labels/labels_connection.h"
+
+namespace importkcd {
+namespace {
+
+using Limits = std::numeric_limits<std::int16_t>;
+
+std::string_view without_blanks(std::string_view text) {
+  text.remove_prefix(std::min(text.find_first_not_of(' '), text.size()));
+  return text.substr(0, text.find_last_not_of(' ') + 1);
+}
+
+std::string_view take_digits(std::string_view& text) {
+  const auto digits = text.substr(0, text.find_first_not_of("0123456789"));
+  text.remove_prefix(digits.size());
+  return digits;
+}
+
+[[noreturn]] void fail_out_of_range(std::string_view text) {
+  constexpr std::size_t shown = 40;
+  throw ImportError("Label ID " + std::string(text.substr(0, shown)) +
+                        (text.size() > shown ? "..." : "") + " is out of range (" +
+                        std::to_string(Limits::min()) + " to " + std::to_string(Limits::max()) +
+                        ")",
+                    error_source::labels_database);
+}
+
+/// Whether a whole number with these decimals is rounded away from zero.
+bool rounds_away(int whole, std::string_view decimals) {
+  if (decimals.empty() || decimals.front() != '5') {
+    return !decimals.empty() && decimals.front() > '5';
+  }
+  const bool is_half = decimals.find_first_not_of('0', 1) == std::string_view::npos;
+  return !is_half || whole % 2 != 0;
+}
+
+}  // namespace
+
+std::optional<std::int16_t> label_id(std::string_view text) {
+  constexpr std::size_t most_digits = 5;
+  const auto number = without_blanks(text);
+  auto rest = number;
+  const bool negative = rest.substr(0, 1) == "-";
+  if (negative || rest.substr(0, 1) == "+") {
+    rest.remove_prefix(1);
+  }
+  auto digits = take_digits(rest);
+  std::string_view decimals;
+  const bool has_whole = !digits.empty();
+  if (rest.substr(0, 1) == ".") {
+    rest.remove_prefix(1);
+    decimals = take_digits(rest);
+  }
+  if (!rest.empty() || (!has_whole && decimals.empty())) {
+    return std::nullopt;
+  }
+  digits.remove_prefix(std::min(digits.find_first_not_of('0'), digits.size()));
+  if (digits.size() > most_digits) {
+    fail_out_of_range(number);
+  }
+  int whole = digits.empty() ? 0 : std::stoi(std::string(digits));
+  whole += rounds_away(whole, decimals) ? 1 : 0;
+  const int id = negative ? -whole : whole;
+  if (id < Limits::min() || id > Limits::max()) {
+    fail_out_of_range(number);
+  }
+  return static_cast<std::int16_t>(id);
+}
+
+}  // namespace importkcd

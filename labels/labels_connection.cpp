@@ -1,0 +1,39 @@
+#include "labels/labels_connection.h"
+
+#include "labels/odbc_connection.h"
+#include "labels/odbc_connection_string.h"
+#include "labels/sql_server_address.h"
+#include "labels/sqlite_connection.h"
+
+namespace importkcd {
+namespace {
+
+constexpr std::string_view sqlite_prefix = "sqlite:";
+constexpr std::string_view odbc_prefix = "odbc:";
+
+bool begins_with(std::string_view text, std::string_view beginning) {
+  return text.substr(0, beginning.size()) == beginning;
+}
+
+}  // namespace
+
+std::unique_ptr<LabelsConnection> open_labels_connection(const LabelsLogin& login) {
+  const std::string_view server = login.server;
+  if (begins_with(server, sqlite_prefix)) {
+    return open_sqlite_labels(std::string(server.substr(sqlite_prefix.size())));
+  }
+  if (begins_with(server, odbc_prefix)) {
+    return open_odbc_labels(completed_connection_string(server.substr(odbc_prefix.size()), login),
+                            login.timeouts);
+  }
+  return open_odbc_labels(sql_server_connection_string(login), login.timeouts);
+}
+
+std::string shown_labels_server(std::string_view server) {
+  if (!begins_with(server, odbc_prefix)) {
+    return std::string(server);
+  }
+  return std::string(odbc_prefix) + without_passwords(server.substr(odbc_prefix.size()));
+}
+
+}  // namespace importkcd

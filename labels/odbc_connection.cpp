@@ -1,0 +1,173 @@
+#include "labels/odbc_connection.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdint>
+#include <limits>
+#include <utility>
+
+#include "engine/olap_model/import_error.h"
+#include "engine/olap_model/name_folding.h"
+#include "labels/odbc_handle.h"
+#include "labels/utf16_text.h"
+
+namespace importkcd {
+namespace {
+
+/// ODBC takes numbers as attribute values in the place of a pointer.
+SQLPOINTER as_pointer(std::int64_t number) {
+  // NOLINTNEXTLINE(performance-no-int-to-ptr)
+  return reinterpret_cast<SQLPOINTER>(number);
+}
+
+class OdbcRows : public LabelRows {
+ public:
+  explicit OdbcRows(std::unique_ptr<OdbcHandle> statement) : statement_(std::move(statement)) {
+    SQLSMALLINT count = 0;
+    statement_->check(SQLNumResultCols(statement_->get(), &count));
+    for (SQLSMALLINT i = 1; i <= count; ++i) {
+      names_.push_back(column_name(i));
+    }
+  }
+
+  bool next() override {
+    return !names_.empty() && statement_->check(SQLFetch(statement_->get())) != SQL_NO_DATA;
+  }
+
+  std::size_t column(std::string_view name) const override {
+    const auto found = std::find_if(names_.begin(), names_.end(), [name](const std::string& other) {
+      return same_name(other, name);
+    });
+    if (found == names_.end()) {
+      throw ImportError("no such column: " + std::string(name), error_source::labels_database);
+    }
+    return static_cast<std::size_t>(found - names_.begin());
+  }
+
+  /// Reads in pieces: the declared length of a column says nothing about its values.
+  std::optional<std::string> text(std::size_t column) override {
+    std::u16string value;
+    SQLLEN length = 0;
+    while (read_piece(column, length) != SQL_NO_DATA) {
+      if (length == SQL_NULL_DATA) {
+        return std::nullopt;
+      }
+      constexpr std::size_t most = piece_units - 1;
+      const bool truncated =
+          length == SQL_NO_TOTAL || static_cast<std::size_t>(length) / sizeof(SQLWCHAR) > most;
+      value.append(reinterpret_cast<const char16_t*>(piece_.data()),
+                   truncated ? most : static_cast<std::size_t>(length) / sizeof(SQLWCHAR));
+      if (!truncated) {
+        break;
+      }
+    }
+    return utf8_text(value);
+  }
+
+ private:
+  static constexpr std::size_t piece_units = 4096;
+
+  std::string column_name(SQLSMALLINT number) {
+    SQLSMALLINT bytes = 0;
+    statement_->check(SQLColAttributeW(statement_->get(), static_cast<SQLUSMALLINT>(number),
+                                       SQL_DESC_LABEL, piece_.data(),
+                                       static_cast<SQLSMALLINT>(sizeof(piece_)), &bytes, nullptr));
+    const auto units = std::min(static_cast<std::size_t>(bytes) / sizeof(SQLWCHAR), piece_units);
+    return utf8_text({reinterpret_cast<const char16_t*>(piece_.data()), units});
+  }
+
+  SQLRETURN read_piece(std::size_t column, SQLLEN& length) {
+    return statement_->check(SQLGetData(statement_->get(), static_cast<SQLUSMALLINT>(column + 1),
+                                        SQL_C_WCHAR, piece_.data(),
+                                        static_cast<SQLLEN>(sizeof(piece_)), &length));
+  }
+
+  std::unique_ptr<OdbcHandle> statement_;
+  std::vector<std::string> names_;
+  std::array<SQLWCHAR, piece_units> piece_{};
+};
+
+/// An environment that speaks ODBC 3.
+class OdbcEnvironment {
+ public:
+  OdbcEnvironment() : handle_(SQL_HANDLE_ENV, SQL_NULL_HANDLE) {
+    handle_.check(SQLSetEnvAttr(handle_.get(), SQL_ATTR_ODBC_VERSION, as_pointer(SQL_OV_ODBC3), 0));
+  }
+  SQLHANDLE get() const { return handle_.get(); }
+
+ private:
+  OdbcHandle handle_;
+};
+
+class OdbcLabels : public LabelsConnection {
+ public:
+  OdbcLabels(const std::string& connection_string, const LabelsTimeouts& timeouts)
+      : connection_(SQL_HANDLE_DBC, environment_.get()), timeouts_(timeouts) {
+    connection_.check(SQLSetConnectAttr(connection_.get(), SQL_ATTR_LOGIN_TIMEOUT,
+                                        as_pointer(timeouts.connecting.count()), SQL_IS_UINTEGER));
+    OdbcText text(connection_string);
+    if (text.units() > std::numeric_limits<SQLSMALLINT>::max()) {
+      throw ImportError("The connection string is too long", error_source::labels_database);
+    }
+    connection_.check(SQLDriverConnectW(connection_.get(), nullptr, text.data(),
+                                        static_cast<SQLSMALLINT>(text.units()), nullptr, 0, nullptr,
+                                        SQL_DRIVER_NOPROMPT));
+  }
+  ~OdbcLabels() override { SQLDisconnect(connection_.get()); }
+  OdbcLabels(const OdbcLabels&) = delete;
+  OdbcLabels& operator=(const OdbcLabels&) = delete;
+
+  std::vector<std::string> catalogs() override {
+    auto statement = new_statement();
+    OdbcText all("%");
+    OdbcText none("");
+    statement->check(SQLTablesW(statement->get(), all.data(), SQL_NTS, none.data(), 0, none.data(),
+                                0, none.data(), 0));
+    OdbcRows rows(std::move(statement));
+    std::vector<std::string> names;
+    while (rows.next()) {
+      names.push_back(rows.text(0).value_or(""));
+    }
+    return names;
+  }
+
+  void use_database(const std::string& name) override {
+    if (name.empty()) {
+      throw ImportError("No database is chosen", error_source::labels_database);
+    }
+    OdbcText text(name);
+    connection_.check(SQLSetConnectAttrW(connection_.get(), SQL_ATTR_CURRENT_CATALOG, text.data(),
+                                         static_cast<SQLINTEGER>(text.units() * sizeof(SQLWCHAR))));
+  }
+
+  std::unique_ptr<LabelRows> execute(const std::string& statement_text) override {
+    auto statement = new_statement();
+    OdbcText text(statement_text);
+    statement->check(
+        SQLExecDirectW(statement->get(), text.data(), static_cast<SQLINTEGER>(text.units())));
+    return std::make_unique<OdbcRows>(std::move(statement));
+  }
+
+ private:
+  std::unique_ptr<OdbcHandle> new_statement() const {
+    auto statement = std::make_unique<OdbcHandle>(SQL_HANDLE_STMT, connection_.get());
+    // Drivers without such a limit say so; that is no reason to do without their data.
+    SQLSetStmtAttr(statement->get(), SQL_ATTR_QUERY_TIMEOUT,
+                   as_pointer(timeouts_.answering.count()), SQL_IS_UINTEGER);
+    SQLSetStmtAttr(statement->get(), SQL_ATTR_NOSCAN, as_pointer(SQL_NOSCAN_ON), SQL_IS_UINTEGER);
+    return statement;
+  }
+
+  OdbcEnvironment environment_;
+  OdbcHandle connection_;
+  LabelsTimeouts timeouts_;
+};
+
+}  // namespace
+
+std::unique_ptr<LabelsConnection> open_odbc_labels(const std::string& connection_string,
+                                                   const LabelsTimeouts& timeouts) {
+  return std::make_unique<OdbcLabels>(connection_string, timeouts);
+}
+
+}  // namespace importkcd

@@ -1,0 +1,111 @@
+#include "labels/sqlite_connection.h"
+
+#include <SQLiteCpp/SQLiteCpp.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <utility>
+
+#include "engine/olap_model/import_error.h"
+#include "engine/olap_model/name_folding.h"
+
+namespace importkcd {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr const char* extension = ".db";
+
+[[noreturn]] void fail(const std::string& description) {
+  throw ImportError(description, error_source::labels_database);
+}
+
+class SqliteRows : public LabelRows {
+ public:
+  explicit SqliteRows(SQLite::Statement statement) : statement_(std::move(statement)) {}
+
+  bool next() override {
+    try {
+      return statement_.executeStep();
+    } catch (const SQLite::Exception& error) {
+      fail(error.what());
+    }
+  }
+
+  std::size_t column(std::string_view name) const override {
+    for (int i = 0; i < statement_.getColumnCount(); ++i) {
+      if (same_name(statement_.getColumnName(i), name)) {
+        return static_cast<std::size_t>(i);
+      }
+    }
+    fail("no such column: " + std::string(name));
+  }
+
+  std::optional<std::string> text(std::size_t column) override {
+    try {
+      const auto value = statement_.getColumn(static_cast<int>(column));
+      return value.isNull() ? std::nullopt : std::optional(value.getString());
+    } catch (const SQLite::Exception& error) {
+      fail(error.what());
+    }
+  }
+
+ private:
+  SQLite::Statement statement_;
+};
+
+class SqliteLabels : public LabelsConnection {
+ public:
+  explicit SqliteLabels(fs::path folder) : folder_(std::move(folder)) { catalogs(); }
+
+  std::vector<std::string> catalogs() override {
+    std::vector<std::string> names;
+    try {
+      for (const auto& entry : fs::directory_iterator(folder_)) {
+        if (entry.path().extension() == extension && entry.is_regular_file()) {
+          names.push_back(entry.path().stem().string());
+        }
+      }
+    } catch (const fs::filesystem_error& error) {
+      fail("Cannot read the folder '" + folder_.string() + "': " + error.code().message());
+    }
+    std::sort(names.begin(), names.end());
+    return names;
+  }
+
+  void use_database(const std::string& name) override {
+    const auto names = catalogs();
+    if (std::find(names.begin(), names.end(), name) == names.end()) {
+      fail("There is no database '" + name + "' in the folder '" + folder_.string() + "'");
+    }
+    try {
+      database_ = std::make_unique<SQLite::Database>((folder_ / (name + extension)).string(),
+                                                     SQLite::OPEN_READONLY);
+    } catch (const SQLite::Exception& error) {
+      fail(error.what());
+    }
+  }
+
+  std::unique_ptr<LabelRows> execute(const std::string& statement) override {
+    if (database_ == nullptr) {
+      fail("No database is chosen");
+    }
+    try {
+      return std::make_unique<SqliteRows>(SQLite::Statement(*database_, statement));
+    } catch (const SQLite::Exception& error) {
+      fail(error.what());
+    }
+  }
+
+ private:
+  fs::path folder_;
+  std::unique_ptr<SQLite::Database> database_;
+};
+
+}  // namespace
+
+std::unique_ptr<LabelsConnection> open_sqlite_labels(const std::string& folder) {
+  return std::make_unique<SqliteLabels>(folder);
+}
+
+}  // namespace importkcd

@@ -1,0 +1,14 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "labels/labels_connection.h"
+
+namespace importkcd {
+
+/// The embedded labels server: every file *.db of a folder is a database, opened read-only, named
+/// without its extension. Throws ImportError when the folder cannot be read.
+std::unique_ptr<LabelsConnection> open_sqlite_labels(const std::string& folder);
+
+}  // namespace importkcd

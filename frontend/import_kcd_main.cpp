@@ -1,0 +1,95 @@
+// The program ImportKCD: the main window, filled and started from the command line.
+
+#include <QApplication>
+#include <cstdio>
+#include <exception>
+#include <iostream>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "engine/olap_model/server_choice.h"
+#include "frontend/command_line.h"
+#include "frontend/output_file_name.h"
+#include "frontend/start_up_error.h"
+#include "frontend/time_stamp.h"
+#include "frontend/window/headless.h"
+#include "frontend/window/main_window.h"
+#include "frontend/window/qt_dialogs.h"
+
+namespace importkcd {
+namespace {
+
+OlapServerFactory servers(ServerAccess access) {
+  return [access](std::string_view machine) { return make_olap_server(machine, access); };
+}
+
+std::unique_ptr<Dialogs> make_dialogs(bool headless) {
+  if (headless) {
+    return std::make_unique<HeadlessDialogs>(std::cerr);
+  }
+  return std::make_unique<QtDialogs>(servers(ServerAccess::read_only));
+}
+
+WindowServices make_services(bool headless) {
+  WindowServices services;
+  services.open_server = servers(ServerAccess::read_write);
+  services.open_labels = open_labels_connection;
+  services.computer_name = this_computer_name();
+  services.time_stamp = current_time_stamp;
+  services.today = local_date;
+  services.headless = headless;
+  if (headless) {
+    services.copy_status_line = [](const std::string& line) {
+      std::cout << line << '\n' << std::flush;
+    };
+  }
+  return services;
+}
+
+/// Runs the program to the end of its window; gives the exit status.
+int run(const std::string& command_line) {
+  const bool headless = is_headless();
+  const auto dialogs = make_dialogs(headless);
+  frmImportKCDMain window(*dialogs, make_services(headless));
+  try {
+    window.Form_Load(command_line);
+  } catch (const StartUpError& error) {
+    dialogs->show_message(nullptr,
+                          {MessageIcon::critical, std::string(application_title), error.what()});
+    return 1;
+  }
+  if (headless && !window.is_unattended()) {
+    dialogs->show_message(
+        nullptr,
+        {MessageIcon::critical, std::string(application_title),
+         "There is no display for the window. Without one, a run is started by the options 'file' "
+         "and 'machine'."});
+    return 1;
+  }
+  window.unloaded = [] { QCoreApplication::quit(); };
+  window.show();
+  QCoreApplication::exec();
+  return window.exit_status();
+}
+
+}  // namespace
+}  // namespace importkcd
+
+int main(int argument_count, char** arguments) {
+  const std::vector<std::string> texts(arguments + (argument_count > 0 ? 1 : 0),
+                                       arguments + argument_count);
+  importkcd::choose_platform();
+  try {
+    // Qt takes options for its own use from what it is given: none of them is meant for it here.
+    int program_name_only = argument_count > 0 ? 1 : 0;
+    const QApplication application(program_name_only, arguments);
+    QApplication::setApplicationName(QStringLiteral("ImportKCD"));
+    return importkcd::run(importkcd::join_command_line(texts));
+  } catch (const std::exception& error) {
+    std::fputs("ImportKCD: ", stderr);
+    std::fputs(error.what(), stderr);
+    std::fputc('\n', stderr);
+  }
+  return 1;
+}

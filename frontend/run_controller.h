@@ -1,0 +1,102 @@
+#pragma once
+
+#include <string>
+
+#include "engine/olap_model/olap_server.h"
+#include "engine/progress_sink.h"
+#include "frontend/hidden_settings.h"
+#include "frontend/kci_converter.h"
+#include "frontend/output_file.h"
+#include "frontend/run_view.h"
+#include "frontend/status_extent.h"
+
+namespace importkcd {
+
+/// What the run controller needs of the world outside of the window.
+struct RunServices {
+  /// Makes the OLAP server of the server box's text.
+  OlapServerFactory open_server;
+  /// This computer's name, which stands for "(local)" as a data warehouse server.
+  std::string computer_name;
+  /// Gives the time stamps of the output file.
+  TimeStampSource time_stamp;
+};
+
+/// What happens between a click on Import and the end of one import.
+///
+/// The controller is driven from the window's thread only. Import stays usable during a run, so
+/// that every operation may be called again from within RunView::process_pending_events; a nested
+/// run takes over the output file and clears ImportRunning when it ends. The window is never closed
+/// under a run: a close that is asked for meanwhile is carried out once, after the outermost run
+/// has returned. No operation throws.
+class RunController : public ProgressSink, public NotificationSink {
+ public:
+  /// `view`, `settings` and `converter` must outlive the controller.
+  RunController(RunView& view, HiddenSettings& settings, KciConverter& converter,
+                RunServices services);
+
+  /// The window was activated. Starts the run of an unattended start, once, and closes the window
+  /// after it unless HiddenSettings::KeepOpen holds.
+  void Form_Activate();
+
+  /// A whole run: validation, conversion of a label-reference file, import, report.
+  ///
+  /// A status file that cannot be written is an error nothing traps: a message box shows it and the
+  /// program ends (the window is closed).
+  void cmdImport_Click();
+
+  /// Closes the window unless ImportRunning.
+  void cmdCancel_Click();
+
+  /// Asked by the window's close event. True: the window may close now. False: a run is under way,
+  /// the event is to be ignored, and RunView::close_window will be called after the run.
+  bool may_close();
+
+  /// Adds one status line to the list and the output file, then lets pending window events run. In
+  /// an unattended start whose run has not begun the list is left alone.
+  void PutProgressMsg(const std::string& strMessage);
+
+  /// Reports a field error: a status line "Error : MESSAGE" and a message box "CAPTION : MESSAGE".
+  void ShowFieldError(const std::string& caption, const std::string& message);
+
+  /// The engine's messages arrive here.
+  void put_progres_message(const std::string& message) override { PutProgressMsg(message); }
+  void show_message(const std::string& text) override;
+
+  /// True while the engine's `make` executes (but see nested runs above).
+  bool ImportRunning() const { return import_running_; }
+  /// Whether the last run that reached the engine succeeded; false before the first.
+  bool LastRunSucceeded() const { return last_run_succeeded_; }
+
+  /// The program's exit status: 1 when the start was an unattended one whose run did not succeed
+  /// (or never began), 0 otherwise.
+  int exit_status() const;
+
+ private:
+  /// Counts the runs on the stack; the outermost one closes the window if that was asked for.
+  class Nesting;
+
+  void run_once();
+  bool inputs_are_valid();
+  void RunImport(const std::string& document_file_name);
+  void import_document(const std::string& document_file_name);
+  bool open_output_file();
+  void report_failure(const std::string& last_error);
+
+  RunView& view_;
+  HiddenSettings& settings_;
+  KciConverter& converter_;
+  RunServices services_;
+  OutputFile output_file_;
+  StatusExtent status_extent_;
+  int runs_on_stack_ = 0;
+  bool close_requested_ = false;
+  bool import_running_ = false;
+  bool last_run_succeeded_ = false;
+  bool unattended_ = false;
+  bool unattended_run_succeeded_ = false;
+  /// An error that nothing traps was met.
+  bool untrapped_error_ = false;
+};
+
+}  // namespace importkcd

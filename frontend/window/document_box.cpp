@@ -1,0 +1,94 @@
+#include "frontend/window/document_box.h"
+
+#include <QCheckBox>
+#include <QRadioButton>
+#include <array>
+
+#include "frontend/output_file_name.h"
+#include "frontend/window/set_control_enabled.h"
+
+namespace importkcd {
+namespace {
+
+using namespace control;
+
+struct Companions {
+  ControlName check_box;
+  std::array<ControlName, 2> controls;
+};
+
+constexpr std::array all_companions{
+    Companions{cbAltDWServer, {txtDatawarehouseServer, cmdBrowseDWServer}},
+    Companions{cbAltOLAPDatabase, {txtOLAPDatabase, cmdBrowseOLAPDatabase}},
+    Companions{cbOutputFile, {txtOutputFile, cmdBrowseOutputFile}},
+    Companions{cbReplacePattern, {txtReplacePatternFrom, txtReplacePatternTo}}};
+
+/// Of the labels group: what is switched plainly, and what changes its look as well.
+constexpr std::array plain_labels_controls{
+    lblServer, optSecureLogin, optSQLLogin, lblSQLUsername, lblSQLPassword, lblDB, lblLanguage};
+constexpr std::array looking_labels_controls{txtServer,      cmdServer, txtSQLUsername,
+                                             txtSQLPassword, cmbDB,     cmbLanguage};
+
+void switch_labels_group(const WindowControls& controls, bool on) {
+  for (const ControlName name : plain_labels_controls) {
+    controls.widget(name).setEnabled(on);
+  }
+  for (const ControlName name : looking_labels_controls) {
+    SetControlEnabled(controls.widget(name), on);
+  }
+}
+
+}  // namespace
+
+void DocumentBox::txtKCDFilename_LostFocus() {
+  const std::string document = controls_.text(txtKCDFilename);
+  KciInput = is_kci_name(document);
+  switch_labels_group(controls_, KciInput);
+  if (KciInput) {
+    controls_.as<QRadioButton>(optSQLLogin).setChecked(true);
+    SetLoginMode(controls_, optSQLLogin);
+  }
+  DeriveOutputFileName();
+  const SingleCompanyRule rule = single_company_rule(document);
+  if (rule != SingleCompanyRule::leave) {
+    controls_.as<QCheckBox>(cbReplacePattern).setChecked(rule == SingleCompanyRule::check);
+    switch_companions(controls_, cbReplacePattern);
+  }
+}
+
+void DocumentBox::DeriveOutputFileName() const {
+  if (const auto name = importkcd::DeriveOutputFileName(controls_.text(txtKCDFilename), today_())) {
+    controls_.set_text(txtOutputFile, *name);
+  }
+}
+
+void switch_companions(const WindowControls& controls, ControlName check_box) {
+  for (const auto& companions : all_companions) {
+    if (companions.check_box == check_box) {
+      for (const ControlName name : companions.controls) {
+        SetControlEnabled(controls.widget(name), controls.is_on(check_box));
+      }
+    }
+  }
+}
+
+void SetLoginMode(const WindowControls& controls, ControlName option_button) {
+  enable_sql_login(controls, option_button == optSQLLogin);
+}
+
+void enable_sql_login(const WindowControls& controls, bool enabled) {
+  controls.widget(lblSQLUsername).setEnabled(enabled);
+  controls.widget(lblSQLPassword).setEnabled(enabled);
+  SetControlEnabled(controls.widget(txtSQLUsername), enabled);
+  SetControlEnabled(controls.widget(txtSQLPassword), enabled);
+}
+
+void switch_labels_group_off(const WindowControls& controls) {
+  for (const ControlName name :
+       {lblServer, txtServer, cmdServer, optSecureLogin, optSQLLogin, lblSQLUsername,
+        txtSQLUsername, lblSQLPassword, txtSQLPassword, lblDB, cmbDB, lblLanguage, cmbLanguage}) {
+    SetControlEnabled(controls.widget(name), false);
+  }
+}
+
+}  // namespace importkcd

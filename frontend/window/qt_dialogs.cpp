@@ -1,0 +1,109 @@
+#include "frontend/window/qt_dialogs.h"
+
+#include <QApplication>
+#include <QDesktopServices>
+#include <QFileDialog>
+#include <QFileInfo>
+#include <QMessageBox>
+#include <QUrl>
+#include <utility>
+
+#include "pickers/qt/browse_for_computer.h"
+#include "pickers/qt/search_olap_db.h"
+
+namespace importkcd {
+namespace {
+
+/// The arrow, while a message that can be clicked away is shown over the hourglass of a run.
+class ArrowPointer {
+ public:
+  ArrowPointer() { QApplication::setOverrideCursor(Qt::ArrowCursor); }
+  ~ArrowPointer() { QApplication::restoreOverrideCursor(); }
+  ArrowPointer(const ArrowPointer&) = delete;
+  ArrowPointer& operator=(const ArrowPointer&) = delete;
+};
+
+QMessageBox::Icon qt_icon(MessageIcon icon) {
+  switch (icon) {
+    case MessageIcon::exclamation:
+      return QMessageBox::Warning;
+    case MessageIcon::critical:
+      return QMessageBox::Critical;
+    case MessageIcon::none:
+      break;
+  }
+  return QMessageBox::NoIcon;
+}
+
+QMessageBox::StandardButton show_box(QWidget* owner, const MessageBox& box,
+                                     QMessageBox::StandardButtons buttons,
+                                     QMessageBox::StandardButton safe) {
+  const ArrowPointer arrow;
+  QMessageBox message(qt_icon(box.icon), QString::fromStdString(box.title),
+                      QString::fromStdString(box.text).remove(QLatin1Char('\r')), buttons, owner);
+  // Names in a message are no markup.
+  message.setTextFormat(Qt::PlainText);
+  message.setDefaultButton(safe);
+  return static_cast<QMessageBox::StandardButton>(message.exec());
+}
+
+}  // namespace
+
+QtDialogs::QtDialogs(OlapServerFactory browse_server) : browse_server_(std::move(browse_server)) {}
+
+void QtDialogs::show_message(QWidget* owner, const MessageBox& box) {
+  show_box(owner, box, QMessageBox::Ok, QMessageBox::Ok);
+}
+
+bool QtDialogs::ask_yes_no(QWidget* owner, const MessageBox& box) {
+  return show_box(owner, box, QMessageBox::Yes | QMessageBox::No, QMessageBox::No) ==
+         QMessageBox::Yes;
+}
+
+std::string QtDialogs::open_file(QWidget* owner, const OpenFileRequest& request) {
+  const QString start = QString::fromStdString(request.start);
+  QFileDialog dialog(owner, QString::fromStdString(request.title), QFileInfo(start).path(),
+                     QString::fromStdString(qt_name_filter(request.filter)));
+  dialog.setAcceptMode(QFileDialog::AcceptOpen);
+  dialog.setFileMode(request.must_exist ? QFileDialog::ExistingFile : QFileDialog::AnyFile);
+  dialog.setDefaultSuffix(QString::fromStdString(request.default_suffix));
+  // The description names the patterns already.
+  dialog.setOption(QFileDialog::HideNameFilterDetails);
+  if (dialog.exec() != QDialog::Accepted || dialog.selectedFiles().isEmpty()) {
+    return {};
+  }
+  return dialog.selectedFiles().constFirst().toStdString();
+}
+
+std::string QtDialogs::browse_for_computer(QWidget* owner, const std::string& title) {
+  return BrowseForComputer(owner, title);
+}
+
+std::optional<std::string> QtDialogs::pick_database(QWidget* owner, const std::string& server) {
+  frmSearchOLAPDB picker(browse_server_);
+  if (!picker.ShowDBs(server, owner)) {
+    return std::nullopt;
+  }
+  return picker.SelectedOLAPDB();
+}
+
+void QtDialogs::start_viewer(const std::string& file_name) {
+  // The viewer runs in a folder of its own.
+  const QFileInfo file(QString::fromStdString(file_name));
+  QDesktopServices::openUrl(QUrl::fromLocalFile(file.absoluteFilePath()));
+}
+
+std::string qt_name_filter(const std::string& filter) {
+  const std::size_t bar = filter.find('|');
+  if (bar == std::string::npos) {
+    return filter;
+  }
+  std::string patterns = filter.substr(bar + 1);
+  std::erase(patterns, ' ');
+  for (char& character : patterns) {
+    character = character == ';' ? ' ' : character;
+  }
+  return filter.substr(0, bar) + " (" + patterns + ")";
+}
+
+}  // namespace importkcd

@@ -1,0 +1,164 @@
+#include "frontend/window/status_list.h"
+
+#include <QPaintEvent>
+#include <QPainter>
+#include <QScrollBar>
+#include <algorithm>
+
+namespace importkcd {
+
+StatusList::StatusList(QWidget* parent) : QListView(parent), lines_(this) {
+  setModel(&lines_);
+  setFrameShape(QFrame::NoFrame);
+  setEditTriggers(QAbstractItemView::NoEditTriggers);
+  setSelectionMode(QAbstractItemView::SingleSelection);
+  setVerticalScrollMode(QAbstractItemView::ScrollPerPixel);
+  setHorizontalScrollMode(QAbstractItemView::ScrollPerPixel);
+  setTextElideMode(Qt::ElideNone);
+  setUniformItemSizes(true);
+}
+
+void StatusList::add_line(const QString& line) {
+  lines_.append(line);
+  setCurrentIndex(lines_.index(line_count() - 1, 0));
+}
+
+void StatusList::set_horizontal_extent(int pixels) {
+  if (horizontal_extent_ != pixels) {
+    horizontal_extent_ = pixels;
+    updateGeometries();
+    viewport()->update();
+  }
+}
+
+void StatusList::set_top_band(int pixels) {
+  setViewportMargins(0, pixels, 0, 0);
+  // The scroll bar would reach into the band.
+  auto* spacer = new QWidget(this);
+  spacer->setFixedHeight(pixels);
+  addScrollBarWidget(spacer, Qt::AlignTop);
+}
+
+int StatusList::line_height() const { return fontMetrics().height() + 2; }
+
+QRect StatusList::visualRect(const QModelIndex& index) const {
+  if (!index.isValid()) {
+    return {};
+  }
+  return {-horizontalOffset(), index.row() * line_height() - verticalOffset(),
+          std::max(horizontal_extent_, viewport()->width()), line_height()};
+}
+
+QModelIndex StatusList::indexAt(const QPoint& point) const {
+  return lines_.index((point.y() + verticalOffset()) / line_height(), 0);
+}
+
+void StatusList::scrollTo(const QModelIndex& index, ScrollHint /*hint*/) {
+  const QRect line = visualRect(index);
+  auto* bar = verticalScrollBar();
+  if (line.top() < 0) {
+    bar->setValue(bar->value() + line.top());
+  } else if (line.bottom() >= viewport()->height()) {
+    bar->setValue(bar->value() + line.bottom() + 1 - viewport()->height());
+  }
+}
+
+void StatusList::doItemsLayout() { QAbstractItemView::doItemsLayout(); }
+
+void StatusList::rowsInserted(const QModelIndex& parent, int start, int end) {
+  QAbstractItemView::rowsInserted(parent, start, end);
+  updateGeometries();
+  viewport()->update(visualRect(lines_.index(end, 0)));
+}
+
+void StatusList::updateGeometries() {
+  const QSize page = viewport()->size();
+  auto* rows = verticalScrollBar();
+  rows->setSingleStep(line_height());
+  rows->setPageStep(page.height());
+  rows->setRange(0, std::max(0, line_count() * line_height() - page.height()));
+  auto* columns = horizontalScrollBar();
+  columns->setSingleStep(line_height());
+  columns->setPageStep(page.width());
+  columns->setRange(0, std::max(0, horizontal_extent_ - page.width()));
+}
+
+void StatusList::resizeEvent(QResizeEvent* event) {
+  QAbstractItemView::resizeEvent(event);
+  updateGeometries();
+}
+
+void StatusList::paintEvent(QPaintEvent* event) {
+  QPainter painter(viewport());
+  QStyleOptionViewItem option;
+  initViewItemOption(&option);
+  const int last =
+      std::min((event->rect().bottom() + verticalOffset()) / line_height(), line_count() - 1);
+  for (int row = (event->rect().top() + verticalOffset()) / line_height(); row <= last; ++row) {
+    const QModelIndex index = lines_.index(row, 0);
+    QStyleOptionViewItem line = option;
+    line.rect = visualRect(index);
+    line.state.setFlag(QStyle::State_Selected, selectionModel()->isSelected(index));
+    line.state.setFlag(QStyle::State_HasFocus, hasFocus() && index == currentIndex());
+    itemDelegateForIndex(index)->paint(&painter, line, index);
+  }
+}
+
+void StatusList::scrollContentsBy(int dx, int dy) { viewport()->scroll(dx, dy); }
+
+int StatusList::horizontalOffset() const { return horizontalScrollBar()->value(); }
+
+int StatusList::verticalOffset() const { return verticalScrollBar()->value(); }
+
+QModelIndex StatusList::moveCursor(CursorAction action, Qt::KeyboardModifiers /*modifiers*/) {
+  const int page = std::max(1, viewport()->height() / line_height() - 1);
+  const int current = currentIndex().isValid() ? currentIndex().row() : 0;
+  auto* columns = horizontalScrollBar();
+  int row = current;
+  switch (action) {
+    case MoveUp:
+    case MovePrevious:
+      row = current - 1;
+      break;
+    case MoveDown:
+    case MoveNext:
+      row = current + 1;
+      break;
+    case MovePageUp:
+      row = current - page;
+      break;
+    case MovePageDown:
+      row = current + page;
+      break;
+    case MoveHome:
+      row = 0;
+      break;
+    case MoveEnd:
+      row = line_count() - 1;
+      break;
+    case MoveLeft:
+      columns->triggerAction(QAbstractSlider::SliderSingleStepSub);
+      break;
+    case MoveRight:
+      columns->triggerAction(QAbstractSlider::SliderSingleStepAdd);
+      break;
+  }
+  return lines_.index(std::clamp(row, 0, std::max(0, line_count() - 1)), 0);
+}
+
+void StatusList::setSelection(const QRect& rect, QItemSelectionModel::SelectionFlags command) {
+  const QModelIndex index = indexAt(rect.bottomRight());
+  if (index.isValid()) {
+    selectionModel()->select(index, command);
+  }
+}
+
+QRegion StatusList::visualRegionForSelection(const QItemSelection& selection) const {
+  QRegion region;
+  for (const QItemSelectionRange& range : selection) {
+    region += visualRect(range.topLeft()).united(visualRect(range.bottomRight()));
+  }
+  return region & viewport()->rect();
+}
+
+}  // namespace importkcd

@@ -1,0 +1,37 @@
+#pragma once
+
+#include <QString>
+#include <QWidget>
+#include <map>
+#include <string>
+
+#include "frontend/controls.h"
+
+namespace importkcd {
+
+/// The main window's controls by name. It owns none of them; they belong to the window.
+class WindowControls {
+ public:
+  /// Enters a control and makes the name its object name, by which others find it.
+  void add(ControlName name, QWidget& widget);
+
+  /// The control of that name. Throws std::out_of_range when there is none.
+  QWidget& widget(ControlName name) const { return *widgets_.at(name); }
+
+  /// The same as a control of a certain kind. Throws std::bad_cast when it is of another.
+  template <typename Kind>
+  Kind& as(ControlName name) const {
+    return dynamic_cast<Kind&>(widget(name));
+  }
+
+  /// The text of a text box or of a drop-down list.
+  std::string text(ControlName box) const;
+  void set_text(ControlName box, const std::string& text) const;
+  /// Whether a check box is checked, or an option button selected.
+  bool is_on(ControlName button) const;
+
+ private:
+  std::map<ControlName, QWidget*> widgets_;
+};
+
+}  // namespace importkcd

@@ -1,0 +1,78 @@
+#include "frontend/window/window_labels.h"
+
+#include <utility>
+
+#include "frontend/window/document_box.h"
+#include "frontend/window/drop_down_list.h"
+
+namespace importkcd {
+namespace {
+
+ControlName control_of(LabelsList list) {
+  return list == LabelsList::databases ? control::cmbDB : control::cmbLanguage;
+}
+
+}  // namespace
+
+WindowLabels::WindowLabels(const Surroundings& surroundings, LabelsConnector connect)
+    : surroundings_(surroundings),
+      access_(*this, std::move(connect)),
+      conversion_(access_, *this) {}
+
+LabelsFields WindowLabels::labels_fields() const {
+  const WindowControls& controls = surroundings_.controls;
+  LabelsFields fields;
+  fields.kci_filename = controls.text(control::txtKCDFilename);
+  fields.server = controls.text(control::txtServer);
+  fields.user = controls.text(control::txtSQLUsername);
+  fields.password = controls.text(control::txtSQLPassword);
+  fields.database = controls.text(control::cmbDB);
+  fields.language = controls.text(control::cmbLanguage);
+  fields.secure_login = controls.is_on(control::optSecureLogin);
+  return fields;
+}
+
+void WindowLabels::clear_list(LabelsList list) {
+  surroundings_.controls.as<DropDownList>(control_of(list)).clear();
+}
+
+void WindowLabels::add_entry(LabelsList list, const std::string& text) {
+  auto& box = surroundings_.controls.as<DropDownList>(control_of(list));
+  box.addItem(QString::fromStdString(text));
+  if (box.count() == 1) {
+    // A first entry would become the list's text by itself.
+    box.setCurrentIndex(-1);
+    box.clearEditText();
+  }
+}
+
+void WindowLabels::select_first(LabelsList list) {
+  surroundings_.controls.as<DropDownList>(control_of(list)).setCurrentIndex(0);
+}
+
+void WindowLabels::set_list_text(LabelsList list, const std::string& text) {
+  surroundings_.controls.set_text(control_of(list), text);
+}
+
+void WindowLabels::enable_sql_login(bool enabled) {
+  importkcd::enable_sql_login(surroundings_.controls, enabled);
+}
+
+void WindowLabels::show_labels_message(const LabelsMessage& message) {
+  surroundings_.dialogs.show_message(
+      &surroundings_.window,
+      {message.critical ? MessageIcon::critical : MessageIcon::none, message.title, message.text});
+}
+
+bool WindowLabels::ask_yes_no(const std::string& title, const std::string& question) {
+  return surroundings_.dialogs.ask_yes_no(&surroundings_.window,
+                                          {MessageIcon::exclamation, title, question});
+}
+
+void WindowLabels::PutProgressMsg(const std::string& strMessage) {
+  surroundings_.progress.put_progres_message(strMessage);
+}
+
+void WindowLabels::set_default_pointer() { surroundings_.run_view.set_hourglass(false); }
+
+}  // namespace importkcd

@@ -1,0 +1,136 @@
+#include "frontend/window/qt_dialogs.h"
+
+#include <gtest/gtest.h>
+
+#include <QApplication>
+#include <QFileDialog>
+#include <QLineEdit>
+#include <QListWidget>
+#include <QMessageBox>
+#include <QPushButton>
+#include <QTest>
+#include <QTimer>
+#include <functional>
+
+#include "engine/olap_model/import_error.h"
+#include "engine/olap_model/memory/memory_server.h"
+#include "tests/support/temporary_folder.h"
+
+namespace importkcd::testing {
+namespace {
+
+class QtDialogsTest : public ::testing::Test {
+ protected:
+  /// Plays the person in front of the next dialog.
+  void in_dialog(std::function<void(QWidget&)> act) {
+    person = std::move(act);
+    QObject::connect(&timer, &QTimer::timeout, [this] {
+      if (QWidget* dialog = QApplication::activeModalWidget()) {
+        timer.stop();
+        person(*dialog);
+      }
+    });
+    timer.start(10);
+  }
+
+  QTimer timer;
+  std::function<void(QWidget&)> person;
+  QtDialogs dialogs{[](std::string_view machine) -> std::unique_ptr<OlapServer> {
+    if (machine != "memory:") {
+      throw ImportError("no such server", error_source::olap_server);
+    }
+    return make_memory_server();
+  }};
+};
+
+TEST_F(QtDialogsTest, MessageBoxShowsPlainTextAndOneButton) {
+  QMessageBox::Icon icon = QMessageBox::NoIcon;
+  QString text;
+  QString title;
+  qsizetype buttons = 0;
+  Qt::CursorShape pointer = Qt::WaitCursor;
+  QApplication::setOverrideCursor(Qt::WaitCursor);
+  in_dialog([&](QWidget& dialog) {
+    auto& box = dynamic_cast<QMessageBox&>(dialog);
+    icon = box.icon();
+    text = box.text();
+    title = box.windowTitle();
+    buttons = box.buttons().size();
+    pointer = QApplication::overrideCursor()->shape();
+    EXPECT_EQ(box.textFormat(), Qt::PlainText);
+    QTest::keyClick(&box, Qt::Key_Return);
+  });
+  dialogs.show_message(nullptr, {MessageIcon::exclamation, "T", "<b>a</b>\r\nb"});
+  EXPECT_EQ(icon, QMessageBox::Warning);
+  EXPECT_EQ(text, "<b>a</b>\nb");
+  EXPECT_EQ(title, "T");
+  EXPECT_EQ(buttons, 1);
+  EXPECT_EQ(pointer, Qt::ArrowCursor);
+  EXPECT_EQ(QApplication::overrideCursor()->shape(), Qt::WaitCursor);
+  QApplication::restoreOverrideCursor();
+}
+
+TEST_F(QtDialogsTest, QuestionIsAnsweredWithNoByReturnAndEscape) {
+  for (const Qt::Key key : {Qt::Key_Return, Qt::Key_Escape}) {
+    in_dialog([&](QWidget& dialog) { QTest::keyClick(&dialog, key); });
+    EXPECT_FALSE(dialogs.ask_yes_no(nullptr, {MessageIcon::exclamation, "T", "Q"}));
+  }
+}
+
+TEST_F(QtDialogsTest, QuestionIsAnsweredWithYesByItsButton) {
+  in_dialog([](QWidget& dialog) {
+    dynamic_cast<QMessageBox&>(dialog).button(QMessageBox::Yes)->click();
+  });
+  EXPECT_TRUE(dialogs.ask_yes_no(nullptr, {MessageIcon::exclamation, "T", "Q"}));
+}
+
+TEST_F(QtDialogsTest, FileDialogHasTitleFilterAndSuffix) {
+  const TemporaryFolder folder;
+  const std::string file = folder.write("a.kcd", "");
+  in_dialog([&](QWidget& widget) {
+    auto& dialog = dynamic_cast<QFileDialog&>(widget);
+    EXPECT_EQ(dialog.windowTitle(), "Select KCD File  ");
+    EXPECT_EQ(dialog.defaultSuffix(), "kcd");
+    EXPECT_EQ(dialog.nameFilters(),
+              QStringList{"KCD Files (*.kcd), KCI Files (*.kci) (*.kcd *.kci)"});
+    EXPECT_EQ(dialog.acceptMode(), QFileDialog::AcceptOpen);
+    EXPECT_EQ(dialog.directory().absolutePath().toStdString(), folder.path().string());
+    dialog.findChild<QLineEdit*>("fileNameEdit")->setText(QString::fromStdString(file));
+    QTest::keyClick(dialog.findChild<QLineEdit*>("fileNameEdit"), Qt::Key_Return);
+  });
+  EXPECT_EQ(dialogs.open_file(nullptr, {.title = "Select KCD File  ",
+                                        .filter = "KCD Files (*.kcd), KCI Files (*.kci)|*.kcd; "
+                                                  "*.kci",
+                                        .default_suffix = "kcd",
+                                        .must_exist = true,
+                                        .start = folder.file("b.kcd")}),
+            file);
+}
+
+TEST_F(QtDialogsTest, CancelledFileDialogGivesTheEmptyText) {
+  in_dialog([](QWidget& dialog) { QTest::keyClick(&dialog, Qt::Key_Escape); });
+  EXPECT_EQ(dialogs.open_file(nullptr, {.title = "T",
+                                        .filter = "Text (*.txt)|*.txt",
+                                        .default_suffix = "kcd",
+                                        .must_exist = false,
+                                        .start = ""}),
+            "");
+}
+
+TEST_F(QtDialogsTest, DatabasePickerGivesNothingWhenCancelled) {
+  in_dialog([](QWidget& dialog) { QTest::keyClick(&dialog, Qt::Key_Escape); });
+  EXPECT_EQ(dialogs.pick_database(nullptr, "memory:"), std::nullopt);
+}
+
+TEST_F(QtDialogsTest, DatabasePickerGivesAnEmptyNameWithoutASelection) {
+  in_dialog([](QWidget& dialog) { dialog.findChild<QPushButton*>("cmdOk")->click(); });
+  EXPECT_EQ(dialogs.pick_database(nullptr, "memory:"), "");
+}
+
+TEST(QtNameFilter, PatternsStandInParentheses) {
+  EXPECT_EQ(qt_name_filter("Text (*.txt)|*.txt"), "Text (*.txt) (*.txt)");
+  EXPECT_EQ(qt_name_filter("All"), "All");
+}
+
+}  // namespace
+}  // namespace importkcd::testing

@@ -1,0 +1,83 @@
+#include "frontend/window/status_list.h"
+
+#include <gtest/gtest.h>
+
+#include <QScrollBar>
+#include <QTest>
+
+namespace importkcd::testing {
+namespace {
+
+class StatusListTest : public ::testing::Test {
+ protected:
+  StatusListTest() {
+    list.resize(200, 100);
+    list.show();
+    static_cast<void>(QTest::qWaitForWindowActive(&list, 20000));
+  }
+  void add(int count) {
+    for (int line = 0; line < count; ++line) {
+      list.add_line(QString::number(line));
+    }
+  }
+  int current() { return list.currentIndex().row(); }
+
+  StatusList list{nullptr};
+};
+
+TEST_F(StatusListTest, LastLineIsSelectedAndSeen) {
+  add(50);
+  EXPECT_EQ(current(), 49);
+  EXPECT_TRUE(list.selectionModel()->isSelected(list.currentIndex()));
+  EXPECT_EQ(list.selectionModel()->selectedIndexes().size(), 1);
+  EXPECT_TRUE(list.viewport()->rect().contains(list.visualRect(list.currentIndex())));
+  EXPECT_EQ(list.currentIndex().data().toString(), "49");
+}
+
+TEST_F(StatusListTest, KeysMoveTheSelection) {
+  add(50);
+  QTest::keyClick(&list, Qt::Key_Up);
+  EXPECT_EQ(current(), 48);
+  QTest::keyClick(&list, Qt::Key_Home);
+  EXPECT_EQ(current(), 0);
+  EXPECT_EQ(list.verticalScrollBar()->value(), 0);
+  QTest::keyClick(&list, Qt::Key_PageDown);
+  EXPECT_GT(current(), 0);
+  QTest::keyClick(&list, Qt::Key_End);
+  QTest::keyClick(&list, Qt::Key_Down);
+  EXPECT_EQ(current(), 49);
+}
+
+TEST_F(StatusListTest, MouseSelectsALine) {
+  add(50);
+  QTest::mouseClick(list.viewport(), Qt::LeftButton, Qt::NoModifier, {10, 1});
+  EXPECT_LT(current(), 49);
+  EXPECT_TRUE(list.selectionModel()->isSelected(list.currentIndex()));
+}
+
+TEST_F(StatusListTest, EmptyListTakesKeysAndClicks) {
+  QTest::keyClick(&list, Qt::Key_Down);
+  QTest::mouseClick(list.viewport(), Qt::LeftButton, Qt::NoModifier, {10, 10});
+  EXPECT_FALSE(list.currentIndex().isValid());
+}
+
+TEST_F(StatusListTest, ScrollsToTheRightAsFarAsItsExtent) {
+  add(1);
+  list.set_horizontal_extent(150);
+  EXPECT_EQ(list.horizontalScrollBar()->maximum(), 0);
+  list.set_horizontal_extent(500);
+  EXPECT_EQ(list.horizontalScrollBar()->maximum(), 500 - list.viewport()->width());
+  QTest::keyClick(&list, Qt::Key_Right);
+  EXPECT_GT(list.horizontalScrollBar()->value(), 0);
+}
+
+TEST_F(StatusListTest, PaintsTheLinesThatAreSeen) {
+  add(100000);
+  const QImage last = list.viewport()->grab().toImage();
+  list.scrollTo(list.model()->index(0, 0), QAbstractItemView::EnsureVisible);
+  const QImage first = list.viewport()->grab().toImage();
+  EXPECT_NE(first, last);
+}
+
+}  // namespace
+}  // namespace importkcd::testing

@@ -5,10 +5,10 @@ JOBS ?= $(shell nproc)
 export CMAKE_GENERATOR ?= Ninja
 launcher = $(shell command -v ccache >/dev/null 2>&1 && echo -DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
 
-.PHONY: demo test configure build packages checks test-release test-asan bench clean
+.PHONY: demo test configure build packages checks test-release test-asan screenshots bench clean
 
 demo: configure
-	cmake --build --preset release -j $(JOBS) --target kcd
+	cmake --build --preset release -j $(JOBS) --target kcd ImportKCD
 	@scripts/demo build
 
 test: checks test-asan test-release
@@ -36,6 +36,10 @@ checks: build
 	scripts/check-includes
 	scripts/check-test-lists
 	scripts/check-tidy build
+
+# Pictures of the window and its dialogs for the documentation.
+screenshots: configure
+	cmake --build --preset release -j $(JOBS) --target screenshots
 
 bench: packages
 	cmake --preset bench $(launcher)

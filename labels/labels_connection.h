@@ -30,8 +30,8 @@ struct LabelsLogin {
   std::string server;
   /// Integrated security: user and password are not used.
   bool secure_login = false;
-  std::string user;
-  std::string password;
+  std::string user{};
+  std::string password{};
   LabelsTimeouts timeouts{};
 };
 

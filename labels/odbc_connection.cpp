@@ -136,8 +136,9 @@ class OdbcLabels : public LabelsConnection {
       throw ImportError("No database is chosen", error_source::labels_database);
     }
     OdbcText text(name);
-    connection_.check(SQLSetConnectAttrW(connection_.get(), SQL_ATTR_CURRENT_CATALOG, text.data(),
-                                         static_cast<SQLINTEGER>(text.units() * sizeof(SQLWCHAR))));
+    // With a length in bytes the MariaDB driver reads that many units, beyond the text's end.
+    connection_.check(
+        SQLSetConnectAttrW(connection_.get(), SQL_ATTR_CURRENT_CATALOG, text.data(), SQL_NTS));
   }
 
   std::unique_ptr<LabelRows> execute(const std::string& statement_text) override {

@@ -1,0 +1,67 @@
+#include "labels/odbc_connection_string.h"
+
+#include <gtest/gtest.h>
+
+#include "engine/olap_model/import_error.h"
+
+namespace importkcd {
+namespace {
+
+using namespace std::string_literals;
+
+LabelsLogin sql_login(const std::string& user, const std::string& password) {
+  LabelsLogin login;
+  login.user = user;
+  login.password = password;
+  return login;
+}
+
+TEST(OdbcConnectionString, IsTakenApartAtSemicolonsOutsideOfBraces) {
+  std::string shown;
+  for (const auto& [key, value] : odbc_items(" DSN = a b ;;PWD={x;}}=};flag;E=;Last={open")) {
+    shown += "[" + key + "|" + value + "]";
+  }
+  EXPECT_EQ(shown, "[DSN|a b][PWD|{x;}}=}][flag|][E|][Last|{open]");
+}
+
+TEST(OdbcConnectionString, NoValueCanAddAnAttribute) {
+  EXPECT_EQ(quoted_odbc_value("a;SERVER=evil", OdbcQuoting::doubled_braces), "{a;SERVER=evil}");
+  EXPECT_EQ(quoted_odbc_value("a}b{", OdbcQuoting::doubled_braces), "{a}}b{}");
+  EXPECT_EQ(quoted_odbc_value("a}b", OdbcQuoting::up_to_brace_and_semicolon), "{a}b}");
+  for (const auto quoting : {OdbcQuoting::doubled_braces, OdbcQuoting::up_to_brace_and_semicolon}) {
+    EXPECT_THROW(quoted_odbc_value("x};SERVER=evil;{", quoting), ImportError);
+    EXPECT_THROW(quoted_odbc_value("a\0b"s, quoting), ImportError);
+  }
+}
+
+TEST(OdbcConnectionString, GetsUserAndPasswordUnlessItHasThem) {
+  const auto login = sql_login("me", "x}");
+  EXPECT_EQ(completed_connection_string("DSN=Labels;", login), "DSN=Labels;UID={me};PWD={x}}}");
+  EXPECT_EQ(completed_connection_string("DSN=Labels;uid=sa;pwd=y", login),
+            "DSN=Labels;uid=sa;pwd=y");
+  EXPECT_EQ(completed_connection_string("DSN=Labels;PWD=y", login), "DSN=Labels;PWD=y;UID={me}");
+  auto secure = login;
+  secure.secure_login = true;
+  EXPECT_EQ(completed_connection_string("DSN=Labels", secure), "DSN=Labels");
+  EXPECT_EQ(completed_connection_string("DSN=Labels", sql_login("", "x")), "DSN=Labels");
+}
+
+TEST(OdbcConnectionString, MariaDbLearnsTheTimeOutsByAttributes) {
+  EXPECT_EQ(completed_connection_string("DRIVER={MariaDB Unicode};PORT=1", sql_login("", "")),
+            "DRIVER={MariaDB Unicode};PORT=1;CONN_TIMEOUT=20;READ_TIMEOUT=30");
+}
+
+TEST(OdbcConnectionString, FreeTdsGetsItsFinalSemicolon) {
+  EXPECT_EQ(completed_connection_string("DRIVER=FreeTDS;SERVER=s", sql_login("u", "p}")),
+            "DRIVER=FreeTDS;SERVER=s;UID={u};PWD={p}};");
+}
+
+TEST(OdbcConnectionString, PasswordsCanBeTakenOut) {
+  EXPECT_EQ(without_passwords("DSN=a;PWD={x;y};UID=u;Password=z"),
+            "DSN=a;PWD=***;UID=u;Password=***");
+  EXPECT_EQ(shown_labels_server("odbc:DSN=a;pwd=secret"), "odbc:DSN=a;pwd=***");
+  EXPECT_EQ(shown_labels_server("PWD=x"), "PWD=x") << "a server's name is shown as it is";
+}
+
+}  // namespace
+}  // namespace importkcd

@@ -10,4 +10,7 @@ namespace importkcd {
 /// be read, is empty or holds more than one line.
 std::string read_connection_text(const std::string& file, std::istream& in);
 
+/// The same for a password.
+std::string read_password(const std::string& file, std::istream& in);
+
 }  // namespace importkcd

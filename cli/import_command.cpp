@@ -6,10 +6,10 @@
 #include <string_view>
 
 #include "cli/connection_text_file.h"
-#include "engine/printable_text.h"
+#include "cli/kci_file.h"
 #include "engine/import_olapdb_from_kcd_doc.h"
 #include "engine/olap_model/import_error.h"
-#include "engine/olap_model/name_folding.h"
+#include "engine/printable_text.h"
 
 namespace importkcd {
 namespace {
@@ -40,12 +40,6 @@ std::int32_t type_of_mode(std::string_view mode) {
     return import_type::replace;
   }
   return mode == update_mode ? import_type::update : import_type::incremental;
-}
-
-bool is_kci_file(std::string_view file) {
-  constexpr std::string_view extension = ".kci";
-  return file.size() >= extension.size() &&
-         same_name(file.substr(file.size() - extension.size()), extension);
 }
 
 }  // namespace

@@ -5,10 +5,11 @@
 #include <utility>
 
 #include "cli/argument_list.h"
+#include "cli/convert_command.h"
 #include "cli/import_command.h"
-#include "engine/printable_text.h"
 #include "cli/show_command.h"
 #include "engine/olap_model/server_choice.h"
+#include "engine/printable_text.h"
 
 namespace importkcd {
 namespace {
@@ -33,6 +34,7 @@ int run(int argument_count, const char* const* arguments) {
   program.require_subcommand(1);
   program.failure_message(usage_message);
   const ImportCommand import_command(program);
+  const ConvertCommand convert_command(program);
   const ShowCommand show_command(program);
   try {
     auto list = argument_list(program, argument_count, arguments);
@@ -43,7 +45,11 @@ int run(int argument_count, const char* const* arguments) {
     return program.exit(error) == 0 ? exit_status::success : exit_status::usage;
   }
   const auto environment = environment_of_process();
-  return import_command.chosen() ? import_command.run(environment) : show_command.run(environment);
+  if (import_command.chosen()) {
+    return import_command.run(environment);
+  }
+  return convert_command.chosen() ? convert_command.run(environment)
+                                  : show_command.run(environment);
 }
 
 /// A success whose output did not arrive is none.

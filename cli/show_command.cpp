@@ -5,9 +5,9 @@
 
 #include "cli/catalogue_json.h"
 #include "cli/catalogue_tree.h"
-#include "engine/printable_text.h"
 #include "engine/olap_model/import_error.h"
 #include "engine/olap_model/name_folding.h"
+#include "engine/printable_text.h"
 
 namespace importkcd {
 

@@ -1,7 +1,6 @@
 // The program ImportKCD: the main window, filled and started from the command line.
 
 #include <QApplication>
-#include <cstdio>
 #include <exception>
 #include <iostream>
 #include <memory>
@@ -87,9 +86,7 @@ int main(int argument_count, char** arguments) {
     QApplication::setApplicationName(QStringLiteral("ImportKCD"));
     return importkcd::run(importkcd::join_command_line(texts));
   } catch (const std::exception& error) {
-    std::fputs("ImportKCD: ", stderr);
-    std::fputs(error.what(), stderr);
-    std::fputc('\n', stderr);
+    std::cerr << "ImportKCD: " << error.what() << '\n';
   }
   return 1;
 }

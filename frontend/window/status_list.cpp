@@ -63,6 +63,9 @@ void StatusList::scrollTo(const QModelIndex& index, ScrollHint /*hint*/) {
   }
 }
 
+// QListView lays out every line whenever one is added; its base leaves the places of lines to this
+// class, which computes them.
+// NOLINTBEGIN(bugprone-parent-virtual-call)
 void StatusList::doItemsLayout() { QAbstractItemView::doItemsLayout(); }
 
 void StatusList::rowsInserted(const QModelIndex& parent, int start, int end) {
@@ -70,6 +73,7 @@ void StatusList::rowsInserted(const QModelIndex& parent, int start, int end) {
   updateGeometries();
   viewport()->update(visualRect(lines_.index(end, 0)));
 }
+// NOLINTEND(bugprone-parent-virtual-call)
 
 void StatusList::updateGeometries() {
   const QSize page = viewport()->size();
@@ -84,7 +88,7 @@ void StatusList::updateGeometries() {
 }
 
 void StatusList::resizeEvent(QResizeEvent* event) {
-  QAbstractItemView::resizeEvent(event);
+  QAbstractItemView::resizeEvent(event);  // NOLINT(bugprone-parent-virtual-call): as above
   updateGeometries();
 }
 

@@ -46,7 +46,7 @@ void free_browser(const QDBusConnection& bus, const QString& path) {
 
 }  // namespace
 
-AvahiComputerSource::AvahiComputerSource(const QDBusConnection& bus) : bus_(bus) {}
+AvahiComputerSource::AvahiComputerSource(QDBusConnection bus) : bus_(std::move(bus)) {}
 
 AvahiComputerSource::~AvahiComputerSource() {
   for (const auto& path : std::as_const(browsers_)) {

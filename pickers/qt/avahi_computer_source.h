@@ -21,7 +21,7 @@ class AvahiComputerSource : public QObject, public ComputerSource {
 
  public:
   /// Searches through the Avahi on that bus; it is normally the system's.
-  explicit AvahiComputerSource(const QDBusConnection& bus);
+  explicit AvahiComputerSource(QDBusConnection bus);
   ~AvahiComputerSource() override;
 
   void start(Found found, Finished finished) override;
@@ -31,7 +31,7 @@ class AvahiComputerSource : public QObject, public ComputerSource {
   void service_appeared(const QDBusMessage& message);
   void browser_settled(const QDBusMessage& message);
 
- private:
+ private:  // NOLINT(readability-redundant-access-specifiers): these are no slots
   void browse(const QString& service_type);
   /// An empty path: Avahi made none.
   void browser_made(const QString& path);

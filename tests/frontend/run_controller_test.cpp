@@ -83,11 +83,11 @@ TEST_F(RunControllerTest, AFieldFailureLeavesTheStatusFileAlone) {
 }
 
 TEST_F(RunControllerTest, ALabelReferenceFileIsConvertedFirst) {
-  const std::string document = view.typed.kcd_filename;
+  std::string document = view.typed.kcd_filename;
   view.typed.kcd_filename = folder.write("a.kci", "not read by the engine");
   view.typed.kci_input = true;
   view.typed.labels_server = view.typed.labels_database = view.typed.language = "x";
-  converter.convert = [&] { return document; };
+  converter.convert = [&document] { return document; };
   controller.cmdImport_Click();
   EXPECT_EQ(converter.calls, 1);
   EXPECT_EQ(shown_lines(), expected_lines("Creating database 'Sales'"));

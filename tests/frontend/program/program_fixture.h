@@ -60,15 +60,15 @@ class ProgramTest : public ::testing::Test {
                             const std::string& after) {
     std::string text;
     for (const auto& line : lines) {
-      text += before + line + after;
+      text.append(before).append(line).append(after);
     }
     return text;
   }
 
   /// A text with the name of the temporary copy as "TEMP", and time stamps as "TIME".
   static std::string without_times(const std::string& text) {
-    static const std::regex copy("'[^']*importkcd-[0-9a-f]+\\.tmp'");
-    static const std::regex stamp("\\d{4}-\\d\\d-\\d\\d \\d\\d:\\d\\d:\\d\\d");
+    static const std::regex copy(R"('[^']*importkcd-[0-9a-f]+\.tmp')");
+    static const std::regex stamp(R"(\d{4}-\d\d-\d\d \d\d:\d\d:\d\d)");
     return std::regex_replace(std::regex_replace(text, copy, "'TEMP'"), stamp, "TIME");
   }
 

@@ -161,8 +161,9 @@ class Album {
     photographer_.take_dialog("dialog-no-databases",
                               [&] { click(*opened, cmdBrowseOLAPDatabase); });
     photographer_.take_dialog("dialog-question", [&] {
-      dialogs_.ask_yes_no(opened.get(), {MessageIcon::exclamation, "KCI conversion",
-                                         "'/home/ann/cubes/sales.kcd' exists. Overwrite it?"});
+      dialogs_.ask_yes_no(opened.get(),
+                          {MessageIcon::exclamation, "Create KCD file",
+                           "File /home/ann/cubes/sales.kcd already exists; overwrite ?"});
     });
   }
 

@@ -35,7 +35,7 @@ class KciConversionTest : public ::testing::Test {
     statements.push_back(insert_label(2, 1, "Année €"));
     statements.push_back(insert_label(4, 1, "x"));
     statements.push_back(insert_guid("{GUID-1}"));
-    statements.push_back("INSERT INTO KCI_GUIDs VALUES ('null', NULL)");
+    statements.emplace_back("INSERT INTO KCI_GUIDs VALUES ('null', NULL)");
     statements.push_back(insert_guid("{GUID-2}"));
     write_database("Good", statements);
     write_database("Bad", {"CREATE TABLE Other (x INTEGER)"});
@@ -131,7 +131,7 @@ TEST_F(KciConversionTest, AnUnknownGuidIsAMismatch) {
 TEST_F(KciConversionTest, AFailedQueryIsAProblem) {
   auto statements = labels_tables({"English"});
   statements.push_back(insert_label(1, 1, "Year"));
-  statements.push_back("DROP TABLE KCI_GUIDs");
+  statements.emplace_back("DROP TABLE KCI_GUIDs");
   write_database("NoGuids", statements);
   view.fields.database = "NoGuids";
   connect();

@@ -19,7 +19,7 @@ LabelsLogin sql_login(const std::string& user, const std::string& password) {
 TEST(OdbcConnectionString, IsTakenApartAtSemicolonsOutsideOfBraces) {
   std::string shown;
   for (const auto& [key, value] : odbc_items(" DSN = a b ;;PWD={x;}}=};flag;E=;Last={open")) {
-    shown += "[" + key + "|" + value + "]";
+    shown.append("[").append(key).append("|").append(value).append("]");
   }
   EXPECT_EQ(shown, "[DSN|a b][PWD|{x;}}=}][flag|][E|][Last|{open]");
 }

@@ -132,6 +132,7 @@ void MariaDbServer::start() {
        "--skip-name-resolve", "--character-set-server=utf8mb4",
        "--innodb-flush-log-at-trx-commit=0", "--innodb-buffer-pool-size=16M"});
   std::vector<char*> arguments;
+  arguments.reserve(command.size() + 1);
   for (auto& argument : command) {
     arguments.push_back(argument.data());
   }

@@ -347,6 +347,7 @@ class TdsServer::Implementation {
     try {
       SQLite::Statement statement(*databases_.at(database), for_sqlite(batch));
       std::vector<TdsColumn> columns;
+      columns.reserve(static_cast<std::size_t>(statement.getColumnCount()));
       for (int i = 0; i < statement.getColumnCount(); ++i) {
         columns.push_back(column_of(statement, i));
       }

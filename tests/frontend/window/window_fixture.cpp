@@ -118,7 +118,7 @@ std::vector<std::string> WindowTest::databases() {
 }
 
 std::string WindowTest::use_document(const std::string& name) {
-  const std::string path =
+  std::string path =
       folder.write(name, R"(<database version="1.0.1073" name="Sales" description="d"/>)");
   fill(txtKCDFilename, QString::fromStdString(path));
   return path;

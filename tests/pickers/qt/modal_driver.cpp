@@ -33,6 +33,7 @@ void ModalDriver::look() {
 
 std::vector<std::string> entries(const QListWidget& list) {
   std::vector<std::string> texts;
+  texts.reserve(static_cast<std::size_t>(list.count()));
   for (int row = 0; row < list.count(); ++row) {
     texts.push_back(list.item(row)->text().toStdString());
   }

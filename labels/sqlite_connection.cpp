@@ -54,27 +54,33 @@ class SqliteRows : public LabelRows {
   SQLite::Statement statement_;
 };
 
+/// The names of a folder's databases, sorted.
+std::vector<std::string> databases_in(const fs::path& folder) {
+  std::vector<std::string> names;
+  try {
+    for (const auto& entry : fs::directory_iterator(folder)) {
+      if (entry.path().extension() == extension && entry.is_regular_file()) {
+        names.push_back(entry.path().stem().string());
+      }
+    }
+  } catch (const fs::filesystem_error& error) {
+    fail("Cannot read the folder '" + folder.string() + "': " + error.code().message());
+  }
+  std::sort(names.begin(), names.end());
+  return names;
+}
+
 class SqliteLabels : public LabelsConnection {
  public:
-  explicit SqliteLabels(fs::path folder) : folder_(std::move(folder)) { catalogs(); }
-
-  std::vector<std::string> catalogs() override {
-    std::vector<std::string> names;
-    try {
-      for (const auto& entry : fs::directory_iterator(folder_)) {
-        if (entry.path().extension() == extension && entry.is_regular_file()) {
-          names.push_back(entry.path().stem().string());
-        }
-      }
-    } catch (const fs::filesystem_error& error) {
-      fail("Cannot read the folder '" + folder_.string() + "': " + error.code().message());
-    }
-    std::sort(names.begin(), names.end());
-    return names;
+  /// Fails when the folder cannot be read, as a server that cannot be reached does.
+  explicit SqliteLabels(fs::path folder) : folder_(std::move(folder)) {
+    static_cast<void>(databases_in(folder_));
   }
 
+  std::vector<std::string> catalogs() override { return databases_in(folder_); }
+
   void use_database(const std::string& name) override {
-    const auto names = catalogs();
+    const auto names = databases_in(folder_);
     if (std::find(names.begin(), names.end(), name) == names.end()) {
       fail("There is no database '" + name + "' in the folder '" + folder_.string() + "'");
     }

@@ -5,8 +5,10 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <chrono>
 #include <filesystem>
 #include <system_error>
+#include <thread>
 
 #include "engine/olap_model/catalogue/catalogue_schema.h"
 
@@ -55,6 +57,18 @@ void keep_log_files(SQLite::Database& database) {
   sqlite3_file_control(database.getHandle(), "main", SQLITE_FCNTL_PERSIST_WAL, &keep);
 }
 
+/// SQLite waits for no other connection here, however long the busy timeout is.
+void switch_to_log(SQLite::Database& database) {
+  const auto give_up =
+      std::chrono::steady_clock::now() + std::chrono::milliseconds(busy_timeout_ms);
+  while (database.tryExec("PRAGMA journal_mode = WAL") == SQLITE_BUSY &&
+         std::chrono::steady_clock::now() < give_up) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(2));
+  }
+  // Throws the error that remained.
+  database.exec("PRAGMA journal_mode = WAL");
+}
+
 void make_schema(SQLite::Database& database) {
   SQLite::Transaction transaction(database, SQLite::TransactionBehavior::IMMEDIATE);
   if (catalogue_format(database) == CatalogueFormat::empty) {
@@ -88,7 +102,7 @@ void CatalogueFile::open_to_write() {
   connection_->exec(common_settings);
   const auto format = checked_format();
   keep_log_files(*connection_);
-  connection_->exec("PRAGMA journal_mode = WAL");
+  switch_to_log(*connection_);
   connection_->exec(write_settings);
   if (format == CatalogueFormat::empty) {
     make_schema(*connection_);

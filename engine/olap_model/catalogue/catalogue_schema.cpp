@@ -292,7 +292,11 @@ CatalogueFormat format_of_database(SQLite::Database& database) {
 
 CatalogueFormat catalogue_format(SQLite::Database& database) {
   try {
-    return format_of_database(database);
+    // One state for all that is looked at: another run may be making the tables right now.
+    SQLite::Savepoint state(database, "catalogue_format");
+    const auto format = format_of_database(database);
+    state.release();
+    return format;
   } catch (const SQLite::Exception& error) {
     if (error.getErrorCode() == SQLITE_NOTADB) {
       return CatalogueFormat::foreign;

@@ -1,5 +1,6 @@
 #include "engine/olap_model/catalogue/catalogue_schema.h"
 
+#include <SQLiteCpp/Savepoint.h>
 #include <sqlite3.h>
 
 #include <string>

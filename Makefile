@@ -35,6 +35,7 @@ checks: build
 	scripts/check-format
 	scripts/check-includes
 	scripts/check-test-lists
+	scripts/check-hardening build/kcd build/ImportKCD
 	scripts/check-tidy build
 
 # Pictures of the window and its dialogs for the documentation.

@@ -14,6 +14,24 @@ if(IMPORTKCD_SANITIZE)
   add_link_options(-fsanitize=address,undefined)
 endif()
 
+# Optimised builds are what users run: they are hardened. _FORTIFY_SOURCE does nothing without
+# optimisation, and AddressSanitizer has better means of its own. scripts/check-hardening reads the
+# binaries.
+set(hardened_build_types Release RelWithDebInfo MinSizeRel)
+if(CMAKE_BUILD_TYPE IN_LIST hardened_build_types AND NOT IMPORTKCD_SANITIZE)
+  set(IMPORTKCD_HARDENED_DEFAULT ON)
+else()
+  set(IMPORTKCD_HARDENED_DEFAULT OFF)
+endif()
+option(IMPORTKCD_HARDENED "Harden the programs against memory faults"
+       ${IMPORTKCD_HARDENED_DEFAULT})
+
+if(IMPORTKCD_HARDENED)
+  add_compile_options(-fstack-protector-strong -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2)
+  add_link_options(LINKER:-z,relro LINKER:-z,now LINKER:-z,noexecstack)
+  add_link_options($<$<STREQUAL:$<TARGET_PROPERTY:TYPE>,EXECUTABLE>:-pie>)
+endif()
+
 add_library(importkcd_settings INTERFACE)
 target_include_directories(importkcd_settings INTERFACE "${CMAKE_SOURCE_DIR}")
 target_compile_options(importkcd_settings INTERFACE

@@ -28,6 +28,9 @@ option(IMPORTKCD_HARDENED "Harden the programs against memory faults"
 
 if(IMPORTKCD_HARDENED)
   add_compile_options(-fstack-protector-strong -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2)
+  # After CMake's own -fPIC for libraries: what only ever becomes part of a program needs no more.
+  # Qt asks for -fPIC once more, later on the command line.
+  add_compile_options("$<$<NOT:$<IN_LIST:$<TARGET_PROPERTY:TYPE>,SHARED_LIBRARY;MODULE_LIBRARY>>:-fPIE>")
   add_link_options(LINKER:-z,relro LINKER:-z,now LINKER:-z,noexecstack)
   add_link_options($<$<STREQUAL:$<TARGET_PROPERTY:TYPE>,EXECUTABLE>:-pie>)
 endif()

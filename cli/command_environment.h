@@ -1,7 +1,11 @@
 #pragma once
 
+#include <functional>
 #include <iosfwd>
+#include <memory>
+#include <string_view>
 
+#include "engine/olap_model/catalogue/kept_copies.h"
 #include "engine/olap_model/olap_server.h"
 
 namespace importkcd {
@@ -18,6 +22,8 @@ constexpr int usage = 2;
 struct CommandEnvironment {
   OlapServerFactory open_for_change;
   OlapServerFactory open_for_looking;
+  /// Throws ImportError for a server that keeps no copies.
+  std::function<std::unique_ptr<KeptCopies>(std::string_view machine)> open_kept_copies;
   std::istream& in;
   std::ostream& out;
   std::ostream& err;

@@ -7,6 +7,7 @@
 #include "cli/argument_list.h"
 #include "cli/convert_command.h"
 #include "cli/import_command.h"
+#include "cli/restore_command.h"
 #include "cli/show_command.h"
 #include "engine/olap_model/server_choice.h"
 #include "engine/printable_text.h"
@@ -18,7 +19,10 @@ CommandEnvironment environment_of_process() {
   return {
       [](std::string_view machine) { return make_olap_server(machine, ServerAccess::read_write); },
       [](std::string_view machine) { return make_olap_server(machine, ServerAccess::read_only); },
-      std::cin, std::cout, std::cerr};
+      open_kept_copies,
+      std::cin,
+      std::cout,
+      std::cerr};
 }
 
 std::string usage_message(const CLI::App* program, const CLI::Error& error) {
@@ -36,6 +40,7 @@ int run(int argument_count, const char* const* arguments) {
   const ImportCommand import_command(program);
   const ConvertCommand convert_command(program);
   const ShowCommand show_command(program);
+  const RestoreCommand restore_command(program);
   try {
     auto list = argument_list(program, argument_count, arguments);
     std::reverse(list.begin(), list.end());  // the library takes them from the back
@@ -48,7 +53,10 @@ int run(int argument_count, const char* const* arguments) {
   if (import_command.chosen()) {
     return import_command.run(environment);
   }
-  return convert_command.chosen() ? convert_command.run(environment)
+  if (convert_command.chosen()) {
+    return convert_command.run(environment);
+  }
+  return restore_command.chosen() ? restore_command.run(environment)
                                   : show_command.run(environment);
 }
 

@@ -7,7 +7,9 @@
 #include <array>
 #include <cstdlib>
 #include <filesystem>
+#include <optional>
 #include <system_error>
+#include <utility>
 
 #include "engine/olap_model/catalogue/catalogue_store.h"
 #include "engine/olap_model/import_error.h"
@@ -59,6 +61,14 @@ void make_folder_of(const fs::path& file) {
   }
 }
 
+/// The file of a text of the form catalogue:PATH.
+std::optional<std::string> named_catalogue(std::string_view machine) {
+  if (!machine.starts_with(catalogue_prefix) || machine.size() == catalogue_prefix.size()) {
+    return std::nullopt;
+  }
+  return std::string(machine.substr(catalogue_prefix.size()));
+}
+
 bool is_this_computer(std::string_view machine) {
   const std::array<std::string, 4> names{"localhost", "(local)", ".", this_computer_name()};
   return std::any_of(names.begin(), names.end(),
@@ -80,10 +90,10 @@ std::unique_ptr<OlapServer> make_olap_server(std::string_view machine, ServerAcc
   if (machine == "memory:") {
     return make_memory_server();
   }
-  if (machine.starts_with(catalogue_prefix) && machine.size() > catalogue_prefix.size()) {
-    return catalogue_server(std::string(machine.substr(catalogue_prefix.size())),
-                            access == ServerAccess::read_only ? CatalogueAccess::read_only
-                                                              : CatalogueAccess::read_write);
+  if (auto path = named_catalogue(machine)) {
+    return catalogue_server(std::move(*path), access == ServerAccess::read_only
+                                                  ? CatalogueAccess::read_only
+                                                  : CatalogueAccess::read_write);
   }
   if (!machine.empty() && is_this_computer(machine)) {
     return server_of_this_computer(access);
@@ -92,6 +102,19 @@ std::unique_ptr<OlapServer> make_olap_server(std::string_view machine, ServerAcc
                         "' is no OLAP server that can be reached; there are: this computer ('" +
                         this_computer_name() +
                         "', 'localhost', '(local)' or '.'), 'catalogue:PATH' and 'memory:'",
+                    error_source::olap_server);
+}
+
+std::unique_ptr<KeptCopies> open_kept_copies(std::string_view machine) {
+  if (auto path = named_catalogue(machine)) {
+    return make_kept_copies(std::move(*path), CatalogueAccess::read_only);
+  }
+  if (!machine.empty() && is_this_computer(machine)) {
+    return make_kept_copies(default_catalogue_path(), CatalogueAccess::read_only_or_empty);
+  }
+  // Throws when there is no such server at all.
+  make_olap_server(machine, ServerAccess::read_only);
+  throw ImportError("'" + std::string(machine) + "' keeps no copies of databases",
                     error_source::olap_server);
 }
 

@@ -4,6 +4,7 @@
 #include <string>
 #include <string_view>
 
+#include "engine/olap_model/catalogue/kept_copies.h"
 #include "engine/olap_model/olap_server.h"
 
 namespace importkcd {
@@ -20,6 +21,10 @@ enum class ServerAccess { read_only, read_write };
 /// Names of this computer are compared without regard to letter case. Anything else throws
 /// ImportError, whose description names the forms.
 std::unique_ptr<OlapServer> make_olap_server(std::string_view machine, ServerAccess access);
+
+/// The kept copies of the embedded server that a machine text means. Throws ImportError for a
+/// server that keeps none, and for a text that means no server.
+std::unique_ptr<KeptCopies> open_kept_copies(std::string_view machine);
 
 /// The file of this computer's embedded server: `importkcd/server.olap` in the user's data folder.
 std::string default_catalogue_path();

@@ -39,7 +39,8 @@ TEST_F(KcdUsage, HasHelpOfItsOwnAndOfEachSubcommand) {
        {std::pair{std::vector<std::string>{"--help"}, "import"},
         std::pair{std::vector<std::string>{"import", "--help"}, "--connect-string-file"},
         std::pair{std::vector<std::string>{"convert", "--help"}, "--labels-server"},
-        std::pair{std::vector<std::string>{"show", "--help"}, "--json"}}) {
+        std::pair{std::vector<std::string>{"show", "--help"}, "--json"},
+        std::pair{std::vector<std::string>{"restore", "--help"}, "--list"}}) {
     const auto result = kcd(arguments);
     EXPECT_EQ(result.exit_status, 0);
     EXPECT_THAT(result.output, HasSubstr(text));
@@ -51,8 +52,8 @@ TEST_F(KcdUsage, TheManualKnowsEveryOptionOfTheHelp) {
   const auto manual = read_file(KCD_MANUAL);
   for (const auto& arguments :
        {std::vector<std::string>{"--help"}, std::vector<std::string>{"import", "--help"},
-        std::vector<std::string>{"convert", "--help"},
-        std::vector<std::string>{"show", "--help"}}) {
+        std::vector<std::string>{"convert", "--help"}, std::vector<std::string>{"show", "--help"},
+        std::vector<std::string>{"restore", "--help"}}) {
     const auto help = kcd(arguments).output;
     const std::regex option("--([a-z-]+)");
     const std::sregex_iterator end;
@@ -110,6 +111,13 @@ TEST_F(KcdUsage, RefusesDontUpdateLevelsOutsideOfUpdateMode) {
 TEST_F(KcdUsage, RefusesHalfAPattern) {
   EXPECT_THAT(refusal({"import", document, "--pattern-from", "a"}), HasSubstr("--pattern-to"));
   EXPECT_THAT(refusal({"import", document, "--pattern-to", "a"}), HasSubstr("--pattern-from"));
+}
+
+TEST_F(KcdUsage, RefusesARestoreWithoutOrWithTwoDatabases) {
+  EXPECT_EQ(refusal({"restore"}), "kcd: DATABASE is required\nTry 'kcd restore --help'.\n");
+  refusal({"restore", ".", "Shop", "Office"});
+  EXPECT_EQ(refusal({"restore", "--list", ".", "Shop"}),
+            "kcd: DATABASE: does not go with --list\nTry 'kcd restore --help'.\n");
 }
 
 TEST_F(KcdUsage, RefusesTwoConnectionStrings) {

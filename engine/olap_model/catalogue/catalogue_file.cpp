@@ -96,7 +96,11 @@ void CatalogueFile::open() {
 }
 
 void CatalogueFile::open_to_write() {
-  create_file();
+  if (access_ == CatalogueAccess::read_write) {
+    create_file();
+  } else if (!fs::exists(real_path_)) {
+    fail("no such file");
+  }
   connection_ = std::make_unique<SQLite::Database>(real_path_, SQLite::OPEN_READWRITE | one_thread,
                                                    busy_timeout_ms);
   connection_->exec(common_settings);

@@ -30,7 +30,13 @@ class CatalogueFile {
   /// The file's path with all symbolic links followed: one text for one file. Known after open().
   const std::string& real_path() const { return real_path_; }
 
-  bool is_writable() const { return access_ == CatalogueAccess::read_write; }
+  /// The file of the reservations of its databases; see DatabaseLock.
+  std::string lock_path() const { return real_path_ + "-lock"; }
+
+  bool is_writable() const {
+    return access_ == CatalogueAccess::read_write ||
+           access_ == CatalogueAccess::read_write_existing;
+  }
 
   /// Whether there is something to connect to: no connection means an empty catalogue.
   bool is_connected() const { return connection_ != nullptr; }

@@ -223,13 +223,14 @@ CatalogueReader::CatalogueReader(SQLite::Database& database)
 CatalogueReader::~CatalogueReader() = default;
 
 std::vector<std::string> CatalogueReader::database_names() {
-  SQLite::Statement query(statements_->database(), "SELECT name FROM databases ORDER BY id");
+  SQLite::Statement query(statements_->database(),
+                          "SELECT name FROM databases WHERE kept_since IS NULL ORDER BY id");
   return first_column(query);
 }
 
 std::optional<std::int64_t> CatalogueReader::find_database(const std::string& name) {
   SQLite::Statement query(statements_->database(),
-                          "SELECT id FROM databases WHERE folded_name = ?");
+                          "SELECT id FROM databases WHERE folded_name = ? AND kept_since IS NULL");
   query.bind(1, lower_cased(name));
   return query.executeStep() ? std::optional(query.getColumn(0).getInt64()) : std::nullopt;
 }

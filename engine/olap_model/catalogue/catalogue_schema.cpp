@@ -16,13 +16,18 @@ constexpr int schema_version = 1;
 /// positions, so that an object is read and removed in one sweep a table and needs no other index.
 /// Codes are those of the object model (codes.h).
 constexpr const char* object_tables_sql = R"sql(
--- Databases are listed by id: a new one gets the highest.
+-- Databases are listed by id: a new one gets the highest. A row with kept_since is no longer one
+-- of them but the kept copy of a database that was removed at that time (UTC); a name has one copy
+-- at most.
 CREATE TABLE databases (
   id INTEGER PRIMARY KEY,
   name TEXT NOT NULL,
-  folded_name TEXT NOT NULL UNIQUE,
-  description TEXT NOT NULL DEFAULT ''
+  folded_name TEXT NOT NULL,
+  description TEXT NOT NULL DEFAULT '',
+  kept_since TEXT
 ) STRICT;
+
+CREATE UNIQUE INDEX live_databases ON databases (folded_name) WHERE kept_since IS NULL;
 
 CREATE TABLE data_sources (
   id INTEGER PRIMARY KEY,

@@ -42,7 +42,7 @@ class CatalogueStore : public OlapStore {
 
   void open() override {
     file_.open();
-    lock_.emplace(file_.real_path() + "-lock");
+    lock_.emplace(file_.lock_path());
     if (file_.is_connected()) {
       reader_.emplace(file_.connection());
       writer_.emplace(file_.connection());

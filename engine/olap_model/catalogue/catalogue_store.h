@@ -11,6 +11,8 @@ namespace importkcd {
 enum class CatalogueAccess {
   /// Makes the file, readable by its owner only, when it is missing.
   read_write,
+  /// Changes the file but makes none: a missing file is an error.
+  read_write_existing,
   /// Changes and creates nothing; a missing file is an error.
   read_only,
   /// The same, but a missing file reads as an empty catalogue.

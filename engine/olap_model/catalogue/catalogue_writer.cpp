@@ -5,6 +5,7 @@
 
 #include "engine/olap_model/catalogue/catalogue_schema.h"
 #include "engine/olap_model/catalogue/catalogue_statements.h"
+#include "engine/olap_model/catalogue/database_rows.h"
 
 namespace importkcd {
 namespace {
@@ -147,45 +148,6 @@ class ObjectWriter {
   CachedStatement insert_;
 };
 
-/// The rows of table `databases`.
-class DatabaseRows {
- public:
-  explicit DatabaseRows(SQLite::Database& database) : database_(database) {}
-
-  void remove(const std::string& folded_name) {
-    run("DELETE FROM databases WHERE folded_name = ?",
-        [&](ValueBinder& binder) { binder.bind(folded_name); });
-  }
-
-  std::optional<std::int64_t> find(const std::string& folded_name) {
-    SQLite::Statement query(database_, "SELECT id FROM databases WHERE folded_name = ?");
-    ValueBinder(query).bind(folded_name);
-    return query.executeStep() ? std::optional(query.getColumn(0).getInt64()) : std::nullopt;
-  }
-
-  std::int64_t add(const std::string& name, const std::string& folded_name) {
-    run("INSERT INTO databases (name, folded_name) VALUES (?, ?)",
-        [&](ValueBinder& binder) { binder.bind(name).bind(folded_name); });
-    return database_.getLastInsertRowid();
-  }
-
-  void describe(std::int64_t id, const std::string& description) {
-    run("UPDATE databases SET description = ? WHERE id = ?",
-        [&](ValueBinder& binder) { binder.bind(description).bind(id); });
-  }
-
- private:
-  template <class BindValues>
-  void run(const char* sql, const BindValues& bind_values) {
-    SQLite::Statement statement(database_, sql);
-    ValueBinder binder(statement);
-    bind_values(binder);
-    statement.exec();
-  }
-
-  SQLite::Database& database_;
-};
-
 }  // namespace
 
 class CatalogueWriter::Statements {
@@ -195,7 +157,7 @@ class CatalogueWriter::Statements {
   void apply(const DatabaseChanges& changes) {
     const auto folded_name = lower_cased(changes.name);
     if (changes.removes_stored) {
-      databases_.remove(folded_name);
+      databases_.keep(folded_name);
     }
     if (!changes.exists_afterwards) {
       return;

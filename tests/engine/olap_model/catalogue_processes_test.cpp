@@ -1,19 +1,18 @@
-#include <SQLiteCpp/SQLiteCpp.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/resource.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
-#include <array>
 #include <chrono>
 #include <csignal>
 #include <filesystem>
-#include <functional>
+#include <memory>
 #include <random>
 #include <thread>
 
+#include "tests/engine/olap_model/catalogue_check.h"
 #include "tests/engine/olap_model/catalogue_test_support.h"
+#include "tests/engine/olap_model/forked_process.h"
 #include "tests/support/temporary_folder.h"
 
 namespace importkcd {
@@ -21,76 +20,14 @@ namespace {
 
 using importkcd::testing::apply;
 using importkcd::testing::changes_of;
+using importkcd::testing::check_of;
 using importkcd::testing::error_of;
+using importkcd::testing::ForkedProcess;
 using importkcd::testing::opened_store;
 using importkcd::testing::state_of;
 using importkcd::testing::TemporaryFolder;
+using importkcd::testing::wait_to_be_killed;
 using importkcd::testing::whole_state;
-
-/// A process of its own, which can say that it has come to a point. It is killed at the latest when
-/// this object ends.
-class Process {
- public:
-  using SayReady = std::function<void()>;
-
-  /// The process ends with 0 after `work`, and with 1 when that throws.
-  explicit Process(const std::function<void(const SayReady&)>& work) {
-    if (pipe(pipe_.data()) != 0) {
-      throw std::runtime_error("no pipe");
-    }
-    id_ = fork();
-    if (id_ == 0) {
-      close(pipe_[0]);
-      _exit(run(work));
-    }
-    close(pipe_[1]);
-  }
-  Process(const Process&) = delete;
-  Process& operator=(const Process&) = delete;
-  ~Process() {
-    if (id_ > 0) {
-      kill();
-    }
-    close(pipe_[0]);
-  }
-
-  /// Waits until the process has said so; false when it ended without.
-  bool is_ready() const {
-    char byte = 0;
-    return read(pipe_[0], &byte, 1) == 1;
-  }
-
-  void kill() {
-    ::kill(id_, SIGKILL);
-    wait();
-  }
-
-  /// Waits for the end of the process and gives its exit status; -1 when it was killed.
-  int wait() {
-    int status = 0;
-    waitpid(std::exchange(id_, -1), &status, 0);
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-  }
-
- private:
-  int run(const std::function<void(const SayReady&)>& work) const {
-    try {
-      work([this] { static_cast<void>(write(pipe_[1], "!", 1)); });
-      return 0;
-    } catch (const std::exception&) {
-      return 1;
-    }
-  }
-
-  std::array<int, 2> pipe_{};
-  pid_t id_ = -1;
-};
-
-[[noreturn]] void wait_to_be_killed() {
-  while (true) {
-    pause();
-  }
-}
 
 constexpr auto in_use = "database 'Sales' is in use by another import (OLAP server)";
 
@@ -101,13 +38,7 @@ class CatalogueProcesses : public ::testing::Test {
     return error_of([&] { store->hold(database); });
   }
 
-  /// What SQLite's own checks say about the file.
-  std::string check() const {
-    SQLite::Database database(path, SQLite::OPEN_READWRITE, 1000);
-    SQLite::Statement keys(database, "PRAGMA foreign_key_check");
-    return database.execAndGet("PRAGMA integrity_check").getString() +
-           (keys.executeStep() ? ", rows without owner" : "");
-  }
+  std::string check() const { return check_of(path); }
 
   TemporaryFolder folder;
   std::string path = folder.file("server.olap");
@@ -165,7 +96,7 @@ TEST_F(CatalogueProcesses, ALockFileThatCannotBeOpenedIsAnError) {
 }
 
 TEST_F(CatalogueProcesses, AKilledRunHoldsNothing) {
-  Process run([this](const auto& say_ready) {
+  ForkedProcess run([this](const auto& say_ready) {
     const auto store = opened_store(path);
     store->hold("Sales");
     say_ready();
@@ -185,7 +116,7 @@ TEST_F(CatalogueProcesses, AKilledApplyLeavesTheStateBeforeOrAfterIt) {
   std::uniform_int_distribution<int> moment(0, 40'000);
   for (int round = 0; round < 30; ++round) {
     const auto before = std::stoi(state_of(*opened_store(path), "Sales", cubes));
-    Process run([&](const auto& say_ready) {
+    ForkedProcess run([&](const auto& say_ready) {
       const auto store = opened_store(path);
       store->hold("Sales");
       auto changes = whole_state("Sales", std::to_string(before + 1), cubes);
@@ -209,7 +140,7 @@ TEST_F(CatalogueProcesses, AKilledApplyLeavesTheStateBeforeOrAfterIt) {
 TEST_F(CatalogueProcesses, AKilledFirstOpeningLeavesAUsableFile) {
   for (int round = 0; round < 20; ++round) {
     path = folder.file("server" + std::to_string(round) + ".olap");
-    Process run([&](const auto& say_ready) {
+    ForkedProcess run([&](const auto& say_ready) {
       say_ready();
       const auto store = opened_store(path);
       wait_to_be_killed();
@@ -227,7 +158,7 @@ TEST_F(CatalogueProcesses, AKilledFirstOpeningLeavesAUsableFile) {
 TEST_F(CatalogueProcesses, ReadersSeeWholeStatesWhileARunStores) {
   constexpr int cubes = 20;
   apply(*opened_store(path), whole_state("Sales", "0", cubes));
-  Process run([&](const auto& say_ready) {
+  ForkedProcess run([&](const auto& say_ready) {
     for (int i = 1;; ++i) {
       auto changes = whole_state("Sales", std::to_string(i), cubes);
       changes.removes_stored = i % 2 == 0;
@@ -251,10 +182,10 @@ TEST_F(CatalogueProcesses, ReadersSeeWholeStatesWhileARunStores) {
 
 TEST_F(CatalogueProcesses, RunsIntoDifferentDatabasesOfANewCatalogueAllSucceed) {
   constexpr int runs = 4;
-  std::vector<std::unique_ptr<Process>> processes;
+  std::vector<std::unique_ptr<ForkedProcess>> processes;
   for (int i = 0; i < runs; ++i) {
     const auto name = "Sales " + std::to_string(i);
-    processes.push_back(std::make_unique<Process>([this, name](const auto&) {
+    processes.push_back(std::make_unique<ForkedProcess>([this, name](const auto&) {
       for (int state = 0; state < 5; ++state) {
         const auto store = opened_store(path);
         store->hold(name);
@@ -263,7 +194,7 @@ TEST_F(CatalogueProcesses, RunsIntoDifferentDatabasesOfANewCatalogueAllSucceed) 
     }));
   }
   for (const auto& process : processes) {
-    EXPECT_EQ(process->wait(), 0);
+    EXPECT_EQ(process->outcome(), "succeeded");
   }
   for (int i = 0; i < runs; ++i) {
     EXPECT_EQ(state_of(*opened_store(path), "Sales " + std::to_string(i), 20), "4");
@@ -280,7 +211,7 @@ void limit_file_size(rlim_t bytes) {
 
 TEST_F(CatalogueProcesses, AFullDiskLeavesTheStateBefore) {
   apply(*opened_store(path), whole_state("Sales", "0", 20));
-  Process run([this](const auto& say_ready) {
+  ForkedProcess run([this](const auto& say_ready) {
     const auto store = opened_store(path);
     limit_file_size(200'000);
     const auto error = error_of([&] { apply(*store, whole_state("Sales", "1", 2000)); });
@@ -290,7 +221,7 @@ TEST_F(CatalogueProcesses, AFullDiskLeavesTheStateBefore) {
     }
   });
   EXPECT_TRUE(run.is_ready());
-  EXPECT_EQ(run.wait(), 0);
+  EXPECT_EQ(run.outcome(), "succeeded");
   EXPECT_EQ(state_of(*opened_store(path), "Sales", 20), "0");
   EXPECT_EQ(check(), "ok");
 }

@@ -1,0 +1,72 @@
+#include "cli/restore_command.h"
+
+#include <CLI/CLI.hpp>
+#include <ostream>
+#include <utility>
+
+#include "engine/printable_text.h"
+
+namespace importkcd {
+namespace {
+
+constexpr const char* this_computer = "localhost";
+
+}  // namespace
+
+RestoreCommand::RestoreCommand(CLI::App& program)
+    : command_(program.add_subcommand(
+          "restore", "Bring a database back as it was before an import replaced it")),
+      server_(this_computer) {
+  command_
+      ->add_option("SERVER", server_,
+                   "The OLAP server: localhost (this computer) or catalogue:PATH")
+      ->type_name("")
+      ->capture_default_str();
+  command_->add_option("DATABASE", database_, "The database; a single name is that of the database")
+      ->type_name("");
+  command_->add_flag("--list", list_, "List the copies that can be brought back, with their dates")
+      ->disable_flag_override();
+  command_->parse_complete_callback([this] { sort_out_names(); });
+}
+
+/// The server's name, which comes first, is the one that may be left out.
+void RestoreCommand::sort_out_names() {
+  const auto names = command_->count("SERVER") + command_->count("DATABASE");
+  if (list_ && names > 1) {
+    throw CLI::ValidationError("DATABASE", "does not go with --list");
+  }
+  if (!list_ && names == 0) {
+    throw CLI::RequiredError("DATABASE");
+  }
+  if (!list_ && names == 1) {
+    database_ = std::exchange(server_, this_computer);
+  }
+}
+
+bool RestoreCommand::chosen() const { return command_->parsed(); }
+
+void RestoreCommand::list(KeptCopies& copies, std::ostream& out) const {
+  const auto kept = copies.list();
+  if (kept.empty()) {
+    out << "No kept copies on " << printable(server_) << ".\n";
+  }
+  for (const auto& copy : kept) {
+    out << printable(copy.kept_since) << " UTC  " << printable(copy.name) << '\n';
+  }
+}
+
+int RestoreCommand::run(const CommandEnvironment& environment) const {
+  const auto copies = environment.open_kept_copies(server_);
+  if (list_) {
+    list(*copies, environment.out);
+    return exit_status::success;
+  }
+  const auto restored = copies->restore(database_);
+  environment.out << "Restored database '" << printable(restored.copy.name) << "', kept since "
+                  << printable(restored.copy.kept_since) << " UTC"
+                  << (restored.displaced_another ? "; the one in its place is kept now" : "")
+                  << ".\n";
+  return exit_status::success;
+}
+
+}  // namespace importkcd

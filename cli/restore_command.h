@@ -1,0 +1,39 @@
+#pragma once
+
+#include <string>
+
+#include "cli/command_environment.h"
+
+namespace CLI {
+class App;
+}  // namespace CLI
+
+namespace importkcd {
+
+/// `kcd restore`: brings a database back that an import in replace mode deleted, or lists the kept
+/// copies.
+class RestoreCommand {
+ public:
+  /// Adds the subcommand and its options to `program`, which does not outlive this object.
+  explicit RestoreCommand(CLI::App& program);
+  RestoreCommand(const RestoreCommand&) = delete;
+  RestoreCommand& operator=(const RestoreCommand&) = delete;
+
+  /// Whether the parsed command line asks for it.
+  bool chosen() const;
+
+  /// Carries it out and gives the program's exit status. Throws ImportError when there is no such
+  /// copy, or when it cannot be brought back now.
+  int run(const CommandEnvironment& environment) const;
+
+ private:
+  void sort_out_names();
+  void list(KeptCopies& copies, std::ostream& out) const;
+
+  CLI::App* command_;
+  std::string server_;
+  std::string database_;
+  bool list_ = false;
+};
+
+}  // namespace importkcd

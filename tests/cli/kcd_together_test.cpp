@@ -1,5 +1,8 @@
+#include <memory>
 #include <random>
 #include <string>
+#include <thread>
+#include <vector>
 
 #include "tests/cli/kcd_fixture.h"
 #include "tests/support/document_generator.h"
@@ -17,6 +20,12 @@ class KcdTogether : public KcdTest {
     return folder.write("large.kcd", generate_document(options));
   }
 
+  /// What an import says that meets another one's database.
+  static std::string in_use(const std::string& database) {
+    return "Cannot create DSS database because of database '" + database +
+           "' is in use by another import in OLAP server\n";
+  }
+
   ProcessStart importing(const std::string& document, std::vector<std::string> arguments = {}) {
     auto result = start;
     result.arguments = {"import", document};
@@ -27,21 +36,124 @@ class KcdTogether : public KcdTest {
 
 TEST_F(KcdTogether, ASecondImportIntoTheSameDatabaseEndsBeforeItChangesAnything) {
   const auto document = large_document();
+  ASSERT_EQ(import(whole_document(), {"--database", "shared"}).exit_status, 0);
   ASSERT_EQ(import(whole_document()).exit_status, 0);
   const auto before = shown();
 
-  RunningProcess first(importing(document, {"--database", "shared"}));
+  RunningProcess first(importing(document, {"--database", "Shared", "--mode", "replace"}));
   first.read_until("Creating cubes");
   for (const auto* mode : {"incremental", "replace", "update"}) {
     const auto second = run_process(importing(document, {"--database", "SHARED", "--mode", mode}));
     EXPECT_EQ(second.exit_status, 1);
-    EXPECT_EQ(second.errors,
-              "Cannot create DSS database because of database 'SHARED' is in use by another import"
-              " in OLAP server\n");
+    EXPECT_EQ(second.errors, in_use("SHARED"));
     EXPECT_EQ(shown(), before) << "readers see the state before the first import";
+    EXPECT_EQ(kcd({"restore", "--list"}).output, "No kept copies on localhost.\n");
   }
-  EXPECT_EQ(first.finish(), 0);
-  EXPECT_EQ(databases(), (std::vector<std::string>{"Shop", "shared"}));
+  EXPECT_EQ(first.finish(), 0) << first.errors();
+  EXPECT_EQ(databases(), (std::vector<std::string>{"Shop", "Shared"}));
+  EXPECT_EQ(kcd({"restore", "shared"}).exit_status, 0);
+  EXPECT_EQ(shown(), before) << "what the first import replaced was kept";
+}
+
+TEST_F(KcdTogether, ARestoreOfADatabaseThatAnImportHoldsEndsBeforeItChangesAnything) {
+  const auto document = large_document();
+  for (int i = 0; i < 2; ++i) {
+    ASSERT_EQ(import(whole_document(), {"--mode", "replace"}).exit_status, 0);
+  }
+  const auto before = shown();
+  RunningProcess run(importing(document, {"--database", "SHOP", "--mode", "update"}));
+  run.read_until("Creating cubes");
+  const auto restore = kcd({"restore", "Shop"});
+  EXPECT_EQ(restore.exit_status, 1);
+  EXPECT_EQ(restore.output, "");
+  EXPECT_EQ(restore.errors, "database 'Shop' is in use by another import\n");
+  EXPECT_EQ(shown(), before);
+  run.kill();
+  EXPECT_EQ(kcd({"restore", "Shop"}).exit_status, 0) << "a run that died holds nothing";
+  EXPECT_EQ(shown(), before) << "both copies came from one document";
+}
+
+TEST_F(KcdTogether, ImportsAtOnceIntoDifferentDatabasesOfANewCatalogueAllSucceed) {
+  const auto document = folder.write("document.kcd", whole_document());
+  std::vector<std::unique_ptr<RunningProcess>> runs;
+  for (const auto* name : {"One", "Two", "Three", "Four"}) {
+    runs.push_back(std::make_unique<RunningProcess>(importing(document, {"--database", name})));
+  }
+  for (const auto& run : runs) {
+    EXPECT_EQ(run->finish(), 0);
+    EXPECT_EQ(run->errors(), "");
+  }
+  auto json = shown();
+  ASSERT_EQ(json.at("databases").size(), runs.size());
+  for (auto& database : json["databases"]) {
+    database.erase("name");
+    EXPECT_EQ(database, json["databases"][0]);
+  }
+}
+
+TEST_F(KcdTogether, OfImportsAtOnceIntoOneDatabaseEachSucceedsOrIsRefused) {
+  const auto document = folder.write("document.kcd", whole_document());
+  for (const std::string database : {"incremental", "replace"}) {
+    std::vector<std::unique_ptr<RunningProcess>> runs;
+    for (int i = 0; i < 4; ++i) {
+      runs.push_back(std::make_unique<RunningProcess>(
+          importing(document, {"--database", database, "--mode", database})));
+    }
+    int succeeded = 0;
+    for (const auto& run : runs) {
+      const bool success = run->finish() == 0;
+      succeeded += success ? 1 : 0;
+      EXPECT_EQ(run->errors(), success ? "" : in_use(database));
+    }
+    EXPECT_GE(succeeded, 1) << database;
+  }
+  auto json = shown();
+  ASSERT_EQ(json.at("databases").size(), 2U);
+  for (auto& database : json["databases"]) {
+    database.erase("name");
+    EXPECT_EQ(database, json["databases"][0]);
+  }
+}
+
+TEST_F(KcdTogether, ReadersSeeWholeStatesWhileImportsReplaceADatabase) {
+  GeneratorOptions options;
+  options.cubes = 40;
+  const std::vector<std::string> documents{
+      folder.write("generated.kcd", generate_document(options)),
+      folder.write("whole.kcd", whole_document())};
+  const auto start_of = [&](std::size_t document) {
+    return importing(documents.at(document), {"--database", "Shared", "--mode", "replace"});
+  };
+  const auto look = [this] { return kcd({"show", "--json"}).output; };
+  std::vector<std::string> states;
+  for (const std::size_t document : {0U, 1U}) {
+    ASSERT_EQ(run_process(start_of(document)).exit_status, 0);
+    states.push_back(look());
+  }
+  for (std::size_t round = 0; round < 12; ++round) {
+    RunningProcess run(start_of(round % 2));
+    run.read_until("Processing document");
+    std::thread reading([&run] { run.finish(); });
+    for (int i = 0; i < 4; ++i) {
+      const auto state = look();
+      EXPECT_TRUE(state == states[0] || state == states[1]) << state;
+    }
+    reading.join();
+    EXPECT_EQ(run.errors(), "");
+    EXPECT_EQ(look(), states[round % 2]);
+  }
+}
+
+TEST_F(KcdTogether, AnImportThatDiedHoldsNothing) {
+  const auto document = large_document();
+  for (const auto* mode : {"incremental", "replace", "update"}) {
+    RunningProcess died(importing(document, {"--database", "Shop"}));
+    died.read_until("Creating cubes");
+    died.kill();
+    const auto next = import(whole_document(), {"--mode", mode});
+    EXPECT_THAT(next.errors, ::testing::Not(::testing::HasSubstr("in use")));
+    EXPECT_EQ(databases(), (std::vector<std::string>{"Shop"}));
+  }
 }
 
 TEST_F(KcdTogether, ImportsIntoDifferentDatabasesOfOneCatalogueBothSucceed) {
@@ -50,7 +162,7 @@ TEST_F(KcdTogether, ImportsIntoDifferentDatabasesOfOneCatalogueBothSucceed) {
   first.read_until("Creating cubes");
   EXPECT_EQ(run_process(importing(document, {"--database", "Two"})).exit_status, 0);
   EXPECT_EQ(databases(), (std::vector<std::string>{"Two"}));
-  EXPECT_EQ(first.finish(), 0);
+  EXPECT_EQ(first.finish(), 0) << first.errors();
   auto json = shown();
   ASSERT_EQ(json.at("databases").size(), 2U);
   json["databases"][0].erase("name");

@@ -3,7 +3,11 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <map>
+
 #include "engine/olap_model/server_choice.h"
+#include "tests/engine/olap_model/catalogue_test_support.h"
+#include "tests/engine/olap_model/forked_process.h"
 #include "tests/pickers/picker_server.h"
 #include "tests/support/temporary_folder.h"
 
@@ -120,6 +124,33 @@ TEST(OlapListing, LookingAtACatalogueThatIsNotThereFailsAndMakesNone) {
   EXPECT_TRUE(listing.failed);
   EXPECT_NE(listing.failure, "");
   EXPECT_FALSE(std::filesystem::exists(path));
+}
+
+TEST(OlapListing, ACatalogueIsListedInWholeStatesWhileRunsReplaceItsDatabase) {
+  const testing::TemporaryFolder folder;
+  const auto path = folder.file("server.olap");
+  testing::ForkedProcess runs([&](const auto& say_ready) {
+    for (int i = 0;; ++i) {
+      auto changes = testing::whole_state("Sales", std::to_string(i), i % 2 == 0 ? 3 : 20);
+      changes.removes_stored = true;
+      testing::apply(*testing::opened_store(path), std::move(changes));
+      if (i == 0) {
+        say_ready();
+      }
+    }
+  });
+  ASSERT_TRUE(runs.is_ready());
+  const auto looking = [](std::string_view name) {
+    return make_olap_server(name, ServerAccess::read_only);
+  };
+  std::map<std::size_t, int> seen;
+  while (seen[3] < 5 || seen[20] < 5) {
+    EXPECT_THAT(list_olap_databases(looking, "catalogue:" + path).names, ElementsAre("Sales"));
+    const auto cubes = list_olap_cubes(looking, "catalogue:" + path, "Sales");
+    ASSERT_FALSE(cubes.failed) << cubes.failure;
+    ASSERT_THAT(cubes.names.size(), ::testing::AnyOf(3U, 20U));
+    ++seen[cubes.names.size()];
+  }
 }
 
 TEST(OlapListing, DatabasesAndCubesOfACatalogueAreListed) {

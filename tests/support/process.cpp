@@ -45,12 +45,12 @@ void fill(const Descriptor& file, std::string_view text) {
   ASSERT_EQ(lseek(file.number(), 0, SEEK_SET), 0);
 }
 
-std::string content_of(const Descriptor& file) {
+std::string content_of(int file) {
   std::string content;
   std::array<char, 65536> buffer{};
   ssize_t count = 0;
-  while ((count = pread(file.number(), buffer.data(), buffer.size(),
-                        static_cast<off_t>(content.size()))) > 0) {
+  while ((count = pread(file, buffer.data(), buffer.size(), static_cast<off_t>(content.size()))) >
+         0) {
     content.append(buffer.data(), static_cast<std::size_t>(count));
   }
   return content;
@@ -130,8 +130,8 @@ ProcessResult run_process(const ProcessStart& start) {
     return result;
   }
   result.exit_status = exit_status_of(child);
-  result.output = start.output_file.empty() ? content_of(output) : "";
-  result.errors = content_of(errors);
+  result.output = start.output_file.empty() ? content_of(output.number()) : "";
+  result.errors = content_of(errors.number());
   return result;
 }
 
@@ -143,19 +143,20 @@ RunningProcess::RunningProcess(const ProcessStart& start) {
   fcntl(output_, F_SETPIPE_SZ, 4096);
   const Descriptor input(memory_file());
   const Descriptor output(pipe_ends[1]);
-  const Descriptor errors(memory_file());
-  child_ = spawn(start, {input.number(), output.number(), errors.number()});
+  errors_ = memory_file();
+  child_ = spawn(start, {input.number(), output.number(), errors_});
 }
 
 RunningProcess::~RunningProcess() {
   kill();
   close(output_);
+  close(errors_);
 }
 
 void RunningProcess::read_until(std::string_view text) {
   while (read_.find(text) == std::string::npos) {
     if (!read_some()) {
-      ADD_FAILURE() << "the program ended without: " << text;
+      ADD_FAILURE() << "the program ended without: " << text << "; it said: " << errors();
       return;
     }
   }
@@ -173,6 +174,8 @@ int RunningProcess::finish() {
   }
   return exit_status_of(std::exchange(child_, -1));
 }
+
+std::string RunningProcess::errors() const { return content_of(errors_); }
 
 bool RunningProcess::read_some() {
   std::array<char, 4096> buffer{};

@@ -32,7 +32,7 @@ ProcessResult run_process(const ProcessStart& start);
 
 /// A program under way. Its output goes into a pipe that nobody empties but read_until() and
 /// finish(), so that a program with much to say waits in the middle of its work. Its standard input
-/// is empty, its errors are dropped. It is killed with this object.
+/// is empty. It is killed with this object.
 class RunningProcess {
  public:
   explicit RunningProcess(const ProcessStart& start);
@@ -46,12 +46,17 @@ class RunningProcess {
   void kill();
   /// Reads the rest of its output and gives its exit status, as ProcessResult tells it.
   int finish();
+  /// What it has written on standard error.
+  std::string errors() const;
+  /// What of its output has been read.
+  const std::string& output() const { return read_; }
 
  private:
   bool read_some();
 
   int child_ = -1;
   int output_ = -1;
+  int errors_ = -1;
   std::string read_;
 };
 

@@ -6,6 +6,7 @@
 
 #include <cerrno>
 #include <chrono>
+#include <exception>
 #include <filesystem>
 #include <system_error>
 #include <thread>
@@ -131,10 +132,19 @@ void CatalogueFile::open_to_look() {
     }
     return;
   }
-  do {
+  bool disturbed = true;
+  while (disturbed) {
     alone_ = !is_in_use();
-    connect_to_look();
-  } while (alone_ && is_in_use());
+    try {
+      connect_to_look();
+      disturbed = alone_ && is_in_use();
+    } catch (const std::exception&) {
+      // Without locks it may have seen half of what a run wrote that began meanwhile.
+      if (!alone_ || !is_in_use()) {
+        throw;
+      }
+    }
+  }
 }
 
 void CatalogueFile::connect_to_look() {

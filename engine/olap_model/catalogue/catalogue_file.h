@@ -49,9 +49,14 @@ class CatalogueFile {
       if (!state_) {
         state_.emplace(*connection_);
       }
-      auto result = query();
-      check_still_alone();
-      return result;
+      try {
+        auto result = query();
+        check_still_alone();
+        return result;
+      } catch (const SQLite::Exception&) {
+        check_still_alone();
+        throw;
+      }
     });
   }
 

@@ -180,6 +180,27 @@ TEST_F(CatalogueProcesses, ReadersSeeWholeStatesWhileARunStores) {
   }
 }
 
+TEST_F(CatalogueProcesses, ReadersOfACatalogueThatIsBeingMadeSeeNothingOrAWholeState) {
+  constexpr int cubes = 5;
+  for (int round = 0; round < 15; ++round) {
+    path = folder.file("server" + std::to_string(round) + ".olap");
+    ForkedProcess run([&](const auto& say_ready) {
+      say_ready();
+      apply(*opened_store(path), whole_state("Sales", "1", cubes));
+    });
+    ASSERT_TRUE(run.is_ready());
+    bool seen = false;
+    while (!seen) {
+      const auto store = opened_store(path, CatalogueAccess::read_only_or_empty);
+      seen = !store->database_names().empty();
+      if (seen) {
+        ASSERT_EQ(state_of(*store, "Sales", cubes), "1");
+      }
+    }
+    EXPECT_EQ(run.outcome(), "succeeded");
+  }
+}
+
 TEST_F(CatalogueProcesses, RunsIntoDifferentDatabasesOfANewCatalogueAllSucceed) {
   constexpr int runs = 4;
   std::vector<std::unique_ptr<ForkedProcess>> processes;

@@ -6,8 +6,8 @@
 
 #include "cli/code_words.h"
 #include "cli/cube_tree.h"
-#include "cli/password_mask.h"
 #include "cli/tree_texts.h"
+#include "engine/password_mask.h"
 
 namespace importkcd {
 namespace {

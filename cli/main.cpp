@@ -10,6 +10,7 @@
 #include "cli/restore_command.h"
 #include "cli/show_command.h"
 #include "engine/olap_model/server_choice.h"
+#include "engine/password_mask.h"
 #include "engine/printable_text.h"
 
 namespace importkcd {
@@ -28,7 +29,8 @@ CommandEnvironment environment_of_process() {
 std::string usage_message(const CLI::App* program, const CLI::Error& error) {
   const auto chosen = program->get_subcommands();
   const auto name = chosen.empty() ? "kcd" : "kcd " + chosen.front()->get_name();
-  return "kcd: " + printable(error.what()) + "\nTry '" + name + " --help'.\n";
+  // A connection string in the wrong place is named like any other argument.
+  return "kcd: " + printable(mask_passwords(error.what())) + "\nTry '" + name + " --help'.\n";
 }
 
 int run(int argument_count, const char* const* arguments) {

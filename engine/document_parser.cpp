@@ -309,10 +309,15 @@ void DocumentParse::attribute_declared(void* context, const xmlChar* /*element*/
   }
 }
 
-/// Asked for every entity but the five predefined ones.
+/// Asked for every entity but the five predefined ones. Within a value it may be a part of a
+/// password with an ampersand, and is not named.
 xmlEntity* DocumentParse::entity_used(void* context, const xmlChar* name) {
-  self(context).guarded(
-      [&] { self(context).fail("entity '" + std::string(text_of(name)) + "' is not declared"); });
+  self(context).guarded([&] {
+    const auto& parser = self(context).parser_;
+    const bool in_value = parser && parser->instate == XML_PARSER_ATTRIBUTE_VALUE;
+    self(context).fail(in_value ? "an attribute's value uses an entity that is not declared"
+                                : "entity '" + std::string(text_of(name)) + "' is not declared");
+  });
   return nullptr;
 }
 
@@ -323,6 +328,10 @@ void DocumentParse::error_reported(void* context, xmlError* error) {
   self(context).guarded([&] {
     if (error->code == XML_ERR_NO_MEMORY) {
       throw std::bad_alloc();
+    }
+    if (error->code == XML_ERR_ATTRIBUTE_WITHOUT_VALUE) {
+      // What stands in its place may be the password behind a quote that ended a value too early.
+      self(context).fail("an attribute has no value");
     }
     self(context).fail(one_line(error->message == nullptr ? "unknown error" : error->message));
   });

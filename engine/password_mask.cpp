@@ -1,4 +1,4 @@
-#include "cli/password_mask.h"
+#include "engine/password_mask.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -59,6 +59,16 @@ std::string mask_quoted(std::string_view quoted, char close) {
   return result;
 }
 
+/// What follows up to the next semicolon.
+std::string_view item_rest(std::string_view text, std::size_t position) {
+  const auto rest = text.substr(std::min(position, text.size()));
+  return rest.substr(0, rest.find(';'));
+}
+
+bool is_blank(std::string_view text) {
+  return text.find_first_not_of(blanks) == std::string_view::npos;
+}
+
 /// Takes the value of an item, up to the next semicolon outside of quotes, off the front of `text`.
 std::string take_value(std::string_view& text, bool secret) {
   const auto start = std::min(text.find_first_not_of(blanks), text.size());
@@ -68,14 +78,18 @@ std::string take_value(std::string_view& text, bool secret) {
   if (close != 0) {
     const auto inside = text.substr(start + 1);
     const auto length = quoted_length(inside, close);
-    shown += text[start] + mask_quoted(inside.substr(0, length), close);
+    const auto quoted = inside.substr(0, length);
+    const auto masked = mask_quoted(quoted, close);
+    secret = secret || (masked != quoted && !is_blank(item_rest(text, start + length + 2)));
+    shown += text[start] + masked;
     if (length < inside.size()) {
       shown += close;
     }
     end = std::min(start + length + 2, text.size());
   }
-  const auto next = std::min(text.find(';', end), text.size());
-  shown += text.substr(end, next - end);
+  const auto rest = item_rest(text, end);
+  shown += rest;
+  const auto next = end + rest.size();
   const bool has_value = next > start;
   text.remove_prefix(next);
   return secret && has_value ? "***" : shown;

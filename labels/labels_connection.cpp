@@ -1,5 +1,6 @@
 #include "labels/labels_connection.h"
 
+#include "engine/password_mask.h"
 #include "labels/odbc_connection.h"
 #include "labels/odbc_connection_string.h"
 #include "labels/sql_server_address.h"
@@ -30,10 +31,8 @@ std::unique_ptr<LabelsConnection> open_labels_connection(const LabelsLogin& logi
 }
 
 std::string shown_labels_server(std::string_view server) {
-  if (!begins_with(server, odbc_prefix)) {
-    return std::string(server);
-  }
-  return std::string(odbc_prefix) + without_passwords(server.substr(odbc_prefix.size()));
+  // Whatever its form: a connection string may have been typed without its prefix.
+  return begins_with(server, sqlite_prefix) ? std::string(server) : mask_passwords(server);
 }
 
 }  // namespace importkcd

@@ -62,11 +62,6 @@ bool names_driver(const std::vector<OdbcItem>& items, std::initializer_list<cons
   });
 }
 
-bool names_a_password(std::string_view key) {
-  const auto folded = lower_cased(key);
-  return folded.find("pwd") != std::string::npos || folded.find("password") != std::string::npos;
-}
-
 std::string joined(const std::vector<OdbcItem>& items) {
   std::string result;
   for (const auto& [key, value] : items) {
@@ -128,16 +123,6 @@ std::string completed_connection_string(std::string_view connection_string,
   // FreeTDS misses a final value in braces without a semicolon behind it, others mind an empty
   // item.
   return joined(items) + (for_freetds ? ";" : "");
-}
-
-std::string without_passwords(std::string_view connection_string) {
-  auto items = odbc_items(connection_string);
-  for (auto& item : items) {
-    if (names_a_password(item.key)) {
-      item.value = "***";
-    }
-  }
-  return joined(items);
 }
 
 }  // namespace importkcd

@@ -37,7 +37,4 @@ std::string quoted_odbc_value(std::string_view value, OdbcQuoting quoting);
 std::string completed_connection_string(std::string_view connection_string,
                                         const LabelsLogin& login);
 
-/// A connection string with "***" in place of passwords.
-std::string without_passwords(std::string_view connection_string);
-
 }  // namespace importkcd

@@ -1,4 +1,4 @@
-#include "cli/password_mask.h"
+#include "engine/password_mask.h"
 
 #include <gtest/gtest.h>
 
@@ -55,6 +55,11 @@ TEST(PasswordMask, LooksIntoQuotedValuesOfOtherItems) {
 
 TEST(PasswordMask, LooksIntoAnUnclosedValueOfAnotherItem) {
   EXPECT_EQ(mask_passwords("User ID='x;Password=secret"), "User ID='x;Password=***");
+}
+
+TEST(PasswordMask, HidesAValueWhoseQuotesEndWithinAPassword) {
+  EXPECT_EQ(mask_passwords("Application Name='x;PWD=it's;UID=u"), "Application Name=***;UID=u");
+  EXPECT_EQ(mask_passwords(R"(Properties="PWD=a" ;UID=u)"), R"(Properties="PWD=***" ;UID=u)");
 }
 
 TEST(PasswordMask, KeepsEverythingElse) {

@@ -56,11 +56,14 @@ TEST(OdbcConnectionString, FreeTdsGetsItsFinalSemicolon) {
             "DRIVER=FreeTDS;SERVER=s;UID={u};PWD={p}};");
 }
 
-TEST(OdbcConnectionString, PasswordsCanBeTakenOut) {
-  EXPECT_EQ(without_passwords("DSN=a;PWD={x;y};UID=u;Password=z"),
-            "DSN=a;PWD=***;UID=u;Password=***");
-  EXPECT_EQ(shown_labels_server("odbc:DSN=a;pwd=secret"), "odbc:DSN=a;pwd=***");
-  EXPECT_EQ(shown_labels_server("PWD=x"), "PWD=x") << "a server's name is shown as it is";
+TEST(LabelsServer, IsShownWithoutPasswords) {
+  EXPECT_EQ(shown_labels_server("odbc:DSN=a;PWD={x;y};UID=u;Password=z"),
+            "odbc:DSN=a;PWD=***;UID=u;Password=***");
+  EXPECT_EQ(shown_labels_server("odbc:pwd=secret"), "odbc:pwd=***");
+  EXPECT_EQ(shown_labels_server("DSN=a;PWD=x"), "DSN=a;PWD=***") << "the prefix was forgotten";
+  for (const auto* server : {"", "(local)", "host\\instance", "host,1433", "sqlite:/a;pwd=b/c"}) {
+    EXPECT_EQ(shown_labels_server(server), server);
+  }
 }
 
 }  // namespace

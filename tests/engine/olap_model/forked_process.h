@@ -79,7 +79,9 @@ class ForkedProcess {
   }
 
   void say(const std::string& text) const {
-    static_cast<void>(write(pipe_[1], text.data(), text.size()));
+    if (write(pipe_[1], text.data(), text.size()) < 0) {
+      _exit(1);  // nobody listens any more
+    }
   }
 
   bool read_some() {

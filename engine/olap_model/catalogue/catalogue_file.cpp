@@ -24,9 +24,13 @@ constexpr int one_thread = SQLITE_OPEN_NOMUTEX;
 /// How long one run waits for another one to finish storing.
 constexpr int busy_timeout_ms = 30'000;
 
-/// Room for the pages of a large import, so that none is written to the log twice.
+/// Every commit is synchronised with the disk, whatever SQLite was built to do. There is room for
+/// the pages of a large import, so that none is written to the log twice.
 constexpr const char* write_settings =
-    "PRAGMA foreign_keys = ON; PRAGMA cache_size = -65536; PRAGMA journal_size_limit = 0";
+    "PRAGMA foreign_keys = ON; PRAGMA synchronous = FULL; PRAGMA cache_size = -65536; "
+    "PRAGMA journal_size_limit = 0";
+
+constexpr const char* use_log = "PRAGMA journal_mode = WAL";
 
 /// Schemas of files from elsewhere must not run code of this process.
 constexpr const char* common_settings = "PRAGMA trusted_schema = OFF";
@@ -62,12 +66,14 @@ void keep_log_files(SQLite::Database& database) {
 void switch_to_log(SQLite::Database& database) {
   const auto give_up =
       std::chrono::steady_clock::now() + std::chrono::milliseconds(busy_timeout_ms);
-  while (database.tryExec("PRAGMA journal_mode = WAL") == SQLITE_BUSY &&
-         std::chrono::steady_clock::now() < give_up) {
+  int result = database.tryExec(use_log);
+  while (result == SQLITE_BUSY && std::chrono::steady_clock::now() < give_up) {
     std::this_thread::sleep_for(std::chrono::milliseconds(2));
+    result = database.tryExec(use_log);
   }
-  // Throws the error that remained.
-  database.exec("PRAGMA journal_mode = WAL");
+  if (result != SQLITE_OK) {
+    throw SQLite::Exception(database.getHandle(), result);
+  }
 }
 
 void make_schema(SQLite::Database& database) {

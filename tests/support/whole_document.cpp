@@ -130,13 +130,73 @@ constexpr std::string_view unread = R"xml(
   </virtual_cube>
 </virtual_cubes>)xml";
 
+constexpr std::string_view older_library = R"xml(
+<library>
+  <data_sources>
+    <data_source name="Warehouse" connection_string="Provider=Older" description="Old facts"/>
+  </data_sources>
+  <shared_dimensions>
+    <shared_dimension name="Time" description="Old calendar" type="time" data_source="Warehouse"
+                      from_clause="old_dates" join_clause="" schema_layout="star">
+      <levels>
+        <level name="Year" type="time_years" column_size="4" column_type="3" description=""
+               estimated_size="5" member_key_column="old_dates.y" ordering="key"/>
+        <level name="Month" type="time_months" column_size="4" column_type="3" description=""
+               estimated_size="60" member_key_column="old_dates.m" ordering="key"/>
+      </levels>
+    </shared_dimension>
+    <shared_dimension name="Region" description="Old" type="regular" data_source="Warehouse"
+                      from_clause="old_regions" join_clause="" schema_layout="star">
+      <levels/>
+    </shared_dimension>
+  </shared_dimensions>
+  <roles><role name="Readers" description="Old readers" user_list="carl"/></roles>
+</library>)xml";
+
+constexpr std::string_view older_cubes = R"xml(
+<cubes>
+  <cube name="Sales" description="Old sales" data_source="Warehouse" fact_table="old_sales"
+        aggregation_prefix="O_" from_clause="old_sales" join_clause="" schema_layout="snow"
+        olap_mode="olapmodeHybridIndex" estimated_rows="7">
+    <cube_dimensions>
+      <cube_dimension_reference name="Time"><cube_levels_reference/></cube_dimension_reference>
+      <cube_dimension name="Channel" description="Old" type="regular" data_source="Warehouse"
+                      from_clause="old_channels" join_clause="">
+        <cube_levels/>
+      </cube_dimension>
+    </cube_dimensions>
+    <cube_measures>
+      <cube_measure name="Turnover" description="" format="" source_column="old_sales.turnover"
+                    internal="false" aggregate_function="max"/>
+    </cube_measures>
+    <cube_calculated_members>
+      <cube_calculated_member name="Twice" statement="M AS 2"/>
+    </cube_calculated_members>
+    <cube_partitions>
+      <cube_partition name="Older" fact_table="older_sales" aggregation_prefix="" from_clause=""
+                      join_clause="" datasource="Warehouse" olap_mode="" readwrite="false">
+        <partition_dimensions/>
+      </cube_partition>
+    </cube_partitions>
+    <cube_roles><cube_role name="Writers" permissions="W"/></cube_roles>
+  </cube>
+</cubes>)xml";
+
+constexpr std::string_view shop_beginning =
+    R"(<?xml version="1.0" encoding="UTF-8"?>
+<database version="1.0.1073" name="Shop" description=")";
+
 }  // namespace
 
+std::string older_document() {
+  return std::string(shop_beginning) + "The old shop\">" + std::string(older_library) +
+         std::string(older_cubes) + "\n</database>\n";
+}
+
 std::string whole_document() {
-  return std::string("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n") +
-         R"(<database version="1.0.1073" name="Shop" description="All of the shop">)" +
-         std::string(library) + "\n<cubes>" + std::string(sales_cube) + std::string(stock_cube) +
-         "\n</cubes>" + std::string(unread) + "\n</database>\n";
+  return std::string(shop_beginning) + "All of the shop\">" + std::string(library) + "\n<cubes>" +
+         std::string(sales_cube) + std::string(stock_cube) + "\n</cubes>" + std::string(unread) +
+         "\n</database>\n";
 }
 
 std::vector<std::string> whole_document_messages(bool import_partitions) {

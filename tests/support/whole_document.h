@@ -10,6 +10,10 @@ namespace importkcd::testing {
 /// "Region" is used by no cube. Its `virtual_dimensions` and `virtual_cubes` are not read by a run.
 std::string whole_document();
 
+/// An earlier state of the same database, without the shared dimension "Product" and the cube
+/// "Stock", with "Region" without levels and with other texts everywhere.
+std::string older_document();
+
 /// The messages of a first import of whole_document(), from "Processing document" on.
 std::vector<std::string> whole_document_messages(bool import_partitions);
 

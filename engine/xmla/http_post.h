@@ -1,0 +1,36 @@
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <string>
+#include <vector>
+
+namespace importkcd {
+
+/// How long and how large an answer may be.
+struct HttpLimits {
+  /// From the beginning of the connection to the end of the answer.
+  std::chrono::milliseconds time{std::chrono::minutes(5)};
+  std::size_t bytes = std::size_t{64} << 20U;
+};
+
+struct HttpRequest {
+  /// With http or https; may carry a user and a password.
+  std::string address;
+  /// Whole lines: "Name: value".
+  std::vector<std::string> headers;
+  std::string body;
+  HttpLimits limits;
+};
+
+struct HttpAnswer {
+  long status = 0;
+  std::string body;
+};
+
+/// Sends a POST request and gives the answer, whatever its status; redirections are not followed.
+/// Throws ImportError, whose description names the address without user and password, when there is
+/// no connection, or no whole answer within the limits.
+HttpAnswer http_post(const HttpRequest& request);
+
+}  // namespace importkcd

@@ -1,0 +1,143 @@
+#include "engine/xmla/xml_element.h"
+
+#include <libxml/xmlreader.h>
+
+#include <algorithm>
+#include <climits>
+#include <memory>
+
+#include "engine/olap_model/import_error.h"
+#include "engine/xmla/xmla_error.h"
+
+namespace importkcd {
+namespace {
+
+struct FreeReader {
+  void operator()(xmlTextReaderPtr reader) const { xmlFreeTextReader(reader); }
+};
+using Reader = std::unique_ptr<xmlTextReader, FreeReader>;
+
+std::string text_of(const xmlChar* text) {
+  return text == nullptr ? std::string() : reinterpret_cast<const char*>(text);
+}
+
+/// Keeps the first message; the later ones only follow from it.
+void note_error(void* context, xmlErrorPtr error) {
+  auto& message = *static_cast<std::string*>(context);
+  if (message.empty() && error != nullptr && error->level >= XML_ERR_ERROR) {
+    message = error->message == nullptr ? "" : error->message;
+    while (!message.empty() && (message.back() == '\n' || message.back() == ' ')) {
+      message.pop_back();
+    }
+    std::replace(message.begin(), message.end(), '\n', ' ');
+    message += " (line " + std::to_string(error->line) + ")";
+  }
+}
+
+[[noreturn]] void refuse(const std::string& reason) { throw ImportError(reason, xmla_server); }
+
+/// Builds the tree while the reader walks.
+class TreeBuilder {
+ public:
+  explicit TreeBuilder(xmlTextReaderPtr reader) : reader_(reader) {}
+
+  void take_node() {
+    switch (xmlTextReaderNodeType(reader_)) {
+      case XML_READER_TYPE_ELEMENT:
+        begin_element();
+        break;
+      case XML_READER_TYPE_END_ELEMENT:
+        open_.pop_back();
+        break;
+      case XML_READER_TYPE_TEXT:
+      case XML_READER_TYPE_CDATA:
+      case XML_READER_TYPE_SIGNIFICANT_WHITESPACE:
+        open_.back()->text += text_of(xmlTextReaderConstValue(reader_));
+        break;
+      case XML_READER_TYPE_DOCUMENT_TYPE:
+        refuse("it declares a document type");
+      case XML_READER_TYPE_ENTITY_REFERENCE:
+        refuse("it refers to an entity");
+      default:
+        break;
+    }
+  }
+
+  XmlElement take_root() { return std::move(root_); }
+
+ private:
+  void begin_element() {
+    XmlElement& element = open_.empty() ? root_ : open_.back()->children.emplace_back(XmlElement{});
+    element.name = text_of(xmlTextReaderConstLocalName(reader_));
+    const bool is_empty = xmlTextReaderIsEmptyElement(reader_) == 1;
+    while (xmlTextReaderMoveToNextAttribute(reader_) == 1) {
+      if (xmlTextReaderIsNamespaceDecl(reader_) != 1) {
+        element.attributes.emplace_back(text_of(xmlTextReaderConstLocalName(reader_)),
+                                        text_of(xmlTextReaderConstValue(reader_)));
+      }
+    }
+    if (!is_empty) {
+      // The address holds: a parent gets its next child only after this one was closed.
+      open_.push_back(&element);
+    }
+  }
+
+  xmlTextReaderPtr reader_;
+  XmlElement root_;
+  std::vector<XmlElement*> open_;
+};
+
+}  // namespace
+
+const XmlElement* XmlElement::child(std::string_view child_name) const {
+  const auto found = std::find_if(children.begin(), children.end(),
+                                  [&](const XmlElement& c) { return c.name == child_name; });
+  return found == children.end() ? nullptr : &*found;
+}
+
+std::string_view XmlElement::child_text(std::string_view child_name) const {
+  const auto* const found = child(child_name);
+  return found == nullptr ? std::string_view() : std::string_view(found->text);
+}
+
+std::string_view XmlElement::attribute(std::string_view attribute_name) const {
+  const auto found = std::find_if(attributes.begin(), attributes.end(),
+                                  [&](const auto& a) { return a.first == attribute_name; });
+  return found == attributes.end() ? std::string_view() : std::string_view(found->second);
+}
+
+const XmlElement* XmlElement::find(std::string_view element_name) const {
+  if (name == element_name) {
+    return this;
+  }
+  for (const auto& element : children) {
+    if (const auto* const found = element.find(element_name)) {
+      return found;
+    }
+  }
+  return nullptr;
+}
+
+XmlElement parse_xml(std::string_view text) {
+  if (text.size() > INT_MAX) {
+    refuse("it is too large");
+  }
+  const Reader reader(xmlReaderForMemory(text.data(), static_cast<int>(text.size()), nullptr,
+                                         nullptr, XML_PARSE_NONET));
+  if (!reader) {
+    refuse("it cannot be read");
+  }
+  std::string message;
+  xmlTextReaderSetStructuredErrorHandler(reader.get(), note_error, &message);
+  TreeBuilder builder(reader.get());
+  int state = 0;
+  while ((state = xmlTextReaderRead(reader.get())) == 1) {
+    builder.take_node();
+  }
+  if (state != 0 || !message.empty()) {
+    refuse(message.empty() ? "it is not well-formed XML" : message);
+  }
+  return builder.take_root();
+}
+
+}  // namespace importkcd

@@ -7,7 +7,9 @@
 #include "cli/argument_list.h"
 #include "cli/convert_command.h"
 #include "cli/import_command.h"
+#include "cli/mdx_query_command.h"
 #include "cli/restore_command.h"
+#include "cli/serve_command.h"
 #include "cli/show_command.h"
 #include "engine/olap_model/server_choice.h"
 #include "engine/password_mask.h"
@@ -34,8 +36,10 @@ std::string usage_message(const CLI::App* program, const CLI::Error& error) {
 }
 
 int run(int argument_count, const char* const* arguments) {
-  CLI::App program("Imports cube definition documents into an OLAP server and shows what it holds.",
-                   "kcd");
+  CLI::App program(
+      "Imports cube definition documents into an OLAP server, shows what it "
+      "holds, and asks it.",
+      "kcd");
   program.set_version_flag("--version", "kcd " KCD_VERSION);
   program.require_subcommand(1);
   program.failure_message(usage_message);
@@ -43,6 +47,8 @@ int run(int argument_count, const char* const* arguments) {
   const ConvertCommand convert_command(program);
   const ShowCommand show_command(program);
   const RestoreCommand restore_command(program);
+  const ServeCommand serve_command(program);
+  const QueryCommand query_command(program);
   try {
     auto list = argument_list(program, argument_count, arguments);
     std::reverse(list.begin(), list.end());  // the library takes them from the back
@@ -58,8 +64,13 @@ int run(int argument_count, const char* const* arguments) {
   if (convert_command.chosen()) {
     return convert_command.run(environment);
   }
-  return restore_command.chosen() ? restore_command.run(environment)
-                                  : show_command.run(environment);
+  if (restore_command.chosen()) {
+    return restore_command.run(environment);
+  }
+  if (serve_command.chosen()) {
+    return serve_command.run(environment);
+  }
+  return query_command.chosen() ? query_command.run(environment) : show_command.run(environment);
 }
 
 /// A success whose output did not arrive is none.

@@ -5,9 +5,12 @@
 
 #include "cli/catalogue_json.h"
 #include "cli/catalogue_tree.h"
+#include "cli/xmla_tree.h"
 #include "engine/olap_model/import_error.h"
 #include "engine/olap_model/name_folding.h"
 #include "engine/printable_text.h"
+#include "engine/xmla/xmla_address.h"
+#include "engine/xmla/xmla_client.h"
 
 namespace importkcd {
 
@@ -16,7 +19,8 @@ ShowCommand::ShowCommand(CLI::App& program)
       server_("localhost") {
   command_
       ->add_option("SERVER", server_,
-                   "The OLAP server: localhost (this computer) or catalogue:PATH")
+                   "The OLAP server: localhost (this computer), catalogue:PATH, or the address of "
+                   "an XMLA server (http://...), which tells its databases and cubes")
       ->type_name("")
       ->capture_default_str();
   command_->add_option("DATABASE", database_, "Only this database")->type_name("");
@@ -64,7 +68,41 @@ void ShowCommand::show_json(OlapServer& server, std::ostream& out) const {
   json.end();
 }
 
+void ShowCommand::show_xmla(std::ostream& out) const {
+  const XmlaClient client(server_);
+  const bool all = command_->count("DATABASE") == 0;
+  auto json = nlohmann::ordered_json::array();
+  bool found = false;
+  for (const auto& name : client.databases()) {
+    if (!all && !same_name(name, database_)) {
+      continue;
+    }
+    const auto cubes = client.cubes(name);
+    if (as_json_) {
+      json.push_back(xmla_database_json(name, cubes));
+    } else {
+      out << (found ? "\n" : "");
+      draw_tree(xmla_database_tree(name, cubes), style_of_locale(), out);
+    }
+    found = true;
+  }
+  if (!found && !all) {
+    throw ImportError("database '" + database_ + "' not found", "kcd");
+  }
+  if (as_json_) {
+    out << nlohmann::ordered_json({{"databases", std::move(json)}})
+               .dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace)
+        << '\n';
+  } else if (!found) {
+    out << "No databases on " << printable(shown_address(server_)) << ".\n";
+  }
+}
+
 int ShowCommand::run(const CommandEnvironment& environment) const {
+  if (is_xmla_address(server_)) {
+    show_xmla(environment.out);
+    return exit_status::success;
+  }
   const auto server = environment.open_for_looking(server_);
   server->connect(server_);
   if (as_json_) {

@@ -30,6 +30,8 @@ class ShowCommand {
   std::vector<std::string> databases_to_show(OlapServer& server) const;
   void show_tree(OlapServer& server, std::ostream& out) const;
   void show_json(OlapServer& server, std::ostream& out) const;
+  /// What a running XMLA server offers; it tells less than a catalogue does.
+  void show_xmla(std::ostream& out) const;
 
   CLI::App* command_;
   std::string server_;

@@ -1,0 +1,50 @@
+#pragma once
+
+#include <sys/types.h>
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace importkcd {
+
+/// Where the OLAP engine listens unless told otherwise.
+constexpr const char* default_engine_address = "127.0.0.1";
+constexpr std::uint16_t default_engine_port = 8712;
+
+/// A folder that a document was imported into, as it may be named: the prefix "mondrian:" of a
+/// server's text is dropped.
+std::string engine_directory(std::string_view text);
+
+/// The command that serves a directory's catalogues over XMLA: program and arguments. Port 0 is any
+/// free one. Throws ImportError, whose description says what is missing, when it cannot be carried
+/// out: the directory, its datasources.xml, Java, the engine's host or its libraries.
+std::vector<std::string> engine_command(const std::string& directory, const std::string& address,
+                                        std::uint16_t port);
+
+/// Makes this process the engine; it returns only by throwing ImportError.
+[[noreturn]] void become_engine(const std::vector<std::string>& command);
+
+/// An engine of this process's own, on a free port of the loopback interface. It ends with this
+/// object, and with this process, too.
+class OlapEngine {
+ public:
+  /// Waits until the engine answers. Throws ImportError when it cannot be started; its description
+  /// is what the engine said.
+  explicit OlapEngine(const std::string& directory);
+  ~OlapEngine();
+  OlapEngine(const OlapEngine&) = delete;
+  OlapEngine& operator=(const OlapEngine&) = delete;
+
+  /// Its XMLA address.
+  const std::string& address() const { return address_; }
+
+ private:
+  void stop() noexcept;
+
+  pid_t process_ = -1;
+  std::string address_;
+};
+
+}  // namespace importkcd

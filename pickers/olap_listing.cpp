@@ -1,25 +1,46 @@
 #include "pickers/olap_listing.h"
 
+#include <chrono>
 #include <exception>
 #include <functional>
 #include <memory>
+#include <utility>
+
+#include "engine/xmla/xmla_address.h"
+#include "engine/xmla/xmla_client.h"
 
 namespace importkcd {
 namespace {
+
+/// The person waits for a list, and sees nothing of what the server does.
+constexpr std::chrono::seconds longest_xmla_wait{30};
+
+XmlaClient xmla_client(const std::string& address) {
+  HttpLimits limits;
+  limits.time = longest_xmla_wait;
+  return XmlaClient(address, limits);
+}
+
+/// What `names_of` gives, or how it failed.
+OlapListing listing_of(const std::function<std::vector<std::string>()>& names_of) {
+  try {
+    return {.names = names_of(), .failed = false, .failure = {}};
+  } catch (const std::exception& error) {
+    return {.names = {}, .failed = true, .failure = error.what()};
+  }
+}
 
 using Walk = std::function<void(OlapServer& server, std::vector<std::string>& names)>;
 
 OlapListing list(const OlapServerFactory& factory, const std::string& server_name,
                  const Walk& walk) {
-  OlapListing listing;
-  try {
+  return listing_of([&] {
+    std::vector<std::string> names;
     const std::unique_ptr<OlapServer> server = factory(server_name);
     server->connect(server_name);
-    walk(*server, listing.names);
-  } catch (const std::exception& error) {
-    listing = {.names = {}, .failed = true, .failure = error.what()};
-  }
-  return listing;
+    walk(*server, names);
+    return names;
+  });
 }
 
 void add_cubes(OlapDatabase& database, std::vector<std::string>& names) {
@@ -31,9 +52,28 @@ void add_cubes(OlapDatabase& database, std::vector<std::string>& names) {
   }
 }
 
+/// A server that does not know a database answers with an error, where no cubes are meant.
+std::vector<std::string> regular_cubes(const XmlaClient& client, const std::string& database) {
+  std::vector<std::string> names;
+  for (const auto& name : client.databases()) {
+    if (name != database) {
+      continue;
+    }
+    for (auto& cube : client.cubes(name)) {
+      if (!cube.is_virtual) {
+        names.push_back(std::move(cube.name));
+      }
+    }
+  }
+  return names;
+}
+
 }  // namespace
 
 OlapListing list_olap_databases(const OlapServerFactory& factory, const std::string& server_name) {
+  if (is_xmla_address(server_name)) {
+    return listing_of([&] { return xmla_client(server_name).databases(); });
+  }
   return list(factory, server_name, [](OlapServer& server, std::vector<std::string>& names) {
     for (const auto& object : server.stored_objects()) {
       if (object.class_type == OlapClassType::database) {
@@ -45,6 +85,9 @@ OlapListing list_olap_databases(const OlapServerFactory& factory, const std::str
 
 OlapListing list_olap_cubes(const OlapServerFactory& factory, const std::string& server_name,
                             const std::string& database) {
+  if (is_xmla_address(server_name)) {
+    return listing_of([&] { return regular_cubes(xmla_client(server_name), database); });
+  }
   return list(factory, server_name, [&](OlapServer& server, std::vector<std::string>& names) {
     for (const auto& object : server.stored_objects()) {
       if (object.class_type == OlapClassType::database && object.name == database) {

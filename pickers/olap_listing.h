@@ -16,9 +16,10 @@ struct OlapListing {
   std::string failure;
 };
 
-// Both listings make a server with `factory`, connect it to `server_name`, and let go of it before
-// they return. They never throw: every failure on that way is in the result. `factory` ought to
-// make servers that are opened to be looked at only.
+// Both listings ask a server whose name is the address of an XMLA server (http://...) over the
+// network, within half a minute. Otherwise they make a server with `factory`, connect it to
+// `server_name`, and let go of it before they return. They never throw: every failure on that way
+// is in the result. `factory` ought to make servers that are opened to be looked at only.
 
 /// The names of the server's databases.
 OlapListing list_olap_databases(const OlapServerFactory& factory, const std::string& server_name);

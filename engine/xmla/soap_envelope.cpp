@@ -61,7 +61,7 @@ std::string discover_envelope(std::string_view request_type, const XmlaTexts& re
                                    property_list(properties));
 }
 
-std::string fault_text(const XmlElement& envelope) {
+std::string fault_text(const AnswerElement& envelope) {
   const auto* const body = envelope.child("Body");
   const auto* const fault = body == nullptr ? nullptr : body->child("Fault");
   if (fault == nullptr) {

@@ -30,8 +30,8 @@ std::string percent_encoded(std::string_view text) {
   return result;
 }
 
-std::vector<const XmlElement*> rows_of(const XmlElement& envelope) {
-  std::vector<const XmlElement*> rows;
+std::vector<const AnswerElement*> rows_of(const AnswerElement& envelope) {
+  std::vector<const AnswerElement*> rows;
   if (const auto* const root = envelope.find("root")) {
     for (const auto& element : root->children) {
       if (element.name == "row") {
@@ -43,7 +43,7 @@ std::vector<const XmlElement*> rows_of(const XmlElement& envelope) {
 }
 
 /// Throws when a server reports an error inside of an answer that is no fault.
-void check_exceptions(const XmlElement& envelope) {
+void check_exceptions(const AnswerElement& envelope) {
   const auto* const root = envelope.find("root");
   const auto* const messages = root == nullptr ? nullptr : root->child("Messages");
   const auto* const error = messages == nullptr ? nullptr : messages->find("Error");
@@ -93,16 +93,16 @@ Dataset XmlaClient::execute(const std::string& mdx, const std::string& database,
   return read_dataset(ask("Execute", envelope, std::move(headers)));
 }
 
-XmlElement XmlaClient::discover(const std::string& request_type, const XmlaTexts& restrictions,
-                                const XmlaTexts& properties) const {
+AnswerElement XmlaClient::discover(const std::string& request_type, const XmlaTexts& restrictions,
+                                   const XmlaTexts& properties) const {
   auto all = properties;
   all.emplace_back("Format", "Tabular");
   all.emplace_back("Content", "Data");
   return ask("Discover", discover_envelope(request_type, restrictions, all), {});
 }
 
-XmlElement XmlaClient::ask(const std::string& method, const std::string& envelope,
-                           std::vector<std::string> headers) const {
+AnswerElement XmlaClient::ask(const std::string& method, const std::string& envelope,
+                              std::vector<std::string> headers) const {
   headers.emplace_back("Content-Type: text/xml; charset=utf-8");
   headers.push_back("SOAPAction: \"urn:schemas-microsoft-com:xml-analysis:" + method + "\"");
   // The library would wait for a permission that some servers never give.
@@ -115,9 +115,9 @@ XmlElement XmlaClient::ask(const std::string& method, const std::string& envelop
     return {shown_address(address_) + " gives no XMLA answer" + status + ": " + reason,
             xmla_server};
   };
-  XmlElement root;
+  AnswerElement root;
   try {
-    root = parse_xml(answer.body);
+    root = parse_answer(answer.body);
   } catch (const ImportError& error) {
     throw refuse(answer.body.empty() ? "it is empty" : error.description());
   }

@@ -35,10 +35,10 @@ class XmlaClient {
                   const std::string& role = {}) const;
 
  private:
-  XmlElement discover(const std::string& request_type, const XmlaTexts& restrictions,
-                      const XmlaTexts& properties) const;
-  XmlElement ask(const std::string& method, const std::string& envelope,
-                 std::vector<std::string> headers) const;
+  AnswerElement discover(const std::string& request_type, const XmlaTexts& restrictions,
+                         const XmlaTexts& properties) const;
+  AnswerElement ask(const std::string& method, const std::string& envelope,
+                    std::vector<std::string> headers) const;
 
   std::string address_;
   HttpLimits limits_;

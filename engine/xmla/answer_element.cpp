@@ -1,4 +1,4 @@
-#include "engine/xmla/xml_element.h"
+#include "engine/xmla/answer_element.h"
 
 #include <libxml/xmlreader.h>
 
@@ -63,11 +63,12 @@ class TreeBuilder {
     }
   }
 
-  XmlElement take_root() { return std::move(root_); }
+  AnswerElement take_root() { return std::move(root_); }
 
  private:
   void begin_element() {
-    XmlElement& element = open_.empty() ? root_ : open_.back()->children.emplace_back(XmlElement{});
+    AnswerElement& element =
+        open_.empty() ? root_ : open_.back()->children.emplace_back(AnswerElement{});
     element.name = text_of(xmlTextReaderConstLocalName(reader_));
     const bool is_empty = xmlTextReaderIsEmptyElement(reader_) == 1;
     while (xmlTextReaderMoveToNextAttribute(reader_) == 1) {
@@ -83,30 +84,30 @@ class TreeBuilder {
   }
 
   xmlTextReaderPtr reader_;
-  XmlElement root_;
-  std::vector<XmlElement*> open_;
+  AnswerElement root_;
+  std::vector<AnswerElement*> open_;
 };
 
 }  // namespace
 
-const XmlElement* XmlElement::child(std::string_view child_name) const {
+const AnswerElement* AnswerElement::child(std::string_view child_name) const {
   const auto found = std::find_if(children.begin(), children.end(),
-                                  [&](const XmlElement& c) { return c.name == child_name; });
+                                  [&](const AnswerElement& c) { return c.name == child_name; });
   return found == children.end() ? nullptr : &*found;
 }
 
-std::string_view XmlElement::child_text(std::string_view child_name) const {
+std::string_view AnswerElement::child_text(std::string_view child_name) const {
   const auto* const found = child(child_name);
   return found == nullptr ? std::string_view() : std::string_view(found->text);
 }
 
-std::string_view XmlElement::attribute(std::string_view attribute_name) const {
+std::string_view AnswerElement::attribute(std::string_view attribute_name) const {
   const auto found = std::find_if(attributes.begin(), attributes.end(),
                                   [&](const auto& a) { return a.first == attribute_name; });
   return found == attributes.end() ? std::string_view() : std::string_view(found->second);
 }
 
-const XmlElement* XmlElement::find(std::string_view element_name) const {
+const AnswerElement* AnswerElement::find(std::string_view element_name) const {
   if (name == element_name) {
     return this;
   }
@@ -118,7 +119,7 @@ const XmlElement* XmlElement::find(std::string_view element_name) const {
   return nullptr;
 }
 
-XmlElement parse_xml(std::string_view text) {
+AnswerElement parse_answer(std::string_view text) {
   if (text.size() > INT_MAX) {
     refuse("it is too large");
   }

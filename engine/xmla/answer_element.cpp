@@ -136,7 +136,9 @@ AnswerElement parse_answer(std::string_view text) {
     builder.take_node();
   }
   if (state != 0 || !message.empty()) {
-    refuse(message.empty() ? "it is not well-formed XML" : message);
+    const auto start = text.find_first_not_of(" \t\r\n");
+    const bool is_markup = start != std::string_view::npos && text[start] == '<';
+    refuse(is_markup && !message.empty() ? message : "it is no XML");
   }
   return builder.take_root();
 }

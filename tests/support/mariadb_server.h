@@ -25,6 +25,10 @@ class MariaDbServer {
   /// An ODBC connection string without user and password.
   std::string connection_string() const;
 
+  /// Runs SQL statements in a database, or in none when its name is empty, and gives what they
+  /// select: a line a row, tabulators between. The test fails when they do.
+  std::string run_sql(const std::string& database, const std::string& statements) const;
+
   /// Stops answering, with its connections open, and goes on again.
   void fall_silent() const;
   void wake_up() const;

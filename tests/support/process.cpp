@@ -162,6 +162,8 @@ void RunningProcess::read_until(std::string_view text) {
   }
 }
 
+void RunningProcess::send(int signal) const { ::kill(child_, signal); }
+
 void RunningProcess::kill() {
   if (child_ > 0) {
     ::kill(child_, SIGKILL);

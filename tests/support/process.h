@@ -42,6 +42,11 @@ class RunningProcess {
 
   /// Reads output until it holds this text. The test fails when the program ends before.
   void read_until(std::string_view text);
+  /// What was read so far.
+  const std::string& output() const { return read_; }
+  /// Sends it a signal.
+  void send(int signal) const;
+  int process_id() const { return child_; }
   /// Kills it with SIGKILL.
   void kill();
   /// Reads the rest of its output and gives its exit status, as ProcessResult tells it.

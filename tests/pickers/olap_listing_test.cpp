@@ -4,11 +4,14 @@
 #include <gtest/gtest.h>
 
 #include <map>
+#include <memory>
+#include <stdexcept>
 
 #include "engine/olap_model/server_choice.h"
 #include "tests/engine/olap_model/catalogue_test_support.h"
 #include "tests/engine/olap_model/forked_process.h"
 #include "tests/pickers/picker_server.h"
+#include "tests/support/http_server.h"
 #include "tests/support/temporary_folder.h"
 
 namespace importkcd {
@@ -170,6 +173,50 @@ TEST(OlapListing, DatabasesAndCubesOfACatalogueAreListed) {
   EXPECT_THAT(list_olap_databases(looking, machine).names, ElementsAre("Bücher"));
   EXPECT_THAT(list_olap_cubes(looking, machine, "Bücher").names, ElementsAre("Orders"));
   EXPECT_THAT(list_olap_cubes(looking, machine, "bücher").names, IsEmpty());
+}
+
+/// No server is to be made for an address.
+OlapServerFactory no_factory() {
+  return [](std::string_view) -> std::unique_ptr<OlapServer> {
+    throw std::logic_error("a server was made");
+  };
+}
+
+TEST(OlapListing, AnXmlaAddressIsAskedForItsDatabases) {
+  const testing::HttpServer server([](const std::string&) {
+    return testing::rowset_answer(
+        {"<CATALOG_NAME>Zoo</CATALOG_NAME>", "<CATALOG_NAME>Abc</CATALOG_NAME>"});
+  });
+  const auto listing = list_olap_databases(no_factory(), server.address());
+  EXPECT_FALSE(listing.failed) << listing.failure;
+  EXPECT_THAT(listing.names, ElementsAre("Zoo", "Abc"));
+}
+
+TEST(OlapListing, AnXmlaAddressIsAskedForItsRegularCubes) {
+  const testing::HttpServer server([](const std::string& request) {
+    return request.find("MDSCHEMA_CUBES") == std::string::npos
+               ? testing::rowset_answer({"<CATALOG_NAME>Sales</CATALOG_NAME>"})
+               : testing::rowset_answer(
+                     {"<CATALOG_NAME>Sales</CATALOG_NAME><CUBE_NAME>Orders</CUBE_NAME>",
+                      "<CATALOG_NAME>Sales</CATALOG_NAME><CUBE_NAME>Everything</CUBE_NAME>"
+                      "<CUBE_TYPE>VIRTUAL CUBE</CUBE_TYPE>",
+                      "<CATALOG_NAME>Sales</CATALOG_NAME><CUBE_NAME>Budget</CUBE_NAME>"});
+  });
+  EXPECT_THAT(list_olap_cubes(no_factory(), server.address(), "Sales").names,
+              ElementsAre("Orders", "Budget"));
+  const auto other_case = list_olap_cubes(no_factory(), server.address(), "sales");
+  EXPECT_FALSE(other_case.failed);
+  EXPECT_THAT(other_case.names, IsEmpty());
+}
+
+TEST(OlapListing, AnXmlaAddressWithoutAnAnswerIsAFailure) {
+  const testing::HttpServer server(
+      [](const std::string&) { return testing::http_answer("busy", "503 Busy"); });
+  const auto expected = server.address() + " gives no XMLA answer (HTTP status 503): it is no XML";
+  EXPECT_EQ(list_olap_databases(no_factory(), server.address()).failure, expected);
+  const auto cubes = list_olap_cubes(no_factory(), server.address(), "Sales");
+  EXPECT_TRUE(cubes.failed);
+  EXPECT_EQ(cubes.failure, expected);
 }
 
 }  // namespace

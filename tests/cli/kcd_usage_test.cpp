@@ -40,7 +40,9 @@ TEST_F(KcdUsage, HasHelpOfItsOwnAndOfEachSubcommand) {
         std::pair{std::vector<std::string>{"import", "--help"}, "--connect-string-file"},
         std::pair{std::vector<std::string>{"convert", "--help"}, "--labels-server"},
         std::pair{std::vector<std::string>{"show", "--help"}, "--json"},
-        std::pair{std::vector<std::string>{"restore", "--help"}, "--list"}}) {
+        std::pair{std::vector<std::string>{"restore", "--help"}, "--list"},
+        std::pair{std::vector<std::string>{"serve", "--help"}, "--port"},
+        std::pair{std::vector<std::string>{"query", "--help"}, "--database"}}) {
     const auto result = kcd(arguments);
     EXPECT_EQ(result.exit_status, 0);
     EXPECT_THAT(result.output, HasSubstr(text));
@@ -53,7 +55,8 @@ TEST_F(KcdUsage, TheManualKnowsEveryOptionOfTheHelp) {
   for (const auto& arguments :
        {std::vector<std::string>{"--help"}, std::vector<std::string>{"import", "--help"},
         std::vector<std::string>{"convert", "--help"}, std::vector<std::string>{"show", "--help"},
-        std::vector<std::string>{"restore", "--help"}}) {
+        std::vector<std::string>{"restore", "--help"}, std::vector<std::string>{"serve", "--help"},
+        std::vector<std::string>{"query", "--help"}}) {
     const auto help = kcd(arguments).output;
     const std::regex option("--([a-z-]+)");
     const std::sregex_iterator end;

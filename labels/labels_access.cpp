@@ -6,6 +6,7 @@
 
 #include "engine/apostrophes.h"
 #include "engine/olap_model/import_error.h"
+#include "engine/password_mask.h"
 #include "labels/label_id.h"
 #include "labels/xml_escape_text.h"
 
@@ -115,7 +116,8 @@ bool LabelsAccess::ConnectLabelsServer(const LabelsLogin& login, LabelsList list
     AdoConnection = std::move(connection);
     return true;
   } catch (const std::exception& error) {
-    failure_ = error.what();
+    // Drivers may quote the connection string.
+    failure_ = mask_passwords(error.what());
     view_.show_labels_message({true, "Retrieve SQLServer Databases",
                                "Error while connecting to : " + shown_labels_server(login.server)});
     return false;

@@ -267,7 +267,9 @@ TEST_F(DocumentPreparation, ALineAndAPatternMayBeLongerThanAnyBuffer) {
 TEST_F(DocumentPreparation, TheCopyIsAFreshFileForItsOwnerOnly) {
   const SystemFolder system_folder(folder.path().string());
   const auto document = folder.write("document.kcd", "<a/>\n");
+  const auto mask = umask(0);
   const auto first = PrepareDocument(document, std::nullopt);
+  umask(mask);
   const auto second = PrepareDocument(document, std::nullopt);
   EXPECT_NE(first.path, second.path);
   const auto name = folder.path().string() + "/importkcd-[0-9a-f]+\\.tmp";

@@ -110,6 +110,14 @@ TEST_F(LabelsAccessTest, PasswordsOfAConnectionStringAreNotShown) {
               ElementsAre(connection_failed("odbc:DRIVER={X};UID=sa;PWD=***;Server=S")));
 }
 
+TEST_F(LabelsAccessTest, AConnectionStringThatADriverQuotesIsNotShownWithItsPassword) {
+  LabelsAccess quoting(view, [](const LabelsLogin&) -> std::unique_ptr<LabelsConnection> {
+    throw ImportError("no 'DSN=a;PWD={x;y};UID=u' here", error_source::labels_database);
+  });
+  quoting.RefreshLabelDatabases();
+  EXPECT_EQ(quoting.failure(), "no 'DSN=a;PWD=***;UID=u' here");
+}
+
 TEST_F(LabelsAccessTest, OpeningTheLanguageListSwitchesTheDatabaseAndAsksForThem) {
   connect();
   view.fields.database = "Typed";

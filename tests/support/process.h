@@ -42,8 +42,6 @@ class RunningProcess {
 
   /// Reads output until it holds this text. The test fails when the program ends before.
   void read_until(std::string_view text);
-  /// What was read so far.
-  const std::string& output() const { return read_; }
   /// Sends it a signal.
   void send(int signal) const;
   int process_id() const { return child_; }

@@ -12,6 +12,7 @@
 #include "engine/olap_model/catalogue/catalogue_store.h"
 #include "engine/olap_model/server_choice.h"
 #include "engine/olap_model/working_copy_server.h"
+#include "tests/support/catalogue_check.h"
 #include "tests/support/database_text.h"
 #include "tests/support/whole_document.h"
 
@@ -209,10 +210,7 @@ void CatalogueFaultsTest::expect_sound_file() const {
   if (!fs::exists(path)) {
     return;
   }
-  SQLite::Database database(path, SQLite::OPEN_READWRITE);
-  EXPECT_EQ(database.execAndGet("PRAGMA integrity_check").getString(), "ok");
-  SQLite::Statement orphans(database, "PRAGMA foreign_key_check");
-  EXPECT_FALSE(orphans.executeStep()) << "rows without owner";
+  EXPECT_EQ(check_of(path), "ok");
 }
 
 }  // namespace importkcd::testing

@@ -142,7 +142,10 @@ RunningProcess::RunningProcess(const ProcessStart& start) {
   // The smaller, the earlier the program has to wait.
   fcntl(output_, F_SETPIPE_SZ, 4096);
   const Descriptor input(memory_file());
-  const Descriptor output(pipe_ends[1]);
+  const Descriptor pipe(pipe_ends[1]);
+  const Descriptor output(start.output_file.empty()
+                              ? fcntl(pipe.number(), F_DUPFD_CLOEXEC, 0)
+                              : open(start.output_file.c_str(), O_WRONLY | O_CLOEXEC));
   errors_ = memory_file();
   child_ = spawn(start, {input.number(), output.number(), errors_});
 }

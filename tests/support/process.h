@@ -30,9 +30,9 @@ struct ProcessResult {
 /// Runs a program to its end. The test fails when it cannot be started.
 ProcessResult run_process(const ProcessStart& start);
 
-/// A program under way. Its output goes into a pipe that nobody empties but read_until() and
-/// finish(), so that a program with much to say waits in the middle of its work. Its standard input
-/// is empty. It is killed with this object.
+/// A program under way. Unless `output_file` takes it, its output goes into a pipe that nobody
+/// empties but read_until() and finish(), so that a program with much to say waits in the middle of
+/// its work. Its standard input is empty. It is killed with this object.
 class RunningProcess {
  public:
   explicit RunningProcess(const ProcessStart& start);

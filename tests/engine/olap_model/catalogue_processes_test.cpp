@@ -10,9 +10,9 @@
 #include <random>
 #include <thread>
 
-#include "tests/engine/olap_model/catalogue_check.h"
 #include "tests/engine/olap_model/catalogue_test_support.h"
 #include "tests/engine/olap_model/forked_process.h"
+#include "tests/support/catalogue_check.h"
 #include "tests/support/temporary_folder.h"
 
 namespace importkcd {

@@ -11,9 +11,9 @@
 
 #include "engine/olap_model/server_choice.h"
 #include "engine/olap_model/working_copy_server.h"
-#include "tests/engine/olap_model/catalogue_check.h"
 #include "tests/engine/olap_model/catalogue_test_support.h"
 #include "tests/engine/olap_model/forked_process.h"
+#include "tests/support/catalogue_check.h"
 #include "tests/support/database_text.h"
 #include "tests/support/import_fixture.h"
 #include "tests/support/whole_document.h"

@@ -46,7 +46,7 @@ class CatalogueFile {
   template <class Query>
   auto read(const Query& query) {
     return translated([&] {
-      if (!state_) {
+      if (!state_ && !changing_) {
         state_.emplace(*connection_);
       }
       try {
@@ -60,7 +60,8 @@ class CatalogueFile {
     });
   }
 
-  /// Calls `change` inside a transaction, which is undone when it throws. Waits for other writers.
+  /// Calls `change` inside a transaction, which is undone when it throws; reads inside of it see
+  /// what was changed so far. Waits for other writers.
   /// Throws ImportError when the file was opened to look only.
   template <class Change>
   void write(const Change& change) {
@@ -68,6 +69,7 @@ class CatalogueFile {
     forget_state();
     translated([&] {
       SQLite::Transaction transaction(*connection_, SQLite::TransactionBehavior::IMMEDIATE);
+      const Changing changing(changing_);
       change();
       transaction.commit();
     });
@@ -77,6 +79,18 @@ class CatalogueFile {
   void forget_state() { state_.reset(); }
 
  private:
+  /// Holds a flag as long as this object lives.
+  class Changing {
+   public:
+    explicit Changing(bool& flag) : flag_(flag) { flag_ = true; }
+    ~Changing() { flag_ = false; }
+    Changing(const Changing&) = delete;
+    Changing& operator=(const Changing&) = delete;
+
+   private:
+    bool& flag_;
+  };
+
   template <class Operation>
   auto translated(const Operation& operation) {
     try {
@@ -101,6 +115,8 @@ class CatalogueFile {
   std::string real_path_;
   /// The file is read without locks, because nobody wrote to it when it was opened.
   bool alone_ = false;
+  /// A change is under way, in a transaction of its own.
+  bool changing_ = false;
   std::unique_ptr<SQLite::Database> connection_;
   std::optional<SQLite::Transaction> state_;
 };

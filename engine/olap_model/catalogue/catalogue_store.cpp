@@ -1,6 +1,7 @@
 #include "engine/olap_model/catalogue/catalogue_store.h"
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <utility>
 
@@ -38,7 +39,10 @@ class CatalogueSource : public ObjectSource<Object> {
 
 class CatalogueStore : public OlapStore {
  public:
-  CatalogueStore(std::string path, CatalogueAccess access) : file_(std::move(path), access) {}
+  using BeforeCommit = std::function<void(OlapStore&)>;
+
+  CatalogueStore(std::string path, CatalogueAccess access, BeforeCommit before_commit)
+      : file_(std::move(path), access), before_commit_(std::move(before_commit)) {}
 
   void open() override {
     file_.open();
@@ -95,6 +99,9 @@ class CatalogueStore : public OlapStore {
       for (const auto& change : changes) {
         writer_->apply(change);
       }
+      if (before_commit_) {
+        before_commit_(*this);
+      }
     });
   }
 
@@ -114,6 +121,7 @@ class CatalogueStore : public OlapStore {
   }
 
   CatalogueFile file_;
+  BeforeCommit before_commit_;
   std::optional<DatabaseLock> lock_;
   std::optional<CatalogueReader> reader_;
   std::optional<CatalogueWriter> writer_;
@@ -121,8 +129,9 @@ class CatalogueStore : public OlapStore {
 
 }  // namespace
 
-std::shared_ptr<OlapStore> make_catalogue_store(std::string path, CatalogueAccess access) {
-  return std::make_shared<CatalogueStore>(std::move(path), access);
+std::shared_ptr<OlapStore> make_catalogue_store(std::string path, CatalogueAccess access,
+                                                std::function<void(OlapStore&)> before_commit) {
+  return std::make_shared<CatalogueStore>(std::move(path), access, std::move(before_commit));
 }
 
 }  // namespace importkcd

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <string>
 
@@ -20,6 +21,10 @@ enum class CatalogueAccess {
 };
 
 /// The embedded OLAP store: an SQLite file with one readable table a kind of object.
-std::shared_ptr<OlapStore> make_catalogue_store(std::string path, CatalogueAccess access);
+/// Every apply() calls `before_commit`, if there is one, with the store as it will be; what that
+/// throws undoes the changes, and so does a failure after it.
+std::shared_ptr<OlapStore> make_catalogue_store(
+    std::string path, CatalogueAccess access,
+    std::function<void(OlapStore& changed)> before_commit = {});
 
 }  // namespace importkcd

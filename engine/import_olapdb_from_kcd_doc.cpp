@@ -236,6 +236,7 @@ void ImportOLAPDBFromKCDDoc::ImportVirtualCubes(const KcdElement* collection) {
 void ImportOLAPDBFromKCDDoc::finish() {
   try {
     server_->finish();
+    notify_of_server_messages(*server_, notifications);
   } catch (const std::exception& error) {
     succeeded = false;
     if (last_error.empty()) {

@@ -88,6 +88,10 @@ class OlapServer {
   /// the database has all its dimensions.
   virtual bool structure_is_valid(OlapDatabase& database, const OlapCube& cube) = 0;
 
+  /// What a person should know about structure_is_valid() and finish(), such as why a structure is
+  /// not valid: the sentences since the last call, each without a line end.
+  virtual std::vector<std::string> take_messages() { return {}; }
+
   /// Stores everything that was written back or removed since connect() or the last finish(), all
   /// of it or nothing, and lets go of the held databases. Ends all OlapDatabase references. Does
   /// nothing when nothing was written back.

@@ -129,6 +129,8 @@ bool ForwardingServer::structure_is_valid(OlapDatabase& database, const OlapCube
   return target_->structure_is_valid(database, cube);
 }
 
+std::vector<std::string> ForwardingServer::take_messages() { return target_->take_messages(); }
+
 void ForwardingServer::finish() {
   announce("finish");
   target_->finish();

@@ -37,6 +37,7 @@ class ForwardingServer : public OlapServer {
   void lock_cube(OlapDatabase& database, const OlapCube& cube) override;
   void remove_first(OlapDatabase& database, OlapCube& cube, OlapCubeContent content) override;
   bool structure_is_valid(OlapDatabase& database, const OlapCube& cube) override;
+  std::vector<std::string> take_messages() override;
   void finish() override;
 
  private:

@@ -8,6 +8,7 @@
 
 #include "engine/olap_model/catalogue/catalogue_store.h"
 #include "engine/olap_model/memory/memory_server.h"
+#include "engine/olap_model/mondrian/mondrian_server.h"
 #include "engine/olap_model/working_copy_server.h"
 #include "tests/support/temporary_folder.h"
 
@@ -37,6 +38,16 @@ class CataloguePlace : public Place {
   std::unique_ptr<OlapServer> server() override {
     return std::make_unique<WorkingCopyServer>(
         make_catalogue_store(folder_.file("server.olap"), CatalogueAccess::read_write));
+  }
+
+ private:
+  testing::TemporaryFolder folder_;
+};
+
+class MondrianPlace : public Place {
+ public:
+  std::unique_ptr<OlapServer> server() override {
+    return make_mondrian_server(folder_.file("olap"), MondrianAccess::read_write);
   }
 
  private:
@@ -405,7 +416,8 @@ TEST_P(ServerContract, APrivateDimensionWithoutAPlaceInItsCubeIsNotStored) {
 
 TEST_P(ServerContract, AStructureIsValidWithSourceTableDimensionAndMeasure) {
   auto& database = new_database();
-  server().write_back_data_source(database, database.data_sources().add({"DW", "", ""}));
+  server().write_back_data_source(database,
+                                  database.data_sources().add({"DW", "jdbc:postgresql:dw", ""}));
   add_dimension(database, "Time");
   auto& cube = database.add_cube("Sales", OlapCubeKind::regular);
   const auto is_valid = [&] { return server().structure_is_valid(database, cube); };
@@ -416,7 +428,7 @@ TEST_P(ServerContract, AStructureIsValidWithSourceTableDimensionAndMeasure) {
   EXPECT_FALSE(is_valid());
   database.add_cube_dimension(cube, "Time");
   EXPECT_FALSE(is_valid());
-  cube.measures.add_new("Amount");
+  cube.measures.add_new("Amount").source_column = "\"sales\".\"amount\"";
   EXPECT_TRUE(is_valid());
   cube.data_source.clear();
   EXPECT_FALSE(is_valid());
@@ -492,7 +504,8 @@ TEST_P(ServerContract, EveryFieldOfACubeSurvives) {
 INSTANTIATE_TEST_SUITE_P(
     Servers, ServerContract,
     ::testing::Values(PlaceKind{"memory", [] { return std::make_unique<MemoryPlace>(); }},
-                      PlaceKind{"catalogue", [] { return std::make_unique<CataloguePlace>(); }}),
+                      PlaceKind{"catalogue", [] { return std::make_unique<CataloguePlace>(); }},
+                      PlaceKind{"mondrian", [] { return std::make_unique<MondrianPlace>(); }}),
     [](const auto& tested) { return tested.param.name; });
 
 }  // namespace

@@ -1,0 +1,70 @@
+#pragma once
+
+#include <filesystem>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "engine/olap_model/mondrian/catalogues.h"
+#include "engine/olap_model/mondrian/files_beside.h"
+#include "engine/olap_model/olap_store.h"
+
+namespace importkcd {
+
+/// The names inside a directory that the engine serves.
+namespace published {
+inline constexpr const char* definitions = "definitions.olap";
+inline constexpr const char* data_sources = "datasources.xml";
+inline constexpr const char* schemas = "schemas";
+inline constexpr const char* lock = "datasources.xml-lock";
+}  // namespace published
+
+/// One publication: what the engine is to serve, made out of the definitions of a directory.
+///
+/// All files are written beside their places by prepare(), which touches nothing that is in use;
+/// carry_out() lets them take their places. Whoever publishes holds the directory's lock.
+/// Operations throw ImportError.
+class Publication {
+ public:
+  /// `mark` is a text that differs from publication to publication; it goes into a comment, so that
+  /// the engine sees a changed schema and forgets the figures that it remembers.
+  Publication(std::filesystem::path directory, std::string mark);
+
+  /// Writes the schemas of the databases `touched`, and of others that lack theirs, and the list of
+  /// all catalogues.
+  void prepare(OlapStore& definitions, const std::vector<std::string>& touched);
+
+  /// Puts the written files into their places and removes schemas that are in use no more.
+  void carry_out();
+
+  /// What was left out, and why.
+  const std::vector<std::string>& remarks() const { return remarks_; }
+
+ private:
+  struct Entry {
+    std::string name;
+    std::string connect_string;
+    std::string file;
+  };
+
+  void add_database(OlapStore& definitions, const std::string& name, bool touched);
+  void add_catalogue(OlapDatabase& database, const PublishedCatalogue& catalogue, bool touched);
+  bool lacks_schema(const std::vector<PublishedCatalogue>& catalogues) const;
+  std::filesystem::path schema_path(const std::string& file) const;
+  std::string list_of_catalogues() const;
+
+  std::filesystem::path directory_;
+  std::string mark_;
+  FilesBeside files_;
+  std::vector<Entry> entries_;
+  std::set<std::string> names_;
+  std::vector<std::string> remarks_;
+};
+
+/// Whether a directory holds what a publication that was cut off left behind.
+bool publication_was_cut_off(const std::filesystem::path& directory);
+
+/// The "file:" address of a path, as the engine takes it.
+std::string file_address(const std::filesystem::path& path);
+
+}  // namespace importkcd

@@ -14,6 +14,7 @@
 #include "engine/olap_model/catalogue/catalogue_store.h"
 #include "engine/olap_model/import_error.h"
 #include "engine/olap_model/memory/memory_server.h"
+#include "engine/olap_model/mondrian/mondrian_server.h"
 #include "engine/olap_model/name_folding.h"
 #include "engine/olap_model/working_copy_server.h"
 
@@ -23,6 +24,7 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr std::string_view catalogue_prefix = "catalogue:";
+constexpr std::string_view mondrian_prefix = "mondrian:";
 
 std::unique_ptr<OlapServer> catalogue_server(std::string path, CatalogueAccess access) {
   return std::make_unique<WorkingCopyServer>(make_catalogue_store(std::move(path), access));
@@ -95,13 +97,19 @@ std::unique_ptr<OlapServer> make_olap_server(std::string_view machine, ServerAcc
                                                   ? CatalogueAccess::read_only
                                                   : CatalogueAccess::read_write);
   }
+  if (machine.starts_with(mondrian_prefix) && machine.size() > mondrian_prefix.size()) {
+    return make_mondrian_server(
+        std::string(machine.substr(mondrian_prefix.size())),
+        access == ServerAccess::read_only ? MondrianAccess::read_only : MondrianAccess::read_write);
+  }
   if (!machine.empty() && is_this_computer(machine)) {
     return server_of_this_computer(access);
   }
   throw ImportError("'" + std::string(machine) +
                         "' is no OLAP server that can be reached; there are: this computer ('" +
                         this_computer_name() +
-                        "', 'localhost', '(local)' or '.'), 'catalogue:PATH' and 'memory:'",
+                        "', 'localhost', '(local)' or '.'), 'catalogue:PATH', 'mondrian:DIRECTORY' "
+                        "and 'memory:'",
                     error_source::olap_server);
 }
 

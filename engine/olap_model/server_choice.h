@@ -14,9 +14,10 @@ enum class ServerAccess { read_only, read_write };
 
 /// Makes the unconnected server that a machine text means:
 ///
-/// | Text                                                | Server | | this computer's name,
-/// localhost, (local) or .        | the embedded server of this computer    | | catalogue:PATH |
-/// the embedded server in that file        | | memory: | an empty server that ends with it       |
+/// - this computer's name, localhost, (local) or ".": the embedded server of this computer;
+/// - catalogue:PATH: the embedded server in that file;
+/// - mondrian:DIRECTORY: the directory from which a Mondrian engine serves cubes;
+/// - memory: (nothing behind the colon): an empty server that ends with its object.
 ///
 /// Names of this computer are compared without regard to letter case. Anything else throws
 /// ImportError, whose description names the forms.

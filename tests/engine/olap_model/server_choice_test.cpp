@@ -117,13 +117,13 @@ TEST_F(ServerChoice, AnInMemoryServerEndsWithItsObject) {
 
 TEST_F(ServerChoice, AnyOtherTextIsAnErrorThatNamesTheForms) {
   for (const std::string machine : {"", "elsewhere.example.com", "catalogue:", "Catalogue:x",
-                                    "memory", "memory:x", "..", " ."}) {
+                                    "mondrian:", "memory", "memory:x", "..", " ."}) {
     EXPECT_EQ(error_of([&] { make_olap_server(machine, ServerAccess::read_only); }),
               "'" + machine +
                   "' is no OLAP server that can be reached; there are: this computer ('" +
                   this_computer_name() +
-                  "', 'localhost', '(local)' or '.'), 'catalogue:PATH' and 'memory:' "
-                  "(OLAP server)");
+                  "', 'localhost', '(local)' or '.'), 'catalogue:PATH', "
+                  "'mondrian:DIRECTORY' and 'memory:' (OLAP server)");
   }
 }
 

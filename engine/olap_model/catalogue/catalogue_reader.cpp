@@ -93,7 +93,7 @@ class PartReader {
   /// Adds each row to the collection that `collection_at` gives for its positions.
   template <class CollectionAt>
   void read(std::int64_t object_id, const CollectionAt& collection_at) {
-    auto& query = query_.get(database_, [this] { return sql(); });
+    auto& query = query_.get(database_, [this] { return part_rows_query<Row>(table_); });
     const StatementUse use(query);
     ValueBinder(query).bind(object_id);
     while (query.executeStep()) {
@@ -112,12 +112,6 @@ class PartReader {
   }
 
  private:
-  std::string sql() const {
-    const std::string key(table_.key_columns);
-    return "SELECT " + key + ", " + field_columns<Row>() + " FROM " + std::string(table_.name) +
-           " WHERE " + key.substr(0, key.find(',')) + " = ? ORDER BY " + key;
-  }
-
   std::size_t last_position() const { return static_cast<std::size_t>(table_.key_size) - 2; }
 
   /// The first column is the object's id, the other ones of the key are positions.

@@ -3,6 +3,8 @@
 #include <SQLiteCpp/SQLiteCpp.h>
 
 #include <array>
+#include <bit>
+#include <compare>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -13,6 +15,7 @@
 #include <type_traits>
 
 #include "engine/olap_model/catalogue/catalogue_rows.h"
+#include "engine/olap_model/catalogue/catalogue_schema.h"
 
 namespace importkcd {
 
@@ -48,6 +51,12 @@ class StatementUse {
 class RowKey {
  public:
   explicit RowKey(std::int64_t object_id) : values_{object_id} {}
+  /// The key in the first columns of a statement's current row.
+  RowKey(SQLite::Statement& statement, int size) : size_(static_cast<std::size_t>(size)) {
+    for (std::size_t i = 0; i < size_; ++i) {
+      values_.at(i) = statement.getColumn(static_cast<int>(i)).getInt64();
+    }
+  }
 
   RowKey at(std::size_t position) const {
     RowKey result = *this;
@@ -57,6 +66,9 @@ class RowKey {
   }
 
   std::span<const std::int64_t> values() const { return {values_.data(), size_}; }
+
+  /// Keys of one table come in the order of their values.
+  friend auto operator<=>(const RowKey&, const RowKey&) = default;
 
  private:
   std::array<std::int64_t, 4> values_{};
@@ -83,6 +95,15 @@ inline std::string placeholders(std::string_view columns) {
     }
   }
   return result;
+}
+
+/// The text of a query for the keys and fields of an object's rows in a part table, in the order of
+/// the keys; the object's id is to be bound.
+template <class Row>
+std::string part_rows_query(const PartTable& table) {
+  const std::string key(table.key_columns);
+  return "SELECT " + key + ", " + field_columns<Row>() + " FROM " + std::string(table.name) +
+         " WHERE " + key.substr(0, key.find(',')) + " = ? ORDER BY " + key;
 }
 
 /// Binds values one after another; texts must stay as they are until the statement has run.
@@ -136,6 +157,20 @@ void read_value(const SQLite::Column& column, Value& value) {
   }
 }
 
+template <class Value>
+bool value_equals(const SQLite::Column& column, const Value& value) {
+  if constexpr (std::is_same_v<Value, std::string>) {
+    // Zero bytes are part of a text.
+    const char* text = column.getText();
+    return std::string_view(text, static_cast<std::size_t>(column.getBytes())) == value;
+  } else if constexpr (std::is_same_v<Value, double>) {
+    // A zero's sign counts.
+    return std::bit_cast<std::uint64_t>(column.getDouble()) == std::bit_cast<std::uint64_t>(value);
+  } else {
+    return column.getInt64() == static_cast<std::int64_t>(value);
+  }
+}
+
 /// The definition in a statement's current row, whose fields begin at `column`.
 template <class Row>
 Row read_fields(SQLite::Statement& statement, int column) {
@@ -145,6 +180,16 @@ Row read_fields(SQLite::Statement& statement, int column) {
     ++column;
   });
   return row;
+}
+
+/// Whether a statement's current row holds this definition in its fields, which begin at `column`.
+template <class Row>
+bool fields_equal(SQLite::Statement& statement, int column, const Row& row) {
+  bool equal = true;
+  visit_fields(row, [&](std::string_view, const auto& value) {
+    equal = equal && value_equals(statement.getColumn(column++), value);
+  });
+  return equal;
 }
 
 }  // namespace importkcd

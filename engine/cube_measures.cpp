@@ -1,5 +1,6 @@
 #include "engine/cube_measures.h"
 
+#include <exception>
 #include <utility>
 
 #include "engine/attributes.h"
@@ -23,7 +24,7 @@ void BuildMeasures(ImportRun& run, const KcdElement& cube_measures) {
   for (const KcdElement& element : children_of(cube_measures)) {
     try {
       build_measure(element, *run.current_cube);
-    } catch (const ImportError&) {
+    } catch (const std::exception&) {
       // A broken measure is not worth the cube: whoever uses the cube sees what is missing.
     }
   }

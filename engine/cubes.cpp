@@ -1,6 +1,7 @@
 #include "engine/cubes.h"
 
 #include <cstdint>
+#include <exception>
 #include <string>
 
 #include "engine/attributes.h"
@@ -21,7 +22,7 @@ bool accepted_by_server(Step step) {
   try {
     step();
     return true;
-  } catch (const ImportError&) {
+  } catch (const std::exception&) {
     return false;
   }
 }

@@ -1,5 +1,6 @@
 #include "engine/shared_dimensions.h"
 
+#include <exception>
 #include <string>
 #include <utility>
 
@@ -22,7 +23,7 @@ bool may_be_updated(const ImportRun& run, const OlapDimension& dimension, const 
       run.server().lock_levels(run.database(), dimension);
     }
     return true;
-  } catch (const ImportError&) {
+  } catch (const std::exception&) {
     run.ReportProgress("Error : Can't update Shared Dimension '" + name +
                        "' proberly locked due to use in Cube.");
     run.ReportProgress("           Updating shared dimension '" + name + "' canceled");

@@ -1,5 +1,6 @@
 #include "engine/virtual_dimensions.h"
 
+#include <exception>
 #include <string>
 #include <utility>
 
@@ -18,7 +19,7 @@ bool may_be_updated(const ImportRun& run, const OlapDimension& dimension, const 
   try {
     run.server().lock_dimension(run.database(), dimension);
     return true;
-  } catch (const ImportError&) {
+  } catch (const std::exception&) {
     run.ReportProgress("Error : Can't update Dimension '" + name + "'");
     run.ReportProgress("           Updating virtual dimension '" + name + "' canceled");
     return false;

@@ -1,5 +1,8 @@
 #include "engine/virtual_dimensions.h"
 
+#include <memory>
+#include <new>
+
 #include "tests/engine/changed_text.h"
 #include "tests/support/forwarding_server.h"
 #include "tests/support/import_fixture.h"
@@ -190,6 +193,25 @@ TEST_F(VirtualDimensions, UpdateOfALockedOneIsCanceledAndTheNextOnesFollow) {
   expect_no_error();
   expect_unchanged("Store size");
   EXPECT_EQ(stored("Other").description, "How large it is");
+}
+
+TEST_F(VirtualDimensions, AnyErrorOfTheLockCheckIsARefusal) {
+  const auto run_out_of_memory = [](const std::string& operation) {
+    if (operation == "lock_dimension Store size") {
+      throw std::bad_alloc();
+    }
+  };
+  use_server(std::make_unique<ForwardingServer>(make_memory_server(store), run_out_of_memory));
+  given("Store size");
+  options.ImportType = import_type::update;
+  import(dimension_text("Store size", size));
+  EXPECT_THAT(sink.messages,
+              ElementsAre("Creating virtual dimensions", "Searching virtual dimension 'Store size'",
+                          "Updating virtual dimension 'Store size'",
+                          "Error : Can't update Dimension 'Store size'",
+                          "           Updating virtual dimension 'Store size' canceled"));
+  expect_no_error();
+  expect_unchanged("Store size");
 }
 
 TEST_F(VirtualDimensions, OnlyTheDimensionIsLockedNotItsLevels) {

@@ -14,6 +14,13 @@ namespace {
 
 namespace fs = std::filesystem;
 
+#ifdef __SANITIZE_ADDRESS__
+/// Programs that are watched over are slow: they are killed less often.
+constexpr int rounds = 3;
+#else
+constexpr int rounds = 8;
+#endif
+
 /// `kcd import`, killed while it runs. The parameter is its mode.
 class KcdKilled : public KcdTest, public ::testing::WithParamInterface<std::string> {
  protected:
@@ -73,7 +80,7 @@ TEST_P(KcdKilled, LeavesTheStateBeforeOrAfterItAndHoldsNothing) {
 
   std::mt19937 random(91);  // NOLINT(cert-msc32-c,cert-msc51-cpp): the moments are to repeat
   std::uniform_real_distribution<double> part(0, 1);
-  for (int round = 0; round < 8; ++round) {
+  for (int round = 0; round < rounds; ++round) {
     SCOPED_TRACE("round " + std::to_string(round));
     restore();
     import_and_kill(whole * part(random));

@@ -243,10 +243,10 @@ void DocumentParse::begin_element(const xmlChar* local, const xmlChar* prefix,
   attributes_.clear();
   values_.clear();
   for (std::size_t i = 0; i < count; ++i, attributes += entries_per_attribute) {
-    // local name, prefix, name space, first and last of the value
-    const auto length = static_cast<std::size_t>(attributes[4] - attributes[3]);
-    attributes_.push_back(
-        {name(attributes[1], attributes[0]), value(text_of(attributes[3]).substr(0, length))});
+    // local name, prefix, name space, first of the value and what follows its last
+    const std::string_view text(reinterpret_cast<const char*>(attributes[3]),
+                                static_cast<std::size_t>(attributes[4] - attributes[3]));
+    attributes_.push_back({name(attributes[1], attributes[0]), value(text)});
   }
   builder_.begin_element(name(prefix, local), attributes_);
 }

@@ -33,11 +33,14 @@ void append_lower_cased(std::string_view text, std::string& result) {
 }  // namespace
 
 std::string lower_cased(std::string_view text) {
-  std::string result;
-  result.reserve(text.size());
-  const auto ascii_end = std::find_if_not(text.begin(), text.end(), is_ascii);
-  std::transform(text.begin(), ascii_end, std::back_inserter(result), ascii_lower);
-  append_lower_cased(text.substr(result.size()), result);
+  std::string result(text);
+  const auto ascii_end = std::find_if_not(result.begin(), result.end(), is_ascii);
+  std::transform(result.begin(), ascii_end, result.begin(), ascii_lower);
+  if (ascii_end != result.end()) {
+    const auto ascii_size = static_cast<std::size_t>(ascii_end - result.begin());
+    result.resize(ascii_size);
+    append_lower_cased(text.substr(ascii_size), result);
+  }
   return result;
 }
 

@@ -24,39 +24,33 @@ void check_new_name(std::string_view name, bool exists);
 /// compared without regard to letter case and found in constant time. References are valid until
 /// the next addition to or removal from the same collection.
 ///
-/// A collection also knows from which position on it was changed, so that writing an object back
-/// copies what was changed since the last time and nothing else (copy_changes_to).
+/// A copy costs next to nothing: it shares the objects with the original. Whichever of the two is
+/// changed first gets objects of its own, unless the change is an addition at the end, of which the
+/// other sees nothing. So, once a collection was copied, an object has to be asked for again (edit)
+/// to be changed further. Copies that share objects belong to one thread.
 template <class T>
 class NamedCollection {
  public:
   NamedCollection() = default;
-  NamedCollection(const NamedCollection& other)
-      : items_(other.begin(), other.end()), unchanged_(other.unchanged_) {}
+  NamedCollection(const NamedCollection& other) = default;
   NamedCollection(NamedCollection&& other) noexcept
-      : items_(std::exchange(other.items_, {})),
+      : items_(std::move(other.items_)),
         first_(std::exchange(other.first_, 0)),
-        unchanged_(std::exchange(other.unchanged_, 0)),
-        index_(std::move(other.index_)) {}
-  NamedCollection& operator=(const NamedCollection& other) {
-    if (this != &other) {
-      *this = NamedCollection(other);
-    }
-    return *this;
-  }
+        last_(std::exchange(other.last_, 0)) {}
+  NamedCollection& operator=(const NamedCollection& other) = default;
   NamedCollection& operator=(NamedCollection&& other) noexcept {
-    items_ = std::exchange(other.items_, {});
+    items_ = std::move(other.items_);
     first_ = std::exchange(other.first_, 0);
-    unchanged_ = std::exchange(other.unchanged_, 0);
-    index_ = std::move(other.index_);
+    last_ = std::exchange(other.last_, 0);
     return *this;
   }
   ~NamedCollection() = default;
 
-  std::size_t size() const { return items_.size() - first_; }
-  bool empty() const { return size() == 0; }
-  auto begin() const { return items_.begin() + static_cast<std::ptrdiff_t>(first_); }
-  auto end() const { return items_.end(); }
-  const T& operator[](std::size_t position) const { return items_[first_ + position]; }
+  std::size_t size() const { return last_ - first_; }
+  bool empty() const { return first_ == last_; }
+  const T* begin() const { return empty() ? nullptr : items_->objects.data() + first_; }
+  const T* end() const { return empty() ? nullptr : items_->objects.data() + last_; }
+  const T& operator[](std::size_t position) const { return items_->objects[first_ + position]; }
 
   /// The object of that name; null when there is none. Owned by the collection.
   const T* find(std::string_view name) const {
@@ -65,21 +59,19 @@ class NamedCollection {
   }
   bool contains(std::string_view name) const { return position_of(name) != size(); }
 
-  /// The object of that name, to be changed; null when there is none. It counts as changed until
-  /// the next copy_changes_to; ask again to change it after that.
+  /// The object of that name, to be changed; null when there is none.
   T* edit(std::string_view name) {
     const auto position = position_of(name);
     return position == size() ? nullptr : &edit_at(position);
   }
   T& edit_at(std::size_t position) {
-    unchanged_ = std::min(unchanged_, position);
-    return items_[first_ + position];
+    make_own(0);
+    return items_->objects[first_ + position];
   }
 
   /// Adds an object at the end. Throws ImportError when its name is empty or already in use.
   T& add(T object) {
     check_new_name(object.name, contains(object.name));
-    unchanged_ = std::min(unchanged_, size());
     return append(std::move(object));
   }
 
@@ -108,16 +100,11 @@ class NamedCollection {
   /// Removes the first object; there must be one. Emptying a collection this way costs time in
   /// proportion to its size.
   void remove_first() {
-    unchanged_ = 0;
-    if (index_) {
-      index_->erase(lower_cased(items_[first_].name));
-    }
-    items_[first_] = T{};
     ++first_;
-    if (2 * first_ >= items_.size()) {
-      items_.erase(items_.begin(), begin());
-      first_ = 0;
-      index_.reset();
+    if (empty()) {
+      *this = NamedCollection();
+    } else if (2 * first_ >= items_->objects.size() && is_own()) {
+      drop_removed();
     }
   }
 
@@ -125,9 +112,11 @@ class NamedCollection {
   void remove(std::string_view name) {
     const auto position = position_of(name);
     if (position != size()) {
-      unchanged_ = std::min(unchanged_, position);
-      items_.erase(begin() + static_cast<std::ptrdiff_t>(position));
-      index_.reset();
+      make_own(0);
+      auto& objects = items_->objects;
+      objects.erase(objects.begin() + static_cast<std::ptrdiff_t>(first_ + position));
+      --last_;
+      items_->index.reset();
     }
   }
 
@@ -137,42 +126,28 @@ class NamedCollection {
     for (const auto& name : names) {
       keys.insert(lower_cased(name));
     }
-    if (!keys.empty()) {
-      std::vector<T> kept;
-      for (auto item = items_.begin() + static_cast<std::ptrdiff_t>(first_); item != items_.end();
-           ++item) {
-        if (keys.count(lower_cased(item->name)) == 0) {
-          kept.push_back(std::move(*item));
-        }
-      }
-      *this = NamedCollection();
-      items_ = std::move(kept);
+    if (keys.empty() || empty()) {
+      return;
     }
+    make_own(0);
+    drop_removed();
+    std::erase_if(items_->objects,
+                  [&](const T& object) { return keys.count(lower_cased(object.name)) != 0; });
+    last_ = items_->objects.size();
   }
 
   /// Puts all objects of another collection, in their order.
   void put_all(NamedCollection&& others) {
     if (empty()) {
       *this = std::move(others);
-      unchanged_ = 0;
       return;
     }
-    for (auto item = others.items_.begin() + static_cast<std::ptrdiff_t>(others.first_);
-         item != others.items_.end(); ++item) {
-      put(std::move(*item));
+    if (!others.empty()) {
+      others.make_own(0);
+      std::for_each(others.items_->objects.begin() + static_cast<std::ptrdiff_t>(others.first_),
+                    others.items_->objects.end(), [this](T& object) { put(std::move(object)); });
+      others = NamedCollection();
     }
-    others = NamedCollection();
-  }
-
-  /// Makes `written`, which holds what this collection held at the previous call, equal to this
-  /// collection by copying the changed end of it.
-  void copy_changes_to(NamedCollection& written) {
-    unchanged_ = std::min({unchanged_, size(), written.size()});
-    written.drop_from(unchanged_);
-    for (std::size_t i = unchanged_; i < size(); ++i) {
-      written.append((*this)[i]);
-    }
-    unchanged_ = size();
   }
 
  private:
@@ -181,51 +156,89 @@ class NamedCollection {
 
   using Index = std::unordered_map<std::string, std::size_t>;
 
+  /// What copies share. Objects outside of a collection's own range [first_, last_) are those that
+  /// it removed from the front, and those that a copy of it has added.
+  struct Items {
+    std::vector<T> objects;
+    /// Lower-cased name -> position in objects; made at the first search of a larger collection.
+    std::unique_ptr<Index> index;
+  };
+
+  bool is_own() const { return items_.use_count() == 1; }
+
   std::size_t position_of(std::string_view name) const {
     if (size() <= walked_size) {
-      const auto found =
+      const auto* const found =
           std::find_if(begin(), end(), [&](const T& item) { return same_name(item.name, name); });
       return static_cast<std::size_t>(found - begin());
     }
     build_index();
-    const auto found = index_->find(lower_cased(name));
-    return found == index_->end() ? size() : found->second - first_;
+    const auto found = items_->index->find(lower_cased(name));
+    const bool is_here =
+        found != items_->index->end() && found->second >= first_ && found->second < last_;
+    return is_here ? found->second - first_ : size();
   }
 
   void build_index() const {
-    if (index_) {
+    if (items_->index) {
       return;
     }
-    index_ = std::make_unique<Index>();
-    index_->reserve(size());
-    for (std::size_t i = first_; i < items_.size(); ++i) {
-      index_->emplace(lower_cased(items_[i].name), i);
+    auto& index = *(items_->index = std::make_unique<Index>());
+    index.reserve(items_->objects.size());
+    for (std::size_t i = 0; i < items_->objects.size(); ++i) {
+      index.insert_or_assign(lower_cased(items_->objects[i].name), i);
     }
+  }
+
+  /// Sees to it that the objects are this collection's alone, none after its last one, so that they
+  /// may be changed. Copies them if need be, with room for `additions` more.
+  void make_own(std::size_t additions) {
+    if (!items_ || !is_own()) {
+      auto own = std::make_shared<Items>();
+      own->objects.reserve(size() + additions);
+      own->objects.assign(begin(), end());
+      items_ = std::move(own);
+      last_ = size();
+      first_ = 0;
+    } else if (last_ < items_->objects.size()) {
+      items_->objects.erase(items_->objects.begin() + static_cast<std::ptrdiff_t>(last_),
+                            items_->objects.end());
+      items_->index.reset();
+    }
+  }
+
+  /// Gives up the memory of what was removed from the front. The objects are this collection's own.
+  void drop_removed() {
+    auto& objects = items_->objects;
+    objects.erase(objects.begin(), objects.begin() + static_cast<std::ptrdiff_t>(first_));
+    last_ -= first_;
+    first_ = 0;
+    items_->index.reset();
+  }
+
+  /// Whether an object can be added behind shared ones: no copy has done so before, none is
+  /// referred to by a name that this collection may use again, and all stay where they are.
+  bool may_share_addition() const {
+    return items_ && first_ == 0 && last_ == items_->objects.size() &&
+           last_ < items_->objects.capacity();
   }
 
   T& append(T object) {
-    items_.push_back(std::move(object));
-    if (index_) {
-      index_->emplace(lower_cased(items_.back().name), items_.size() - 1);
+    if (!may_share_addition()) {
+      make_own(size() + 1);
     }
-    return items_.back();
+    auto& objects = items_->objects;
+    objects.push_back(std::move(object));
+    last_ = objects.size();
+    if (items_->index) {
+      items_->index->insert_or_assign(lower_cased(objects.back().name), last_ - 1);
+    }
+    return objects.back();
   }
 
-  void drop_from(std::size_t position) {
-    if (position < size()) {
-      items_.erase(begin() + static_cast<std::ptrdiff_t>(position), items_.end());
-      index_.reset();
-    }
-    unchanged_ = std::min(unchanged_, position);
-  }
-
-  std::vector<T> items_;
-  /// Position in items_ of the first object; what stands before it was removed.
+  std::shared_ptr<Items> items_;
   std::size_t first_ = 0;
-  /// So many objects at the front are as they were at the last copy_changes_to.
-  std::size_t unchanged_ = 0;
-  /// Lower-cased name -> position in items_; made at the first search of a larger collection.
-  mutable std::unique_ptr<Index> index_;
+  std::size_t last_ = 0;
 };
 
 }  // namespace importkcd

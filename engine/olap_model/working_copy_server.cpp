@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <iterator>
+#include <tuple>
 #include <utility>
 
 namespace importkcd {
@@ -25,64 +26,29 @@ namespace {
   throw ImportError(description, error_source::olap_server);
 }
 
-void copy_own_settings(const OlapCube& cube, OlapPartition& partition) {
-  partition.fact_table = cube.fact_table;
-  partition.aggregation_prefix = cube.aggregation_prefix;
-  partition.from_clause = cube.from_clause;
-  partition.join_clause = cube.join_clause;
-  partition.data_source = cube.data_source;
-  partition.olap_mode = cube.olap_mode;
+/// What a partition that follows its cube takes over from it.
+template <class CubeOrPartition>
+auto own_settings(CubeOrPartition& object) {
+  return std::tie(object.fact_table, object.aggregation_prefix, object.from_clause,
+                  object.join_clause, object.data_source, object.olap_mode);
 }
 
 void refresh_following_partitions(OlapCube& cube) {
   for (std::size_t i = 0; i < cube.partitions.size(); ++i) {
-    if (cube.partitions[i].follows_cube) {
-      copy_own_settings(cube, cube.partitions.edit_at(i));
+    const auto& partition = cube.partitions[i];
+    if (partition.follows_cube && own_settings(partition) != own_settings(cube)) {
+      own_settings(cube.partitions.edit_at(i)) = own_settings(cube);
     }
   }
 }
 
-/// Brings `written`, a copy of the cube as it was last written back, up to date.
-void copy_changes(OlapCube& cube, OlapCube& written) {
-  written.kind = cube.kind;
-  written.description = cube.description;
-  written.data_source = cube.data_source;
-  written.fact_table = cube.fact_table;
-  written.aggregation_prefix = cube.aggregation_prefix;
-  written.from_clause = cube.from_clause;
-  written.join_clause = cube.join_clause;
-  written.olap_mode = cube.olap_mode;
-  written.estimated_rows = cube.estimated_rows;
-  written.custom_properties = cube.custom_properties;
-  cube.dimensions.copy_changes_to(written.dimensions);
-  cube.measures.copy_changes_to(written.measures);
-  cube.calculated_members.copy_changes_to(written.calculated_members);
-  cube.roles.copy_changes_to(written.roles);
-  cube.partitions.copy_changes_to(written.partitions);
-}
-
-void copy_changes(OlapDimension& dimension, OlapDimension& written) {
-  written.kind = dimension.kind;
-  written.owner_cube = dimension.owner_cube;
-  written.description = dimension.description;
-  written.type = dimension.type;
-  written.data_source = dimension.data_source;
-  written.from_clause = dimension.from_clause;
-  written.join_clause = dimension.join_clause;
-  written.custom_properties = dimension.custom_properties;
-  written.allow_siblings_with_same_name = dimension.allow_siblings_with_same_name;
-  dimension.levels.copy_changes_to(written.levels);
-}
-
-/// Records `object` in `written`: only its changes when an earlier state of it is there already.
+/// Records `object` in `written`, in the place of an earlier state of it.
 template <class T>
-void record(T& object, NamedCollection<T>& written) {
+void record(const T& object, NamedCollection<T>& written) {
   if (T* earlier = written.edit(object.name)) {
-    copy_changes(object, *earlier);
+    *earlier = object;
   } else {
-    T first;
-    first.name = object.name;
-    copy_changes(object, written.add(std::move(first)));
+    written.add(object);
   }
 }
 

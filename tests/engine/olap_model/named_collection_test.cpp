@@ -246,58 +246,67 @@ std::string content_of(const Items& items) {
   return text;
 }
 
-TEST(NamedCollection, ChangesAreCopiedToTheWrittenCollection) {
+TEST(NamedCollection, CopySharesTheObjectsUntilOneOfTheTwoIsChanged) {
   auto items = collection_of({"a", "b"});
-  Items written;
-  items.copy_changes_to(written);
-  EXPECT_EQ(content_of(written), "a=0 b=0 ");
-  items.edit("b")->value = 1;
-  items.add(Item{"c", 2});
-  items.copy_changes_to(written);
-  EXPECT_EQ(content_of(written), "a=0 b=1 c=2 ");
-  items.remove("a");
-  items.copy_changes_to(written);
-  EXPECT_EQ(content_of(written), "b=1 c=2 ");
-  items.remove_first();
-  items.copy_changes_to(written);
-  EXPECT_EQ(content_of(written), "c=2 ");
-  items.remove_all({"c"});
-  items.copy_changes_to(written);
-  EXPECT_EQ(content_of(written), "");
-}
-
-TEST(NamedCollection, ObjectsPutIntoAnEmptiedCollectionAreCopied) {
-  auto items = collection_of({"a", "b"});
-  Items written;
-  items.copy_changes_to(written);
-  auto others = collection_of({"c", "d"});
-  Items others_written;
-  others.copy_changes_to(others_written);
-  items.remove_first();
-  items.remove_first();
-  items.put_all(std::move(others));
-  items.copy_changes_to(written);
-  EXPECT_EQ(content_of(written), "c=0 d=0 ");
-}
-
-TEST(NamedCollection, WhatWasNotChangedIsNotCopied) {
-  auto items = collection_of({"a", "b", "c"});
-  Items written;
-  items.copy_changes_to(written);
-  written.edit("a")->value = 100;
-  items.edit("b")->value = 1;
-  items.copy_changes_to(written);
-  EXPECT_EQ(content_of(written), "a=100 b=1 c=0 ");
-}
-
-TEST(NamedCollection, CopyKnowsWhatWasChangedToo) {
-  auto items = collection_of({"a", "b"});
-  Items written;
-  items.copy_changes_to(written);
   auto copy = items;
-  copy.edit("b")->value = 2;
-  copy.copy_changes_to(written);
-  EXPECT_EQ(content_of(written), "a=0 b=2 ");
+  EXPECT_EQ(&copy[0], &items[0]);
+  items.edit("b")->value = 1;
+  EXPECT_NE(&copy[0], &items[0]);
+  EXPECT_EQ(content_of(items), "a=0 b=1 ");
+  EXPECT_EQ(content_of(copy), "a=0 b=0 ");
+  const auto* const own = &items[0];
+  items.edit("a")->value = 2;
+  EXPECT_EQ(&items[0], own);
+}
+
+TEST(NamedCollection, AdditionsToSharedObjectsAreSeenByTheirCollectionAlone) {
+  auto items = collection_of({"a"});
+  auto copy = items;
+  items.add(Item{"b", 1});
+  copy.add(Item{"b", 2});
+  const auto second = items;
+  items.add(Item{"c", 3});
+  EXPECT_EQ(content_of(items), "a=0 b=1 c=3 ");
+  EXPECT_EQ(content_of(copy), "a=0 b=2 ");
+  EXPECT_EQ(content_of(second), "a=0 b=1 ");
+}
+
+TEST(NamedCollection, AdditionsMadeByACopyThatIsGoneDoNotComeBack) {
+  auto items = large_collection(20);
+  {
+    auto copy = items;
+    copy.add(Item{"copy's", 1});
+    EXPECT_TRUE(copy.contains("copy's"));
+  }
+  EXPECT_FALSE(items.contains("copy's"));
+  items.add(Item{"copy's", 2});
+  EXPECT_EQ(items.size(), 21U);
+  EXPECT_EQ(items.find("copy's")->value, 2);
+}
+
+TEST(NamedCollection, ReferenceStaysValidWhileACopyGrows) {
+  auto items = collection_of({"a"});
+  auto copy = items;
+  const auto& object = items[0];
+  for (int i = 0; i < 100; ++i) {
+    copy.add(Item{"b" + std::to_string(i), i});
+  }
+  EXPECT_EQ(object.name, "a");
+  EXPECT_EQ(&object, &items[0]);
+}
+
+TEST(NamedCollection, NameRemovedFromTheFrontCanBeUsedAgainBesideACopy) {
+  auto items = large_collection(30);
+  EXPECT_TRUE(items.contains("Item0"));
+  auto copy = items;
+  items.remove_first();
+  items.add(Item{"Item0", 100});
+  EXPECT_EQ(items.find("Item0")->value, 100);
+  EXPECT_EQ(copy.find("Item0")->value, 0);
+  copy.remove_first();
+  items = Items();
+  copy.add(Item{"Item0", 200});
+  EXPECT_EQ(copy.find("Item0")->value, 200);
 }
 
 /// A plain vector behaves as the collection should.
@@ -344,6 +353,7 @@ TEST(NamedCollection, AgreesWithAPlainVectorOverRandomSteps) {
   std::mt19937 random(7);
   Items items;
   Items written;
+  std::string written_content;
   Model model;
   for (int step = 0; step < 20000; ++step) {
     auto name = std::string(random() % 2 == 0 ? "N" : "n") + std::to_string(random() % 40);
@@ -365,11 +375,12 @@ TEST(NamedCollection, AgreesWithAPlainVectorOverRandomSteps) {
         items.remove_first();
       }
     } else if (action == 6) {
-      items.copy_changes_to(written);
-      ASSERT_EQ(content_of(written), model.content()) << "step " << step;
+      written = items;
+      written_content = model.content();
     }
     ASSERT_EQ(items.contains(name), model.contains(name)) << "step " << step;
     ASSERT_EQ(content_of(items), model.content()) << "step " << step;
+    ASSERT_EQ(content_of(written), written_content) << "step " << step;
   }
 }
 

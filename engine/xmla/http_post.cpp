@@ -1,12 +1,11 @@
 #include "engine/xmla/http_post.h"
 
-#include <curl/curl.h>
-
 #include <algorithm>
 #include <array>
 #include <memory>
 
 #include "engine/olap_model/import_error.h"
+#include "engine/xmla/curl_library.h"
 #include "engine/xmla/xmla_address.h"
 #include "engine/xmla/xmla_error.h"
 
@@ -16,8 +15,8 @@ namespace {
 constexpr long connect_milliseconds = 15'000;
 
 struct Cleanup {
-  void operator()(CURL* handle) const { curl_easy_cleanup(handle); }
-  void operator()(curl_slist* list) const { curl_slist_free_all(list); }
+  void operator()(CURL* handle) const { CurlLibrary::get().easy_cleanup(handle); }
+  void operator()(curl_slist* list) const { CurlLibrary::get().slist_free_all(list); }
 };
 using Handle = std::unique_ptr<CURL, Cleanup>;
 using HeaderList = std::unique_ptr<curl_slist, Cleanup>;
@@ -42,7 +41,7 @@ std::size_t receive(const char* data, std::size_t, std::size_t count, void* cont
 HeaderList header_list(const std::vector<std::string>& headers) {
   HeaderList list;
   for (const auto& header : headers) {
-    auto* const longer = curl_slist_append(list.get(), header.c_str());
+    auto* const longer = CurlLibrary::get().slist_append(list.get(), header.c_str());
     if (longer == nullptr) {
       throw std::bad_alloc();
     }
@@ -53,19 +52,19 @@ HeaderList header_list(const std::vector<std::string>& headers) {
 }
 
 void set_options(CURL* handle, const HttpRequest& request, const HeaderList& headers) {
-  curl_easy_setopt(handle, CURLOPT_URL, request.address.c_str());
-  curl_easy_setopt(handle, CURLOPT_PROTOCOLS_STR, "http,https");
-  curl_easy_setopt(handle, CURLOPT_NOSIGNAL, 1L);
-  curl_easy_setopt(handle, CURLOPT_HTTPHEADER, headers.get());
-  curl_easy_setopt(handle, CURLOPT_POSTFIELDS, request.body.data());
-  curl_easy_setopt(handle, CURLOPT_POSTFIELDSIZE_LARGE,
-                   static_cast<curl_off_t>(request.body.size()));
-  curl_easy_setopt(handle, CURLOPT_CONNECTTIMEOUT_MS,
-                   std::min(connect_milliseconds, static_cast<long>(request.limits.time.count())));
-  curl_easy_setopt(handle, CURLOPT_TIMEOUT_MS, static_cast<long>(request.limits.time.count()));
+  auto* const set = CurlLibrary::get().easy_setopt;
+  set(handle, CURLOPT_URL, request.address.c_str());
+  set(handle, CURLOPT_PROTOCOLS_STR, "http,https");
+  set(handle, CURLOPT_NOSIGNAL, 1L);
+  set(handle, CURLOPT_HTTPHEADER, headers.get());
+  set(handle, CURLOPT_POSTFIELDS, request.body.data());
+  set(handle, CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(request.body.size()));
+  set(handle, CURLOPT_CONNECTTIMEOUT_MS,
+      std::min(connect_milliseconds, static_cast<long>(request.limits.time.count())));
+  set(handle, CURLOPT_TIMEOUT_MS, static_cast<long>(request.limits.time.count()));
   if (is_loopback_address(request.address)) {
     // No proxy of the network reaches this computer's own interface.
-    curl_easy_setopt(handle, CURLOPT_NOPROXY, "*");
+    set(handle, CURLOPT_NOPROXY, "*");
   }
 }
 
@@ -83,14 +82,14 @@ std::string failure_text(CURLcode code, const Reception& reception, const HttpLi
     }
     return "no whole answer within " + text + " seconds";
   }
-  return *detail != '\0' ? detail : curl_easy_strerror(code);
+  return *detail != '\0' ? detail : CurlLibrary::get().easy_strerror(code);
 }
 
 }  // namespace
 
 HttpAnswer http_post(const HttpRequest& request) {
-  static const auto initialized = curl_global_init(CURL_GLOBAL_DEFAULT);
-  const Handle handle(initialized == CURLE_OK ? curl_easy_init() : nullptr);
+  const auto& curl = CurlLibrary::get();
+  const Handle handle(curl.easy_init());
   if (!handle) {
     throw ImportError("the HTTP library cannot be used", xmla_server);
   }
@@ -99,17 +98,17 @@ HttpAnswer http_post(const HttpRequest& request) {
   reception.most_bytes = request.limits.bytes;
   std::array<char, CURL_ERROR_SIZE> detail{};
   set_options(handle.get(), request, headers);
-  curl_easy_setopt(handle.get(), CURLOPT_ERRORBUFFER, detail.data());
-  curl_easy_setopt(handle.get(), CURLOPT_WRITEFUNCTION, receive);
-  curl_easy_setopt(handle.get(), CURLOPT_WRITEDATA, &reception);
-  const auto code = curl_easy_perform(handle.get());
+  curl.easy_setopt(handle.get(), CURLOPT_ERRORBUFFER, detail.data());
+  curl.easy_setopt(handle.get(), CURLOPT_WRITEFUNCTION, receive);
+  curl.easy_setopt(handle.get(), CURLOPT_WRITEDATA, &reception);
+  const auto code = curl.easy_perform(handle.get());
   if (code != CURLE_OK) {
     throw ImportError(shown_address(request.address) + ": " +
                           failure_text(code, reception, request.limits, detail.data()),
                       xmla_server);
   }
   HttpAnswer answer;
-  curl_easy_getinfo(handle.get(), CURLINFO_RESPONSE_CODE, &answer.status);
+  curl.easy_getinfo(handle.get(), CURLINFO_RESPONSE_CODE, &answer.status);
   answer.body = std::move(reception.body);
   return answer;
 }

@@ -5,7 +5,8 @@ JOBS ?= $(shell nproc)
 export CMAKE_GENERATOR ?= Ninja
 launcher = $(shell command -v ccache >/dev/null 2>&1 && echo -DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
 
-.PHONY: demo test configure build packages checks test-release test-asan screenshots bench clean
+.PHONY: demo test configure build packages checks test-release test-asan coverage \
+        screenshots bench clean
 
 demo: configure
 	cmake --build --preset release -j $(JOBS) --target kcd ImportKCD
@@ -37,6 +38,15 @@ checks: build
 	scripts/check-test-lists
 	scripts/check-hardening build/kcd build/ImportKCD
 	scripts/check-tidy build
+
+# How much of the code the tests run; too slow, and too rarely of use, for every day.
+coverage: packages
+	@scripts/install-packages gcovr
+	cmake --preset coverage $(launcher)
+	cmake --build --preset coverage -j $(JOBS)
+	find build/coverage -name '*.gcda' -delete
+	ctest --preset coverage -j $(JOBS)
+	scripts/check-coverage build/coverage
 
 # Pictures of the window and its dialogs for the documentation.
 screenshots: configure

@@ -14,6 +14,13 @@ if(IMPORTKCD_SANITIZE)
   add_link_options(-fsanitize=address,undefined)
 endif()
 
+option(IMPORTKCD_COVERAGE "Count which lines and branches run (GCC)" OFF)
+if(IMPORTKCD_COVERAGE)
+  # Atomic: a test's server counts in threads of its own.
+  add_compile_options(--coverage -fprofile-update=atomic -fprofile-abs-path)
+  add_link_options(--coverage)
+endif()
+
 # Optimised builds are what users run: they are hardened. _FORTIFY_SOURCE does nothing without
 # optimisation, and AddressSanitizer has better means of its own. scripts/check-hardening reads the
 # binaries.
@@ -30,7 +37,9 @@ if(IMPORTKCD_HARDENED)
   add_compile_options(-fstack-protector-strong -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2)
   # After CMake's own -fPIC for libraries: what only ever becomes part of a program needs no more.
   # Qt asks for -fPIC once more, later on the command line.
-  add_compile_options("$<$<NOT:$<IN_LIST:$<TARGET_PROPERTY:TYPE>,SHARED_LIBRARY;MODULE_LIBRARY>>:-fPIE>")
+  set(part_of_a_program
+      "$<NOT:$<IN_LIST:$<TARGET_PROPERTY:TYPE>,SHARED_LIBRARY;MODULE_LIBRARY>>")
+  add_compile_options("$<${part_of_a_program}:-fPIE>")
   add_link_options(LINKER:-z,relro LINKER:-z,now LINKER:-z,noexecstack)
   add_link_options($<$<STREQUAL:$<TARGET_PROPERTY:TYPE>,EXECUTABLE>:-pie>)
 endif()

@@ -1,6 +1,9 @@
 #include "frontend/output_file.h"
 
 #include <gtest/gtest.h>
+#include <sys/resource.h>
+
+#include <csignal>
 
 #include "tests/support/temporary_folder.h"
 
@@ -67,6 +70,22 @@ TEST_F(OutputFileTest, AFileThatCannotBeOpenedIsAnError) {
 
 TEST_F(OutputFileTest, AFullDiskShowsWithTheFirstLine) {
   EXPECT_THROW(file.OpenOutputFile("/dev/full"), FileError);
+}
+
+TEST_F(OutputFileTest, ADiskThatFillsUpLaterStopsNothing) {
+  file.OpenOutputFile(folder.file("o.txt"));
+  file.WriteOutputLine("one");
+  auto* const former_handler = std::signal(SIGXFSZ, SIG_IGN);
+  rlimit former{};
+  ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &former), 0);
+  rlimit small = former;
+  small.rlim_cur = 11;
+  ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &small), 0);
+  EXPECT_NO_THROW(file.WriteOutputLine("two"));
+  setrlimit(RLIMIT_FSIZE, &former);
+  (void)std::signal(SIGXFSZ, former_handler);
+  file.WriteOutputLine("three");
+  EXPECT_EQ(read_file(folder.file("o.txt")), " \r\nT1 one\r\nT3 three\r\n");
 }
 
 }  // namespace

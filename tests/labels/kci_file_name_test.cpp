@@ -44,6 +44,9 @@ TEST(KciFileName, AFolderWithTheExtensionIsChangedToo) {
       << "there is no such folder";
   fs::create_directories(folder.file("MY.KCD/Sub"));
   EXPECT_EQ(kcd_path_of(folder.file("My.kci/sub/S.kci")), folder.file("MY.KCD/Sub/s.kcd"));
+  fs::create_directories(folder.file("my.kcd/sub"));
+  EXPECT_EQ(kcd_path_of(folder.file("My.kci/sub/S.kci")), folder.file("my.kcd/sub/s.kcd"))
+      << "the exact name comes before the others";
 }
 
 }  // namespace

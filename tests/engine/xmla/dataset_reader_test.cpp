@@ -128,6 +128,33 @@ TEST(DatasetReader, CellsOutsideOfTheAxesAreRefused) {
   }
 }
 
+TEST(DatasetReader, TheLastPlaceOfAnOverlongProductIsTheLargestNumber) {
+  std::string tuples;
+  for (int i = 0; i < 256; ++i) {
+    tuples += tuple("");
+  }
+  std::string infos;
+  std::string axes;
+  for (int i = 0; i < 9; ++i) {
+    infos += axis_info("Axis" + std::to_string(i), "");
+    axes += axis("Axis" + std::to_string(i), tuples);
+  }
+  const auto dataset =
+      read(envelope(infos, axes, cell("18446744073709551614", "<Value>7</Value>")));
+  EXPECT_EQ(dataset.cells.at(18446744073709551614U).value, "7");
+  EXPECT_NE(refusal(envelope(infos, axes, cell("18446744073709551615", ""))), "");
+}
+
+TEST(DatasetReader, AnAxisMayTellMoreThanItsHierarchies) {
+  const auto dataset =
+      read(envelope(axis_info("Axis0", "<Extra name=\"x\"/>" + hierarchy("Store")),
+                    axis("Axis0", "<Tuple><Extra/>" + member("Store", "Kiel") + "</Tuple>"), ""));
+  ASSERT_EQ(dataset.axes.at(0).hierarchies.size(), 1U);
+  EXPECT_EQ(dataset.axes.at(0).hierarchies[0].name, "Store");
+  ASSERT_EQ(dataset.axes.at(0).tuples.at(0).size(), 1U);
+  EXPECT_EQ(dataset.axes.at(0).tuples.at(0)[0].caption, "Kiel");
+}
+
 TEST(DatasetReader, AnAnswerThatIsNoDataSetIsRefused) {
   EXPECT_EQ(refusal("<Envelope><Body/></Envelope>"), "the answer is no data set: there is no root");
   EXPECT_EQ(refusal("<Envelope><root/></Envelope>"),

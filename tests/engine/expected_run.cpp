@@ -32,6 +32,9 @@ struct Rule {
   Road road;
 };
 
+/// Stands for a look into a collection of the database.
+constexpr std::string_view look = "look";
+
 constexpr std::array rules{
     Rule{Section::opening, "connect", Road::no_server},
     Rule{Section::opening, "class_type", Road::no_server},
@@ -42,11 +45,15 @@ constexpr std::array rules{
     Rule{Section::database, "write_back_database", Road::document},
     Rule{Section::deletion, "stored_objects", Road::nothing},
     Rule{Section::deletion, "remove_database", Road::nothing},
+    Rule{Section::data_sources, look, Road::section},
     Rule{Section::data_sources, "write_back_data_source", Road::section},
+    Rule{Section::shared_dimensions, look, Road::section},
     Rule{Section::shared_dimensions, "lock_dimension", Road::dimension_refused},
     Rule{Section::shared_dimensions, "lock_levels", Road::dimension_refused},
     Rule{Section::shared_dimensions, "version", Road::section},
     Rule{Section::shared_dimensions, "write_back_dimension", Road::section},
+    Rule{Section::roles, look, Road::document},
+    Rule{Section::cubes, look, Road::document},
     Rule{Section::cubes, "lock_cube", Road::cube_refused},
     Rule{Section::cubes, "remove_first", Road::cube_canceled},
     Rule{Section::cubes, "version", Road::document},
@@ -70,7 +77,7 @@ Road road_of(Section section, std::string_view step) {
 
 class Player {
  public:
-  explicit Player(const FailingOperations& failing) : failing_(failing) {}
+  explicit Player(const Failure& failure) : failure_(failure) {}
 
   void play(const std::vector<SectionSteps>& sections,
             const std::vector<SectionSteps>& without_deletion) {
@@ -114,12 +121,13 @@ class Player {
       return;
     }
     run.steps.push_back(step);
-    if (std::islower(static_cast<unsigned char>(step[0])) == 0) {
-      return;
-    }
-    if (failing_.contain(++operations_)) {
+    const bool is_operation = std::islower(static_cast<unsigned char>(step[0])) != 0;
+    const bool step_fails = static_cast<int>(run.steps.size()) == failure_.step;
+    if (step_fails && !failure_.within_step) {
+      take(road_of(section, look), object);
+    } else if (step_fails || (is_operation && failure_.befalls_operation(++operations_))) {
       take(road_of(section, step), object);
-    } else if (section == Section::storing) {
+    } else if (is_operation && section == Section::storing) {
       run.stored = true;
     }
   }
@@ -130,13 +138,13 @@ class Player {
     switch (road) {
       case Road::no_server:
         next_ = Next::nothing;
-        fail("Cannot open DSO server on machine 'memory:' because: " + failing_.description);
+        fail("Cannot open DSO server on machine 'memory:' because: " + failure_.description);
         break;
       case Road::document:
-        end_document(failing_.description, failing_.source);
+        end_document(failure_.description, failure_.source);
         break;
       case Road::section:
-        fail(failing_.description);
+        fail(failure_.description);
         break;
       case Road::dimension_refused:
         run.steps.push_back("Error : Can't update Shared Dimension '" + object +
@@ -154,7 +162,7 @@ class Player {
         break;
       case Road::storing: {
         const auto error = run.last_error;
-        end_document(failing_.description, failing_.source);
+        end_document(failure_.description, failure_.source);
         run.last_error = error.empty() ? run.last_error : error;
         break;
       }
@@ -171,15 +179,15 @@ class Player {
     run.last_error = error;
   }
 
-  const FailingOperations& failing_;
+  const Failure& failure_;
   int operations_ = 0;
   Next next_ = Next::go_on;
 };
 
 }  // namespace
 
-ExpectedRun play(const RunScript& script, const FailingOperations& failing) {
-  Player player(failing);
+ExpectedRun play(const RunScript& script, const Failure& failure) {
+  Player player(failure);
   player.play(script.sections, script.without_deletion);
   return player.run;
 }

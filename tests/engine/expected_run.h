@@ -40,30 +40,37 @@ struct RunScript {
   std::vector<SectionSteps> without_deletion;
 };
 
-/// Operations that fail, counted from 1.
-struct FailingOperations {
-  int first = 0;
+/// What fails in a run.
+struct Failure {
+  /// The number of the operation of the server that fails, from 1 on; 0: none does.
+  int operation = 0;
   /// Whether all operations after it fail, too.
   bool lasting = false;
+  /// The number of the step in or after which a look into a collection of the database fails, or
+  /// what the server does for an operation; 0: none does.
+  int step = 0;
+  bool within_step = false;
   /// The text of the error, and the component that raises it.
   std::string description;
   std::string source;
 
-  bool contain(int number) const { return lasting ? number >= first : number == first; }
+  bool befalls_operation(int number) const {
+    return lasting ? number >= operation : number == operation;
+  }
 };
 
-/// What a run with failing operations does, and how it ends.
+/// What a run with a failure does, and how it ends.
 struct ExpectedRun {
   std::vector<std::string> steps;
   bool succeeded = true;
   std::string last_error;
   /// Whether what was written back was stored.
   bool stored = false;
-  /// Whether an operation failed at all.
+  /// Whether the run came to the failure.
   bool disturbed = false;
 };
 
-/// Plays a script with failing operations by the rules for every section.
-ExpectedRun play(const RunScript& script, const FailingOperations& failing);
+/// Plays a script with a failure by the rules for every section.
+ExpectedRun play(const RunScript& script, const Failure& failure);
 
 }  // namespace importkcd::testing

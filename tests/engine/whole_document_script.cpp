@@ -200,6 +200,18 @@ std::string name_of(const ScriptCase& tested) {
          (tested.holds_database ? "OverTheDatabase" : "OverNothing");
 }
 
+std::vector<ScriptCase> script_cases() {
+  std::vector<ScriptCase> cases;
+  for (const bool holds_database : {false, true}) {
+    for (const auto type :
+         {import_type::none, import_type::incremental, import_type::replace, import_type::update}) {
+      cases.push_back({type, false, holds_database});
+    }
+    cases.push_back({import_type::update, true, holds_database});
+  }
+  return cases;
+}
+
 std::string scripted_document() {
   return changed(
       changed(

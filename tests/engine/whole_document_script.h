@@ -1,6 +1,8 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
+#include <vector>
 
 #include "tests/engine/expected_run.h"
 
@@ -15,6 +17,9 @@ struct ScriptCase {
 };
 
 std::string name_of(const ScriptCase& tested);
+
+/// Every mode over both servers.
+std::vector<ScriptCase> script_cases();
 
 /// The document.
 std::string scripted_document();

@@ -57,18 +57,19 @@ ServerContent content_of(OlapServer& server) {
 }
 
 WrittenContent::WrittenContent(std::unique_ptr<OlapServer> target, const std::string& database,
-                               ServerContent& result)
-    : ForwardingServer(std::move(target)), name_(database), result_(result) {}
+                               OlapServer& before, ServerContent& result)
+    : ForwardingServer(std::move(target)), name_(database), result_(result) {
+  result_ = content_of(before);
+  if (result_.count(name_) != 0) {
+    book_ = copy_of(before.open_database(name_));
+  }
+}
 
 WrittenContent::~WrittenContent() = default;
 
 OlapDatabase& WrittenContent::open_database(const std::string& name) {
-  auto& database = ForwardingServer::open_database(name);
-  if (working_copy_ == nullptr) {
-    book_ = copy_of(database);
-  }
-  working_copy_ = &database;
-  return database;
+  working_copy_ = &ForwardingServer::open_database(name);
+  return *working_copy_;
 }
 
 OlapDatabase& WrittenContent::add_database(const std::string& name) {
@@ -81,7 +82,6 @@ void WrittenContent::remove_database(const std::string& name) {
   ForwardingServer::remove_database(name);
   book_.reset();
   working_copy_ = nullptr;
-  result_.erase(name_);
 }
 
 void WrittenContent::write_back_database(OlapDatabase& database) {
@@ -114,16 +114,25 @@ void WrittenContent::write_back_partition(OlapDatabase& database, OlapCube& cube
 }
 
 void WrittenContent::finish() {
+  auto stored = result_;
+  stored.erase(name_);
   if (book_) {
     take_over_roles();
     drop_displaced_dimensions();
-    result_[name_] = sorted_objects(*book_);
+    stored[name_] = sorted_objects(*book_);
   }
   ForwardingServer::finish();
+  result_ = std::move(stored);
 }
 
 /// Roles take effect without a write back.
-void WrittenContent::take_over_roles() { copy_all(working_copy_->roles(), book_->roles()); }
+void WrittenContent::take_over_roles() {
+  if (working_copy_ == nullptr) {
+    return;
+  }
+  working_copy_->roles().for_each_changed(
+      [this](const OlapRole& role) { book_->roles().put(role); });
+}
 
 /// A cube's own dimensions are there as long as the cube has them.
 void WrittenContent::drop_displaced_dimensions() {

@@ -19,9 +19,10 @@ ServerContent content_of(OlapServer& server);
 /// write backs that came through make of that database.
 class WrittenContent : public ForwardingServer {
  public:
-  /// `database` names the run's database; `target` is connected.
+  /// `database` names the run's database. `before` is a connected server that shows what the
+  /// target's run starts from; `result` is set to it, and in finish() to what is stored then.
   WrittenContent(std::unique_ptr<OlapServer> target, const std::string& database,
-                 ServerContent& result);
+                 OlapServer& before, ServerContent& result);
   ~WrittenContent() override;
 
   OlapDatabase& open_database(const std::string& name) override;
@@ -33,7 +34,6 @@ class WrittenContent : public ForwardingServer {
   void write_back_cube(OlapDatabase& database, OlapCube& cube) override;
   void write_back_partition(OlapDatabase& database, OlapCube& cube,
                             OlapPartition& partition) override;
-  /// Sets the database's content in the result.
   void finish() override;
 
  private:

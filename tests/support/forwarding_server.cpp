@@ -28,111 +28,132 @@ std::string_view content_name(OlapCubeContent content) {
 
 }  // namespace
 
-ForwardingServer::ForwardingServer(std::unique_ptr<OlapServer> target, Hook before)
-    : target_(std::move(target)), before_(std::move(before)) {}
-
-void ForwardingServer::announce(const std::string& operation, const std::string& object) const {
-  if (before_) {
-    before_(object.empty() ? operation : operation + " " + object);
+class ForwardingServer::Announced {
+ public:
+  Announced(const Hook& before, const Hook& after, std::string operation)
+      : after_(after), operation_(std::move(operation)) {
+    call(before);
   }
+  ~Announced() { call(after_); }
+  Announced(const Announced&) = delete;
+  Announced& operator=(const Announced&) = delete;
+
+ private:
+  void call(const Hook& hook) const {
+    if (hook) {
+      hook(operation_);
+    }
+  }
+
+  const Hook& after_;
+  std::string operation_;
+};
+
+ForwardingServer::ForwardingServer(std::unique_ptr<OlapServer> target, Hook before, Hook after)
+    : target_(std::move(target)), before_(std::move(before)), after_(std::move(after)) {}
+
+ForwardingServer::Announced ForwardingServer::announce(const std::string& operation,
+                                                       const std::string& object) const {
+  return {before_, after_, object.empty() ? operation : operation + " " + object};
 }
 
 void ForwardingServer::connect(const std::string& machine) {
-  announce("connect", machine);
+  const auto announced = announce("connect", machine);
   target_->connect(machine);
 }
 
 OlapClassType ForwardingServer::class_type() const {
-  announce("class_type");
+  const auto announced = announce("class_type");
   return target_->class_type();
 }
 
 std::string ForwardingServer::version() const {
-  announce("version");
+  const auto announced = announce("version");
   return target_->version();
 }
 
 std::vector<StoredObject> ForwardingServer::stored_objects() {
-  announce("stored_objects");
+  const auto announced = announce("stored_objects");
   return target_->stored_objects();
 }
 
 void ForwardingServer::hold_database(const std::string& name) {
-  announce("hold_database", name);
+  const auto announced = announce("hold_database", name);
   target_->hold_database(name);
 }
 
 OlapDatabase& ForwardingServer::open_database(const std::string& name) {
-  announce("open_database", name);
+  const auto announced = announce("open_database", name);
   return target_->open_database(name);
 }
 
 OlapDatabase& ForwardingServer::add_database(const std::string& name) {
-  announce("add_database", name);
+  const auto announced = announce("add_database", name);
   return target_->add_database(name);
 }
 
 void ForwardingServer::remove_database(const std::string& name) {
-  announce("remove_database", name);
+  const auto announced = announce("remove_database", name);
   target_->remove_database(name);
 }
 
 void ForwardingServer::write_back_database(OlapDatabase& database) {
-  announce("write_back_database", database.name());
+  const auto announced = announce("write_back_database", database.name());
   target_->write_back_database(database);
 }
 
 void ForwardingServer::write_back_data_source(OlapDatabase& database, OlapDataSource& data_source) {
-  announce("write_back_data_source", data_source.name);
+  const auto announced = announce("write_back_data_source", data_source.name);
   target_->write_back_data_source(database, data_source);
 }
 
 void ForwardingServer::write_back_dimension(OlapDatabase& database, OlapDimension& dimension) {
-  announce("write_back_dimension", dimension.name);
+  const auto announced = announce("write_back_dimension", dimension.name);
   target_->write_back_dimension(database, dimension);
 }
 
 void ForwardingServer::write_back_cube(OlapDatabase& database, OlapCube& cube) {
-  announce("write_back_cube", cube.name);
+  const auto announced = announce("write_back_cube", cube.name);
   target_->write_back_cube(database, cube);
 }
 
 void ForwardingServer::write_back_partition(OlapDatabase& database, OlapCube& cube,
                                             OlapPartition& partition) {
-  announce("write_back_partition", partition.name);
+  const auto announced = announce("write_back_partition", partition.name);
   target_->write_back_partition(database, cube, partition);
 }
 
 void ForwardingServer::lock_dimension(OlapDatabase& database, const OlapDimension& dimension) {
-  announce("lock_dimension", dimension.name);
+  const auto announced = announce("lock_dimension", dimension.name);
   target_->lock_dimension(database, dimension);
 }
 
 void ForwardingServer::lock_levels(OlapDatabase& database, const OlapDimension& dimension) {
-  announce("lock_levels", dimension.name);
+  const auto announced = announce("lock_levels", dimension.name);
   target_->lock_levels(database, dimension);
 }
 
 void ForwardingServer::lock_cube(OlapDatabase& database, const OlapCube& cube) {
-  announce("lock_cube", cube.name);
+  const auto announced = announce("lock_cube", cube.name);
   target_->lock_cube(database, cube);
 }
 
 void ForwardingServer::remove_first(OlapDatabase& database, OlapCube& cube,
                                     OlapCubeContent content) {
-  announce("remove_first", std::string(content_name(content)) + " " + cube.name);
+  const auto announced =
+      announce("remove_first", std::string(content_name(content)) + " " + cube.name);
   target_->remove_first(database, cube, content);
 }
 
 bool ForwardingServer::structure_is_valid(OlapDatabase& database, const OlapCube& cube) {
-  announce("structure_is_valid", cube.name);
+  const auto announced = announce("structure_is_valid", cube.name);
   return target_->structure_is_valid(database, cube);
 }
 
 std::vector<std::string> ForwardingServer::take_messages() { return target_->take_messages(); }
 
 void ForwardingServer::finish() {
-  announce("finish");
+  const auto announced = announce("finish");
   target_->finish();
 }
 

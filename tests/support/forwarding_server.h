@@ -16,7 +16,9 @@ class ForwardingServer : public OlapServer {
  public:
   using Hook = std::function<void(const std::string& operation)>;
 
-  explicit ForwardingServer(std::unique_ptr<OlapServer> target, Hook before = {});
+  /// `after` is called at the end of every operation that `before` let through, however it ends; it
+  /// throws nothing.
+  explicit ForwardingServer(std::unique_ptr<OlapServer> target, Hook before = {}, Hook after = {});
 
   void connect(const std::string& machine) override;
   OlapClassType class_type() const override;
@@ -41,10 +43,14 @@ class ForwardingServer : public OlapServer {
   void finish() override;
 
  private:
-  void announce(const std::string& operation, const std::string& object = {}) const;
+  /// Tells of an operation's end.
+  class Announced;
+
+  Announced announce(const std::string& operation, const std::string& object = {}) const;
 
   std::unique_ptr<OlapServer> target_;
   Hook before_;
+  Hook after_;
 };
 
 /// A hook that fails the Nth operation (counted from 1) with the description "operation N failed".

@@ -153,8 +153,10 @@ class DatabaseObjects {
     if (!loaded) {
       return nullptr;
     }
+    // First the object: an entry without one would stand for an object that was removed.
+    auto object = std::make_unique<T>(std::move(*loaded));
     Entry& entry = entries_[std::move(key)];
-    entry.object = std::make_unique<T>(std::move(*loaded));
+    entry.object = std::move(object);
     return &entry;
   }
 

@@ -138,8 +138,8 @@ void DocumentCopy::copy_lines(std::string_view text) {
     after_carriage_return_ = line_end != std::string_view::npos;
     to_.append(text.substr(0, line_end));
     if (!after_carriage_return_) {
-      at_line_start_ = text.size() >= line_feed_.size() &&
-                       text.substr(text.size() - line_feed_.size()) == line_feed_;
+      // Half a unit at the end may look like a line end together with half of its neighbour.
+      at_line_start_ = text.size() % encoding_.unit() == 0 && text.ends_with(line_feed_);
       return;
     }
     to_.append(line_feed_);

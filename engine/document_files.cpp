@@ -1,6 +1,7 @@
 #include "engine/document_files.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -14,7 +15,7 @@
 namespace importkcd {
 namespace {
 
-constexpr std::size_t buffer_size = std::size_t{1} << 18;
+constexpr std::size_t buffer_size = std::size_t{1} << 16;
 
 [[noreturn]] void fail(int error_number) {
   throw ImportError(system_description(error_number), error_source::kcd_document);
@@ -37,8 +38,18 @@ bool FileDescriptor::close() {
 }
 
 FileReader::FileReader(const std::string& path)
-    : file_(::open(path.c_str(), O_RDONLY | O_CLOEXEC)) {
-  if (file_.number() < 0) {
+    // Without waiting: a named pipe that nobody writes to would never open.
+    : file_(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK)) {
+  struct stat status {};
+  if (file_.number() < 0 || ::fstat(file_.number(), &status) != 0) {
+    fail(errno);
+  }
+  if (S_ISCHR(status.st_mode) || S_ISBLK(status.st_mode)) {
+    throw ImportError("Is a device", error_source::kcd_document);
+  }
+  // From here on there is somebody to wait for, or nothing to read.
+  const int flags = ::fcntl(file_.number(), F_GETFL);
+  if (flags < 0 || ::fcntl(file_.number(), F_SETFL, flags & ~O_NONBLOCK) != 0) {
     fail(errno);
   }
   buffer_.resize(buffer_size);

@@ -32,7 +32,9 @@ class FileDescriptor {
 /// Reads a file in big pieces and shows it as a window that moves on.
 class FileReader {
  public:
-  /// Throws ImportError with the system's description when the file cannot be opened.
+  /// Throws ImportError when the file cannot be opened, with the system's description, or is a
+  /// device, whose end may never come. A pipe is read as its writers fill it; one that nobody has
+  /// open for writing is an empty file.
   explicit FileReader(const std::string& path);
 
   /// All bytes that are at hand, at least `wanted` unless the file ends earlier; empty at the end

@@ -24,8 +24,17 @@ namespace {
 // force for every name.
 constexpr int most_attributes = 10'000;
 constexpr int most_namespaces = 1'000;
+/// An open element takes some thirty times as much memory as its start tag needs bytes.
+constexpr int most_depth = 1'000'000;
+/// The library keeps tags, comments and the like whole while it reads them, several times over.
+constexpr std::size_t longest_piece = 100'000'000;
+/// The library compares the names that an attribute's declaration lists with each other.
+constexpr std::size_t longest_document_type = 65'536;
 constexpr const char* too_many_attributes = "an element has more than 10000 attributes";
 constexpr const char* too_many_namespaces = "more than 1000 name space declarations are in force";
+constexpr const char* too_deep = "elements are nested more than 1000000 deep";
+constexpr const char* too_long_piece = "a tag, a text or a comment is longer than 100000000 bytes";
+constexpr const char* too_long_document_type = "the document type is longer than 65536 bytes";
 
 /// How many entries of the parser's arrays an attribute and a name space take.
 constexpr int entries_per_attribute = 5;
@@ -87,6 +96,9 @@ class DocumentParse {
                                  int type, int default_kind, const xmlChar* default_value,
                                  xmlEnumeration* values);
   static xmlEntity* entity_used(void* context, const xmlChar* name);
+  static void comment_read(void* context, const xmlChar* text);
+  static void instruction_read(void* context, const xmlChar* target, const xmlChar* text);
+  static void characters_read(void* context, const xmlChar* text, int length);
   static void error_reported(void* context, xmlError* error);
   static xmlSAXHandler handlers();
 
@@ -107,6 +119,9 @@ class DocumentParse {
   std::vector<KcdAttribute> attributes_;
   /// Values of the element at hand that differ from what the library hands over.
   std::deque<std::string> values_;
+  /// Bytes taken from the file since the last event, and in the document type.
+  std::size_t piece_ = 0;
+  std::size_t document_type_ = 0;
   std::exception_ptr failure_;
 };
 
@@ -174,6 +189,9 @@ xmlSAXHandler DocumentParse::handlers() {
   sax.attributeDecl = attribute_declared;
   sax.getEntity = entity_used;
   sax.getParameterEntity = entity_used;
+  sax.comment = comment_read;
+  sax.processingInstruction = instruction_read;
+  sax.cdataBlock = characters_read;
   return sax;
 }
 
@@ -212,13 +230,20 @@ void DocumentParse::check_limits() {
     fail(too_many_attributes);
   } else if (parser_->nsMax > 4 * entries_per_namespace * most_namespaces) {
     fail(too_many_namespaces);
+  } else if (piece_ > longest_piece) {
+    fail(too_long_piece);
+  } else if (document_type_ > longest_document_type) {
+    fail(too_long_document_type);
   }
 }
 
 std::size_t DocumentParse::next_bytes(char* buffer, std::size_t size) {
-  const auto bytes = reader_.window(1).substr(0, size);
+  // All that was asked for, because the library judges the encoding by its first bytes at hand.
+  const auto bytes = reader_.window(size).substr(0, size);
   std::copy(bytes.begin(), bytes.end(), buffer);
   reader_.skip(bytes.size());
+  piece_ += bytes.size();
+  document_type_ += parser_ && parser_->inSubset != 0 ? bytes.size() : 0;
   return bytes.size();
 }
 
@@ -227,11 +252,14 @@ void DocumentParse::start_element(void* context, const xmlChar* local, const xml
                                   const xmlChar** /*namespaces*/, int attribute_count,
                                   int /*defaulted_count*/, const xmlChar** attributes) {
   auto& parse = self(context);
+  parse.piece_ = 0;
   parse.guarded([&] {
     if (attribute_count > most_attributes) {
       parse.fail(too_many_attributes);
     } else if (parse.parser_->nsNr > entries_per_namespace * most_namespaces) {
       parse.fail(too_many_namespaces);
+    } else if (parse.parser_->nameNr > most_depth) {
+      parse.fail(too_deep);
     } else {
       parse.begin_element(local, prefix, attributes, static_cast<std::size_t>(attribute_count));
     }
@@ -279,6 +307,7 @@ std::string_view DocumentParse::value(std::string_view text) {
 
 void DocumentParse::end_element(void* context, const xmlChar* /*local*/, const xmlChar* /*prefix*/,
                                 const xmlChar* /*uri*/) {
+  self(context).piece_ = 0;
   self(context).guarded([context] { self(context).builder_.end_element(); });
 }
 
@@ -321,6 +350,19 @@ xmlEntity* DocumentParse::entity_used(void* context, const xmlChar* name) {
   return nullptr;
 }
 
+void DocumentParse::comment_read(void* context, const xmlChar* /*text*/) {
+  self(context).piece_ = 0;
+}
+
+void DocumentParse::instruction_read(void* context, const xmlChar* /*target*/,
+                                     const xmlChar* /*text*/) {
+  self(context).piece_ = 0;
+}
+
+void DocumentParse::characters_read(void* context, const xmlChar* /*text*/, int /*length*/) {
+  self(context).piece_ = 0;
+}
+
 void DocumentParse::error_reported(void* context, xmlError* error) {
   if (error->level == XML_ERR_WARNING || error->level == XML_ERR_NONE) {
     return;
@@ -333,7 +375,20 @@ void DocumentParse::error_reported(void* context, xmlError* error) {
       // What stands in its place may be the password behind a quote that ended a value too early.
       self(context).fail("an attribute has no value");
     }
-    self(context).fail(one_line(error->message == nullptr ? "unknown error" : error->message));
+    // These messages go on with an excerpt, in which a password may stand.
+    switch (error->code) {
+      case XML_ERR_HYPHEN_IN_COMMENT:
+        self(context).fail("Double hyphen within comment");
+        break;
+      case XML_ERR_COMMENT_NOT_FINISHED:
+        self(context).fail("Comment not terminated");
+        break;
+      case XML_ERR_CDATA_NOT_FINISHED:
+        self(context).fail("CData section not finished");
+        break;
+      default:
+        self(context).fail(one_line(error->message == nullptr ? "unknown error" : error->message));
+    }
   });
 }
 

@@ -10,9 +10,6 @@
 namespace importkcd {
 namespace {
 
-/// An XML declaration ends well before this many bytes.
-constexpr std::size_t declaration_size = 1024;
-
 bool starts_with(std::string_view text, std::string_view beginning) {
   return text.substr(0, beginning.size()) == beginning;
 }
@@ -59,7 +56,7 @@ void DocumentCopy::run(const std::optional<CompanyPattern>& pattern) {
   if (starts_with(from_.window(document_type.size()), document_type)) {
     drop_line();
   }
-  encoding_.take_declaration(from_.window(declaration_size));
+  encoding_.take_declaration(from_.window(TextEncoding::declaration_size));
   if (pattern) {
     take_pattern(*pattern);
   }

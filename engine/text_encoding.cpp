@@ -132,7 +132,8 @@ std::string_view declared_encoding(std::string_view text) {
   if (rest.empty() || (rest.front() != '"' && rest.front() != '\'')) {
     return {};
   }
-  return rest.substr(1, rest.find(rest.front(), 1) - 1);
+  const auto end = rest.find(rest.front(), 1);
+  return end == std::string_view::npos ? std::string_view() : rest.substr(1, end - 1);
 }
 
 /// Anything else would mean more to iconv than a name.
@@ -158,7 +159,7 @@ void TextEncoding::take_declaration(std::string_view text) {
   if (unit_ != 1 || byte_order_mark_ != 0) {
     return;
   }
-  const std::string declared(declared_encoding(text));
+  const std::string declared(declared_encoding(text.substr(0, declaration_size)));
   if (!is_encoding_name(declared)) {
     return;
   }

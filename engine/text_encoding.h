@@ -18,7 +18,9 @@ class TextEncoding {
 
   /// Takes over the encoding that an XML declaration at the beginning of `text` names. Changes
   /// nothing when there is none, when it is unknown, when it cannot be the text's encoding because
-  /// its code units have another width, and after a byte order mark, which says more.
+  /// its code units have another width, and after a byte order mark, which says more. Of the text
+  /// only the first `declaration_size` bytes count; no declaration needs so many.
+  static constexpr std::size_t declaration_size = 1024;
   void take_declaration(std::string_view text);
 
   /// "UTF-8", "UTF-16LE", ... or the name that the document declares.

@@ -34,11 +34,9 @@ std::unique_ptr<KcdDocument> load(const std::string& name) {
 
 TextEncoding encoding_of(const std::string& text) {
   constexpr std::size_t first_bytes = 3;
-  // A declaration that does not end within this length is none.
-  constexpr std::size_t declaration_bytes = 1024;
   const std::string_view view = text;
   auto encoding = TextEncoding::of_first_bytes(view.substr(0, first_bytes));
-  encoding.take_declaration(view.substr(0, declaration_bytes));
+  encoding.take_declaration(view);
   return encoding;
 }
 

@@ -216,6 +216,19 @@ TEST_F(DocumentPreparation, ThePatternIsBroughtIntoTheDeclaredEncoding) {
             declaration + "<a b='e'/>\n");
 }
 
+TEST_F(DocumentPreparation, ADeclarationCountsUpToTheSameByteHoweverMuchIsAtHand) {
+  const auto copy_with_blanks = [this](std::size_t size) {
+    const std::string encoding = "encoding='ISO-8859-1'";
+    const std::string beginning = "<?xml version='1.0'";
+    const std::string blanks(size - beginning.size() - encoding.size(), ' ');
+    const auto copy = copy_of(beginning + blanks + encoding + "?><a b='Foo'/>\n",
+                              CompanyPattern{"Foo", "\u00E9"});
+    return copy.substr(copy.find("<a "));
+  };
+  EXPECT_EQ(copy_with_blanks(1024), "<a b='\xE9'/>\n");
+  EXPECT_EQ(copy_with_blanks(1025), "<a b='\u00E9'/>\n");
+}
+
 TEST_F(DocumentPreparation, CharactersThatTheEncodingLacksBecomeReferences) {
   const std::string declaration = "<?xml version=\"1.0\" encoding=\"ISO-8859-1\"?>\n";
   EXPECT_EQ(copy_of(declaration + "<a b='Foo'/>\n", CompanyPattern{"Foo", "\xC3\xA9\xE2\x82\xAC"}),

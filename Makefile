@@ -5,8 +5,8 @@ JOBS ?= $(shell nproc)
 export CMAKE_GENERATOR ?= Ninja
 launcher = $(shell command -v ccache >/dev/null 2>&1 && echo -DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
 
-.PHONY: demo test configure build packages checks test-release test-asan coverage \
-        screenshots bench clean
+.PHONY: demo test configure build packages checks test-release test-asan \
+        coverage mutation screenshots bench clean
 
 demo: configure
 	cmake --build --preset release -j $(JOBS) --target kcd ImportKCD
@@ -39,7 +39,7 @@ checks: build
 	scripts/check-hardening build/kcd build/ImportKCD
 	scripts/check-tidy build
 
-# How much of the code the tests run; too slow, and too rarely of use, for every day.
+# What follows is too slow, or too rarely of use, for every day: see docs/testing.md.
 coverage: packages
 	@scripts/install-packages gcovr
 	cmake --preset coverage $(launcher)
@@ -47,6 +47,11 @@ coverage: packages
 	find build/coverage -name '*.gcda' -delete
 	ctest --preset coverage -j $(JOBS)
 	scripts/check-coverage build/coverage
+
+# ONLY=1..60 takes a slice of the list.
+ONLY ?=
+mutation: packages
+	tests/mutation/mutate.py --jobs $(JOBS) --only '$(ONLY)' build/mutation
 
 # Pictures of the window and its dialogs for the documentation.
 screenshots: configure

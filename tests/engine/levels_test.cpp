@@ -291,6 +291,7 @@ TEST_F(DimensionLevels, WhatComesAfterAFailedMemberPropertyFollows) {
   EXPECT_EQ(properties[0].source_column, "");
   EXPECT_EQ(properties[1].source_column, "store.manager");
   EXPECT_EQ(properties[2].name, "Phone");
+  EXPECT_EQ(stored("Store").name, "");
 }
 
 TEST_F(DimensionLevels, FailedLevelGetsNoMemberProperties) {

@@ -66,7 +66,7 @@ fs::path host_folder() {
   }
   std::error_code error;
   const auto programs = fs::read_symlink("/proc/self/exe", error).parent_path();
-  const auto beside = programs / "olap-server";
+  auto beside = programs / "olap-server";
   if (fs::exists(beside / host_jar, error)) {
     return beside;
   }

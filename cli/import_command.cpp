@@ -58,7 +58,8 @@ void ImportCommand::add_options() {
   command.add_option("FILE", document_, "The document (.kcd)")->required()->type_name("");
   command
       .add_option("--server", server_,
-                  "The OLAP server: localhost (this computer), catalogue:PATH or memory:")
+                  "The OLAP server: localhost (this computer), catalogue:PATH, mondrian:DIRECTORY "
+                  "or memory:")
       ->type_name("SERVER")
       ->capture_default_str();
   command

@@ -19,7 +19,8 @@ RestoreCommand::RestoreCommand(CLI::App& program)
       server_(this_computer) {
   command_
       ->add_option("SERVER", server_,
-                   "The OLAP server: localhost (this computer) or catalogue:PATH")
+                   "The OLAP server: localhost (this computer), catalogue:PATH or "
+                   "mondrian:DIRECTORY")
       ->type_name("")
       ->capture_default_str();
   command_->add_option("DATABASE", database_, "The database; a single name is that of the database")
@@ -66,6 +67,9 @@ int RestoreCommand::run(const CommandEnvironment& environment) const {
                   << printable(restored.copy.kept_since) << " UTC"
                   << (restored.displaced_another ? "; the one in its place is kept now" : "")
                   << ".\n";
+  for (const auto& remark : restored.remarks) {
+    environment.err << printable(remark) << '\n';
+  }
   return exit_status::success;
 }
 

@@ -129,7 +129,6 @@ void import_cube(ImportRun& run, const KcdElement& element) {
   if (!run.server().structure_is_valid(run.database(), *cube)) {
     run.fail("New Cube structure is not valid");
   }
-  run.NotifyOfServerMessages();
 }
 
 }  // namespace

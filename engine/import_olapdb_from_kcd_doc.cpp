@@ -236,12 +236,16 @@ void ImportOLAPDBFromKCDDoc::ImportVirtualCubes(const KcdElement* collection) {
 void ImportOLAPDBFromKCDDoc::finish() {
   try {
     server_->finish();
-    notify_of_server_messages(*server_, notifications);
   } catch (const std::exception& error) {
     succeeded = false;
     if (last_error.empty()) {
       last_error = processing_error(error);
     }
+  }
+  // All at once: a window shows one box, however many cubes they are about.
+  const auto messages = server_->take_messages();
+  if (notifications != nullptr && !messages.empty()) {
+    notifications->show_messages(messages);
   }
 }
 

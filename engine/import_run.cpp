@@ -12,21 +12,9 @@ void ImportRun::ReportProgress(const std::string& text) const {
   }
 }
 
-void ImportRun::NotifyOfServerMessages() const {
-  notify_of_server_messages(server_, options_.notifications);
-}
-
 void ImportRun::fail(const std::string& error) const {
   outcome_.succeeded = false;
   outcome_.last_error = error;
-}
-
-void notify_of_server_messages(OlapServer& server, NotificationSink* notifications) {
-  for (const auto& message : server.take_messages()) {
-    if (notifications != nullptr) {
-      notifications->show_message(message);
-    }
-  }
 }
 
 }  // namespace importkcd

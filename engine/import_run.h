@@ -25,10 +25,6 @@ class ImportRun {
   /// Sends one message to the progress window, if there is one.
   void ReportProgress(const std::string& text) const;
 
-  /// Hands what the server wants a person to know to the receiver of such messages, if there is
-  /// one.
-  void NotifyOfServerMessages() const;
-
   /// Ends the run's success with this error text.
   void fail(const std::string& error) const;
 
@@ -47,9 +43,6 @@ class ImportRun {
   OlapServer& server_;
   OlapDatabase& database_;
 };
-
-/// Hands what a server wants a person to know to `notifications`, which may be null.
-void notify_of_server_messages(OlapServer& server, NotificationSink* notifications);
 
 template <class Step>
 bool ImportRun::trap(Step step) const {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 namespace importkcd {
 
@@ -19,6 +20,12 @@ class NotificationSink {
  public:
   virtual ~NotificationSink() = default;
   virtual void show_message(const std::string& text) = 0;
+  /// Several at once, in order: a window may show them together.
+  virtual void show_messages(const std::vector<std::string>& texts) {
+    for (const auto& text : texts) {
+      show_message(text);
+    }
+  }
 };
 
 }  // namespace importkcd

@@ -193,6 +193,19 @@ void RunController::show_message(const std::string& text) {
   view_.show_message({MessageIcon::none, std::string(application_title), text});
 }
 
+void RunController::show_messages(const std::vector<std::string>& texts) {
+  // More than that fits on no screen.
+  constexpr std::size_t most = 20;
+  std::string together;
+  for (std::size_t i = 0; i < std::min(texts.size(), most); ++i) {
+    together.append(i == 0 ? "" : ";\n").append(printable(texts[i]));
+  }
+  if (texts.size() > most) {
+    together.append(";\nand " + std::to_string(texts.size() - most) + " more");
+  }
+  show_message(together);
+}
+
 int RunController::exit_status() const {
   const bool unattended = unattended_ || settings_.CommandLineRun;
   return unattended && !unattended_run_succeeded_ ? 1 : 0;

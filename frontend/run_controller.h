@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "engine/olap_model/olap_server.h"
 #include "engine/progress_sink.h"
@@ -62,6 +63,7 @@ class RunController : public ProgressSink, public NotificationSink {
   /// The engine's messages arrive here.
   void put_progres_message(const std::string& message) override { PutProgressMsg(message); }
   void show_message(const std::string& text) override;
+  void show_messages(const std::vector<std::string>& texts) override;
 
   /// True while the engine's `make` executes (but see nested runs above).
   bool ImportRunning() const { return import_running_; }

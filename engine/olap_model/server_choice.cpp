@@ -14,6 +14,7 @@
 #include "engine/olap_model/catalogue/catalogue_store.h"
 #include "engine/olap_model/import_error.h"
 #include "engine/olap_model/memory/memory_server.h"
+#include "engine/olap_model/mondrian/mondrian_kept_copies.h"
 #include "engine/olap_model/mondrian/mondrian_server.h"
 #include "engine/olap_model/name_folding.h"
 #include "engine/olap_model/working_copy_server.h"
@@ -63,12 +64,12 @@ void make_folder_of(const fs::path& file) {
   }
 }
 
-/// The file of a text of the form catalogue:PATH.
-std::optional<std::string> named_catalogue(std::string_view machine) {
-  if (!machine.starts_with(catalogue_prefix) || machine.size() == catalogue_prefix.size()) {
+/// What stands behind a prefix; nothing when the text does not begin with it, or ends there.
+std::optional<std::string> path_behind(std::string_view prefix, std::string_view machine) {
+  if (!machine.starts_with(prefix) || machine.size() == prefix.size()) {
     return std::nullopt;
   }
-  return std::string(machine.substr(catalogue_prefix.size()));
+  return std::string(machine.substr(prefix.size()));
 }
 
 bool is_this_computer(std::string_view machine) {
@@ -92,15 +93,15 @@ std::unique_ptr<OlapServer> make_olap_server(std::string_view machine, ServerAcc
   if (machine == "memory:") {
     return make_memory_server();
   }
-  if (auto path = named_catalogue(machine)) {
+  if (auto path = path_behind(catalogue_prefix, machine)) {
     return catalogue_server(std::move(*path), access == ServerAccess::read_only
                                                   ? CatalogueAccess::read_only
                                                   : CatalogueAccess::read_write);
   }
-  if (machine.starts_with(mondrian_prefix) && machine.size() > mondrian_prefix.size()) {
-    return make_mondrian_server(
-        std::string(machine.substr(mondrian_prefix.size())),
-        access == ServerAccess::read_only ? MondrianAccess::read_only : MondrianAccess::read_write);
+  if (const auto directory = path_behind(mondrian_prefix, machine)) {
+    return make_mondrian_server(*directory, access == ServerAccess::read_only
+                                                ? MondrianAccess::read_only
+                                                : MondrianAccess::read_write);
   }
   if (!machine.empty() && is_this_computer(machine)) {
     return server_of_this_computer(access);
@@ -114,7 +115,10 @@ std::unique_ptr<OlapServer> make_olap_server(std::string_view machine, ServerAcc
 }
 
 std::unique_ptr<KeptCopies> open_kept_copies(std::string_view machine) {
-  if (auto path = named_catalogue(machine)) {
+  if (const auto directory = path_behind(mondrian_prefix, machine)) {
+    return make_mondrian_kept_copies(*directory);
+  }
+  if (auto path = path_behind(catalogue_prefix, machine)) {
     return make_kept_copies(std::move(*path), CatalogueAccess::read_only);
   }
   if (!machine.empty() && is_this_computer(machine)) {

@@ -42,10 +42,18 @@ class CatalogueStore : public OlapStore {
   using BeforeCommit = std::function<void(OlapStore&)>;
 
   CatalogueStore(std::string path, CatalogueAccess access, BeforeCommit before_commit)
-      : file_(std::move(path), access), before_commit_(std::move(before_commit)) {}
+      : own_(std::make_unique<CatalogueFile>(std::move(path), access)),
+        file_(*own_),
+        before_commit_(std::move(before_commit)) {}
+
+  explicit CatalogueStore(CatalogueFile& opened) : file_(opened) { connect(); }
 
   void open() override {
     file_.open();
+    connect();
+  }
+
+  void connect() {
     lock_.emplace(file_.lock_path());
     if (file_.is_connected()) {
       reader_.emplace(file_.connection());
@@ -120,7 +128,9 @@ class CatalogueStore : public OlapStore {
     return std::make_unique<CatalogueSource<Object>>(file_, *reader_, database_id);
   }
 
-  CatalogueFile file_;
+  /// Null when somebody else owns the file.
+  std::unique_ptr<CatalogueFile> own_;
+  CatalogueFile& file_;
   BeforeCommit before_commit_;
   std::optional<DatabaseLock> lock_;
   std::optional<CatalogueReader> reader_;
@@ -132,6 +142,10 @@ class CatalogueStore : public OlapStore {
 std::shared_ptr<OlapStore> make_catalogue_store(std::string path, CatalogueAccess access,
                                                 std::function<void(OlapStore&)> before_commit) {
   return std::make_shared<CatalogueStore>(std::move(path), access, std::move(before_commit));
+}
+
+std::unique_ptr<OlapStore> make_store_over(CatalogueFile& opened) {
+  return std::make_unique<CatalogueStore>(opened);
 }
 
 }  // namespace importkcd

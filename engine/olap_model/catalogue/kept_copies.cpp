@@ -15,8 +15,9 @@ namespace {
 
 class CatalogueKeptCopies : public KeptCopies {
  public:
-  CatalogueKeptCopies(std::string path, CatalogueAccess looking)
-      : path_(std::move(path)), looking_(looking) {}
+  CatalogueKeptCopies(std::string path, CatalogueAccess looking,
+                      std::function<void(OlapStore&)> before_commit)
+      : path_(std::move(path)), looking_(looking), before_commit_(std::move(before_commit)) {}
 
   std::vector<KeptCopy> list() override {
     CatalogueFile file(path_, looking_);
@@ -41,7 +42,12 @@ class CatalogueKeptCopies : public KeptCopies {
     DatabaseLock lock(file.lock_path());
     lock.hold(database);
     std::optional<RestoredDatabase> restored;
-    file.write([&] { restored = DatabaseRows(file.connection()).restore(lower_cased(database)); });
+    file.write([&] {
+      restored = DatabaseRows(file.connection()).restore(lower_cased(database));
+      if (restored && before_commit_) {
+        before_commit_(*make_store_over(file));
+      }
+    });
     if (!restored) {
       fail(database);
     }
@@ -55,12 +61,14 @@ class CatalogueKeptCopies : public KeptCopies {
 
   std::string path_;
   CatalogueAccess looking_;
+  std::function<void(OlapStore&)> before_commit_;
 };
 
 }  // namespace
 
-std::unique_ptr<KeptCopies> make_kept_copies(std::string path, CatalogueAccess looking) {
-  return std::make_unique<CatalogueKeptCopies>(std::move(path), looking);
+std::unique_ptr<KeptCopies> make_kept_copies(std::string path, CatalogueAccess looking,
+                                             std::function<void(OlapStore&)> before_commit) {
+  return std::make_unique<CatalogueKeptCopies>(std::move(path), looking, std::move(before_commit));
 }
 
 }  // namespace importkcd

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -21,6 +22,8 @@ struct RestoredDatabase {
   KeptCopy copy;
   /// A database of that name had to make way and is the kept copy now.
   bool displaced_another = false;
+  /// What a person should know about it.
+  std::vector<std::string> remarks = {};
 };
 
 /// The kept copies of one catalogue. Names are compared without regard to letter case. All
@@ -42,7 +45,10 @@ class KeptCopies {
 };
 
 /// The copies in the catalogue at `path`; `looking`, which is not read_write, says what a missing
-/// file means.
-std::unique_ptr<KeptCopies> make_kept_copies(std::string path, CatalogueAccess looking);
+/// file means. Every restore() calls `before_commit`, if there is one, with the store as it will
+/// be; what that throws leaves everything as it was.
+std::unique_ptr<KeptCopies> make_kept_copies(
+    std::string path, CatalogueAccess looking,
+    std::function<void(OlapStore& changed)> before_commit = {});
 
 }  // namespace importkcd

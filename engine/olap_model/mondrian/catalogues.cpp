@@ -31,6 +31,7 @@ class Grouping {
     if (groups_.size() > 1) {
       for (std::size_t i = 0; i < groups_.size(); ++i) {
         groups_[i].name += " - " + data_sources_[i];
+        groups_[i].data_source = data_sources_[i];
       }
     }
     return std::move(groups_);
@@ -57,7 +58,7 @@ class Grouping {
     if (found != groups_.end()) {
       return *found;
     }
-    groups_.push_back({database_.name(), connection, {}, {}});
+    groups_.push_back({database_.name(), connection, {}, {}, {}});
     data_sources_.push_back(database_.data_source_name(cube.data_source));
     return groups_.back();
   }
@@ -111,7 +112,8 @@ std::vector<PublishedCatalogue> catalogues_of(OlapDatabase& database,
   return Grouping(database, remarks).catalogues();
 }
 
-std::string schema_file_name(const std::string& catalogue) {
+std::string schema_file_name(const std::string& database, const std::string& data_source) {
+  const auto catalogue = database + (data_source.empty() ? "" : "\n" + data_source);
   std::string readable;
   for (const char c : catalogue.substr(0, longest_readable_name)) {
     readable += is_plain(c) ? c : '_';

@@ -16,6 +16,8 @@ struct PublishedCatalogue {
   /// Names of regular cubes, in the database's order. Some may turn out to be inexpressible.
   std::vector<std::string> cubes;
   std::vector<std::string> virtual_cubes;
+  /// The data source that tells this catalogue from others of its database; empty for the only one.
+  std::string data_source;
 };
 
 /// The catalogues of a database, in the order of their first cubes. Data sources with the same
@@ -24,7 +26,8 @@ struct PublishedCatalogue {
 std::vector<PublishedCatalogue> catalogues_of(OlapDatabase& database,
                                               std::vector<std::string>& remarks);
 
-/// A file name for a catalogue: letters, digits and a few marks, different for different names.
-std::string schema_file_name(const std::string& catalogue);
+/// A file name for the schema of a catalogue: letters, digits and a few marks, different for
+/// different databases and data sources.
+std::string schema_file_name(const std::string& database, const std::string& data_source);
 
 }  // namespace importkcd

@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <set>
 #include <system_error>
 
 #include "engine/olap_model/import_error.h"
@@ -58,6 +59,9 @@ bool write_all(int descriptor, std::string_view bytes) {
 }  // namespace
 
 FilesBeside::~FilesBeside() {
+  if (stay_) {
+    return;
+  }
   for (const auto& path : paths_) {
     ::unlink(beside(path).c_str());
   }
@@ -82,13 +86,25 @@ void FilesBeside::write(const fs::path& path, std::string_view bytes, Readers re
   }
 }
 
+void FilesBeside::secure() const {
+  std::set<fs::path> folders;
+  for (const auto& path : paths_) {
+    folders.insert(path.parent_path());
+  }
+  for (const auto& folder : folders) {
+    const Descriptor opened(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (opened.number() < 0 || ::fsync(opened.number()) != 0) {
+      fail(folder, errno);
+    }
+  }
+}
+
 void FilesBeside::take_places() {
-  while (!paths_.empty()) {
-    const auto path = paths_.front();
+  stay_ = true;
+  for (const auto& path : paths_) {
     if (::rename(beside(path).c_str(), path.c_str()) != 0) {
       fail(path, errno);
     }
-    paths_.erase(paths_.begin());
   }
 }
 

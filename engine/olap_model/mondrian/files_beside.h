@@ -10,8 +10,9 @@ namespace importkcd {
 /// What the names of files end with that were written beside their places.
 inline constexpr std::string_view beside_suffix = ".new";
 
-/// Files that are written beside their places and then take them all at once. What did not take its
-/// place goes away with this object. All operations throw ImportError, which names the file.
+/// Files that are written beside their places and then take them all at once. They go away with
+/// this object, unless they were told to take their places: a later publication finds those that
+/// could not, and mends it. All operations throw ImportError, which names the file.
 class FilesBeside {
  public:
   FilesBeside() = default;
@@ -25,11 +26,15 @@ class FilesBeside {
   /// could not be replaced because it is a folder.
   void write(const std::filesystem::path& path, std::string_view bytes, Readers readers);
 
+  /// Lets the written files outlast a failure of power, as files beside their places.
+  void secure() const;
+
   /// Renames the files to their paths, in the order in which they were written.
   void take_places();
 
  private:
   std::vector<std::filesystem::path> paths_;
+  bool stay_ = false;
 };
 
 /// Makes other processes that call it for the same file wait until this object ends, or their

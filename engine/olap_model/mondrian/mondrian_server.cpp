@@ -35,11 +35,8 @@ class MondrianServer : public WorkingCopyServer {
         messages_(messages) {}
 
   bool structure_is_valid(OlapDatabase& database, const OlapCube& cube) override {
-    if (!WorkingCopyServer::structure_is_valid(database, cube)) {
-      return false;
-    }
     std::vector<std::string> remarks;
-    bool valid = true;
+    bool valid = WorkingCopyServer::structure_is_valid(database, cube);
     try {
       DataSourceConnections connections(database);
       FactAliases aliases;

@@ -1,8 +1,5 @@
 #include "engine/olap_model/mondrian/mondrian_store.h"
 
-#include <atomic>
-#include <chrono>
-#include <ctime>
 #include <filesystem>
 #include <optional>
 #include <system_error>
@@ -17,21 +14,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// A text that no other publication has: the time, to the nanosecond.
-std::string publication_mark() {
-  using std::chrono::nanoseconds;
-  using std::chrono::seconds;
-  const auto since = std::chrono::system_clock::now().time_since_epoch();
-  const std::time_t whole = std::chrono::duration_cast<seconds>(since).count();
-  std::tm parts{};
-  gmtime_r(&whole, &parts);
-  std::string text(64, '\0');
-  text.resize(std::strftime(text.data(), text.size(), "%Y-%m-%dT%H:%M:%S", &parts));
-  auto fraction =
-      std::to_string(std::chrono::duration_cast<nanoseconds>(since).count() % 1'000'000'000);
-  return "Published " + text + "." + std::string(9 - fraction.size(), '0') + fraction + "Z";
-}
-
 class MondrianStore : public OlapStore {
  public:
   MondrianStore(fs::path directory, MondrianAccess access, TellRemark tell)
@@ -43,11 +25,11 @@ class MondrianStore : public OlapStore {
     if (access_ == MondrianAccess::read_write) {
       make_directory();
     }
-    definitions_ = make_catalogue_store(
-        (directory_ / published::definitions).string(),
-        access_ == MondrianAccess::read_write ? CatalogueAccess::read_write
-                                              : CatalogueAccess::read_only,
-        [this](OlapStore& changed) { publication_->prepare(changed, touched_); });
+    definitions_ =
+        make_catalogue_store((directory_ / published::definitions).string(),
+                             access_ == MondrianAccess::read_write ? CatalogueAccess::read_write
+                                                                   : CatalogueAccess::read_only,
+                             [this](OlapStore& changed) { before_commit_(changed); });
     definitions_->open();
     if (access_ == MondrianAccess::read_write) {
       repair();
@@ -73,21 +55,14 @@ class MondrianStore : public OlapStore {
   }
 
   void apply(std::vector<DatabaseChanges> changes) override {
-    // Until the files are in their places: a later run must not be overtaken by an earlier one.
-    const WaitingLock lock(directory_ / published::lock, WaitingLock::Wait::yes);
-    touched_.clear();
+    const WaitingLock lock(publication_lock(directory_), WaitingLock::Wait::yes);
+    std::vector<std::string> touched;
     for (const auto& change : changes) {
-      touched_.push_back(change.name);
+      touched.push_back(change.name);
     }
-    publication_.emplace(directory_, publication_mark());
-    try {
-      definitions_->apply(std::move(changes));
-      publication_->carry_out();
-    } catch (...) {
-      publication_.reset();
-      throw;
+    for (const auto& remark : store_and_publish(std::move(changes), std::move(touched))) {
+      tell_(remark);
     }
-    tell_remarks();
   }
 
  private:
@@ -102,41 +77,43 @@ class MondrianStore : public OlapStore {
     }
   }
 
+  /// Gives what was left out, and why. Without names the publication is about all databases.
+  std::vector<std::string> store_and_publish(std::vector<DatabaseChanges> changes,
+                                             std::optional<std::vector<std::string>> touched) {
+    Publication publication(directory_);
+    before_commit_ = [&](OlapStore& changed) {
+      publication.prepare(changed, touched ? *touched : changed.database_names());
+    };
+    definitions_->apply(std::move(changes));
+    publication.carry_out();
+    return publication.remarks();
+  }
+
   /// Publishes again what a run that died, or a person, left incomplete.
   void repair() {
-    std::error_code ignored;
-    const auto names = definitions_->database_names();
-    const bool is_incomplete =
-        publication_was_cut_off(directory_) ||
-        (!names.empty() && !fs::exists(directory_ / published::data_sources, ignored));
-    if (!is_incomplete) {
+    if (!is_incomplete()) {
       return;
     }
-    const WaitingLock lock(directory_ / published::lock, WaitingLock::Wait::no);
-    if (lock.is_held()) {
-      publication_.emplace(directory_, publication_mark());
-      publication_->prepare(*definitions_, names);
-      publication_->carry_out();
-      publication_.reset();
+    const WaitingLock lock(publication_lock(directory_), WaitingLock::Wait::no);
+    // Whoever holds the lock is at it; who held it a moment ago may have completed it.
+    if (lock.is_held() && is_incomplete()) {
+      store_and_publish({}, std::nullopt);
     }
   }
 
-  void tell_remarks() {
-    for (const auto& remark : publication_->remarks()) {
-      if (tell_) {
-        tell_(remark);
-      }
-    }
-    publication_.reset();
+  bool is_incomplete() {
+    std::error_code ignored;
+    return publication_was_cut_off(directory_) ||
+           (!fs::exists(directory_ / published::data_sources, ignored) &&
+            !definitions_->database_names().empty());
   }
 
   fs::path directory_;
   MondrianAccess access_;
   TellRemark tell_;
   std::shared_ptr<OlapStore> definitions_;
-  /// The publication that is being prepared, and the databases that it is about.
-  std::optional<Publication> publication_;
-  std::vector<std::string> touched_;
+  /// What the definitions call inside of every change.
+  std::function<void(OlapStore& changed)> before_commit_;
 };
 
 }  // namespace

@@ -1,6 +1,8 @@
 #include "engine/olap_model/mondrian/publication.h"
 
 #include <algorithm>
+#include <chrono>
+#include <ctime>
 #include <system_error>
 #include <utility>
 
@@ -13,6 +15,22 @@ namespace importkcd {
 namespace {
 
 namespace fs = std::filesystem;
+
+/// A text that no other publication has: the time, to the nanosecond. It goes into a comment, so
+/// that the engine sees a changed schema and forgets the figures that it remembers.
+std::string publication_mark() {
+  using std::chrono::nanoseconds;
+  using std::chrono::seconds;
+  const auto since = std::chrono::system_clock::now().time_since_epoch();
+  const std::time_t whole = std::chrono::duration_cast<seconds>(since).count();
+  std::tm parts{};
+  gmtime_r(&whole, &parts);
+  std::string text(64, '\0');
+  text.resize(std::strftime(text.data(), text.size(), "%Y-%m-%dT%H:%M:%S", &parts));
+  auto fraction =
+      std::to_string(std::chrono::duration_cast<nanoseconds>(since).count() % 1'000'000'000);
+  return "Published " + text + "." + std::string(9 - fraction.size(), '0') + fraction + "Z";
+}
 
 [[noreturn]] void fail(const fs::path& path, const std::error_code& error) {
   throw ImportError("cannot write '" + path.string() + "': " + error.message(),
@@ -45,7 +63,7 @@ std::vector<PublishedCatalogue> likely_catalogues_of(OlapDatabase& database) {
   }
   try {
     const auto& text = database.data_sources().find(data_sources[0])->connection_string;
-    return {{database.name(), jdbc_connection(text), {}, {}}};
+    return {{database.name(), jdbc_connection(text), {}, {}, {}}};
   } catch (const ImportError&) {
     return {};
   }
@@ -57,8 +75,8 @@ bool ends_with_beside_suffix(const fs::path& path) {
 
 }  // namespace
 
-Publication::Publication(fs::path directory, std::string mark)
-    : directory_(std::move(directory)), mark_(std::move(mark)) {}
+Publication::Publication(fs::path directory)
+    : directory_(std::move(directory)), mark_(publication_mark()) {}
 
 void Publication::prepare(OlapStore& definitions, const std::vector<std::string>& touched) {
   const auto schemas = directory_ / published::schemas;
@@ -72,13 +90,14 @@ void Publication::prepare(OlapStore& definitions, const std::vector<std::string>
   }
   files_.write(directory_ / published::data_sources, list_of_catalogues(),
                FilesBeside::Readers::owner_only);
+  files_.secure();
 }
 
 void Publication::add_database(OlapStore& definitions, const std::string& name, bool touched) {
   OlapDatabase database(name, definitions.description(name), definitions.sources(name));
   if (!touched) {
     const auto catalogues = likely_catalogues_of(database);
-    if (!lacks_schema(catalogues)) {
+    if (!lacks_schema(name, catalogues)) {
       for (const auto& catalogue : catalogues) {
         add_catalogue(database, catalogue, false);
       }
@@ -92,26 +111,27 @@ void Publication::add_database(OlapStore& definitions, const std::string& name, 
 
 void Publication::add_catalogue(OlapDatabase& database, const PublishedCatalogue& catalogue,
                                 bool touched) {
-  auto named = catalogue;
-  for (int number = 2; !names_.insert(lower_cased(named.name)).second; ++number) {
-    named.name = catalogue.name + " (" + std::to_string(number) + ")";
+  auto name = catalogue.name;
+  for (int number = 2; !names_.insert(lower_cased(name)).second; ++number) {
+    name = catalogue.name + " (" + std::to_string(number) + ")";
   }
-  const Entry entry{named.name, engine_connect_string(named.connection),
-                    schema_file_name(named.name)};
+  const Entry entry{name, engine_connect_string(catalogue.connection),
+                    schema_file_name(database.name(), catalogue.data_source)};
   if (touched) {
-    const auto schema = schema_element(database, named, remarks_);
+    const auto schema = schema_element(database, catalogue, remarks_);
     files_.write(schema_path(entry.file), xml_document(schema, " " + mark_ + " "),
                  FilesBeside::Readers::everyone);
   }
   entries_.push_back(entry);
 }
 
-bool Publication::lacks_schema(const std::vector<PublishedCatalogue>& catalogues) const {
-  return std::any_of(catalogues.begin(), catalogues.end(),
-                     [this](const PublishedCatalogue& catalogue) {
-                       std::error_code ignored;
-                       return !fs::exists(schema_path(schema_file_name(catalogue.name)), ignored);
-                     });
+bool Publication::lacks_schema(const std::string& database,
+                               const std::vector<PublishedCatalogue>& catalogues) const {
+  return std::any_of(
+      catalogues.begin(), catalogues.end(), [&](const PublishedCatalogue& catalogue) {
+        std::error_code ignored;
+        return !fs::exists(schema_path(schema_file_name(database, catalogue.data_source)), ignored);
+      });
 }
 
 fs::path Publication::schema_path(const std::string& file) const {
@@ -153,6 +173,8 @@ void Publication::carry_out() {
     }
   }
 }
+
+fs::path publication_lock(const fs::path& directory) { return directory / published::lock; }
 
 bool publication_was_cut_off(const fs::path& directory) {
   std::error_code ignored;

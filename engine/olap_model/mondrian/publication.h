@@ -26,15 +26,14 @@ inline constexpr const char* lock = "datasources.xml-lock";
 /// Operations throw ImportError.
 class Publication {
  public:
-  /// `mark` is a text that differs from publication to publication; it goes into a comment, so that
-  /// the engine sees a changed schema and forgets the figures that it remembers.
-  Publication(std::filesystem::path directory, std::string mark);
+  explicit Publication(std::filesystem::path directory);
 
   /// Writes the schemas of the databases `touched`, and of others that lack theirs, and the list of
   /// all catalogues.
   void prepare(OlapStore& definitions, const std::vector<std::string>& touched);
 
-  /// Puts the written files into their places and removes schemas that are in use no more.
+  /// Puts the written files into their places and removes schemas that are in use no more. Called
+  /// after the definitions were stored. When it fails, publication_was_cut_off() tells so.
   void carry_out();
 
   /// What was left out, and why.
@@ -49,17 +48,23 @@ class Publication {
 
   void add_database(OlapStore& definitions, const std::string& name, bool touched);
   void add_catalogue(OlapDatabase& database, const PublishedCatalogue& catalogue, bool touched);
-  bool lacks_schema(const std::vector<PublishedCatalogue>& catalogues) const;
+  bool lacks_schema(const std::string& database,
+                    const std::vector<PublishedCatalogue>& catalogues) const;
   std::filesystem::path schema_path(const std::string& file) const;
   std::string list_of_catalogues() const;
 
   std::filesystem::path directory_;
+  /// Differs from publication to publication.
   std::string mark_;
   FilesBeside files_;
   std::vector<Entry> entries_;
   std::set<std::string> names_;
   std::vector<std::string> remarks_;
 };
+
+/// The lock of a directory, which whoever publishes holds until its publication is carried out: a
+/// later one must not be overtaken by an earlier one.
+std::filesystem::path publication_lock(const std::filesystem::path& directory);
 
 /// Whether a directory holds what a publication that was cut off left behind.
 bool publication_was_cut_off(const std::filesystem::path& directory);

@@ -17,6 +17,9 @@ bool is_join_word(const SqlToken& token) {
                      [&](std::string_view word) { return is_word(token, word); });
 }
 
+/// A clause with more parentheses inside of each other is no list of tables that anybody wrote.
+constexpr int deepest_parenthesis = 200;
+
 /// An equality as it stands, before its tables are known.
 struct PathEquality {
   SqlPath left;
@@ -59,6 +62,18 @@ class ClauseParser {
 
   void require(bool condition) { failed_ = failed_ || !condition; }
 
+  bool open_parenthesis() {
+    const bool there = take_symbol("(");
+    depth_ += there ? 1 : 0;
+    require(depth_ <= deepest_parenthesis);
+    return there;
+  }
+
+  void close_parenthesis() {
+    require(take_symbol(")"));
+    --depth_;
+  }
+
   /// item { [INNER] JOIN item ON conjunction | CROSS JOIN item }
   void join(std::vector<SourceTable>& tables, std::vector<PathEquality>& conditions) {
     item(tables, conditions);
@@ -78,9 +93,9 @@ class ClauseParser {
   }
 
   void item(std::vector<SourceTable>& tables, std::vector<PathEquality>& conditions) {
-    if (take_symbol("(")) {
+    if (open_parenthesis()) {
       join(tables, conditions);
-      require(take_symbol(")"));
+      close_parenthesis();
       return;
     }
     require(more() && is_path() && !is_join_word(text_[position_]));
@@ -119,14 +134,18 @@ class ClauseParser {
   /// "(" starts a conjunction or stands around a column.
   void condition(std::vector<PathEquality>& conditions) {
     const auto start = position_;
-    if (take_symbol("(")) {
+    const auto depth = depth_;
+    const auto known = conditions.size();
+    if (open_parenthesis()) {
       conjunction(conditions);
-      require(take_symbol(")"));
+      close_parenthesis();
       if (!failed_) {
         return;
       }
       failed_ = false;
       position_ = start;
+      depth_ = depth;
+      conditions.resize(known);
     }
     PathEquality equality;
     equality.left = column();
@@ -136,9 +155,9 @@ class ClauseParser {
   }
 
   SqlPath column() {
-    if (take_symbol("(")) {
+    if (open_parenthesis()) {
       auto inner = column();
-      require(take_symbol(")"));
+      close_parenthesis();
       return inner;
     }
     require(more() && is_path() && text_[position_].path.size() > 1);
@@ -148,6 +167,8 @@ class ClauseParser {
   const SqlText& text_;
   DatabaseKind kind_;
   std::size_t position_ = 0;
+  /// How many parentheses are open.
+  int depth_ = 0;
   bool failed_ = false;
 };
 

@@ -87,11 +87,16 @@ class MemoryStore : public OlapStore {
 
   void hold(const std::string& database) override {
     const auto key = lower_cased(database);
-    if (held_.count(key) == 0 && !storage_->held.insert(key).second) {
+    if (held_.count(key) != 0) {
+      return;
+    }
+    if (storage_->held.count(key) != 0) {
       throw ImportError("database '" + database + "' is in use by another import",
                         error_source::olap_server);
     }
+    // Noted here first, so that nothing stays held that nobody lets go of.
     held_.insert(key);
+    storage_->held.insert(key);
   }
 
   void release_all() noexcept override { release_held(); }

@@ -32,4 +32,11 @@ std::unique_ptr<KcdDocument> KcdDocument::load(const std::string& path) {
   return builder.finish();
 }
 
+std::unique_ptr<KcdDocument> KcdDocument::load_root(const std::string& path) {
+  KcdDocumentBuilder builder;
+  builder.keep_root_alone();
+  parse_document(path, builder);
+  return builder.finish();
+}
+
 }  // namespace importkcd

@@ -77,6 +77,9 @@ class KcdDocument {
   /// when the file cannot be read or is not well-formed XML in every respect.
   static std::unique_ptr<KcdDocument> load(const std::string& path);
 
+  /// Reads a document as load() does, in every respect, but keeps nothing but its root element.
+  static std::unique_ptr<KcdDocument> load_root(const std::string& path);
+
   KcdDocument(const KcdDocument&) = delete;
   KcdDocument& operator=(const KcdDocument&) = delete;
   ~KcdDocument();

@@ -22,6 +22,10 @@ const std::string* KcdDocumentBuilder::name(std::string_view text) {
 
 void KcdDocumentBuilder::begin_element(const std::string* tag,
                                        std::span<const KcdAttribute> attributes) {
+  if (root_alone_ && !open_.empty()) {
+    open_.push_back({});
+    return;
+  }
   auto* const element = make_element(tag, attributes);
   if (open_.empty()) {
     document_->root_ = element;

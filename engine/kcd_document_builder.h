@@ -24,6 +24,9 @@ class KcdDocumentBuilder {
  public:
   KcdDocumentBuilder();
 
+  /// Keeps nothing but the root element from now on.
+  void keep_root_alone() { root_alone_ = true; }
+
   /// The document's own copy of a name; equal names give the same address.
   const std::string* name(std::string_view text);
 
@@ -38,14 +41,15 @@ class KcdDocumentBuilder {
 
  private:
   struct OpenElement {
-    KcdElement* element;
-    KcdElement* last_child;
+    KcdElement* element = nullptr;
+    KcdElement* last_child = nullptr;
   };
 
   KcdElement* make_element(const std::string* tag, std::span<const KcdAttribute> attributes);
 
   std::unique_ptr<KcdDocument> document_;
   std::vector<OpenElement> open_;
+  bool root_alone_ = false;
 };
 
 }  // namespace importkcd

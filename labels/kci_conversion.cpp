@@ -24,9 +24,9 @@ bool is_file(const std::string& name) {
 }
 
 /// Null when it cannot be loaded.
-std::unique_ptr<KcdDocument> load(const std::string& name) {
+std::unique_ptr<KcdDocument> load_root(const std::string& name) {
   try {
-    return KcdDocument::load(name);
+    return KcdDocument::load_root(name);
   } catch (const ImportError&) {
     return nullptr;
   }
@@ -93,7 +93,7 @@ bool KciConversion::check(const std::string& name) {
     view_.PutProgressMsg("KCI file " + name + " does not exist");
     return false;
   }
-  const auto document = load(name);
+  const auto document = load_root(name);
   if (document == nullptr) {
     view_.PutProgressMsg("File " + name + " is not well formed xml or is not a KCI file");
     return false;

@@ -26,7 +26,8 @@ class Substitution {
         encoded_(labels.LabelTable.size()) {}
 
   std::string run() {
-    result_.reserve(text_.size());
+    // Labels are longer than their references. Memory that is not needed is never touched.
+    result_.reserve(2 * text_.size());
     auto marker = find_on_unit(text_, marker_, 0, unit_);
     result_.append(text_.substr(0, marker));
     while (marker != npos) {

@@ -54,6 +54,15 @@ std::string outline(const KcdElement& element) {
   return element.first_child() == nullptr ? text : text + ")";
 }
 
+TEST_F(KcdDocumentTest, RootAloneIsKeptOfADocumentThatIsReadWhole) {
+  const auto path = folder.write("document.xml", R"(<a b="1"><c d="2"><e/></c><c/></a>)");
+  const auto document = KcdDocument::load_root(path);
+  EXPECT_EQ(outline(document->root()), "a");
+  EXPECT_EQ(document->root().attribute("b"), "1");
+  EXPECT_EQ(document->root().attribute("d"), std::nullopt);
+  EXPECT_THROW(KcdDocument::load_root(folder.write("document.xml", "<a><b></a>")), ImportError);
+}
+
 TEST_F(KcdDocumentTest, ElementsKeepTheirOrder) {
   const auto document = load("<a><b><c/><d/></b><e/><b/></a>");
   EXPECT_EQ(outline(document->root()), "a(b(c d) e b)");

@@ -13,8 +13,8 @@
 
 namespace importkcd {
 
-/// Reads databases and their objects from the tables of a catalogue, one object at a time. All
-/// operations throw SQLite::Exception when reading fails.
+/// Reads the objects of databases from the tables of a catalogue, one at a time. All operations
+/// throw SQLite::Exception when reading fails.
 class CatalogueReader {
  public:
   /// `database` must outlive the reader.
@@ -23,11 +23,6 @@ class CatalogueReader {
   CatalogueReader& operator=(const CatalogueReader&) = delete;
   ~CatalogueReader();
 
-  /// In the order in which the databases were added.
-  std::vector<std::string> database_names();
-  /// The id of the database of that name, whatever its letter case; nothing when there is none.
-  std::optional<std::int64_t> find_database(const std::string& name);
-  std::string description(std::int64_t database_id);
   /// The names of the dimensions that the cubes of a kind use, each once.
   std::vector<std::string> dimensions_in_use(std::int64_t database_id, OlapCubeKind kind);
 

@@ -2,7 +2,7 @@
 
 #include <SQLiteCpp/SQLiteCpp.h>
 
-#include <cstdint>
+#include <algorithm>
 #include <string_view>
 
 #include "engine/olap_model/definitions.h"
@@ -28,6 +28,11 @@ void create_schema(SQLite::Database& database);
 
 /// A table whose rows are parts of an object: found by the object's id, in the order of the key.
 struct PartTable {
+  constexpr PartTable(std::string_view table, std::string_view key)
+      : name(table),
+        key_columns(key),
+        key_size(1 + static_cast<int>(std::count(key.begin(), key.end(), ','))) {}
+
   std::string_view name;
   /// The columns of the primary key, the object's id first, the position in the collection last.
   std::string_view key_columns;
@@ -35,26 +40,26 @@ struct PartTable {
 };
 
 namespace part_tables {
-constexpr PartTable dimension_properties{"dimension_properties", "dimension_id, position", 2};
-constexpr PartTable levels{"levels", "dimension_id, position", 2};
-constexpr PartTable member_properties{"member_properties", "dimension_id, level_position, position",
-                                      3};
-constexpr PartTable role_permissions{"role_permissions", "role_id, position", 2};
-constexpr PartTable cube_properties{"cube_properties", "cube_id, position", 2};
-constexpr PartTable cube_dimensions{"cube_dimensions", "cube_id, position", 2};
-constexpr PartTable cube_levels{"cube_levels", "cube_id, dimension_position, position", 3};
-constexpr PartTable cube_member_properties{
-    "cube_member_properties", "cube_id, dimension_position, level_position, position", 4};
-constexpr PartTable measures{"measures", "cube_id, position", 2};
-constexpr PartTable calculated_members{"calculated_members", "cube_id, position", 2};
-constexpr PartTable cube_roles{"cube_roles", "cube_id, position", 2};
+constexpr PartTable dimension_properties{"dimension_properties", "dimension_id, position"};
+constexpr PartTable levels{"levels", "dimension_id, position"};
+constexpr PartTable member_properties{"member_properties",
+                                      "dimension_id, level_position, position"};
+constexpr PartTable role_permissions{"role_permissions", "role_id, position"};
+constexpr PartTable cube_properties{"cube_properties", "cube_id, position"};
+constexpr PartTable cube_dimensions{"cube_dimensions", "cube_id, position"};
+constexpr PartTable cube_levels{"cube_levels", "cube_id, dimension_position, position"};
+constexpr PartTable cube_member_properties{"cube_member_properties",
+                                           "cube_id, dimension_position, level_position, position"};
+constexpr PartTable measures{"measures", "cube_id, position"};
+constexpr PartTable calculated_members{"calculated_members", "cube_id, position"};
+constexpr PartTable cube_roles{"cube_roles", "cube_id, position"};
 constexpr PartTable cube_role_permissions{"cube_role_permissions",
-                                          "cube_id, role_position, position", 3};
-constexpr PartTable partitions{"partitions", "cube_id, position", 2};
+                                          "cube_id, role_position, position"};
+constexpr PartTable partitions{"partitions", "cube_id, position"};
 constexpr PartTable partition_dimensions{"partition_dimensions",
-                                         "cube_id, partition_position, position", 3};
-constexpr PartTable partition_levels{
-    "partition_levels", "cube_id, partition_position, dimension_position, position", 4};
+                                         "cube_id, partition_position, position"};
+constexpr PartTable partition_levels{"partition_levels",
+                                     "cube_id, partition_position, dimension_position, position"};
 }  // namespace part_tables
 
 /// The table of the objects directly under a database. Its rows have an id, the database's id, the

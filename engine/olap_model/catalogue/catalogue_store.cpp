@@ -9,6 +9,8 @@
 #include "engine/olap_model/catalogue/catalogue_reader.h"
 #include "engine/olap_model/catalogue/catalogue_writer.h"
 #include "engine/olap_model/catalogue/database_lock.h"
+#include "engine/olap_model/catalogue/database_rows.h"
+#include "engine/olap_model/name_folding.h"
 
 namespace importkcd {
 namespace {
@@ -56,16 +58,17 @@ class CatalogueStore : public OlapStore {
   void connect() {
     lock_.emplace(file_.lock_path());
     if (file_.is_connected()) {
+      databases_.emplace(file_.connection());
       reader_.emplace(file_.connection());
       writer_.emplace(file_.connection());
     }
   }
 
   std::vector<std::string> database_names() override {
-    if (!reader_) {
+    if (!databases_) {
       return {};
     }
-    return file_.read([this] { return reader_->database_names(); });
+    return file_.read([this] { return databases_->names(); });
   }
 
   void hold(const std::string& database) override {
@@ -83,7 +86,7 @@ class CatalogueStore : public OlapStore {
 
   std::string description(const std::string& database) override {
     const auto id = id_of(database);
-    return file_.read([&] { return reader_->description(id); });
+    return file_.read([&] { return databases_->description(id); });
   }
 
   DatabaseSources sources(const std::string& database) override {
@@ -115,8 +118,9 @@ class CatalogueStore : public OlapStore {
 
  private:
   std::int64_t id_of(const std::string& database) {
+    const auto folded_name = lower_cased(database);
     const auto id =
-        reader_ ? file_.read([&] { return reader_->find_database(database); }) : std::nullopt;
+        databases_ ? file_.read([&] { return databases_->find(folded_name); }) : std::nullopt;
     if (!id) {
       throw ImportError("database '" + database + "' does not exist", error_source::olap_server);
     }
@@ -133,6 +137,8 @@ class CatalogueStore : public OlapStore {
   CatalogueFile& file_;
   BeforeCommit before_commit_;
   std::optional<DatabaseLock> lock_;
+  // Nothing of these without a connection.
+  std::optional<DatabaseRows> databases_;
   std::optional<CatalogueReader> reader_;
   std::optional<CatalogueWriter> writer_;
 };

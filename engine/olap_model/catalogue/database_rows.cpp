@@ -1,6 +1,6 @@
 #include "engine/olap_model/catalogue/database_rows.h"
 
-#include "engine/olap_model/catalogue/catalogue_statements.h"
+#include "engine/olap_model/catalogue/row_values.h"
 
 namespace importkcd {
 namespace {
@@ -20,6 +20,18 @@ std::optional<std::int64_t> DatabaseRows::find(const std::string& folded_name) {
                           "SELECT id FROM databases WHERE folded_name = ? AND kept_since IS NULL");
   ValueBinder(query).bind(folded_name);
   return query.executeStep() ? std::optional(query.getColumn(0).getInt64()) : std::nullopt;
+}
+
+std::vector<std::string> DatabaseRows::names() {
+  SQLite::Statement query(database_,
+                          "SELECT name FROM databases WHERE kept_since IS NULL ORDER BY id");
+  return read_texts(query);
+}
+
+std::string DatabaseRows::description(std::int64_t id) {
+  SQLite::Statement query(database_, "SELECT description FROM databases WHERE id = ?");
+  ValueBinder(query).bind(id);
+  return query.executeStep() ? query.getColumn(0).getString() : std::string();
 }
 
 std::int64_t DatabaseRows::add(const std::string& name, const std::string& folded_name) {

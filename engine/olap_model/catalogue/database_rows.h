@@ -11,15 +11,21 @@
 
 namespace importkcd {
 
-/// The rows of table `databases`: the databases and the kept copies of removed ones. All operations
-/// throw SQLite::Exception when they fail; those that change something belong inside a transaction.
+/// The rows of table `databases`: the databases, and the kept copies of removed ones, which count
+/// as databases nowhere. All operations throw SQLite::Exception when they fail; those that change
+/// something belong inside a transaction.
 class DatabaseRows {
  public:
   /// `database` must outlive this object.
   explicit DatabaseRows(SQLite::Database& database) : database_(database) {}
 
-  /// The id of the database of that lower-cased name; kept copies do not count.
+  /// The id of the database of that lower-cased name.
   std::optional<std::int64_t> find(const std::string& folded_name);
+
+  /// In the order in which the databases were added.
+  std::vector<std::string> names();
+
+  std::string description(std::int64_t id);
 
   /// Adds a database at the end and gives its id.
   std::int64_t add(const std::string& name, const std::string& folded_name);

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -94,12 +95,13 @@ class CatalogueRewrite : public ::testing::Test {
     }
     database.exec("CREATE TABLE written_rows (what TEXT)");
     for (const auto& table : tables) {
-      for (const std::string what : {"INSERT", "UPDATE", "DELETE"}) {
+      for (const std::string change : {"INSERT", "UPDATE", "DELETE"}) {
+        std::ostringstream trigger;
         // What is deleted is told by its old name.
-        const std::string row = what == "DELETE" ? "OLD" : "NEW";
-        database.exec("CREATE TRIGGER " + what + "_" + table + " AFTER " + what + " ON " + table +
-                      " BEGIN INSERT INTO written_rows VALUES ('" + what + " " + table + " ' || " +
-                      row + ".name); END");
+        trigger << "CREATE TRIGGER " << change << '_' << table << " AFTER " << change << " ON "
+                << table << " BEGIN INSERT INTO written_rows VALUES ('" << change << ' ' << table
+                << " ' || " << (change == "DELETE" ? "OLD" : "NEW") << ".name); END";
+        database.exec(trigger.str());
       }
     }
   }

@@ -20,6 +20,11 @@ enum class Road {
   dimension_refused,
   cube_refused,
   cube_canceled,
+  virtual_dimension_refused,
+  virtual_cube_refused,
+  virtual_cube_canceled,
+  /// The next step follows.
+  next_step,
   /// The run goes on over the database that is still there.
   nothing,
   /// Nothing is stored; an earlier error stays.
@@ -61,6 +66,12 @@ constexpr std::array rules{
     Rule{Section::cubes, "write_back_dimension", Road::document},
     Rule{Section::cubes, "write_back_partition", Road::document},
     Rule{Section::cubes, "structure_is_valid", Road::document},
+    Rule{Section::virtual_dimensions, "lock_dimension", Road::virtual_dimension_refused},
+    Rule{Section::virtual_dimensions, "version", Road::section},
+    Rule{Section::virtual_dimensions, "write_back_dimension", Road::section},
+    Rule{Section::virtual_cubes, "lock_cube", Road::virtual_cube_refused},
+    Rule{Section::virtual_cubes, "remove_first", Road::virtual_cube_canceled},
+    Rule{Section::virtual_cubes, "write_back_database", Road::next_step},
     Rule{Section::storing, "finish", Road::storing},
 };
 
@@ -146,27 +157,50 @@ class Player {
       case Road::section:
         fail(failure_.description);
         break;
-      case Road::dimension_refused:
-        run.steps.push_back("Error : Can't update Shared Dimension '" + object +
-                            "' proberly locked due to use in Cube.");
-        run.steps.push_back("           Updating shared dimension '" + object + "' canceled");
-        break;
-      case Road::cube_refused:
-        run.steps.push_back("Error : Can't update Cube '" + object + "'");
-        [[fallthrough]];
-      case Road::cube_canceled:
-        run.steps.push_back("           Updating cube '" + object + "' canceled");
-        break;
       case Road::nothing:
         next_ = Next::other_sections;
         break;
-      case Road::storing: {
-        const auto error = run.last_error;
-        end_document(failure_.description, failure_.source);
-        run.last_error = error.empty() ? run.last_error : error;
+      case Road::next_step:
+        next_ = Next::go_on;
         break;
-      }
+      case Road::storing:
+        end_storing();
+        break;
+      default:
+        refuse(road, object);
     }
+  }
+
+  /// What is said about an object that is not updated.
+  void refuse(Road road, const std::string& object) {
+    const auto canceled = [&](const std::string& kind) {
+      run.steps.push_back("           Updating " + kind + " '" + object + "' canceled");
+    };
+    switch (road) {
+      case Road::dimension_refused:
+        run.steps.push_back("Error : Can't update Shared Dimension '" + object +
+                            "' proberly locked due to use in Cube.");
+        return canceled("shared dimension");
+      case Road::virtual_dimension_refused:
+        run.steps.push_back("Error : Can't update Dimension '" + object + "'");
+        return canceled("virtual dimension");
+      case Road::cube_refused:
+        run.steps.push_back("Error : Can't update Cube '" + object + "'");
+        return canceled("cube");
+      case Road::cube_canceled:
+        return canceled("cube");
+      case Road::virtual_cube_refused:
+        run.steps.push_back("Error : Can't update Virtual Cube '" + object + "'");
+        return canceled("virtual cube");
+      default:
+        return canceled("virtual cube");
+    }
+  }
+
+  void end_storing() {
+    const auto earlier = run.last_error;
+    end_document(failure_.description, failure_.source);
+    run.last_error = earlier.empty() ? run.last_error : earlier;
   }
 
   void end_document(const std::string& description, const std::string& source) {

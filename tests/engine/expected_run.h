@@ -17,6 +17,8 @@ enum class Section {
   shared_dimensions,
   roles,
   cubes,
+  virtual_dimensions,
+  virtual_cubes,
   storing
 };
 

@@ -60,10 +60,14 @@ void ScriptedRunTest::fill_store(const ScriptCase& tested) {
 void ScriptedRunTest::import_with(const ScriptCase& tested, const OlapServerFactory& make_server) {
   options.ImportType = tested.type;
   options.DontUpdateLevels = tested.dont_update_levels;
-  before_ = content_of(*connected());
-  steps.clear();
+  begin();
   server_factory = make_server;
   import(scripted_document());
+}
+
+void ScriptedRunTest::begin() {
+  before_ = content_of(*connected());
+  steps.clear();
 }
 
 std::unique_ptr<OlapServer> ScriptedRunTest::booked(std::unique_ptr<OlapServer> target) {

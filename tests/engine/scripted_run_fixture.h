@@ -32,8 +32,10 @@ class ScriptedRunTest : public EngineTest {
 
   /// Puts into the empty store what the run is to find.
   void fill_store(const ScriptCase& tested);
-  /// Imports; `make_server` gives the run its server around connected(), or around another target.
+  /// Imports; `make_server` gives the run its server.
   void import_with(const ScriptCase& tested, const OlapServerFactory& make_server);
+  /// What the run did so far does not count.
+  void begin();
   /// The server keeps a book of what is written back to `target`.
   std::unique_ptr<OlapServer> booked(std::unique_ptr<OlapServer> target);
 

@@ -90,6 +90,11 @@ void WrittenContent::write_back_database(OlapDatabase& database) {
     book_ = std::move(added_);
   }
   book_->description = database.description;
+  database.cubes().for_each_changed([this](const OlapCube& cube) {
+    if (cube.kind == OlapCubeKind::is_virtual) {
+      book_->cubes().put(cube);
+    }
+  });
 }
 
 void WrittenContent::write_back_data_source(OlapDatabase& database, OlapDataSource& data_source) {

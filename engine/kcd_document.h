@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 
@@ -24,6 +25,9 @@ class KcdElement {
 
   /// The attribute's value; nothing when it is absent. Names are compared exactly.
   std::optional<std::string_view> attribute(std::string_view name) const;
+
+  /// All attributes, in document order; name space declarations are none.
+  std::span<const KcdAttribute> attributes() const { return {attributes_, attribute_count_}; }
 
   const KcdElement* first_child() const { return first_child_; }
   const KcdElement* next_sibling() const { return next_sibling_; }

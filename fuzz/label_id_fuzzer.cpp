@@ -9,15 +9,12 @@
 #include <string>
 
 #include "engine/olap_model/import_error.h"
+#include "fuzz/fuzz_support.h"
 #include "labels/label_id.h"
 
 namespace {
 
-void require(bool condition) {
-  if (!condition) {
-    std::abort();
-  }
-}
+using importkcd::fuzz::require;
 
 /// Short decimal numbers are exact enough in floating point to compare with.
 bool is_short(const std::string& text) {

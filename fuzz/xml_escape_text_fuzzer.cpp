@@ -3,24 +3,20 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <string>
 #include <string_view>
 #include <utility>
 
 #include "engine/olap_model/import_error.h"
+#include "fuzz/fuzz_support.h"
 #include "labels/xml_escape_text.h"
 
 namespace {
 
+using importkcd::fuzz::require;
+
 constexpr std::array<std::pair<std::string_view, char>, 5> references{
     {{"&#34;", '"'}, {"&#39;", '\''}, {"&#38;", '&'}, {"&#60;", '<'}, {"&#62;", '>'}}};
-
-void require(bool condition) {
-  if (!condition) {
-    std::abort();
-  }
-}
 
 std::string unescaped(std::string_view text) {
   std::string result;

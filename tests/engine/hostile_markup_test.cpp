@@ -394,14 +394,14 @@ TEST_F(HostileMarkup, WhatCostsFarMoreThanItsSizeIsNotRead) {
 
 TEST_F(HostileMarkup, TheVersionIsAnExactText) {
   const auto with_version = [](const std::string& version) {
-    return "<database version=\"" + version + "\" name=\"D\" description=\"d\"/>";
+    return R"(<database version=")" + version + R"(" name="D" description="d"/>)";
   };
   const auto expected = [](const std::string& found) {
     return "Expected kcd document version '1.0.1073', but found version '" + found + "'.";
   };
   expect_all({
       {"older version", with_version("1.0.1051"), "", "", stored_root},
-      {"absent version", "<database name=\"D\" description=\"d\"/>", expected("")},
+      {"absent version", R"(<database name="D" description="d"/>)", expected("")},
       {"empty version", with_version(""), expected("")},
       {"blank behind the version", with_version("1.0.1073 "), expected("1.0.1073 ")},
       {"line end in front of the version", with_version("\n1.0.1073"), expected(" 1.0.1073")},
@@ -411,8 +411,8 @@ TEST_F(HostileMarkup, TheVersionIsAnExactText) {
       {"version in wide digits", with_version("１.0.1073"), expected("１.0.1073")},
       {"version of 100,000 characters", with_version(std::string(100'000, '1')),
        expected(std::string(100'000, '1'))},
-      {"attribute in capitals", "<database VERSION=\"1.0.1073\" name=\"D\"/>", expected("")},
-      {"version of another element", "<x><database version=\"1.0.1073\" name=\"D\"/></x>",
+      {"attribute in capitals", R"(<database VERSION="1.0.1073" name="D"/>)", expected("")},
+      {"version of another element", R"(<x><database version="1.0.1073" name="D"/></x>)",
        stopped("Invalid use of Null")},
   });
 }

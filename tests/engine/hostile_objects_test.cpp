@@ -123,6 +123,7 @@ TEST_F(HostileObjects, AnyAbsentAttributeIsToldOnItsRoad) {
       {"cube_role", "permissions", Road::driver},
   };
   std::vector<HostileDocument> documents;
+  documents.reserve(attributes.size() + 1);
   for (const auto& [tag, name, road] : attributes) {
     documents.push_back({std::string(tag) + " without " + name,
                          without_attribute(whole_document(), tag, name),

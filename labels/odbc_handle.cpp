@@ -12,16 +12,11 @@ namespace {
 
 constexpr std::size_t message_units = 1024;
 
-struct Diagnostic {
-  std::string state;
-  std::string message;
-};
-
 std::string text_of(const SQLWCHAR* units, std::size_t count) {
   return utf8_text({reinterpret_cast<const char16_t*>(units), count});
 }
 
-bool read_diagnostic(SQLSMALLINT type, SQLHANDLE handle, SQLSMALLINT number, Diagnostic& result) {
+bool read_diagnostic(SQLSMALLINT type, SQLHANDLE handle, SQLSMALLINT number, std::string& result) {
   std::array<SQLWCHAR, 6> state{};
   std::array<SQLWCHAR, message_units> message{};
   SQLINTEGER native = 0;
@@ -32,8 +27,7 @@ bool read_diagnostic(SQLSMALLINT type, SQLHANDLE handle, SQLSMALLINT number, Dia
     return false;
   }
   const auto end = std::find(message.begin(), message.end(), SQLWCHAR{0});
-  result.state = text_of(state.data(), 5);
-  result.message = text_of(message.data(), static_cast<std::size_t>(end - message.begin()));
+  result = text_of(message.data(), static_cast<std::size_t>(end - message.begin()));
   return true;
 }
 
@@ -60,21 +54,11 @@ SQLRETURN OdbcHandle::check(SQLRETURN result) const {
   throw ImportError(description(), error_source::labels_database);
 }
 
-bool OdbcHandle::has_state(std::string_view state) const {
-  Diagnostic diagnostic;
-  for (SQLSMALLINT i = 1; read_diagnostic(type_, handle_, i, diagnostic); ++i) {
-    if (diagnostic.state == state) {
-      return true;
-    }
-  }
-  return false;
-}
-
 std::string OdbcHandle::description() const {
   std::string result;
-  Diagnostic diagnostic;
-  for (SQLSMALLINT i = 1; read_diagnostic(type_, handle_, i, diagnostic); ++i) {
-    result.append(result.empty() ? "" : "; ").append(without_components(diagnostic.message));
+  std::string message;
+  for (SQLSMALLINT i = 1; read_diagnostic(type_, handle_, i, message); ++i) {
+    result.append(result.empty() ? "" : "; ").append(without_components(message));
   }
   return result.empty() ? "The database driver failed without a reason" : result;
 }

@@ -24,9 +24,6 @@ class OdbcHandle {
   /// ImportError with the driver's own description otherwise.
   SQLRETURN check(SQLRETURN result) const;
 
-  /// Whether the last call left this SQL state among its diagnostics.
-  bool has_state(std::string_view state) const;
-
  private:
   std::string description() const;
 

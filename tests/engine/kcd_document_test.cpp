@@ -85,7 +85,7 @@ TEST_F(KcdDocumentTest, AttributesAreFoundByTheirExactName) {
 }
 
 TEST_F(KcdDocumentTest, ChildrenAreFoundByTheirTag) {
-  const auto document = load("<a><b n='1'/><c n='2'/><c n='3'/></a>");
+  const auto document = load("<a><b n='1'/><cc n='0'/><c n='2'/><c n='3'/></a>");
   EXPECT_EQ(document->root().child("c")->attribute("n"), "2");
   EXPECT_EQ(document->root().child("C"), nullptr);
   EXPECT_EQ(document->root().child("b")->first_child(), nullptr);

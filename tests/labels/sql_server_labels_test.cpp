@@ -153,6 +153,12 @@ TEST_F(SqlServerLabels, EverySixteenBitNumberCanBeALabel) {
   EXPECT_EQ(access.labels().LabelTable.back(), "Label 32767");
 }
 
+TEST_F(SqlServerLabels, APasswordBeyondWhatADriverTakesIsAFailure) {
+  auto how = login();
+  how.password.assign(40'000, 'x');
+  EXPECT_EQ(failure_to_connect(how), "The connection string is too long");
+}
+
 TEST_F(SqlServerLabels, AServerThatNeverAnswersTimesOut) {
   server.ignore_everything();
   auto how = login();

@@ -194,6 +194,15 @@ TEST_P(ServerContract, ARemovedDatabaseMayBeAddedAnewInTheSameRun) {
   EXPECT_THAT(open().dimensions().names(), IsEmpty());
 }
 
+TEST_P(ServerContract, ADatabaseThatWasAddedAnewMayBeRemovedToo) {
+  store_small_database();
+  server().remove_database("Retail");
+  new_database();
+  server().remove_database("Retail");
+  store();
+  EXPECT_THAT(database_names(), IsEmpty());
+}
+
 TEST_P(ServerContract, RemovingADatabaseThatIsNotThereFails) {
   EXPECT_THROW(server().remove_database("Retail"), ImportError);
 }
@@ -407,11 +416,32 @@ TEST_P(ServerContract, APrivateDimensionLeavesWithItsPlaceInTheCube) {
   EXPECT_THAT(open().dimensions().names(), ElementsAre("Time"));
 }
 
+TEST_P(ServerContract, APrivateDimensionStaysWhenAnotherCubeLetsItGo) {
+  store_small_database();
+  auto& database = open();
+  add_dimension(database, "Promotion", OlapDimensionKind::is_private, "SALES");
+  database.add_cube_dimension(*database.cubes().edit("Sales"), "Promotion");
+  auto& other = database.add_cube("Other", OlapCubeKind::regular);
+  database.add_cube_dimension(other, "Promotion");
+  server().remove_first(database, other, OlapCubeContent::dimensions);
+  EXPECT_TRUE(database.dimensions().contains("Promotion"));
+}
+
 TEST_P(ServerContract, APrivateDimensionWithoutAPlaceInItsCubeIsNotStored) {
   store_small_database();
   add_dimension(open(), "Promotion", OlapDimensionKind::is_private, "Sales");
   store();
   EXPECT_FALSE(open().dimensions().contains("Promotion"));
+}
+
+TEST_P(ServerContract, TheFirstDataSourceOfACubeIsItsOnlyOne) {
+  auto& database = new_database();
+  auto& cube = database.add_cube("Sales", OlapCubeKind::regular);
+  cube.data_source = "DW";
+  ASSERT_EQ(count_of(cube, OlapCubeContent::data_sources), 1U);
+  server().remove_first(database, cube, OlapCubeContent::data_sources);
+  EXPECT_EQ(cube.data_source, "");
+  EXPECT_EQ(count_of(cube, OlapCubeContent::data_sources), 0U);
 }
 
 TEST_P(ServerContract, AStructureIsValidWithSourceTableDimensionAndMeasure) {

@@ -1,0 +1,101 @@
+#include <fstream>
+
+#include "tests/cli/kcd_fixture.h"
+
+namespace importkcd::testing {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::Not;
+
+/// The sales example in a directory of the engine, or a damaged one.
+class KcdMondrian : public KcdTest {
+ protected:
+  KcdMondrian() : example_(read_file(std::string(EXAMPLES_FOLDER) + "/sales.kcd")) {}
+
+  static void replace_all(std::string& text, const std::string& from, const std::string& to) {
+    for (auto at = text.find(from); at != std::string::npos; at = text.find(from, at + to.size())) {
+      text.replace(at, from.size(), to);
+    }
+  }
+
+  ProcessResult import_example(std::vector<std::string> arguments = {}) {
+    arguments.insert(arguments.begin(), {"--server", server(), "--connect-string",
+                                         "jdbc:postgresql:warehouse", "--partitions"});
+    return import(example_, std::move(arguments));
+  }
+
+  std::string server() const { return "mondrian:" + folder.file("olap"); }
+
+  std::string schema() const {
+    std::string text;
+    for (const auto& file :
+         std::filesystem::directory_iterator(folder.path() / "olap" / "schemas")) {
+      text += read_file(file.path());
+    }
+    text.erase(0, text.find("<Schema"));
+    return text;
+  }
+
+  std::string example_;
+};
+
+TEST_F(KcdMondrian, AnImportIsPublishedWithoutAWord) {
+  const auto result = import_example();
+  EXPECT_EQ(result.exit_status, 0);
+  EXPECT_EQ(result.errors, "");
+  for (const auto* cube : {"Sales", "Stock", "Payroll"}) {
+    EXPECT_THAT(schema(), HasSubstr(std::string("<Cube name=\"") + cube + "\""));
+  }
+  EXPECT_FALSE(std::filesystem::exists(folder.file("data")));
+}
+
+TEST_F(KcdMondrian, EveryModePublishesTheSame) {
+  import_example();
+  const auto first = schema();
+  for (const std::string mode : {"incremental", "update", "replace"}) {
+    EXPECT_EQ(import_example({"--mode", mode}).exit_status, 0) << mode;
+    EXPECT_EQ(schema(), first) << mode;
+  }
+}
+
+TEST_F(KcdMondrian, TheReasonOfACubeThatCannotBeExpressedIsAnErrorLine) {
+  replace_all(example_, "\"payroll\".\"employee_id\" = \"employee\".\"employee_id\"",
+              "\"payroll\".\"pay_period_id\" = \"pay_period\".\"pay_period_id\"");
+  const auto result = import_example();
+  EXPECT_EQ(result.exit_status, 1);
+  EXPECT_THAT(
+      lines_of(result.errors),
+      ElementsAre("Cube 'Payroll' cannot be published: dimension 'Employee': no equality ties "
+                  "its tables \"employee\", \"department\" to the fact table in the cube's "
+                  "join clause",
+                  "New Cube structure is not valid"));
+  EXPECT_THAT(schema(), HasSubstr("<Cube name=\"Sales\""));
+  EXPECT_THAT(schema(), Not(HasSubstr("<Cube name=\"Payroll\"")));
+}
+
+TEST_F(KcdMondrian, ARestoredDatabaseIsPublished) {
+  import_example();
+  const auto before = schema();
+  ASSERT_EQ(import(bare_document("1.0.1073", "Harbour Retail"),
+                   {"--server", server(), "--mode", "replace"})
+                .exit_status,
+            0);
+  ASSERT_FALSE(schema().find("<Cube") != std::string::npos);
+  const auto result = kcd({"restore", server(), "Harbour Retail"});
+  EXPECT_EQ(result.exit_status, 0);
+  EXPECT_EQ(result.errors, "");
+  EXPECT_EQ(schema(), before);
+}
+
+TEST_F(KcdMondrian, LookingAtAMissingDirectoryCreatesNothing) {
+  const auto result = kcd({"show", server()});
+  EXPECT_EQ(result.exit_status, 1);
+  EXPECT_EQ(result.errors,
+            "catalogue '" + folder.file("olap") + "/definitions.olap': no such file\n");
+  EXPECT_FALSE(std::filesystem::exists(folder.file("olap")));
+}
+
+}  // namespace
+}  // namespace importkcd::testing

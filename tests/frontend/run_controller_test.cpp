@@ -230,6 +230,22 @@ TEST_F(RunControllerTest, AnEnginesNotificationIsAPlainMessageBox) {
                                                  "Error in deleting file x (y)"}));
 }
 
+TEST_F(RunControllerTest, SeveralNotificationsAreOneBox) {
+  controller.show_messages({"Cube 'A\nB' is torn", "so is 'C'"});
+  EXPECT_THAT(view.boxes, ElementsAre(MessageBox{MessageIcon::none, "ImportKCD",
+                                                 "Cube 'A B' is torn;\nso is 'C'"}));
+}
+
+TEST_F(RunControllerTest, OfManyNotificationsTheBoxHasTwenty) {
+  controller.show_messages(std::vector<std::string>(23, "x"));
+  std::string text;
+  for (int i = 0; i < 20; ++i) {
+    text += "x;\n";
+  }
+  EXPECT_THAT(view.boxes,
+              ElementsAre(MessageBox{MessageIcon::none, "ImportKCD", text + "and 3 more"}));
+}
+
 TEST_F(RunControllerTest, AStatusLineIsMeasuredWithTwoBlanksBeforeIt) {
   view.width_of = [](const std::string& text) {
     return static_cast<std::int32_t>(150 * text.size());

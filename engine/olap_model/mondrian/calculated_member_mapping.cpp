@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "engine/olap_model/import_error.h"
+#include "engine/olap_model/mondrian/mdx_check.h"
 #include "engine/olap_model/mondrian/mdx_names.h"
 #include "engine/olap_model/name_folding.h"
 
@@ -155,6 +156,14 @@ struct ReadMember {
 /// What is wrong with a member among the cube's measures; empty when nothing is.
 std::string fault_of(const MemberDefinition& member, const OlapCube& cube,
                      const std::vector<std::string>& measures) {
+  if (auto fault = mdx_fault(member.formula); !fault.empty()) {
+    return fault;
+  }
+  for (const auto& [name, value] : member.properties) {
+    if (name == "FORMAT_STRING" && is_expression(value) && !mdx_fault(value).empty()) {
+      return "its format: " + mdx_fault(value);
+    }
+  }
   if (!same_name(member.dimension, measures_dimension) &&
       !cube.dimensions.contains(member.dimension)) {
     return "the cube has no dimension '" + member.dimension + "'";

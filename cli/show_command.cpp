@@ -18,9 +18,10 @@ ShowCommand::ShowCommand(CLI::App& program)
     : command_(program.add_subcommand("show", "Show what an OLAP server holds")),
       server_("localhost") {
   command_
-      ->add_option("SERVER", server_,
-                   "The OLAP server: localhost (this computer), catalogue:PATH, or the address of "
-                   "an XMLA server (http://...), which tells its databases and cubes")
+      ->add_option(
+          "SERVER", server_,
+          "The OLAP server: localhost (this computer), catalogue:PATH, mondrian:DIRECTORY, "
+          "or the address of an XMLA server (http://...), which tells its databases and cubes")
       ->type_name("")
       ->capture_default_str();
   command_->add_option("DATABASE", database_, "Only this database")->type_name("");

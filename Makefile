@@ -1,16 +1,20 @@
-# The two commands of the README, and what they are made of. All set-up happens here.
+# The commands of the README, and what they are made of. All set-up happens here.
 
 JOBS ?= $(shell nproc)
 # Only for a build folder that does not exist yet; one made by hand keeps its own generator.
 export CMAKE_GENERATOR ?= Ninja
 launcher = $(shell command -v ccache >/dev/null 2>&1 && echo -DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
 
-.PHONY: demo test configure build packages checks test-release test-asan \
-        coverage mutation screenshots bench clean
+.PHONY: demo demo-olap test configure build packages checks test-release test-asan coverage \
+        mutation screenshots bench clean
 
 demo: configure
 	cmake --build --preset release -j $(JOBS) --target kcd ImportKCD
 	@scripts/demo build
+
+demo-olap: configure
+	cmake --build --preset release -j $(JOBS) --target kcd olap_server
+	@scripts/demo-olap build
 
 test: checks test-asan test-release
 

@@ -48,18 +48,18 @@ class Mapper {
     source_ = cube_source(connection_.kind, cube.fact_table, cube.from_clause, cube.join_clause);
   }
 
-  MappedCube map(FactAliases& aliases) {
+  MappedCube map(RelationAliases& aliases) {
     check_partitions();
     plan_dimensions();
     plan_measures();
     const bool is_view = values_need_view() || needs_fact_view(source_, cube_);
     FactSource facts(
         source_, cube_, is_view,
-        is_view ? aliases.of_view(source_.fact.alias) : aliases.of_table(source_.fact));
+        is_view ? aliases.of_fact_view(source_.fact.alias) : aliases.of_table(source_.fact));
     MappedCube mapped;
     mapped.name = cube_.name;
     mapped.description = cube_.description;
-    map_dimensions(facts, mapped);
+    map_dimensions(facts, aliases, mapped);
     map_measures(facts, mapped);
     mapped.fact = facts.relation();
     return mapped;
@@ -129,12 +129,12 @@ class Mapper {
            });
   }
 
-  void map_dimensions(FactSource& facts, MappedCube& mapped) {
+  void map_dimensions(FactSource& facts, RelationAliases& aliases, MappedCube& mapped) {
     for (const auto& plan : dimensions_) {
       const auto& name = plan.dimension->name;
       mapped.dimensions.push_back({name, about("dimension '" + name + "'", [&] {
                                      return map_dimension(plan, mapped.dimensions.size() + 1,
-                                                          source_, facts);
+                                                          source_, facts, aliases);
                                    })});
     }
   }
@@ -161,32 +161,8 @@ class Mapper {
 
 }  // namespace
 
-std::string FactAliases::of_table(const SourceTable& table) {
-  std::string identity;
-  for (const auto& qualifier : table.qualifiers) {
-    identity += qualifier + '\n';
-  }
-  identity += table.name;
-  auto alias = table.alias;
-  for (int number = 2;; ++number) {
-    const auto [given, is_new] = given_.try_emplace(lower_cased(alias), identity);
-    if (is_new || given->second == identity) {
-      return alias;
-    }
-    alias = table.alias + "_" + std::to_string(number);
-  }
-}
-
-std::string FactAliases::of_view(const std::string& wanted) {
-  auto alias = wanted;
-  for (int number = 2; !given_.try_emplace(lower_cased(alias), std::string()).second; ++number) {
-    alias = wanted + "_" + std::to_string(number);
-  }
-  return alias;
-}
-
 MappedCube map_cube(OlapDatabase& database, const OlapCube& cube,
-                    DataSourceConnections& connections, FactAliases& aliases,
+                    DataSourceConnections& connections, RelationAliases& aliases,
                     std::vector<std::string>& remarks) {
   return about("Cube '" + cube.name + "' cannot be published",
                [&] { return Mapper(database, cube, connections, remarks).map(aliases); });

@@ -1,29 +1,15 @@
 #pragma once
 
-#include <map>
 #include <string>
 #include <vector>
 
 #include "engine/olap_model/mondrian/data_source_connections.h"
 #include "engine/olap_model/mondrian/dimension_mapping.h"
+#include "engine/olap_model/mondrian/relation_aliases.h"
 #include "engine/olap_model/mondrian/xml_element.h"
 #include "engine/olap_model/olap_database.h"
 
 namespace importkcd {
-
-/// Gives out the names of fact relations. The engine takes relations of one name for one relation,
-/// whatever else they say.
-class FactAliases {
- public:
-  /// The name of a table: its alias, unless another relation has that.
-  std::string of_table(const SourceTable& table);
-  /// The name of a view, which it shares with nothing.
-  std::string of_view(const std::string& wanted);
-
- private:
-  /// Lower-cased name -> the table as text; empty for a view.
-  std::map<std::string, std::string> given_;
-};
 
 /// A dimension of a mapped cube.
 struct CubeDimensionMapping {
@@ -45,7 +31,7 @@ struct MappedCube {
 /// `remarks`. Throws ImportError with the reason, cube, dimension and clause named, when the cube
 /// cannot be expressed.
 MappedCube map_cube(OlapDatabase& database, const OlapCube& cube,
-                    DataSourceConnections& connections, FactAliases& aliases,
+                    DataSourceConnections& connections, RelationAliases& aliases,
                     std::vector<std::string>& remarks);
 
 }  // namespace importkcd

@@ -65,15 +65,20 @@ bool needs_fact_view(const DimensionPlan& plan, const CubeSource& source) {
   if (plan.place != Place::fact_table) {
     return plan.place == Place::fact_view;
   }
+  const auto is_unclear = [](const SqlText& expression) {
+    return only_name(expression) == nullptr && has_bare_names(expression);
+  };
   // Member properties can be columns only.
   return std::any_of(plan.levels.begin(), plan.levels.end(), [&](const LevelPlan& level) {
-    return std::any_of(level.properties.begin(), level.properties.end(),
+    return is_unclear(level.key) || is_unclear(level.name) ||
+           std::any_of(level.properties.begin(), level.properties.end(),
                        [&](const SqlText& property) { return !is_fact_column(property, source); });
   });
 }
 
 MappedDimension map_dimension(const DimensionPlan& plan, std::size_t number,
-                              const CubeSource& source, FactSource& facts) {
+                              const CubeSource& source, FactSource& facts,
+                              RelationAliases& aliases) {
   MappedDimension mapped;
   mapped.element = text_element("Dimension", {});
   mapped.element.set("name", plan.dimension->name);
@@ -83,7 +88,7 @@ MappedDimension map_dimension(const DimensionPlan& plan, std::size_t number,
   mapped.element.set_if_any("description", plan.dimension->description);
   auto hierarchy = hierarchy_element(plan);
   if (plan.place == Place::own_tables) {
-    auto relation = dimension_relation(plan, source.kind);
+    auto relation = dimension_relation(plan, source.kind, aliases);
     hierarchy.set("primaryKey", relation.primary_key);
     hierarchy.set_if_any("primaryKeyTable", relation.primary_key_table);
     hierarchy.add(std::move(relation.element));

@@ -5,6 +5,7 @@
 
 #include "engine/olap_model/mondrian/dimension_plan.h"
 #include "engine/olap_model/mondrian/fact_source.h"
+#include "engine/olap_model/mondrian/relation_aliases.h"
 #include "engine/olap_model/mondrian/xml_element.h"
 
 namespace importkcd {
@@ -22,9 +23,10 @@ struct MappedDimension {
 /// Whether the dimension's values make a view out of the fact table.
 bool needs_fact_view(const DimensionPlan& plan, const CubeSource& source);
 
-/// `number` counts the cube's dimensions, from 1. Throws ImportError when the dimension's clause
-/// cannot be expressed.
+/// `aliases` are those of the schema. `number` counts the cube's dimensions, from 1. Throws
+/// ImportError when the dimension's clause cannot be expressed.
 MappedDimension map_dimension(const DimensionPlan& plan, std::size_t number,
-                              const CubeSource& source, FactSource& facts);
+                              const CubeSource& source, FactSource& facts,
+                              RelationAliases& aliases);
 
 }  // namespace importkcd

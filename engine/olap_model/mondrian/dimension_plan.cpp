@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "engine/olap_model/import_error.h"
+#include "engine/olap_model/mondrian/level_mapping.h"
 
 namespace importkcd {
 namespace {
@@ -104,7 +105,7 @@ class Planner {
     if (level.member_key_column.empty()) {
       fail(taken.description + " has no key");
     }
-    taken.key = parse_expression(key_of(level));
+    taken.key = key_expression(level);
     taken.name = parse_expression(level.member_name_column);
     for (const auto& property : level.member_properties) {
       if (property.source_column.empty()) {
@@ -114,6 +115,19 @@ class Planner {
       taken.properties.push_back(parse_expression(property.source_column));
     }
     plan_.levels.push_back(std::move(taken));
+  }
+
+  /// Where the database has days only, the engine would refuse their values as points in time.
+  SqlText key_expression(const OlapLevel& level) {
+    const auto& key = key_of(level);
+    if (column_type_name(level.column_type) != "Timestamp" ||
+        source_.kind == DatabaseKind::unknown) {
+      return parse_expression(key);
+    }
+    const bool says_datetime =
+        source_.kind == DatabaseKind::mariadb || source_.kind == DatabaseKind::sql_server;
+    parse_expression(key);
+    return parse_expression("cast(" + key + (says_datetime ? " as datetime)" : " as timestamp)"));
   }
 
   /// The key of a level. A cube may name a column of its fact table that equals the dimension's own

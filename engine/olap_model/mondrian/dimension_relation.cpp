@@ -104,14 +104,14 @@ class View {
  public:
   View(const DimensionPlan& plan, DatabaseKind kind) : plan_(plan), kind_(kind) {}
 
-  DimensionRelation relation() {
+  DimensionRelation relation(RelationAliases& aliases) {
     DimensionRelation relation;
     add(column_text(kind_, plan_.primary_key), key_column);
     for (std::size_t i = 0; i < plan_.levels.size(); ++i) {
       relation.levels.push_back(level(plan_.levels[i], level_column_prefix(i)));
     }
-    relation.element =
-        view_element(plan_.primary_key.table, "select " + columns_ + " from " + from());
+    const auto sql = "select " + columns_ + " from " + from();
+    relation.element = view_element(aliases.of_dimension_view(plan_.primary_key.table, sql), sql);
     relation.primary_key = key_column;
     return relation;
   }
@@ -158,13 +158,14 @@ class View {
 
 }  // namespace
 
-DimensionRelation dimension_relation(const DimensionPlan& plan, DatabaseKind kind) {
+DimensionRelation dimension_relation(const DimensionPlan& plan, DatabaseKind kind,
+                                     RelationAliases& aliases) {
   if (plan.graph) {
     if (auto relation = tables_and_joins(plan)) {
       return std::move(*relation);
     }
   }
-  return View(plan, kind).relation();
+  return View(plan, kind).relation(aliases);
 }
 
 std::string level_column_prefix(std::size_t position) {

@@ -6,6 +6,7 @@
 
 #include "engine/olap_model/mondrian/dimension_plan.h"
 #include "engine/olap_model/mondrian/level_mapping.h"
+#include "engine/olap_model/mondrian/relation_aliases.h"
 #include "engine/olap_model/mondrian/xml_element.h"
 
 namespace importkcd {
@@ -24,7 +25,8 @@ struct DimensionRelation {
 /// A view is taken when a value is more than a column, when a level's values come from several
 /// tables, when the tables are no chain of single equalities, and when the clauses are no graph.
 /// Throws ImportError for a clause that no view could hold.
-DimensionRelation dimension_relation(const DimensionPlan& plan, DatabaseKind kind);
+DimensionRelation dimension_relation(const DimensionPlan& plan, DatabaseKind kind,
+                                     RelationAliases& aliases);
 
 /// How the columns of the level at a position, counted from 0, begin in a view.
 std::string level_column_prefix(std::size_t position);

@@ -50,6 +50,9 @@ SqlText measure_expression(const OlapMeasure& measure, const CubeSource& source)
 }
 
 bool needs_fact_view(const SqlText& measure_expression, const CubeSource& source) {
+  if (only_name(measure_expression) == nullptr && has_bare_names(measure_expression)) {
+    return true;
+  }
   auto tables = tables_of(measure_expression, names_of(source));
   tables.erase(source.fact.alias);
   return !tables.empty();

@@ -13,7 +13,8 @@ namespace importkcd {
 /// when there is nothing to aggregate or the column's table is not in the cube's clauses.
 SqlText measure_expression(const OlapMeasure& measure, const CubeSource& source);
 
-/// Whether the expression makes a view out of the fact table: it names other tables.
+/// Whether the expression makes a view out of the fact table: it names other tables, or columns
+/// that might be another table's.
 bool needs_fact_view(const SqlText& measure_expression, const CubeSource& source);
 
 /// `number` counts the cube's measures, from 1.

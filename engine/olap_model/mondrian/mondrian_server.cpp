@@ -39,7 +39,7 @@ class MondrianServer : public WorkingCopyServer {
     bool valid = WorkingCopyServer::structure_is_valid(database, cube);
     try {
       DataSourceConnections connections(database);
-      FactAliases aliases;
+      RelationAliases aliases;
       map_cube(database, cube, connections, aliases, remarks);
     } catch (const ImportError& error) {
       remarks = {error.description()};

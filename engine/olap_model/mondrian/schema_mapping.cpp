@@ -122,7 +122,7 @@ class Mapper {
   const PublishedCatalogue& catalogue_;
   std::vector<std::string>& remarks_;
   DataSourceConnections connections_;
-  FactAliases aliases_;
+  RelationAliases aliases_;
   RoleGrants grants_;
   /// Lower-cased name -> cube.
   std::unordered_map<std::string, MappedCube> cubes_;

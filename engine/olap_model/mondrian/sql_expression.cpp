@@ -1,6 +1,7 @@
 #include "engine/olap_model/mondrian/sql_expression.h"
 
 #include <algorithm>
+#include <array>
 
 #include "engine/olap_model/import_error.h"
 
@@ -9,6 +10,16 @@ namespace {
 
 bool is_function(const SqlText& text, std::size_t position) {
   return position + 1 < text.size() && is_symbol(text[position + 1], "(");
+}
+
+/// Words that stand in expressions and mean no column.
+bool is_keyword(const SqlToken& token) {
+  constexpr std::array<std::string_view, 21> words{
+      "AND", "AS",    "BETWEEN", "CASE", "DATETIME",  "DISTINCT", "ELSE",
+      "END", "FALSE", "FROM",    "IN",   "INTERVAL",  "IS",       "LIKE",
+      "NOT", "NULL",  "OR",      "THEN", "TIMESTAMP", "TRUE",     "WHEN"};
+  return std::any_of(words.begin(), words.end(),
+                     [&](std::string_view word) { return is_word(token, word); });
 }
 
 }  // namespace
@@ -68,6 +79,17 @@ std::string unknown_column(const SqlText& expression, const JoinGraph& graph) {
     }
   }
   return {};
+}
+
+bool has_bare_names(const SqlText& expression) {
+  for (std::size_t i = 0; i < expression.size(); ++i) {
+    const auto& token = expression[i];
+    if (token.kind == SqlToken::Kind::path && token.path.size() == 1 && !is_keyword(token) &&
+        !is_function(expression, i)) {
+      return true;
+    }
+  }
+  return false;
 }
 
 std::string expression_text(const SqlText& expression, const JoinGraph& graph,

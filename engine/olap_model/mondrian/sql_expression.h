@@ -27,6 +27,10 @@ std::set<std::string> tables_of(const SqlText& expression, const JoinGraph& grap
 /// is none. Names of functions do not count.
 std::string unknown_column(const SqlText& expression, const JoinGraph& graph);
 
+/// Whether columns of several tables could be meant by a name in it: one without a table, which is
+/// no function and no word of the language.
+bool has_bare_names(const SqlText& expression);
+
 /// The expression for the graph's database: columns of the graph's tables under their aliases, in
 /// quotes.
 std::string expression_text(const SqlText& expression, const JoinGraph& graph,

@@ -99,7 +99,7 @@ class MappingTest : public ::testing::Test {
 
   MappedCube map(const OlapCube& cube) {
     DataSourceConnections connections(database);
-    FactAliases aliases;
+    RelationAliases aliases;
     remarks.clear();
     return map_cube(database, cube, connections, aliases, remarks);
   }

@@ -35,6 +35,21 @@ const SourceTable* find_fact(const JoinGraph& graph, const SourceTable& fact) {
   return nullptr;
 }
 
+/// Fails when a join clause names a table that the from clause, a list of tables, does not have: the
+/// database would refuse every question.
+void check_tables_of_join(DatabaseKind kind, const std::string& from_clause,
+                          const std::string& join_clause) {
+  const auto tables = parse_join_graph(from_clause, {}, kind);
+  if (!tables || tables->tables.empty()) {
+    return;
+  }
+  if (const auto unknown = unknown_column(parse_expression(join_clause), *tables);
+      !unknown.empty()) {
+    fail("the join clause names " + unknown + ", whose table is not in the from clause: " +
+         from_clause);
+  }
+}
+
 }  // namespace
 
 CubeSource cube_source(DatabaseKind kind, const std::string& fact_table,
@@ -46,6 +61,7 @@ CubeSource cube_source(DatabaseKind kind, const std::string& fact_table,
   if (!source.graph) {
     source.from_text = clause_text(kind, from_clause);
     source.join_text = clause_text(kind, join_clause);
+    check_tables_of_join(kind, from_clause, join_clause);
     if (source.from_text.empty()) {
       // Without tables in the from clause the conditions can only be about the fact table.
       source.from_text = table_text(kind, source.fact);

@@ -50,6 +50,8 @@ public final class OlapServer {
   private static void setEngineProperties() {
     // This release of the engine answers some questions from the wrong cached figures otherwise.
     System.setProperty("mondrian.rolap.EnableInMemoryRollup", "false");
+    // A formula that names a member or level which is not there costs its own answers only.
+    setDefault("mondrian.rolap.ignoreInvalidMembers", "true");
     // How soon a newly published catalogue is seen, in milliseconds.
     setDefault("mondrian.xmla.SchemaRefreshInterval", "1000");
     setDefault("org.slf4j.simpleLogger.defaultLogLevel", "error");

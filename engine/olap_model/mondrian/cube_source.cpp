@@ -59,6 +59,11 @@ CubeSource cube_source(DatabaseKind kind, const std::string& fact_table,
   source.fact = single_table(kind, fact_table);
   source.graph = parse_join_graph(from_clause, join_clause, kind);
   if (!source.graph) {
+    // The from clause may leave out what is said apart.
+    const auto separator = from_clause.empty() ? "" : ", ";
+    source.graph = parse_join_graph(fact_table + separator + from_clause, join_clause, kind);
+  }
+  if (!source.graph) {
     source.from_text = clause_text(kind, from_clause);
     source.join_text = clause_text(kind, join_clause);
     check_tables_of_join(kind, from_clause, join_clause);

@@ -105,6 +105,13 @@ std::string hash_text(const std::string& name) {
   return result;
 }
 
+/// Whether a name could be mistaken for one that got its hash.
+bool ends_like_hash(const std::string& name) {
+  constexpr std::size_t hash_size = 16;
+  return name.size() > hash_size && name[name.size() - hash_size - 1] == '-' &&
+         name.find_first_not_of("0123456789abcdef", name.size() - hash_size) == std::string::npos;
+}
+
 }  // namespace
 
 std::vector<PublishedCatalogue> catalogues_of(OlapDatabase& database,
@@ -118,7 +125,8 @@ std::string schema_file_name(const std::string& database, const std::string& dat
   for (const char c : catalogue.substr(0, longest_readable_name)) {
     readable += is_plain(c) ? c : '_';
   }
-  return (readable == catalogue ? readable : readable + "-" + hash_text(catalogue)) + ".xml";
+  const bool speaks_for_itself = readable == catalogue && !ends_like_hash(catalogue);
+  return (speaks_for_itself ? readable : readable + "-" + hash_text(catalogue)) + ".xml";
 }
 
 }  // namespace importkcd

@@ -35,8 +35,8 @@ const SourceTable* find_fact(const JoinGraph& graph, const SourceTable& fact) {
   return nullptr;
 }
 
-/// Fails when a join clause names a table that the from clause, a list of tables, does not have: the
-/// database would refuse every question.
+/// Fails when a join clause names a table that the from clause, a list of tables, does not have:
+/// the database would refuse every question.
 void check_tables_of_join(DatabaseKind kind, const std::string& from_clause,
                           const std::string& join_clause) {
   const auto tables = parse_join_graph(from_clause, {}, kind);
@@ -45,8 +45,8 @@ void check_tables_of_join(DatabaseKind kind, const std::string& from_clause,
   }
   if (const auto unknown = unknown_column(parse_expression(join_clause), *tables);
       !unknown.empty()) {
-    fail("the join clause names " + unknown + ", whose table is not in the from clause: " +
-         from_clause);
+    fail("the join clause names " + unknown +
+         ", whose table is not in the from clause: " + from_clause);
   }
 }
 

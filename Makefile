@@ -6,7 +6,7 @@ export CMAKE_GENERATOR ?= Ninja
 launcher = $(shell command -v ccache >/dev/null 2>&1 && echo -DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
 
 .PHONY: demo demo-olap test configure build packages checks test-release test-asan coverage \
-        mutation screenshots bench clean
+        mutation screenshots bench check-instructions record-instructions clean
 
 demo: configure
 	cmake --build --preset release -j $(JOBS) --target kcd ImportKCD
@@ -41,6 +41,7 @@ checks: build
 	scripts/check-includes
 	scripts/check-test-lists
 	scripts/check-hardening build/kcd build/ImportKCD
+	scripts/check-instructions build
 	scripts/check-tidy build
 
 # What follows is too slow, or too rarely of use, for every day: see docs/testing.md.
@@ -61,10 +62,21 @@ mutation: packages
 screenshots: configure
 	cmake --build --preset release -j $(JOBS) --target screenshots
 
+# The size of the large documents, in megabytes, and the number of runs that a median is taken of.
+MEGABYTES ?= 100
+ROUNDS ?= 5
 bench: packages
 	cmake --preset bench $(launcher)
 	cmake --build --preset bench -j $(JOBS)
 	scripts/run-benchmarks build/bench
+	bench/whole_program.py build/bench --megabytes $(MEGABYTES) --rounds $(ROUNDS)
+
+# Instructions of three imports against those on record; `make record-instructions` records anew.
+check-instructions: build
+	scripts/check-instructions build
+
+record-instructions: build
+	scripts/check-instructions build --record
 
 clean:
 	rm -rf build

@@ -121,7 +121,4 @@ class CatalogueFile {
   std::optional<SQLite::Transaction> state_;
 };
 
-/// A store over a file that is open, and outlives the store: open() was called for it.
-std::unique_ptr<OlapStore> make_store_over(CatalogueFile& opened);
-
 }  // namespace importkcd

@@ -1,7 +1,6 @@
 #include "engine/olap_model/catalogue/catalogue_store.h"
 
 #include <cstdint>
-#include <functional>
 #include <optional>
 #include <utility>
 
@@ -41,8 +40,6 @@ class CatalogueSource : public ObjectSource<Object> {
 
 class CatalogueStore : public OlapStore {
  public:
-  using BeforeCommit = std::function<void(OlapStore&)>;
-
   CatalogueStore(std::string path, CatalogueAccess access, BeforeCommit before_commit)
       : own_(std::make_unique<CatalogueFile>(std::move(path), access)),
         file_(*own_),
@@ -53,15 +50,6 @@ class CatalogueStore : public OlapStore {
   void open() override {
     file_.open();
     connect();
-  }
-
-  void connect() {
-    lock_.emplace(file_.lock_path());
-    if (file_.is_connected()) {
-      databases_.emplace(file_.connection());
-      reader_.emplace(file_.connection());
-      writer_.emplace(file_.connection());
-    }
   }
 
   std::vector<std::string> database_names() override {
@@ -117,6 +105,15 @@ class CatalogueStore : public OlapStore {
   }
 
  private:
+  void connect() {
+    lock_.emplace(file_.lock_path());
+    if (file_.is_connected()) {
+      databases_.emplace(file_.connection());
+      reader_.emplace(file_.connection());
+      writer_.emplace(file_.connection());
+    }
+  }
+
   std::int64_t id_of(const std::string& database) {
     const auto folded_name = lower_cased(database);
     const auto id =
@@ -146,7 +143,7 @@ class CatalogueStore : public OlapStore {
 }  // namespace
 
 std::shared_ptr<OlapStore> make_catalogue_store(std::string path, CatalogueAccess access,
-                                                std::function<void(OlapStore&)> before_commit) {
+                                                BeforeCommit before_commit) {
   return std::make_shared<CatalogueStore>(std::move(path), access, std::move(before_commit));
 }
 

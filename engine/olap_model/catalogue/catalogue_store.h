@@ -20,11 +20,18 @@ enum class CatalogueAccess {
   read_only_or_empty,
 };
 
+/// Is called with the store as it will be, before a change is committed. What it throws undoes the
+/// change, and so does a failure after it.
+using BeforeCommit = std::function<void(OlapStore& changed)>;
+
 /// The embedded OLAP store: an SQLite file with one readable table a kind of object.
-/// Every apply() calls `before_commit`, if there is one, with the store as it will be; what that
-/// throws undoes the changes, and so does a failure after it.
-std::shared_ptr<OlapStore> make_catalogue_store(
-    std::string path, CatalogueAccess access,
-    std::function<void(OlapStore& changed)> before_commit = {});
+/// Every apply() calls `before_commit`, if there is one.
+std::shared_ptr<OlapStore> make_catalogue_store(std::string path, CatalogueAccess access,
+                                                BeforeCommit before_commit = {});
+
+class CatalogueFile;
+
+/// A store over a file that is open already, and outlives the store: its open() is not called.
+std::unique_ptr<OlapStore> make_store_over(CatalogueFile& opened);
 
 }  // namespace importkcd

@@ -15,8 +15,7 @@ namespace {
 
 class CatalogueKeptCopies : public KeptCopies {
  public:
-  CatalogueKeptCopies(std::string path, CatalogueAccess looking,
-                      std::function<void(OlapStore&)> before_commit)
+  CatalogueKeptCopies(std::string path, CatalogueAccess looking, BeforeCommit before_commit)
       : path_(std::move(path)), looking_(looking), before_commit_(std::move(before_commit)) {}
 
   std::vector<KeptCopy> list() override {
@@ -61,13 +60,13 @@ class CatalogueKeptCopies : public KeptCopies {
 
   std::string path_;
   CatalogueAccess looking_;
-  std::function<void(OlapStore&)> before_commit_;
+  BeforeCommit before_commit_;
 };
 
 }  // namespace
 
 std::unique_ptr<KeptCopies> make_kept_copies(std::string path, CatalogueAccess looking,
-                                             std::function<void(OlapStore&)> before_commit) {
+                                             BeforeCommit before_commit) {
   return std::make_unique<CatalogueKeptCopies>(std::move(path), looking, std::move(before_commit));
 }
 

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -45,10 +44,8 @@ class KeptCopies {
 };
 
 /// The copies in the catalogue at `path`; `looking`, which is not read_write, says what a missing
-/// file means. Every restore() calls `before_commit`, if there is one, with the store as it will
-/// be; what that throws leaves everything as it was.
-std::unique_ptr<KeptCopies> make_kept_copies(
-    std::string path, CatalogueAccess looking,
-    std::function<void(OlapStore& changed)> before_commit = {});
+/// file means. Every restore() calls `before_commit`, if there is one.
+std::unique_ptr<KeptCopies> make_kept_copies(std::string path, CatalogueAccess looking,
+                                             BeforeCommit before_commit = {});
 
 }  // namespace importkcd

@@ -126,6 +126,7 @@ void WrittenContent::finish() {
     drop_displaced_dimensions();
     stored[name_] = sorted_objects(*book_);
   }
+  working_copy_ = nullptr;
   ForwardingServer::finish();
   result_ = std::move(stored);
 }

@@ -5,8 +5,9 @@ JOBS ?= $(shell nproc)
 export CMAKE_GENERATOR ?= Ninja
 launcher = $(shell command -v ccache >/dev/null 2>&1 && echo -DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
 
-.PHONY: demo demo-olap test configure build packages checks test-release test-asan coverage \
-        mutation screenshots bench check-instructions record-instructions clean
+.PHONY: demo demo-olap test configure build packages checks test-release test-asan test-fuzz \
+        fuzz fuzz-programs coverage mutation screenshots bench check-instructions \
+        record-instructions clean
 
 demo: configure
 	cmake --build --preset release -j $(JOBS) --target kcd ImportKCD
@@ -16,7 +17,7 @@ demo-olap: configure
 	cmake --build --preset release -j $(JOBS) --target kcd olap_server
 	@scripts/demo-olap build
 
-test: checks test-asan test-release
+test: checks test-asan test-release test-fuzz
 
 packages:
 	@scripts/install-packages
@@ -35,6 +36,19 @@ test-asan: packages
 	cmake --preset asan $(launcher)
 	cmake --build --preset asan -j $(JOBS)
 	ctest --preset asan -j $(JOBS)
+
+# A few thousand inputs for each fuzz program, the same ones every time.
+test-fuzz: fuzz-programs
+	scripts/run-fuzzers build/fuzz short
+
+# A search from where the last one ended, so many seconds for each fuzz program.
+FUZZ_SECONDS ?= 600
+fuzz: fuzz-programs
+	scripts/run-fuzzers build/fuzz $(FUZZ_SECONDS)
+
+fuzz-programs: packages
+	cmake --preset fuzz $(launcher)
+	cmake --build --preset fuzz -j $(JOBS)
 
 checks: build
 	scripts/check-format

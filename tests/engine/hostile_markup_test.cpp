@@ -2,10 +2,15 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
+#include <regex>
 #include <string>
 #include <vector>
 
+#include "engine/kcd_document.h"
+#include "engine/olap_model/import_error.h"
 #include "tests/engine/hostile_documents.h"
+#include "tests/support/whole_document.h"
 
 namespace importkcd::testing {
 namespace {
@@ -92,6 +97,26 @@ TEST_F(HostileMarkup, WhatIsNotTerminatedIsNotRead) {
       {"100,000 open elements", root + ">" + repeated("<a>", 100'000),
        unreadable("line 2, column 1: Premature end of data in tag a line 1")},
   });
+}
+
+TEST_F(HostileMarkup, NoDocumentIsReadThatEndsTooEarlyWhereverThatIs) {
+  const std::string odd =
+      "<?xml version='1.0' encoding='UTF-8'?>\n<!DOCTYPE a [<!ELEMENT a (b|c)*><!ATTLIST a x ID "
+      "#IMPLIED>\n<!-- c --><?p q?>]>\n<!-- \u20AC --><?p q?><a x='&#x20AC;&amp;\u20AC'>\u20AC&lt;"
+      "<![CDATA[ c ]]><n:b xmlns:n='u' n:y=\"z\"/></a>";
+  const std::regex place_and_reason("line [0-9]+, column [0-9]+: [^\n]+");
+  for (const auto& document : {odd, whole_document()}) {
+    const auto path = folder.write("document.xml", document);
+    for (auto size = document.find_last_of('>'); size > 0; --size) {
+      std::filesystem::resize_file(path, size);
+      try {
+        KcdDocument::load(path);
+        ADD_FAILURE() << "read: " << document.substr(0, size);
+      } catch (const ImportError& error) {
+        EXPECT_TRUE(std::regex_match(error.description(), place_and_reason)) << error.description();
+      }
+    }
+  }
 }
 
 TEST_F(HostileMarkup, BrokenTagsAndTextsAreNotRead) {

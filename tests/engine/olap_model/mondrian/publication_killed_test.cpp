@@ -9,6 +9,7 @@
 
 #include "tests/engine/olap_model/forked_process.h"
 #include "tests/engine/olap_model/mondrian/publication_fixture.h"
+#include "tests/support/faulty_vfs.h"
 
 namespace {
 
@@ -37,6 +38,7 @@ extern "C" int rename(const char* from, const char* to) noexcept {
 namespace importkcd::testing {
 namespace {
 
+using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::Not;
 using ::testing::StartsWith;
@@ -53,10 +55,15 @@ class KilledPublications : public PublicationTest {
     server->finish();
   }
 
+  std::vector<std::string> stored_cubes() const {
+    const auto server = open(MondrianAccess::read_only);
+    return server->open_database("Retail").cubes().names();
+  }
+
   void expect_new() const {
     EXPECT_THAT(read_file(path("schemas/Retail.xml")), HasSubstr("<Cube name=\"New\">"));
     EXPECT_THAT(read_file(path("datasources.xml")), HasSubstr("jdbc:postgresql:elsewhere"));
-    EXPECT_THAT(served_files(), ::testing::ElementsAre("datasources.xml", "schemas/Retail.xml"));
+    EXPECT_THAT(served_files(), ElementsAre("datasources.xml", "schemas/Retail.xml"));
   }
 };
 
@@ -98,7 +105,56 @@ TEST_F(KilledPublications, AnotherRunMendsItToo) {
   EXPECT_THAT(read_file(path("datasources.xml")),
               Not(HasSubstr("'jdbc:postgresql:dw';JdbcDrivers=org.postgresql.Driver;JdbcUser")));
   EXPECT_THAT(served_files(),
-              ::testing::ElementsAre("datasources.xml", "schemas/Retail.xml", "schemas/Stock.xml"));
+              ElementsAre("datasources.xml", "schemas/Retail.xml", "schemas/Stock.xml"));
+}
+
+TEST_F(KilledPublications, AFailureToStoreLeavesWhatIsServed) {
+  FaultyVfs files;
+  const auto before = served();
+  for (int number = 1;; ++number) {
+    const auto server = open();
+    server->remove_database("Retail");
+    write_back(*server, "Retail", "jdbc:postgresql:elsewhere", "New");
+    files.fail_operation(number, FileFault::full);
+    const auto error = error_of([&] { server->finish(); });
+    const bool failed = files.failed() > 0;
+    files.heal();
+    if (error == "none") {
+      EXPECT_GT(number, 1);
+      EXPECT_THAT(stored_cubes(), ElementsAre("New"));
+      break;
+    }
+    ASSERT_TRUE(failed) << error;
+    EXPECT_EQ(served(), before) << number;
+    EXPECT_THAT(stored_cubes(), ElementsAre("Old")) << number;
+  }
+  expect_new();
+}
+
+TEST_F(KilledPublications, ADeathWhileStoringLeavesServedWhatIsStored) {
+  FaultyVfs files;
+  for (int number = 1;; ++number) {
+    ForkedProcess run([&](const auto& /*ready*/) {
+      const auto server = open();
+      server->remove_database("Retail");
+      write_back(*server, "Retail", "jdbc:postgresql:elsewhere", "New");
+      files.fail_operation(number, FileFault::kill);
+      server->finish();
+    });
+    const auto outcome = run.outcome();
+    open();
+    const auto stored = stored_cubes();
+    ASSERT_THAT(stored, ::testing::SizeIs(1));
+    EXPECT_THAT(read_file(path("schemas/Retail.xml")),
+                HasSubstr("<Cube name=\"" + stored.front() + "\">"));
+    EXPECT_THAT(served_files(), ElementsAre("datasources.xml", "schemas/Retail.xml"));
+    if (outcome == "succeeded") {
+      EXPECT_GT(number, 1);
+      EXPECT_THAT(stored, ElementsAre("New"));
+      break;
+    }
+    ASSERT_EQ(outcome, "ended by signal 9");
+  }
 }
 
 TEST_F(KilledPublications, ManyRunsAtOnceAllArePublished) {

@@ -215,6 +215,11 @@ TEST_F(Publications, AFileInThePlaceOfTheFolderOfSchemasFailsTheRun) {
   EXPECT_THAT(databases(), IsEmpty());
 }
 
+TEST_F(Publications, AFileInThePlaceOfTheDirectoryIsAnError) {
+  std::ofstream(directory()) << "no folder";
+  EXPECT_THAT(error_of([&] { open(); }), StartsWith("cannot make the folder '"));
+}
+
 TEST_F(Publications, WhatWasLeftBesideIsMendedByTheNextOpening) {
   publish("Retail");
   publish("Stock");

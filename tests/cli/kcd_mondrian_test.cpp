@@ -61,8 +61,8 @@ TEST_F(KcdMondrian, EveryModePublishesTheSame) {
 }
 
 TEST_F(KcdMondrian, TheReasonOfACubeThatCannotBeExpressedIsAnErrorLine) {
-  replace_all(example_, "\"payroll\".\"employee_id\" = \"employee\".\"employee_id\"",
-              "\"payroll\".\"pay_period_id\" = \"pay_period\".\"pay_period_id\"");
+  replace_all(example_, R"("payroll"."employee_id" = "employee"."employee_id")",
+              R"("payroll"."pay_period_id" = "pay_period"."pay_period_id")");
   const auto result = import_example();
   EXPECT_EQ(result.exit_status, 1);
   EXPECT_THAT(

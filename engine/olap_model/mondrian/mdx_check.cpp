@@ -348,13 +348,11 @@ class Scanner {
     }
   }
 
-  std::string symbol() const {
-    for (const std::string_view two : {"<>", "<=", ">=", "||"}) {
-      if (text_.substr(at_).starts_with(two)) {
-        return std::string(two);
-      }
-    }
-    return std::string(1, text_[at_]);
+  std::string_view symbol() const {
+    constexpr std::array<std::string_view, 4> pairs{"<>", "<=", ">=", "||"};
+    const auto next_two = text_.substr(at_, 2);
+    const bool is_pair = std::find(pairs.begin(), pairs.end(), next_two) != pairs.end();
+    return text_.substr(at_, is_pair ? 2 : 1);
   }
 
   std::string_view text_;

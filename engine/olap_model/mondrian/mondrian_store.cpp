@@ -57,6 +57,7 @@ class MondrianStore : public OlapStore {
   void apply(std::vector<DatabaseChanges> changes) override {
     const WaitingLock lock(publication_lock(directory_), WaitingLock::Wait::yes);
     std::vector<std::string> touched;
+    touched.reserve(changes.size());
     for (const auto& change : changes) {
       touched.push_back(change.name);
     }

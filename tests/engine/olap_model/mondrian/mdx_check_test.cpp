@@ -32,12 +32,12 @@ TEST(MdxCheck, WhatTheEngineReadsHasNoFault) {
            "[Product].CurrentMember IS [Product].[All Products]",
            "[Measures].[Revenue] IS NULL",
            "Sum({[Calendar].[2025] : [Calendar].[2026]}, [Measures].[Revenue])",
-           "\"a\"\"b\" || 'c'",
+           R"("a""b" || 'c')",
            "[Product].[All Products].&[5]",
-           "[A]]B].[C \"'] -- a comment",
+           R"([A]]B].[C "'] -- a comment)",
            "/* a comment */ 1 // and another",
            "Filter({[Product].[Department].members} AS s, 1 > 0).Count",
-           "\"abc\" NOT MATCHES \"a.*\"",
+           R"("abc" NOT MATCHES "a.*")",
            "[Product].CurrentMember IN {[Product].[All Products]}",
            "Sum({}, 1)",
            "Dimensions(1).Name",
@@ -48,7 +48,7 @@ TEST(MdxCheck, WhatTheEngineReadsHasNoFault) {
 }
 
 TEST(MdxCheck, AFunctionThatTheEngineLacksIsNamed) {
-  EXPECT_EQ(mdx_fault("1 + LookupCube(\"Stock\", \"[Measures].[Counts]\")"),
+  EXPECT_EQ(mdx_fault(R"(1 + LookupCube("Stock", "[Measures].[Counts]"))"),
             "the engine has no function 'LookupCube'");
   EXPECT_EQ(mdx_fault("[Product].CurrentMember.Foo(1)"), "the engine has no function 'Foo'");
   EXPECT_EQ(mdx_fault("VBA!Foo(1)"), "the engine has no function 'Foo'");
@@ -75,7 +75,7 @@ TEST(MdxCheck, TheRestThatCannotBeReadIsShown) {
            {"[A], 1", ", 1"},
            {"[A](1)", "(1)"},
            {"1 + [A", "[A"},
-           {"1 + \"a", "\"a"},
+           {R"(1 + "a)", R"("a)"},
            {"CASE 1 END", "END"},
            {"1 NOT 2", "2"},
            {"{1, 2)", ")"},
@@ -100,7 +100,7 @@ TEST(MdxCheck, AMemberWithAFaultIsLeftOutAndSoAreThoseThatNeedIt) {
   add("Needs it", "CREATE MEMBER CURRENTCUBE.[Measures].[Needs it] AS '[Measures].[Bad] + 1'");
   add("Format",
       "CREATE MEMBER CURRENTCUBE.[Measures].[Format] AS '1', FORMAT_STRING = "
-      "'IIf(Foo(1) > 2, \"#\", \"0\")'");
+      R"('IIf(Foo(1) > 2, "#", "0")')");
   std::vector<std::string> remarks;
   EXPECT_THAT(map_calculated_members(cube, {"Amount"}, remarks), SizeIs(1));
   EXPECT_THAT(

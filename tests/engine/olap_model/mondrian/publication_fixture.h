@@ -39,8 +39,8 @@ class PublicationTest : public ::testing::Test {
     server.write_back_database(database);
     server.write_back_data_source(database, database.data_sources().add({"DW", address, ""}));
     auto& dimension = database.dimensions().add_new("Payment");
-    dimension.from_clause = "\"sales\"";
-    dimension.levels.add_new("Method").member_key_column = "\"sales\".\"method\"";
+    dimension.from_clause = R"("sales")";
+    dimension.levels.add_new("Method").member_key_column = R"("sales"."method")";
     server.write_back_dimension(database, dimension);
     add_cube(server, database, cube_name, "DW");
   }
@@ -49,10 +49,10 @@ class PublicationTest : public ::testing::Test {
                        const std::string& data_source) {
     auto& cube = database.add_cube(name, OlapCubeKind::regular);
     cube.data_source = data_source;
-    cube.fact_table = "\"sales\"";
-    cube.from_clause = "\"sales\"";
+    cube.fact_table = R"("sales")";
+    cube.from_clause = R"("sales")";
     database.add_cube_dimension(cube, "Payment");
-    cube.measures.add_new("Amount").source_column = "\"sales\".\"amount\"";
+    cube.measures.add_new("Amount").source_column = R"("sales"."amount")";
     server.write_back_cube(database, cube);
   }
 

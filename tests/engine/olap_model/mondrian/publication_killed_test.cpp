@@ -160,6 +160,7 @@ TEST_F(KilledPublications, ADeathWhileStoringLeavesServedWhatIsStored) {
 TEST_F(KilledPublications, ManyRunsAtOnceAllArePublished) {
   constexpr int runs = 6;
   std::vector<std::unique_ptr<ForkedProcess>> processes;
+  processes.reserve(runs);
   for (int i = 0; i < runs; ++i) {
     processes.push_back(std::make_unique<ForkedProcess>(
         [&, i](const auto& /*ready*/) { publish("Database " + std::to_string(i)); }));

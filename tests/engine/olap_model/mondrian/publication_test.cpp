@@ -139,7 +139,7 @@ TEST_F(Publications, SeveralDataSourcesAreACatalogueEach) {
 
 TEST_F(Publications, NamesOfAnyScriptHaveSafeFilesOfTheirOwn) {
   const std::vector<std::string> names{"../../etc/passwd", "A/B",  "A_B",
-                                       "Åre \"<&>'",       "日本", "中国"};
+                                       R"(Åre "<&>')",     "日本", "中国"};
   for (const auto& name : names) {
     publish(name);
   }
@@ -260,8 +260,8 @@ TEST_F(Publications, ACubeThatCannotBeExpressedIsLeftOutWithItsReason) {
   write_back(*server, "Retail");
   auto& database = server->open_database("Retail");
   auto& dimension = database.dimensions().add_new("Region");
-  dimension.from_clause = "\"region\"";
-  dimension.levels.add_new("Country").member_key_column = "\"region\".\"country\"";
+  dimension.from_clause = R"("region")";
+  dimension.levels.add_new("Country").member_key_column = R"("region"."country")";
   server->write_back_dimension(database, dimension);
   add_cube(*server, database, "Torn", "DW");
   auto& torn = *database.cubes().edit("Torn");

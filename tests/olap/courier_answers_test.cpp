@@ -3,6 +3,7 @@
 
 #include "engine/xmla/xmla_client.h"
 #include "tests/olap/olap_world.h"
+#include "tests/olap/question.h"
 
 namespace importkcd::testing {
 namespace {

@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 
 #include <functional>
-#include <ostream>
 #include <string>
 #include <vector>
 
@@ -48,20 +47,6 @@ bool comes_true(const std::function<bool()>& condition);
 
 /// Waits until the running engine offers a database.
 void wait_for_database(const std::string& name);
-
-/// A question to a cube and the same question to its tables.
-struct Question {
-  std::string name;
-  std::string mdx;
-  std::string sql;
-};
-
-inline void PrintTo(const Question& question, std::ostream* out) { *out << question.name; }
-
-/// For the names of tests.
-inline std::string question_name(const ::testing::TestParamInfo<Question>& tested) {
-  return tested.param.name;
-}
 
 constexpr const char* sales_database = "Harbour Retail";
 constexpr const char* sales_warehouse = "warehouse";

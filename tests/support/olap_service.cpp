@@ -100,6 +100,9 @@ FigureTable figures(const std::string& selected) {
     for (std::size_t start = 0; start <= text.size();) {
       const auto end = std::min(text.find('\t', start), text.size());
       line.push_back(text.substr(start, end - start));
+      if (line.back() == "NULL") {
+        line.back().clear();
+      }
       start = end + 1;
     }
     table.push_back(std::move(line));

@@ -39,7 +39,8 @@ using FigureTable = std::vector<std::vector<std::string>>;
 /// empty cell is an empty text.
 FigureTable figures(const Dataset& dataset);
 
-/// What a client of a database printed: a line a row, tabulators between the columns.
+/// What a client of a database printed: a line a row, tabulators between the columns. "NULL", as
+/// one of them writes it, is an empty text.
 FigureTable figures(const std::string& selected);
 
 /// What differs between two tables in a sentence, empty when nothing does. Figures are equal when

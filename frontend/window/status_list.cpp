@@ -5,9 +5,12 @@
 #include <QScrollBar>
 #include <algorithm>
 
+#include "frontend/window/steady_scroll_bar.h"
+
 namespace importkcd {
 
 StatusList::StatusList(QWidget* parent) : QListView(parent), lines_(this) {
+  setVerticalScrollBar(new SteadyScrollBar(Qt::Vertical, this));
   setModel(&lines_);
   setFrameShape(QFrame::NoFrame);
   setEditTriggers(QAbstractItemView::NoEditTriggers);

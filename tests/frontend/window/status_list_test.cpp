@@ -5,6 +5,8 @@
 #include <QScrollBar>
 #include <QTest>
 
+#include "frontend/window/steady_scroll_bar.h"
+
 namespace importkcd::testing {
 namespace {
 
@@ -77,6 +79,37 @@ TEST_F(StatusListTest, PaintsTheLinesThatAreSeen) {
   list.scrollTo(list.model()->index(0, 0), QAbstractItemView::EnsureVisible);
   const QImage first = list.viewport()->grab().toImage();
   EXPECT_NE(first, last);
+}
+
+/// Counts how often a widget is painted.
+class Paintings : public QObject {
+ public:
+  explicit Paintings(QWidget& widget) { widget.installEventFilter(this); }
+  bool eventFilter(QObject* /*watched*/, QEvent* event) override {
+    count += event->type() == QEvent::Paint ? 1 : 0;
+    return false;
+  }
+  int count = 0;
+};
+
+TEST(SteadyScrollBar, IsPaintedOnlyWhenItsSliderMoves) {
+  SteadyScrollBar bar(Qt::Vertical, nullptr);
+  bar.resize(16, 200);
+  bar.setPageStep(100);
+  bar.setRange(0, 1'000'000);
+  bar.setValue(bar.maximum());
+  bar.show();
+  static_cast<void>(QTest::qWaitForWindowExposed(&bar, 20000));
+  bar.grab();
+  QCoreApplication::processEvents();
+  Paintings paintings(bar);
+  bar.setMaximum(1'000'010);
+  bar.setValue(bar.maximum());
+  QCoreApplication::sendPostedEvents(&bar, QEvent::UpdateRequest);
+  EXPECT_EQ(paintings.count, 0);
+  bar.setValue(bar.maximum() / 2);
+  QCoreApplication::sendPostedEvents(&bar, QEvent::UpdateRequest);
+  EXPECT_EQ(paintings.count, 1);
 }
 
 }  // namespace

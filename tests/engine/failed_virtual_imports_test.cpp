@@ -112,14 +112,14 @@ class FailedVirtualImports : public ScriptedRunTest,
   using Importer = void (ImportOLAPDBFromKCDDoc::*)(const KcdElement*);
 
   void import_virtually(Importer importer, std::string_view tag, const Failure& failure) {
-    const auto& [type, again, thrown, lasting] = GetParam();
+    const auto thrown = std::get<Thrown>(GetParam());
     clear_store();
     options.ImportType = import_type::incremental;
     int number = 0;
     bool armed = false;
     server_factory = [&](std::string_view) {
       return std::make_unique<ForwardingServer>(
-          booked(connected()), [&, thrown = thrown](const std::string& operation) {
+          booked(connected()), [&, thrown](const std::string& operation) {
             steps.push_back(operation);
             if (armed && failure.befalls_operation(++number)) {
               raise(thrown);
@@ -128,13 +128,13 @@ class FailedVirtualImports : public ScriptedRunTest,
     };
     import(virtual_document);
     const auto* collection = engine->document()->root().child(tag);
-    if (again) {
+    if (std::get<1>(GetParam())) {
       ((*engine).*importer)(collection);
     }
     ASSERT_EQ(engine->last_error, "");
     begin();
     armed = true;
-    engine->ImportType = type;
+    engine->ImportType = std::get<0>(GetParam());
     ((*engine).*importer)(collection);
     armed = false;
   }

@@ -58,7 +58,13 @@ std::string MariaDbServer::run_sql(const std::string& database,
   return result.output;
 }
 
-void MariaDbServer::fall_silent() const { kill(process_, SIGSTOP); }
+void MariaDbServer::fall_silent() const {
+  kill(process_, SIGSTOP);
+  // Its threads go on for a moment.
+  int status = 0;
+  EXPECT_EQ(waitpid(process_, &status, WUNTRACED), process_);
+  EXPECT_TRUE(WIFSTOPPED(status));
+}
 
 void MariaDbServer::wake_up() const { kill(process_, SIGCONT); }
 

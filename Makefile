@@ -6,8 +6,8 @@ export CMAKE_GENERATOR ?= Ninja
 launcher = $(shell command -v ccache >/dev/null 2>&1 && echo -DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
 
 .PHONY: demo demo-olap test configure build packages checks test-release test-asan test-fuzz \
-        fuzz fuzz-programs coverage mutation screenshots bench check-instructions \
-        record-instructions clean
+        fuzz fuzz-programs test-tsan valgrind coverage mutation screenshots bench \
+        check-instructions record-instructions clean
 
 demo: configure
 	cmake --build --preset release -j $(JOBS) --target kcd ImportKCD
@@ -59,6 +59,16 @@ checks: build
 	scripts/check-tidy build
 
 # What follows is too slow, or too rarely of use, for every day: see docs/testing.md.
+test-tsan: packages
+	cmake --preset tsan $(launcher)
+	cmake --build --preset tsan -j $(JOBS)
+	ctest --preset tsan -j $(JOBS)
+
+valgrind: packages
+	@scripts/install-packages valgrind
+	$(MAKE) build
+	scripts/check-memory build
+
 coverage: packages
 	@scripts/install-packages gcovr
 	cmake --preset coverage $(launcher)

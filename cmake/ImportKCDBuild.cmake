@@ -14,6 +14,12 @@ if(IMPORTKCD_SANITIZE)
   add_link_options(-fsanitize=address,undefined)
 endif()
 
+option(IMPORTKCD_SANITIZE_THREADS "Build with ThreadSanitizer" OFF)
+if(IMPORTKCD_SANITIZE_THREADS)
+  add_compile_options(-fsanitize=thread -fno-omit-frame-pointer)
+  add_link_options(-fsanitize=thread)
+endif()
+
 option(IMPORTKCD_COVERAGE "Count which lines and branches run (GCC)" OFF)
 if(IMPORTKCD_COVERAGE)
   # Atomic: a test's server counts in threads of its own.

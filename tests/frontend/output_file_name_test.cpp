@@ -11,6 +11,14 @@ using ::testing::Optional;
 
 constexpr auto day = 2026y / 11 / 15;
 
+TEST(OutputFileName, TheDayIsTodaysWhereTheComputerStands) {
+  using std::chrono::days;
+  const auto now = std::chrono::floor<days>(std::chrono::system_clock::now());
+  const auto here = std::chrono::sys_days(local_date());
+  EXPECT_LE(here - now, days(1));
+  EXPECT_LE(now - here, days(2)) << "a day may begin between the two looks at the clock";
+}
+
 TEST(OutputFileName, IsDerivedFromTheDocumentAndTheDate) {
   EXPECT_THAT(DeriveOutputFileName("C:\\x\\Sales.kcd", day),
               Optional(std::string("C:\\x\\Sales_Out_20261115.txt")));

@@ -16,6 +16,8 @@ TEST(Utf16Text, WhatIsNoTextBecomesTheReplacementCharacter) {
   EXPECT_EQ(utf16_text("a\xFF\xC3"), u"a\uFFFD\uFFFD");
   const std::u16string lone{u'a', char16_t{0xD83D}, u'b', char16_t{0xDE00}, char16_t{0xD83D}};
   EXPECT_EQ(utf8_text(lone), "a\uFFFDb\uFFFD\uFFFD");
+  const std::u16string twice{char16_t{0xD83D}, char16_t{0xD83D}, u'b'};
+  EXPECT_EQ(utf8_text(twice), "\uFFFD\uFFFDb");
 }
 
 }  // namespace

@@ -217,14 +217,14 @@ TEST_F(KeptCopiesTest, TheDateIsUtcAndTheOldestComesFirst) {
   store_state("One", "2");
   SQLite::Database(path, SQLite::OPEN_READWRITE)
       .exec(
-          "UPDATE databases SET kept_since = '2001-02-03 04:05:06' WHERE name = 'One' AND "
+          "UPDATE databases SET kept_since = '2001-02-03 04:05:06' WHERE name = 'Two' AND "
           "kept_since IS NOT NULL");
-  EXPECT_THAT(kept_names(), ElementsAre("One", "Two"));
+  EXPECT_THAT(kept_names(), ElementsAre("Two", "One"));
   EXPECT_EQ(copies()->list().front().kept_since, "2001-02-03 04:05:06");
   EXPECT_THAT(copies()->list().back().kept_since,
               ::testing::MatchesRegex(
                   "[0-9][0-9][0-9][0-9]-[0-9][0-9]-[0-9][0-9] [0-9][0-9]:[0-9][0-9]:[0-9][0-9]"));
-  EXPECT_EQ(copies()->restore("One").copy.kept_since, "2001-02-03 04:05:06");
+  EXPECT_EQ(copies()->restore("Two").copy.kept_since, "2001-02-03 04:05:06");
   EXPECT_THAT(kept_names(), ::testing::UnorderedElementsAre("One", "Two"));
   EXPECT_GT(copies()->list().front().kept_since, "2025") << "kept since it was displaced";
 }

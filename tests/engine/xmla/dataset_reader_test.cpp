@@ -120,6 +120,13 @@ TEST(DatasetReader, ATupleThatDoesNotFitItsAxisIsRefused) {
   EXPECT_NE(refusal(envelope("", two_columns, "")), "");
 }
 
+TEST(DatasetReader, TheSlicerMayNameHierarchiesThatWereNotAnnounced) {
+  const auto dataset = read(envelope(
+      columns_info, two_columns + axis("SlicerAxis", tuple(member("Product", "All"))), ""));
+  ASSERT_EQ(dataset.slicer.size(), 1U);
+  EXPECT_EQ(dataset.slicer[0].caption, "All");
+}
+
 TEST(DatasetReader, CellsOutsideOfTheAxesAreRefused) {
   for (const auto* ordinal : {"2", "-1", "", "x", "1x", "99999999999999999999999"}) {
     EXPECT_EQ(

@@ -81,7 +81,7 @@ int main(int argc, char** argv) {
   qputenv("QT_QPA_PLATFORM", "offscreen");
   const QApplication application(argc, argv);
   const std::string_view way = argc == 3 ? argv[1] : "";
-  const int line_count = argc == 3 ? std::atoi(argv[2]) : 0;
+  const int line_count = argc == 3 ? static_cast<int>(std::strtol(argv[2], nullptr, 10)) : 0;
   if (way == "window") {
     importkcd::add_to_window(line_count);
   } else if (way == "view") {

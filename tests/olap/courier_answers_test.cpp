@@ -78,7 +78,8 @@ CourierQuestion parcels(const std::string& name, const std::string& columns,
            sql}};
 }
 
-std::vector<CourierQuestion> courier_questions() {
+/// Questions to the cube of parcels.
+std::vector<CourierQuestion> parcel_questions() {
   const std::string income = "[Measures].[Income]";
   return {
       parcels("EveryMeasure",
@@ -131,6 +132,12 @@ std::vector<CourierQuestion> courier_questions() {
               R"(SELECT 'Fast', sum("Price") FROM every_parcel WHERE "Service" <> 'Return'
                  UNION ALL SELECT 'Return', sum("Price") FROM every_parcel
                  WHERE "Service" = 'Return')"),
+  };
+}
+
+/// Questions to the other cubes.
+std::vector<CourierQuestion> further_questions() {
+  return {
       {{"ShownByNameInTheOrderOfTheKey",
         "SELECT {[Measures].[Smallest Price], [Measures].[Posted]} ON COLUMNS, NON EMPTY "
         "[Weekday].[Weekday].Members ON ROWS FROM [Letters]",
@@ -183,7 +190,9 @@ TEST_P(CourierAnswers, AreThoseOfTheTables) {
   EXPECT_EQ(difference(answer, expected), "") << question.mdx << '\n' << question.sql;
 }
 
-INSTANTIATE_TEST_SUITE_P(Courier, CourierAnswers, ::testing::ValuesIn(courier_questions()),
+INSTANTIATE_TEST_SUITE_P(Parcels, CourierAnswers, ::testing::ValuesIn(parcel_questions()),
+                         [](const auto& tested) { return tested.param.name; });
+INSTANTIATE_TEST_SUITE_P(Others, CourierAnswers, ::testing::ValuesIn(further_questions()),
                          [](const auto& tested) { return tested.param.name; });
 
 TEST_F(CourierTest, StayInTheirCatalogue) {

@@ -26,9 +26,10 @@ class MariaDbAnswers : public ::testing::TestWithParam<Question> {
     const auto connection_string = mariadb_->connection_string() +
                                    ";Database=warehouse;UID=" + MariaDbServer::user +
                                    ";PWD={p;w}}d={1}";
+    const std::string document = EXAMPLES_FOLDER "/sales.kcd";
     const auto result =
         run_process({KCD_PROGRAM,
-                     {"import", EXAMPLES_FOLDER "/sales.kcd", "--partitions", "--server",
+                     {"import", document, "--partitions", "--server",
                       "mondrian:" + folder_->file("olap"), "--connect-string", connection_string},
                      {{"LC_ALL", "C"}},
                      {},

@@ -40,20 +40,20 @@ class RepeatedImportAnswers : public ::testing::Test {
   /// A cube over a copy of the sales.
   SmallCube cube(const std::string& cube_name, const std::string& column) const {
     return {.name = cube_name,
-            .measure_column = "\"sales\".\"" + column + "\"",
-            .from_clause = "\"" + name_ + "\" AS \"sales\", \"store\""};
+            .measure_column = R"("sales".")" + column + "\"",
+            .from_clause = "\"" + name_ + R"(" AS "sales", "store")"};
   }
 
   void copy_sales() const {
     world().postgres().run_sql(sales_warehouse,
-                               "CREATE TABLE \"" + name_ + "\" AS SELECT * FROM sales");
+                               R"(CREATE TABLE ")" + name_ + R"(" AS SELECT * FROM sales)");
   }
 
   /// What the cube's answer should be, from the copy.
   FigureTable selected(const std::string& column) const {
     return figures(world().postgres().run_sql(
-        sales_warehouse, "SELECT store_name, sum(" + column + ") FROM \"" + name_ +
-                             "\" JOIN store USING (store_id) GROUP BY store_id, store_name "
+        sales_warehouse, "SELECT store_name, sum(" + column + R"() FROM ")" + name_ +
+                             R"(" JOIN store USING (store_id) GROUP BY store_id, store_name )"
                              "ORDER BY store_id"));
   }
 
@@ -123,7 +123,7 @@ TEST_F(RepeatedImportAnswers, NewRowsCountAfterTheNextImport) {
   ASSERT_EQ(import({cube("Money", "amount")}, "incremental").exit_status, 0);
   expect_to_follow("Money", "amount");
   world().postgres().run_sql(sales_warehouse,
-                             "UPDATE \"" + name_ + "\" SET amount = amount + 1000");
+                             R"(UPDATE ")" + name_ + R"(" SET amount = amount + 1000)");
   ASSERT_EQ(import({cube("Money", "amount")}, "update").exit_status, 0);
   expect_to_follow("Money", "amount");
 }

@@ -24,11 +24,8 @@ Question yearly_question(const std::string& name, const std::string& measure,
           "SELECT year, " + expression + " FROM every_sale GROUP BY year ORDER BY year"};
 }
 
-}  // namespace
-
-std::vector<Question> sales_questions() {
+std::vector<Question> measure_questions() {
   return {
-      // Measures and aggregates.
       yearly_question("SumOfAColumn", "Revenue", "sum(amount)"),
       yearly_question("SumOfAnotherColumn", "Cost", "sum(cost)"),
       yearly_question("SumOfAnExpression", "Discount", "sum(list_amount - amount)"),
@@ -42,7 +39,11 @@ std::vector<Question> sales_questions() {
                       "sum(list_amount - amount) / sum(list_amount)"),
       yearly_question("CalculatedMemberWithAnApostrophe", "Men's Wear Share",
                       "sum(CASE WHEN department = 'Men''s Wear' THEN amount END) / sum(amount)"),
-      // Levels of dimensions.
+  };
+}
+
+std::vector<Question> time_questions() {
+  return {
       {"TimeByQuarters",
        "SELECT {[Measures].[Revenue]} ON COLUMNS, NON EMPTY [Calendar].[Quarter].Members ON ROWS "
        "FROM [Sales]",
@@ -60,6 +61,11 @@ std::vector<Question> sales_questions() {
        "ON ROWS FROM [Sales]",
        "SELECT the_date, sum(amount) FROM every_sale WHERE year = 2026 AND month = 5 "
        "GROUP BY the_date ORDER BY the_date"},
+  };
+}
+
+std::vector<Question> level_questions() {
+  return {
       revenue_question("TimeByWeekYears", "[Weeks].[Week Year]", "year", "year"),
       revenue_question("TimeByWeeks", "[Weeks].[Week]", "week", "year, week"),
       {"AllMember",
@@ -89,7 +95,12 @@ std::vector<Question> sales_questions() {
                        "medium, promotion_name"),
       revenue_question("PrivateDegenerateDimension", "[Payment Method].[Method]", "payment_method",
                        "payment_method"),
-      // Member properties.
+  };
+}
+
+/// Member properties, partitions, several dimensions at once.
+std::vector<Question> further_questions() {
+  return {
       {"PropertiesOfASnowflake",
        "SELECT {[Measures].[Quantity]} ON COLUMNS, NON EMPTY [Product].[Product].Members "
        "DIMENSION PROPERTIES [Product].[Product].[Brand], [Product].[Product].[Weight] ON ROWS "
@@ -135,6 +146,17 @@ std::vector<Question> sales_questions() {
        "SELECT product_name, sum(amount) FROM every_sale WHERE year = 2026 "
        "GROUP BY product_name ORDER BY 2 DESC LIMIT 5"},
   };
+}
+
+}  // namespace
+
+std::vector<Question> sales_questions() {
+  std::vector<Question> all;
+  for (const auto& questions :
+       {measure_questions(), time_questions(), level_questions(), further_questions()}) {
+    all.insert(all.end(), questions.begin(), questions.end());
+  }
+  return all;
 }
 
 std::vector<Question> stock_questions() {

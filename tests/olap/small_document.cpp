@@ -8,40 +8,39 @@ std::string attribute(const std::string& name, std::string value) {
   for (auto at = value.find('"'); at != std::string::npos; at = value.find('"', at)) {
     value.replace(at, 1, "&quot;");
   }
-  return " " + name + "=\"" + value + "\"";
+  return " " + name + R"(=")" + value + "\"";
 }
 
 std::string dimension(const std::string& name, const std::string& table,
                       const std::string& data_source) {
-  return "<shared_dimension" + attribute("name", name) + " type=\"regular\" description=\"\"" +
+  return "<shared_dimension" + attribute("name", name) + R"( type="regular" description="")" +
          attribute("data_source", data_source) + attribute("from_clause", table) +
-         " join_clause=\"\" schema_layout=\"\"><levels><level" + attribute("name", name) +
-         " type=\"regular\" column_size=\"0\" column_type=\"3\" description=\"\" "
-         "estimated_size=\"1\"" +
+         R"( join_clause="" schema_layout=""><levels><level)" + attribute("name", name) +
+         R"( type="regular" column_size="0" column_type="3" description="" )"
+         R"(estimated_size="1")" +
          attribute("member_key_column", table + "." + table + "_id") +
          attribute("member_name_column", table + "." + table + "_name") +
-         " ordering=\"key\" unique_items=\"true\"/></levels></shared_dimension>";
+         R"( ordering="key" unique_items="true"/></levels></shared_dimension>)";
 }
 
 std::string cube_text(const SmallCube& cube) {
   std::string text =
-      "<cube" + attribute("name", cube.name) + " description=\"\"" +
-      attribute("data_source", cube.data_source) + " fact_table=\"sales\" aggregation_prefix=\"\"" +
+      "<cube" + attribute("name", cube.name) + R"( description="")" +
+      attribute("data_source", cube.data_source) + R"( fact_table="sales" aggregation_prefix="")" +
       attribute("from_clause", cube.from_clause) + attribute("join_clause", cube.join_clause) +
-      " schema_layout=\"\" olap_mode=\"olapmodeRolap\" estimated_rows=\"1\">"
+      R"( schema_layout="" olap_mode="olapmodeRolap" estimated_rows="1">)"
       "<cube_dimensions>";
   for (const auto& name : cube.dimensions) {
     text += "<cube_dimension_reference" + attribute("name", name) +
             "><cube_levels_reference/></cube_dimension_reference>";
   }
-  text +=
-      "</cube_dimensions><cube_measures><cube_measure name=\"Figure\" "
-      "aggregate_function=\"sum\" format=\"#\"" +
-      attribute("source_column", cube.measure_column) +
-      " internal=\"false\" description=\"\"/></cube_measures><cube_calculated_members>";
+  text += R"(</cube_dimensions><cube_measures><cube_measure name="Figure" )"
+          R"(aggregate_function="sum" format="#")" +
+          attribute("source_column", cube.measure_column) +
+          R"( internal="false" description=""/></cube_measures><cube_calculated_members>)";
   if (!cube.calculation.empty()) {
     text +=
-        "<cube_calculated_member name=\"Rate\"" + attribute("statement", cube.calculation) + "/>";
+        R"(<cube_calculated_member name="Rate")" + attribute("statement", cube.calculation) + "/>";
   }
   return text + "</cube_calculated_members><cube_partitions/><cube_roles/></cube>";
 }
@@ -50,12 +49,12 @@ std::string cube_text(const SmallCube& cube) {
 
 std::string small_document(const std::string& database, const std::string& connection_string,
                            const std::vector<SmallCube>& cubes) {
-  std::string text = "<database version=\"1.0.1073\"" + attribute("name", database) +
-                     " description=\"\"><library><data_sources><data_source name=\"Warehouse\" "
-                     "description=\"\"" +
+  std::string text = R"(<database version="1.0.1073")" + attribute("name", database) +
+                     R"( description=""><library><data_sources><data_source name="Warehouse" )"
+                     R"(description="")" +
                      attribute("connection_string", connection_string) +
-                     "/><data_source name=\"Elsewhere\" description=\"\" "
-                     "connection_string=\"jdbc:postgresql://nowhere/other\"/></data_sources>"
+                     R"(/><data_source name="Elsewhere" description="" )"
+                     R"(connection_string="jdbc:postgresql://nowhere/other"/></data_sources>)"
                      "<shared_dimensions>" +
                      dimension("Store", "store", "Warehouse") +
                      dimension("Region", "region", "Warehouse") +

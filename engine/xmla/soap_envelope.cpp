@@ -30,7 +30,8 @@ std::string escaped(std::string_view text) {
 std::string elements(const XmlaTexts& texts) {
   std::string result;
   for (const auto& [name, value] : texts) {
-    result += "<" + name + ">" + escaped(value) + "</" + name + ">";
+    result.append("<").append(name).append(">");
+    result.append(escaped(value)).append("</").append(name).append(">");
   }
   return result;
 }

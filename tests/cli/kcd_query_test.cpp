@@ -9,7 +9,6 @@ using ::testing::HasSubstr;
 using testing::http_answer;
 using testing::HttpServer;
 using testing::rowset_answer;
-using ::testing::SizeIs;
 using testing::soap_answer;
 
 const std::string data_set = soap_answer(
@@ -23,6 +22,7 @@ const std::string data_set = soap_answer(
 
 std::string catalogues(const std::vector<std::string>& names) {
   std::vector<std::string> rows;
+  rows.reserve(names.size());
   for (const auto& name : names) {
     rows.push_back("<CATALOG_NAME>" + name + "</CATALOG_NAME>");
   }

@@ -95,7 +95,8 @@ TEST_F(KcdTogether, OfImportsAtOnceIntoOneDatabaseEachSucceedsOrIsRefused) {
   const auto document = folder.write("document.kcd", whole_document());
   for (const std::string database : {"incremental", "replace"}) {
     std::vector<std::unique_ptr<RunningProcess>> runs;
-    for (int i = 0; i < 4; ++i) {
+    runs.reserve(4);
+    while (runs.size() < 4) {
       runs.push_back(std::make_unique<RunningProcess>(
           importing(document, {"--database", database, "--mode", database})));
     }

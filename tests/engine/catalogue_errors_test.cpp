@@ -79,7 +79,7 @@ const std::vector<CatalogueCase> pending_logs{{import_type::incremental, Start::
 const std::vector<CatalogueCase> long_logs{{import_type::update, Start::long_log}};
 
 std::string name_of_case(const ::testing::TestParamInfo<ErrorCase>& tested) {
-  const auto name = name_of(std::get<CatalogueCase>(tested.param));
+  auto name = name_of(std::get<CatalogueCase>(tested.param));
   switch (std::get<FileFault>(tested.param)) {
     case FileFault::error:
       return name + "WithAnError";

@@ -177,7 +177,7 @@ std::string CatalogueFaultsTest::checked_content() {
   if (known != checked_.end()) {
     return known->second;
   }
-  const auto found = content();
+  auto found = content();
   expect_sound_file();
   {
     const auto server = connected(path, CatalogueAccess::read_write);

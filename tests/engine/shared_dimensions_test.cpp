@@ -4,7 +4,6 @@ namespace importkcd::testing {
 namespace {
 
 using ::testing::ElementsAre;
-using ::testing::IsEmpty;
 
 /// A server that gives another version than the one it forwards to.
 class OtherVersionServer : public ForwardingServer {

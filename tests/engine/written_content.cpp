@@ -56,9 +56,9 @@ ServerContent content_of(OlapServer& server) {
   return result;
 }
 
-WrittenContent::WrittenContent(std::unique_ptr<OlapServer> target, const std::string& database,
+WrittenContent::WrittenContent(std::unique_ptr<OlapServer> target, std::string database,
                                OlapServer& before, ServerContent& result)
-    : ForwardingServer(std::move(target)), name_(database), result_(result) {
+    : ForwardingServer(std::move(target)), name_(std::move(database)), result_(result) {
   result_ = content_of(before);
   if (result_.count(name_) != 0) {
     book_ = copy_of(before.open_database(name_));

@@ -21,8 +21,8 @@ class WrittenContent : public ForwardingServer {
  public:
   /// `database` names the run's database. `before` is a connected server that shows what the
   /// target's run starts from; `result` is set to it, and in finish() to what is stored then.
-  WrittenContent(std::unique_ptr<OlapServer> target, const std::string& database,
-                 OlapServer& before, ServerContent& result);
+  WrittenContent(std::unique_ptr<OlapServer> target, std::string database, OlapServer& before,
+                 ServerContent& result);
   ~WrittenContent() override;
 
   OlapDatabase& open_database(const std::string& name) override;

@@ -48,8 +48,8 @@ class Writer {
 
   std::string text() {
     writer_.reset();
-    return std::string(reinterpret_cast<const char*>(xmlBufferContent(buffer_.get())),
-                       static_cast<std::size_t>(xmlBufferLength(buffer_.get())));
+    return {reinterpret_cast<const char*>(xmlBufferContent(buffer_.get())),
+            static_cast<std::size_t>(xmlBufferLength(buffer_.get()))};
   }
 
  private:

@@ -84,7 +84,7 @@ class RandomObjects {
       }
     });
     result.name = name;
-    visit_parts(result, [this](auto& parts) { fill(parts); });
+    visit_parts(result, [this](auto& parts) { this->fill(parts); });
     return result;
   }
 

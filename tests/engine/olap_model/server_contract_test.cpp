@@ -458,7 +458,7 @@ TEST_P(ServerContract, AStructureIsValidWithSourceTableDimensionAndMeasure) {
   EXPECT_FALSE(is_valid());
   database.add_cube_dimension(cube, "Time");
   EXPECT_FALSE(is_valid());
-  cube.measures.add_new("Amount").source_column = "\"sales\".\"amount\"";
+  cube.measures.add_new("Amount").source_column = R"("sales"."amount")";
   EXPECT_TRUE(is_valid());
   cube.data_source.clear();
   EXPECT_FALSE(is_valid());

@@ -56,7 +56,7 @@ TEST(AnswerElement, WhatIsNoXmlIsRefusedWithReasonAndLine) {
 TEST(AnswerElement, DocumentTypesAndEntitiesAreRefused) {
   EXPECT_EQ(refusal("<!DOCTYPE html><html/>"), "it declares a document type");
   const std::string entities =
-      "<!DOCTYPE a [<!ENTITY b \"x\"><!ENTITY c SYSTEM \"file:///etc/passwd\">]><a>&b;&c;</a>";
+      R"(<!DOCTYPE a [<!ENTITY b "x"><!ENTITY c SYSTEM "file:///etc/passwd">]><a>&b;&c;</a>)";
   EXPECT_EQ(refusal(entities), "it declares a document type");
   EXPECT_NE(refusal("<a>&b;</a>"), "");
 }

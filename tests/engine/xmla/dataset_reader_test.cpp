@@ -26,7 +26,7 @@ std::string axis_info(const std::string& name, const std::string& hierarchies) {
 }
 
 std::string hierarchy(const std::string& name, const std::string& more = {}) {
-  return "<HierarchyInfo name=\"" + name + "\"><UName name=\"u\"/><Caption name=\"c\"/>" + more +
+  return R"(<HierarchyInfo name=")" + name + R"("><UName name="u"/><Caption name="c"/>)" + more +
          "</HierarchyInfo>";
 }
 

@@ -200,7 +200,7 @@ TEST_F(DimensionMapping, DisabledLevelsAreLeftOutAndMakeTheDimensionTheCubesOwn)
   auto& cube = add_sales();
   EXPECT_TRUE(map(cube).dimensions.at(0).mapped.may_be_shared);
   auto& levels = cube.dimensions.edit("Store")->levels;
-  levels.add(level("Shop", "\"store\".\"shop\"")).disabled = true;
+  levels.add(level("Shop", R"("store"."shop")")).disabled = true;
   const auto mapped = map(cube);
   EXPECT_FALSE(mapped.dimensions.at(0).mapped.may_be_shared);
   EXPECT_EQ(mapped.dimensions.at(0).mapped.element.children[0].children.size(), 2U);

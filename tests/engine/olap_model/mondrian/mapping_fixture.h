@@ -92,9 +92,9 @@ class MappingTest : public ::testing::Test {
 
   /// The star that most tests start from: facts with a store and a column of their own.
   OlapCube& add_sales() {
-    add_dimension("Store", "\"store\"", {level("City", "\"store\".\"city\"")});
-    return add_cube("Sales", "\"sales\"", "\"sales\", \"store\"",
-                    "\"sales\".\"store_id\" = \"store\".\"store_id\"", {"Store"});
+    add_dimension("Store", R"("store")", {level("City", R"("store"."city")")});
+    return add_cube("Sales", R"("sales")", R"("sales", "store")",
+                    R"("sales"."store_id" = "store"."store_id")", {"Store"});
   }
 
   MappedCube map(const OlapCube& cube) {

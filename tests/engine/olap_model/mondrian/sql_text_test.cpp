@@ -78,7 +78,7 @@ TEST(SqlText, TheJoinEscapeOfOdbcIsDroppedWithItsBracket) {
 }
 
 TEST(SqlText, AQuoteThatIsNotClosedIsNoText) {
-  for (const auto* text : {"\"a", "[a", "`a", "'a", "\"a\".\"b", "'it''s", "[a]]"}) {
+  for (const auto* text : {R"("a)", "[a", "`a", "'a", R"("a"."b)", "'it''s", "[a]]"}) {
     EXPECT_THAT(tokens(text), ElementsAre("nothing")) << text;
   }
 }

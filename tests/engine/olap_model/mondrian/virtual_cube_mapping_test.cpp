@@ -74,7 +74,7 @@ TEST_F(VirtualCubeMapping, AMeasureMayBeCalculatedInItsCube) {
 
 TEST_F(VirtualCubeMapping, ADimensionInSeveralFormsIsTheOneWithTheFewestLevels) {
   database.cubes().edit("Sales")->dimensions.edit("Store")->levels.add(
-      level("Shop", "\"store\".\"shop\""));
+      level("Shop", R"("store"."shop")"));
   cube.measures.add(measure("Amount", "[Sales].[Amount]"));
   cube.measures.add(measure("Stock", "[Stock].[Amount]"));
   EXPECT_EQ(fault(),

@@ -33,7 +33,7 @@ class QuitWhenPaintedPlugin : public QGenericPlugin {
   Q_PLUGIN_METADATA(IID QGenericPluginFactoryInterface_iid FILE "quit_when_painted.json")
 
  public:
-  QObject* create(const QString& /*name*/, const QString& /*specification*/) override {
+  QObject* create(const QString& /*name*/, const QString& /*settings*/) override {
     auto* const filter = new QuitWhenPainted(this);
     QCoreApplication::instance()->installEventFilter(filter);
     return filter;

@@ -141,6 +141,10 @@ void check(std::string_view text, const LoadedLabels& labels, const TextEncoding
       return;
     }
   }
+  if (!encoding.encode("$##%")) {
+    require(result == no_reference_resolved);
+    return;
+  }
   require(result == Model(text, labels, encoding).result());
   if (result != no_reference_resolved && is_proper(text, encoding)) {
     require(is_proper(result, encoding));

@@ -15,13 +15,15 @@ constexpr auto npos = std::string_view::npos;
 /// One walk over a text. All positions are multiples of the encoding's code unit.
 class Substitution {
  public:
-  Substitution(std::string_view text, const LoadedLabels& labels, const TextEncoding& encoding)
+  /// `marker` and `end_of_id` are what a reference begins and ends with, in the encoding.
+  Substitution(std::string_view text, const LoadedLabels& labels, const TextEncoding& encoding,
+               std::string marker, std::string end_of_id)
       : text_(text),
         labels_(labels),
         encoding_(encoding),
         unit_(encoding.unit()),
-        marker_(encoding.encode_with_references("$##")),
-        end_of_id_(encoding.encode_with_references("%")),
+        marker_(std::move(marker)),
+        end_of_id_(std::move(end_of_id)),
         low_byte_first_(marker_.front() == '$'),
         encoded_(labels.LabelTable.size()) {}
 
@@ -106,7 +108,14 @@ class Substitution {
 
 std::string SubstituteLabelReferences(std::string_view text, const LoadedLabels& labels,
                                       const TextEncoding& encoding) {
-  return Substitution(text, labels, encoding).run();
+  auto marker = encoding.encode("$##");
+  auto end_of_id = encoding.encode("%");
+  if (!marker || !end_of_id) {
+    // National variants of ASCII have other characters in these places: no reference can be
+    // written.
+    return std::string(no_reference_resolved);
+  }
+  return Substitution(text, labels, encoding, std::move(*marker), std::move(*end_of_id)).run();
 }
 
 std::string SubstituteLabelReferences(std::string_view text, const LoadedLabels& labels) {

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <map>
+#include <optional>
 
 #include "engine/olap_model/import_error.h"
 
@@ -138,6 +139,16 @@ TEST(LabelReferences, LabelsAreBroughtIntoTheEncodingOfTheText) {
   auto latin = TextEncoding::of_first_bytes("<?x");
   latin.take_declaration("<?xml version='1.0' encoding='ISO-8859-1'?>");
   EXPECT_EQ(SubstituteLabelReferences("$##2%", accents, latin), "&#8364; &#26085;");
+}
+
+TEST(LabelReferences, AnEncodingWithoutADollarSignHasNone) {
+  auto finnish = TextEncoding::of_first_bytes("<?x");
+  finnish.take_declaration("<?xml version='1.0' encoding='ISO646-FI'?>");
+  ASSERT_EQ(finnish.encode("$"), std::nullopt);
+  for (const auto* text : {"$##1%", "&#36;##1%"}) {
+    EXPECT_EQ(SubstituteLabelReferences(text, labels_of({{1, "Year"}}), finnish),
+              no_reference_resolved);
+  }
 }
 
 TEST(LabelReferences, AMillionReferencesAreReplaced) {

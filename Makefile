@@ -39,12 +39,12 @@ test-asan: packages
 
 # A few thousand inputs for each fuzz program, the same ones every time.
 test-fuzz: fuzz-programs
-	scripts/run-fuzzers build/fuzz short
+	scripts/run-fuzzers build/libfuzzer short
 
 # A search from where the last one ended, so many seconds for each fuzz program.
 FUZZ_SECONDS ?= 600
 fuzz: fuzz-programs
-	scripts/run-fuzzers build/fuzz $(FUZZ_SECONDS)
+	scripts/run-fuzzers build/libfuzzer $(FUZZ_SECONDS)
 
 fuzz-programs: packages
 	cmake --preset fuzz $(launcher)
@@ -92,8 +92,8 @@ ROUNDS ?= 5
 bench: packages
 	cmake --preset bench $(launcher)
 	cmake --build --preset bench -j $(JOBS)
-	scripts/run-benchmarks build/bench
-	bench/whole_program.py build/bench --megabytes $(MEGABYTES) --rounds $(ROUNDS)
+	scripts/run-benchmarks build/benchmarks
+	bench/whole_program.py build/benchmarks --megabytes $(MEGABYTES) --rounds $(ROUNDS)
 
 # Instructions of three imports against those on record; `make record-instructions` records anew.
 check-instructions: build

@@ -126,6 +126,7 @@ class Planner {
     }
     const bool says_datetime =
         source_.kind == DatabaseKind::mariadb || source_.kind == DatabaseKind::sql_server;
+    // An error is about the key as the document has it.
     parse_expression(key);
     return parse_expression("cast(" + key + (says_datetime ? " as datetime)" : " as timestamp)"));
   }

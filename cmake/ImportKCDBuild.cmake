@@ -12,6 +12,8 @@ if(IMPORTKCD_SANITIZE)
   add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=all
                       -fno-omit-frame-pointer)
   add_link_options(-fsanitize=address,undefined)
+  # Mistakes in the use of the C++ library that touch memory of one's own.
+  add_compile_definitions(_GLIBCXX_ASSERTIONS)
 endif()
 
 option(IMPORTKCD_SANITIZE_THREADS "Build with ThreadSanitizer" OFF)

@@ -114,7 +114,8 @@ class Copy:
                     target.write_bytes(content)
                     target.chmod(source.stat().st_mode)
         command = ["cmake", "-S", self.tree, "-B", self.build, "-G", "Ninja",
-                   "-DCMAKE_BUILD_TYPE=Debug", "-DCMAKE_CXX_FLAGS_DEBUG=-O0 -g0"]
+                   "-DCMAKE_BUILD_TYPE=Debug",
+                   "-DCMAKE_CXX_FLAGS_DEBUG=-O0 -g0 -D_GLIBCXX_ASSERTIONS"]
         if subprocess.run(["which", "ccache"], stdout=subprocess.DEVNULL, check=False).returncode == 0:
             command.append("-DCMAKE_CXX_COMPILER_LAUNCHER=ccache")
         self.succeed(command)

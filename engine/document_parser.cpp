@@ -260,6 +260,8 @@ void DocumentParse::start_element(void* context, const xmlChar* local, const xml
       parse.fail(too_many_namespaces);
     } else if (parse.parser_->nameNr > most_depth) {
       parse.fail(too_deep);
+    } else if (!parse.builder_.keeps_next()) {
+      parse.builder_.begin_element(nullptr, {});
     } else {
       parse.begin_element(local, prefix, attributes, static_cast<std::size_t>(attribute_count));
     }

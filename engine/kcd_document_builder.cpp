@@ -22,7 +22,7 @@ const std::string* KcdDocumentBuilder::name(std::string_view text) {
 
 void KcdDocumentBuilder::begin_element(const std::string* tag,
                                        std::span<const KcdAttribute> attributes) {
-  if (root_alone_ && !open_.empty()) {
+  if (!keeps_next()) {
     open_.push_back({});
     return;
   }

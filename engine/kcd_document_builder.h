@@ -30,6 +30,9 @@ class KcdDocumentBuilder {
   /// The document's own copy of a name; equal names give the same address.
   const std::string* name(std::string_view text);
 
+  /// Whether the next element will be kept; if not, its name and its attributes do not matter.
+  bool keeps_next() const { return !root_alone_ || open_.empty(); }
+
   /// Begins an element inside of the open one. Names come from name(); values are copied.
   void begin_element(const std::string* tag, std::span<const KcdAttribute> attributes);
 

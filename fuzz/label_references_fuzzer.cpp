@@ -128,6 +128,21 @@ bool is_proper(std::string_view text, const TextEncoding& encoding) {
   return encoding.name() != "UTF-8" || fuzz::is_utf8(text);
 }
 
+/// The same text in windows of some size, which grow when they do not suffice.
+std::string result_in_windows(std::string_view text, std::size_t size, const LoadedLabels& labels,
+                              const TextEncoding& encoding) {
+  LabelSubstitution substitution(labels, encoding);
+  std::string result;
+  auto shown = size;
+  while (!text.empty()) {
+    const auto taken = substitution.take(text.substr(0, shown), shown > text.size(), result);
+    require(taken <= std::min(shown, text.size()));
+    shown = taken == 0 ? 2 * shown : size;
+    text.remove_prefix(taken);
+  }
+  return substitution.resolved() ? result : std::string(no_reference_resolved);
+}
+
 void check(std::string_view text, const LoadedLabels& labels, const TextEncoding& encoding) {
   std::string result;
   try {
@@ -140,6 +155,9 @@ void check(std::string_view text, const LoadedLabels& labels, const TextEncoding
     } catch (const ImportError&) {
       return;
     }
+  }
+  for (const std::size_t size : {1, 2, 7, 64}) {
+    require(result == result_in_windows(text, size, labels, encoding));
   }
   if (!encoding.encode("$##%")) {
     require(result == no_reference_resolved);

@@ -5,6 +5,7 @@
 #include <memory>
 #include <system_error>
 
+#include "engine/document_files.h"
 #include "engine/kcd_document.h"
 #include "engine/olap_model/import_error.h"
 #include "engine/text_encoding.h"
@@ -32,12 +33,42 @@ std::unique_ptr<KcdDocument> load_root(const std::string& name) {
   }
 }
 
-TextEncoding encoding_of(const std::string& text) {
+TextEncoding encoding_of(std::string_view text) {
   constexpr std::size_t first_bytes = 3;
-  const std::string_view view = text;
-  auto encoding = TextEncoding::of_first_bytes(view.substr(0, first_bytes));
-  encoding.take_declaration(view);
+  auto encoding = TextEncoding::of_first_bytes(text.substr(0, first_bytes));
+  encoding.take_declaration(text);
   return encoding;
+}
+
+/// Carries out a step of reading a file; its failure names the file.
+template <class Step>
+auto reading(const std::string& name, Step step) {
+  try {
+    return step();
+  } catch (const ImportError& error) {
+    throw ImportError("Cannot read '" + name + "': " + error.description(),
+                      error_source::labels_database);
+  }
+}
+
+/// Writes what becomes of a file. Tells whether one of its references was resolved.
+bool substitute(const std::string& name, const LoadedLabels& labels, WholeFile& result) {
+  auto reader = reading(name, [&] { return FileReader(name); });
+  const auto window = [&](std::size_t wanted) {
+    return reading(name, [&] { return reader.window(wanted); });
+  };
+  const auto encoding = encoding_of(window(TextEncoding::declaration_size));
+  LabelSubstitution substitution(labels, encoding);
+  std::string block;
+  for (auto bytes = window(1); !bytes.empty();) {
+    const auto taken = substitution.take(bytes, reader.at_end(), block);
+    result.append(block);
+    block.clear();
+    reader.skip(taken);
+    bytes = window(taken == 0 ? 2 * bytes.size() : 1);
+  }
+  result.append(encoding.encode_with_references("\n"));
+  return substitution.resolved();
 }
 
 }  // namespace
@@ -62,20 +93,18 @@ std::string KciConversion::convert() {
     return {};
   }
   const auto kci_name = view_.labels_fields().kci_filename;
-  const auto text = read_whole_file(kci_name);
-  const auto encoding = encoding_of(text);
-  auto converted = SubstituteLabelReferences(text, access_.labels(), encoding);
-  if (converted == no_reference_resolved) {
+  auto kcd_name = kcd_path_of(kci_name);
+  // Written while it is made instead of being kept. Nobody sees it before it is finished.
+  WholeFile document(kcd_name);
+  if (!substitute(kci_name, access_.labels(), document)) {
     view_.PutProgressMsg("No matching labels found in the chosen language");
     return {};
   }
-  auto kcd_name = kcd_path_of(kci_name);
   if (is_file(kcd_name) &&
       !view_.ask_yes_no("Create KCD file", "File " + kcd_name + " already exists; overwrite ?")) {
     return {};
   }
-  converted += encoding.encode_with_references("\n");
-  write_whole_file(kcd_name, converted);
+  document.finish();
   return kcd_name;
 }
 

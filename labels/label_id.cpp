@@ -1,6 +1,8 @@
 #include "labels/label_id.h"
 
 #include <algorithm>
+#include <charconv>
+#include <cstddef>
 #include <limits>
 #include <string>
 
@@ -18,7 +20,10 @@ std::string_view without_blanks(std::string_view text) {
 }
 
 std::string_view take_digits(std::string_view& text) {
-  const auto digits = text.substr(0, text.find_first_not_of("0123456789"));
+  const auto* const end = std::find_if_not(text.begin(), text.end(), [](char character) {
+    return character >= '0' && character <= '9';
+  });
+  const auto digits = text.substr(0, static_cast<std::size_t>(end - text.begin()));
   text.remove_prefix(digits.size());
   return digits;
 }
@@ -65,7 +70,8 @@ std::optional<std::int16_t> label_id(std::string_view text) {
   if (digits.size() > most_digits) {
     fail_out_of_range(number);
   }
-  int whole = digits.empty() ? 0 : std::stoi(std::string(digits));
+  int whole = 0;
+  std::from_chars(digits.data(), digits.data() + digits.size(), whole);
   whole += rounds_away(whole, decimals) ? 1 : 0;
   const int id = negative ? -whole : whole;
   if (id < Limits::min() || id > Limits::max()) {

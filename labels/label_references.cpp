@@ -1,9 +1,7 @@
 #include "labels/label_references.h"
 
-#include <cstddef>
-#include <optional>
+#include <algorithm>
 #include <utility>
-#include <vector>
 
 #include "labels/label_id.h"
 
@@ -12,110 +10,127 @@ namespace {
 
 constexpr auto npos = std::string_view::npos;
 
-/// One walk over a text. All positions are multiples of the encoding's code unit.
-class Substitution {
- public:
-  /// `marker` and `end_of_id` are what a reference begins and ends with, in the encoding.
-  Substitution(std::string_view text, const LoadedLabels& labels, const TextEncoding& encoding,
-               std::string marker, std::string end_of_id)
-      : text_(text),
-        labels_(labels),
-        encoding_(encoding),
-        unit_(encoding.unit()),
-        marker_(std::move(marker)),
-        end_of_id_(std::move(end_of_id)),
-        low_byte_first_(marker_.front() == '$'),
-        encoded_(labels.LabelTable.size()) {}
-
-  std::string run() {
-    // Labels are longer than their references. Memory that is not needed is never touched.
-    result_.reserve(2 * text_.size());
-    auto marker = find_on_unit(text_, marker_, 0, unit_);
-    result_.append(text_.substr(0, marker));
-    while (marker != npos) {
-      const auto begin = marker + marker_.size();
-      marker = find_on_unit(text_, marker_, begin, unit_);
-      append_piece(text_.substr(begin, marker == npos ? npos : marker - begin));
-    }
-    return resolved_ ? std::move(result_) : std::string(no_reference_resolved);
-  }
-
- private:
-  void append_piece(std::string_view piece) {
-    const auto end = find_on_unit(piece, end_of_id_, 0, unit_);
-    const auto id = end == npos ? std::nullopt : id_of(piece.substr(0, end));
-    if (!id) {
-      result_.append(marker_).append(piece);
-      return;
-    }
-    append_label(*id);
-    result_.append(piece.substr(end + end_of_id_.size()));
-  }
-
-  std::optional<std::int16_t> id_of(std::string_view bytes) const {
-    if (unit_ == 1) {
-      return label_id(bytes);
-    }
-    std::string ascii;
-    for (std::size_t i = 0; i + 1 < bytes.size(); i += unit_) {
-      const char low = bytes[low_byte_first_ ? i : i + 1];
-      const char high = bytes[low_byte_first_ ? i + 1 : i];
-      if (high != 0) {
-        return std::nullopt;
-      }
-      ascii += low;
-    }
-    return label_id(ascii);
-  }
-
-  void append_label(std::int16_t id) {
-    if (!labels_.in_range(id)) {
-      append_unknown(id);
-      return;
-    }
-    resolved_ = true;
-    const auto index = labels_.index_of(id);
-    const auto& label = labels_.LabelTable.at(index);
-    if (label.find_first_not_of(' ') == npos) {
-      append_unknown(id);
-      return;
-    }
-    auto& encoded = encoded_.at(index);
-    if (!encoded) {
-      encoded = encoding_.encode_with_references(label);
-    }
-    result_.append(*encoded);
-  }
-
-  void append_unknown(std::int16_t id) {
-    result_.append(encoding_.encode_with_references("Unknown" + std::to_string(id)));
-  }
-
-  std::string_view text_;
-  const LoadedLabels& labels_;
-  const TextEncoding& encoding_;
-  std::size_t unit_;
-  std::string marker_;
-  std::string end_of_id_;
-  bool low_byte_first_;
-  /// Each label is brought into the encoding once, however often it is used.
-  std::vector<std::optional<std::string>> encoded_;
-  std::string result_;
-  bool resolved_ = false;
-};
+/// Whether label_id may accept a text with this character.
+constexpr bool may_stand_in_number(char character) {
+  return (character >= '0' && character <= '9') || character == ' ' || character == '-' ||
+         character == '+' || character == '.';
+}
 
 }  // namespace
 
-std::string SubstituteLabelReferences(std::string_view text, const LoadedLabels& labels,
-                                      const TextEncoding& encoding) {
+LabelSubstitution::LabelSubstitution(const LoadedLabels& labels, const TextEncoding& encoding)
+    : labels_(labels),
+      encoding_(encoding),
+      unit_(encoding.unit()),
+      encoded_(labels.LabelTable.size()) {
   auto marker = encoding.encode("$##");
   auto end_of_id = encoding.encode("%");
-  if (!marker || !end_of_id) {
-    // National variants of ASCII have other characters in these places: no reference can be
-    // written.
-    return std::string(no_reference_resolved);
+  // National variants of ASCII have other characters in these places.
+  if (marker && end_of_id) {
+    low_byte_first_ = marker->front() == '$';
+    marker_ = std::move(*marker);
+    end_of_id_ = std::move(*end_of_id);
   }
-  return Substitution(text, labels, encoding, std::move(*marker), std::move(*end_of_id)).run();
+}
+
+std::size_t LabelSubstitution::take(std::string_view bytes, bool is_last, std::string& result) {
+  const auto result_begin = result.size();
+  std::size_t taken = 0;
+  for (auto marker = find_marker(bytes, 0); marker != npos; marker = find_marker(bytes, taken)) {
+    const auto number = marker + marker_.size();
+    const auto end = end_of_number(bytes, number);
+    if (!is_last && bytes.size() - end < end_of_id_.size()) {
+      result.append(bytes, taken, marker - taken);
+      return marker;
+    }
+    const bool has_end = bytes.substr(end, end_of_id_.size()) == end_of_id_;
+    const auto id = has_end ? id_of(bytes.substr(number, end - number)) : std::nullopt;
+    result.append(bytes, taken, (id ? marker : number) - taken);
+    taken = number;
+    if (id) {
+      append_label(*id, result);
+      taken = end + end_of_id_.size();
+    }
+    if (result.size() - result_begin >= enough) {
+      return taken;
+    }
+  }
+  // A marker may have begun at the end.
+  const auto kept = is_last || marker_.empty() ? 0 : marker_.size() - 1;
+  auto end = std::max(bytes.size(), taken + kept) - kept;
+  end -= is_last ? 0 : end % unit_;
+  result.append(bytes, taken, end - taken);
+  return end;
+}
+
+std::size_t LabelSubstitution::find_marker(std::string_view bytes, std::size_t start) const {
+  if (marker_.empty()) {
+    return npos;
+  }
+  // Single bytes are found by their first one, which is rare.
+  return unit_ == 1 ? bytes.find(marker_, start) : find_on_unit(bytes, marker_, start, unit_);
+}
+
+/// The end of what may be a number at a place, which is all of it that may be an ID.
+std::size_t LabelSubstitution::end_of_number(std::string_view bytes, std::size_t at) const {
+  while (at + unit_ <= bytes.size() && may_stand_in_number(ascii_at(bytes, at))) {
+    at += unit_;
+  }
+  return at;
+}
+
+/// The character at a place; NUL for one that is not ASCII.
+char LabelSubstitution::ascii_at(std::string_view bytes, std::size_t at) const {
+  if (unit_ == 1) {
+    return bytes[at];
+  }
+  const char low = bytes[low_byte_first_ ? at : at + 1];
+  const char high = bytes[low_byte_first_ ? at + 1 : at];
+  return high == 0 ? low : '\0';
+}
+
+std::optional<std::int16_t> LabelSubstitution::id_of(std::string_view number) const {
+  if (unit_ == 1) {
+    return label_id(number);
+  }
+  std::string ascii;
+  for (std::size_t at = 0; at < number.size(); at += unit_) {
+    ascii += ascii_at(number, at);
+  }
+  return label_id(ascii);
+}
+
+void LabelSubstitution::append_label(std::int16_t id, std::string& result) {
+  if (!labels_.in_range(id)) {
+    result.append(text_of(id));
+    return;
+  }
+  resolved_ = true;
+  auto& encoded = encoded_.at(labels_.index_of(id));
+  if (!encoded) {
+    encoded = text_of(id);
+  }
+  result.append(*encoded);
+}
+
+std::string LabelSubstitution::text_of(std::int16_t id) const {
+  if (labels_.in_range(id)) {
+    const auto& label = labels_.LabelTable.at(labels_.index_of(id));
+    if (label.find_first_not_of(' ') != npos) {
+      return encoding_.encode_with_references(label);
+    }
+  }
+  return encoding_.encode_with_references("Unknown" + std::to_string(id));
+}
+
+std::string SubstituteLabelReferences(std::string_view text, const LoadedLabels& labels,
+                                      const TextEncoding& encoding) {
+  LabelSubstitution substitution(labels, encoding);
+  std::string result;
+  while (!text.empty()) {
+    text.remove_prefix(substitution.take(text, true, result));
+  }
+  return substitution.resolved() ? result : std::string(no_reference_resolved);
 }
 
 std::string SubstituteLabelReferences(std::string_view text, const LoadedLabels& labels) {

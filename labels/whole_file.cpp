@@ -5,11 +5,9 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <filesystem>
 #include <system_error>
 #include <utility>
 
-#include "engine/document_files.h"
 #include "engine/olap_model/import_error.h"
 #include "labels/labels_connection.h"
 
@@ -19,61 +17,6 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr mode_t everyone_may_read_and_write = 0666;  // less what the umask takes away
-
-[[noreturn]] void fail(const std::string& action, const std::string& path,
-                       const std::string& reason) {
-  throw ImportError("Cannot " + action + " '" + path + "': " + reason,
-                    error_source::labels_database);
-}
-
-/// A fresh file in a folder; removed with this object unless it has got its name.
-class FileBeside {
- public:
-  FileBeside(const fs::path& folder, const std::string& for_path) : for_path_(for_path) {
-    int number = -1;
-    for (int attempt = 0; number < 0; ++attempt) {
-      name_ = folder / (".importkcd-" + std::to_string(getpid()) + "-" + std::to_string(attempt));
-      number = ::open(name_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC,
-                      everyone_may_read_and_write);
-      if (number < 0 && errno != EEXIST) {
-        fail("write", for_path_, system_description(errno));
-      }
-    }
-    number_ = number;
-  }
-  ~FileBeside() {
-    if (!name_.empty()) {
-      ::unlink(name_.c_str());
-    }
-  }
-  FileBeside(const FileBeside&) = delete;
-  FileBeside& operator=(const FileBeside&) = delete;
-
-  void write(std::string_view bytes) {
-    FileWriter writer{FileDescriptor(std::exchange(number_, -1))};
-    writer.append(bytes);
-    writer.close();
-    if (writer.failed()) {
-      fail("write", for_path_, writer.error());
-    }
-  }
-
-  void rename_to(const fs::path& path) {
-    struct stat former {};
-    if (::stat(path.c_str(), &former) == 0) {
-      ::chmod(name_.c_str(), former.st_mode & 07777U);
-    }
-    if (::rename(name_.c_str(), path.c_str()) != 0) {
-      fail("write", for_path_, system_description(errno));
-    }
-    name_.clear();
-  }
-
- private:
-  const std::string& for_path_;
-  fs::path name_;
-  int number_ = -1;
-};
 
 /// Where the bytes belong: the file behind a symbolic link, else the path itself.
 fs::path target_of(const std::string& path) {
@@ -87,29 +30,54 @@ fs::path target_of(const std::string& path) {
 
 }  // namespace
 
-std::string read_whole_file(const std::string& path) {
-  try {
-    std::string text;
-    std::error_code ignored;
-    const auto size = fs::file_size(path, ignored);
-    text.reserve(ignored ? 0 : size);
-    FileReader reader(path);
-    for (auto window = reader.window(1); !window.empty(); window = reader.window(1)) {
-      text.append(window);
-      reader.skip(window.size());
+WholeFile::WholeFile(std::string path) : path_(std::move(path)), target_(target_of(path_)) {
+  const auto folder = target_.has_parent_path() ? target_.parent_path() : fs::path(".");
+  int number = -1;
+  for (int attempt = 0; number < 0 && error_number_ == 0; ++attempt) {
+    auto name = folder / (".importkcd-" + std::to_string(getpid()) + "-" + std::to_string(attempt));
+    number =
+        ::open(name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, everyone_may_read_and_write);
+    if (number >= 0) {
+      writer_.emplace(FileDescriptor(number));
+      beside_ = std::move(name);
+    } else if (errno != EEXIST) {
+      error_number_ = errno;
     }
-    return text;
-  } catch (const ImportError& error) {
-    fail("read", path, error.description());
   }
 }
 
-void write_whole_file(const std::string& path, std::string_view bytes) {
-  const auto target = target_of(path);
-  const auto folder = target.parent_path();
-  FileBeside beside(folder.empty() ? fs::path(".") : folder, path);
-  beside.write(bytes);
-  beside.rename_to(target);
+WholeFile::~WholeFile() {
+  if (!beside_.empty()) {
+    ::unlink(beside_.c_str());
+  }
+}
+
+void WholeFile::append(std::string_view bytes) {
+  if (writer_) {
+    writer_->append(bytes);
+  }
+}
+
+void WholeFile::finish() {
+  if (!writer_) {
+    fail(system_description(error_number_));
+  }
+  writer_->close();
+  if (writer_->failed()) {
+    fail(writer_->error());
+  }
+  struct stat former {};
+  if (::stat(target_.c_str(), &former) == 0) {
+    ::chmod(beside_.c_str(), former.st_mode & 07777U);
+  }
+  if (::rename(beside_.c_str(), target_.c_str()) != 0) {
+    fail(system_description(errno));
+  }
+  beside_.clear();
+}
+
+void WholeFile::fail(const std::string& reason) const {
+  throw ImportError("Cannot write '" + path_ + "': " + reason, error_source::labels_database);
 }
 
 }  // namespace importkcd

@@ -62,9 +62,16 @@ class KciConversionTest : public ::testing::Test {
   /// A conversion that fails with these messages and leaves no file.
   void expect_refusal(const std::vector<std::string>& messages) {
     view.messages.clear();
+    const auto before = entries();
     EXPECT_EQ(convert(), "");
     EXPECT_EQ(view.messages, messages);
     EXPECT_FALSE(fs::exists(folder.file("sales.kcd")));
+    EXPECT_EQ(entries(), before);
+  }
+
+  std::size_t entries() const {
+    const auto all = fs::recursive_directory_iterator(folder.path());
+    return static_cast<std::size_t>(std::distance(fs::begin(all), fs::end(all)));
   }
 
   testing::TemporaryFolder folder;
@@ -166,11 +173,13 @@ TEST_F(KciConversionTest, AnExistingDocumentIsReplacedOnlyAfterYes) {
   connect();
   const auto kcd = folder.write("sales.kcd", "precious");
   view.answer = false;
+  const auto before = entries();
   EXPECT_EQ(convert(), "");
   EXPECT_THAT(view.questions,
               ElementsAre("Create KCD file: File " + kcd + " already exists; overwrite ?"));
   EXPECT_THAT(view.messages, IsEmpty());
   EXPECT_EQ(read_file(kcd), "precious");
+  EXPECT_EQ(entries(), before);
   view.answer = true;
   EXPECT_EQ(convert(), kcd);
   EXPECT_EQ(read_file(kcd), "<database guid='{GUID-2}' name='Year'/>\n");
@@ -189,6 +198,45 @@ TEST_F(KciConversionTest, AFailureOfWritingEndsWithItsDescription) {
   use_kci("<database guid='{GUID-1}'>$##1%</database>", "x.kci/sales.kci");
   expect_refusal(
       {"Cannot write '" + folder.file("x.kcd/sales.kcd") + "': No such file or directory"});
+}
+
+TEST_F(KciConversionTest, OfSeveralFailuresThatOfWritingComesLast) {
+  connect();
+  fs::create_directory(folder.file("x.kci"));
+  use_kci("<database guid='{GUID-1}'>$##40000%</database>", "x.kci/sales.kci");
+  expect_refusal({"Label ID 40000 is out of range (-32768 to 32767)"});
+  use_kci("<database guid='{GUID-1}'/>", "x.kci/sales.kci");
+  expect_refusal({"No matching labels found in the chosen language"});
+}
+
+TEST_F(KciConversionTest, AFailureOfReadingEndsWithItsDescription) {
+  const auto kci = view.fields.kci_filename;
+  LabelsAccess late(view, [&](const LabelsLogin& login) {
+    // The check has read the file by now.
+    fs::remove(kci);
+    return open_labels_connection(login);
+  });
+  EXPECT_EQ(KciConversion(late, view).ConvertKciToKcd(), "");
+  EXPECT_THAT(view.messages, ElementsAre("Cannot read '" + kci + "': No such file or directory"));
+  EXPECT_FALSE(fs::exists(folder.file("sales.kcd")));
+}
+
+TEST_F(KciConversionTest, LongFilesAreConvertedWhole) {
+  connect();
+  const std::string beginning = "<database guid='{GUID-1}'>";
+  std::string text = beginning;
+  std::string result = beginning;
+  for (int i = 0; text.size() < 500'000; ++i) {
+    const auto between = std::string(static_cast<std::size_t>(i % 50), ' ') + "$##x";
+    text += between + "$##000001%";
+    result += between + "Year";
+  }
+  // A number that is longer than what is read at once.
+  const std::string zeros(300'000, '0');
+  use_kci(text + "$##" + zeros + "3%$##" + zeros + "</database>");
+  ASSERT_NE(convert(), "");
+  EXPECT_EQ(read_file(folder.file("sales.kcd")),
+            result + "Men@#$%s w&#60;ea&#62;r$##" + zeros + "</database>\n");
 }
 
 TEST_F(KciConversionTest, WithoutALanguageTheLoadedTableIsUsed) {

@@ -130,6 +130,65 @@ TEST(LabelReferences, Utf16TextsWorkInBothOrders) {
   }
 }
 
+/// A text that comes in windows which first show `size` bytes, and grow when they do not suffice.
+std::string substituted_in_windows(std::string_view text, std::size_t size,
+                                   const TextEncoding& encoding) {
+  LabelSubstitution substitution(labels, encoding);
+  std::string result;
+  auto shown = size;
+  while (!text.empty()) {
+    const auto window = text.substr(0, shown);
+    const auto taken = substitution.take(window, shown > text.size(), result);
+    EXPECT_LE(taken, window.size());
+    shown = taken == 0 ? shown + 1 : size;
+    text.remove_prefix(taken);
+  }
+  return substitution.resolved() ? result : "ERROR";
+}
+
+TEST(LabelReferences, ATextMayComeInPieces) {
+  const std::string text = "a$##12%b$##x%$##99%$$##1%$##-5.25 $##1$##+0004.4 %%$##";
+  const std::string result = "aYearb$##x%Unknown99$One$##-5.25 $##1Four%$##";
+  for (std::size_t size = 1; size < 2 * text.size() + 4; ++size) {
+    EXPECT_EQ(substituted_in_windows(text, size, TextEncoding::of_first_bytes(text)), result);
+    for (const bool low_first : {true, false}) {
+      const auto bytes = utf16(text, low_first);
+      EXPECT_EQ(substituted_in_windows(bytes, size, TextEncoding::of_first_bytes(bytes)),
+                utf16(result, low_first));
+      EXPECT_EQ(substituted_in_windows(bytes + "$", size, TextEncoding::of_first_bytes(bytes)),
+                utf16(result, low_first) + "$");
+    }
+  }
+}
+
+TEST(LabelReferences, OnlyWhatMayBecomeAReferenceIsLeftForLater) {
+  const auto utf8 = TextEncoding::of_first_bytes({});
+  LabelSubstitution substitution(labels, utf8);
+  std::string result;
+  EXPECT_EQ(substitution.take("abc$#", false, result), 3U);
+  EXPECT_EQ(substitution.take("$##12", false, result), 0U);
+  EXPECT_EQ(substitution.take("$##12x", false, result), 4U);
+  EXPECT_EQ(result, "abc$##1");
+  EXPECT_FALSE(substitution.resolved());
+  EXPECT_EQ(substitution.take("$##12%", false, result), 6U);
+  EXPECT_EQ(result, "abc$##1Year");
+  EXPECT_TRUE(substitution.resolved());
+}
+
+TEST(LabelReferences, ACallEndsWhenItsResultIsLong) {
+  const auto long_labels = labels_of({{1, std::string(10'000, 'x')}});
+  const auto utf8 = TextEncoding::of_first_bytes({});
+  LabelSubstitution substitution(long_labels, utf8);
+  std::string text;
+  for (int i = 0; i < 100; ++i) {
+    text += "$##1%";
+  }
+  std::string result = "former";
+  EXPECT_EQ(substitution.take(text, true, result), 27 * 5U);
+  EXPECT_EQ(result.size(), 270'006U);
+  EXPECT_EQ(SubstituteLabelReferences(text, long_labels), std::string(1'000'000, 'x'));
+}
+
 TEST(LabelReferences, LabelsAreBroughtIntoTheEncodingOfTheText) {
   const auto accents = labels_of({{1, "Été"}, {2, "€ 日"}});
   auto windows = TextEncoding::of_first_bytes("<?x");

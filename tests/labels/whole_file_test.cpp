@@ -26,7 +26,13 @@ std::string failure_of(Action action) {
   return "none";
 }
 
-class WholeFile : public ::testing::Test {
+void write_whole_file(const std::string& path, std::string_view bytes) {
+  WholeFile file(path);
+  file.append(bytes);
+  file.finish();
+}
+
+class WholeFileTest : public ::testing::Test {
  protected:
   std::size_t entries() const {
     const auto all = fs::directory_iterator(folder.path());
@@ -36,21 +42,7 @@ class WholeFile : public ::testing::Test {
   testing::TemporaryFolder folder;
 };
 
-TEST_F(WholeFile, ReadsAllBytes) {
-  std::string bytes = std::string("a\0b\r\n", 5);
-  bytes += std::string(1'000'000, 'x');
-  EXPECT_EQ(read_whole_file(folder.write("f", bytes)), bytes);
-  EXPECT_EQ(read_whole_file(folder.write("empty", "")), "");
-}
-
-TEST_F(WholeFile, AFailureOfReadingNamesTheFile) {
-  EXPECT_EQ(failure_of([&] { read_whole_file(folder.file("none")); }),
-            "Cannot read '" + folder.file("none") + "': No such file or directory");
-  EXPECT_EQ(failure_of([&] { read_whole_file(folder.path().string()); }),
-            "Cannot read '" + folder.path().string() + "': Is a directory");
-}
-
-TEST_F(WholeFile, WritesAndReplaces) {
+TEST_F(WholeFileTest, WritesAndReplaces) {
   const auto path = folder.file("f");
   write_whole_file(path, "first");
   EXPECT_EQ(testing::read_file(path), "first");
@@ -61,7 +53,30 @@ TEST_F(WholeFile, WritesAndReplaces) {
   EXPECT_EQ(entries(), 1U);
 }
 
-TEST_F(WholeFile, ASymbolicLinkStaysOne) {
+TEST_F(WholeFileTest, ShowsNothingBeforeItIsFinished) {
+  const auto path = folder.write("f", "former");
+  {
+    WholeFile file(path);
+    file.append(std::string(1'000'000, 'x'));
+    EXPECT_EQ(testing::read_file(path), "former");
+    EXPECT_EQ(entries(), 2U);
+  }
+  EXPECT_EQ(testing::read_file(path), "former");
+  EXPECT_EQ(entries(), 1U);
+}
+
+TEST_F(WholeFileTest, TwoOfThemInOneFolderDoNotMeet) {
+  WholeFile first(folder.file("1"));
+  WholeFile second(folder.file("2"));
+  first.append("first");
+  second.append("second");
+  second.finish();
+  first.finish();
+  EXPECT_EQ(testing::read_file(folder.file("1")), "first");
+  EXPECT_EQ(testing::read_file(folder.file("2")), "second");
+}
+
+TEST_F(WholeFileTest, ASymbolicLinkStaysOne) {
   fs::create_directory(folder.file("elsewhere"));
   const auto real = folder.write("elsewhere/real", "old");
   fs::create_symlink(real, folder.file("link"));
@@ -70,7 +85,7 @@ TEST_F(WholeFile, ASymbolicLinkStaysOne) {
   EXPECT_EQ(testing::read_file(real), "new");
 }
 
-TEST_F(WholeFile, AFailureOfWritingNamesTheFileAndLeavesNothing) {
+TEST_F(WholeFileTest, AFailureOfWritingNamesTheFileAndLeavesNothing) {
   const auto nowhere = folder.file("none/f");
   EXPECT_EQ(failure_of([&] { write_whole_file(nowhere, "x"); }),
             "Cannot write '" + nowhere + "': No such file or directory");
@@ -80,7 +95,7 @@ TEST_F(WholeFile, AFailureOfWritingNamesTheFileAndLeavesNothing) {
   EXPECT_EQ(entries(), 1U);
 }
 
-TEST_F(WholeFile, AFullDiskLeavesTheFormerFile) {
+TEST_F(WholeFileTest, AFullDiskLeavesTheFormerFile) {
   const auto path = folder.write("f", "former");
   rlimit former{};
   ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &former), 0);

@@ -156,7 +156,7 @@ void check(std::string_view text, const LoadedLabels& labels, const TextEncoding
       return;
     }
   }
-  for (const std::size_t size : {1, 2, 7, 64}) {
+  for (const std::size_t size : {1U, 2U, 7U, 64U}) {
     require(result == result_in_windows(text, size, labels, encoding));
   }
   if (!encoding.encode("$##%")) {

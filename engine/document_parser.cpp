@@ -51,6 +51,14 @@ std::string one_line(std::string text) {
   return text;
 }
 
+/// Messages about wrong bytes end with four of the document, which may be part of a password.
+std::string without_bytes(std::string message) {
+  for (const auto* const excerpt : {" Bytes: ", ", bytes "}) {
+    message.resize(std::min(message.find(excerpt), message.size()));
+  }
+  return message;
+}
+
 /// The parse of one file. The library calls its static functions; none of them lets an exception
 /// out. After the first failure the file seems to end, which ends the parse soon.
 class DocumentParse {
@@ -389,7 +397,8 @@ void DocumentParse::error_reported(void* context, xmlError* error) {
         self(context).fail("CData section not finished");
         break;
       default:
-        self(context).fail(one_line(error->message == nullptr ? "unknown error" : error->message));
+        self(context).fail(
+            without_bytes(one_line(error->message == nullptr ? "unknown error" : error->message)));
     }
   });
 }

@@ -34,13 +34,13 @@ class ScopedMask {
   mode_t former_;
 };
 
-/// Passwords are made of letters of which three are enough to be found.
+/// Passwords are made of letters of which three are enough to be found, or one byte by its number.
 class KcdSecrets : public KcdTest {
  protected:
   /// Runs `kcd` and looks for the password in everything that it says.
   ProcessResult silent(std::vector<std::string> arguments) {
     auto result = kcd(std::move(arguments));
-    for (const auto* piece : {"geh", "hei", "eim"}) {
+    for (const auto* piece : {"geh", "hei", "eim", "0x65"}) {
       EXPECT_THAT(result.output, Not(HasSubstr(piece)));
       EXPECT_THAT(result.errors, Not(HasSubstr(piece)));
     }
@@ -120,7 +120,8 @@ TEST_F(KcdSecrets, ABrokenDocumentIsToldWithoutItsPassword) {
   for (const std::string text :
        {"Password=a&geheim;b", "Password=a&geheim", "Password=&#geheim;", "Password=<geheim",
         "Password=\"geheim\"", "Password=\" geheim\"", "Password=\" geheim ", "Password=geheim\x01",
-        "Password=geheim\xFF", "Password=&quot;geheim\" x:a='1' x:a='1' b=\""}) {
+        "Password=geheim\xFF", "Password=\xFFgeheim",
+        "Password=&quot;geheim\" x:a='1' x:a='1' b=\""}) {
     silent_failure({"import", with_connection_string(text)}, "Cannot open kcd document file ");
   }
   const auto whole = read_file(whole_with_password());

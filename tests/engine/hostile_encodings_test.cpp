@@ -81,16 +81,14 @@ TEST_F(HostileEncodings, Utf16IsReadWithAMarkAndWithoutOne) {
        unreadable("line 1, column 54: attributes construct error")},
       {"lone first surrogate",
        mark_low + low(document("", "~")).replace(low(document("", "~")).find('~'), 2, "\x3D\xD8"),
-       unreadable("line 1, column 1: input conversion failed due to input error, bytes 0x3D 0xD8 "
-                  "0x22 0x00")},
+       unreadable("line 1, column 1: input conversion failed due to input error")},
       {"lone second surrogate",
        mark_low + low(document("", "~")).replace(low(document("", "~")).find('~'), 2, "\x00\xDE"s),
        unreadable("line 1, column 52: Char 0xDE00 out of allowed range")},
       {"surrogates in the wrong order",
        mark_low +
            low(document("", "~")).replace(low(document("", "~")).find('~'), 2, "\x00\xDE\x3D\xD8"s),
-       unreadable("line 1, column 1: input conversion failed due to input error, bytes 0x3D 0xD8 "
-                  "0x22 0x00")},
+       unreadable("line 1, column 1: input conversion failed due to input error")},
       {"surrogates in the right order",
        mark_low +
            low(document("", "~")).replace(low(document("", "~")).find('~'), 2, "\x3D\xD8\x00\xDE"s),
@@ -105,29 +103,21 @@ TEST_F(HostileEncodings, Utf16IsReadWithAMarkAndWithoutOne) {
 TEST_F(HostileEncodings, BytesThatAreNoUtf8AreNotRead) {
   expect_all({
       {"lone byte", document("", "\xE4 x"),
-       unreadable("line 1, column 52: Input is not proper UTF-8, indicate encoding ! Bytes: 0xE4 "
-                  "0x20 0x78 0x22")},
+       unreadable("line 1, column 52: Input is not proper UTF-8, indicate encoding !")},
       {"lone byte, declared", document("UTF-8", "\xE4 x"),
-       unreadable("line 2, column 52: Input is not proper UTF-8, indicate encoding ! Bytes: 0xE4 "
-                  "0x20 0x78 0x22")},
+       unreadable("line 2, column 52: Input is not proper UTF-8, indicate encoding !")},
       {"lone byte behind a mark", mark8 + document("", "\xE4 x"),
-       unreadable("line 1, column 52: Input is not proper UTF-8, indicate encoding ! Bytes: 0xE4 "
-                  "0x20 0x78 0x22")},
+       unreadable("line 1, column 52: Input is not proper UTF-8, indicate encoding !")},
       {"cut-off character", document("", "\xE2\x82"),
-       unreadable("line 1, column 52: Input is not proper UTF-8, indicate encoding ! Bytes: 0xE2 "
-                  "0x82 0x22 0x2F")},
+       unreadable("line 1, column 52: Input is not proper UTF-8, indicate encoding !")},
       {"continuation only", document("", "\x80"),
-       unreadable("line 1, column 52: Input is not proper UTF-8, indicate encoding ! Bytes: 0x80 "
-                  "0x22 0x2F 0x3E")},
+       unreadable("line 1, column 52: Input is not proper UTF-8, indicate encoding !")},
       {"overlong slash", document("", "\xC0\xAF"),
-       unreadable("line 1, column 52: Input is not proper UTF-8, indicate encoding ! Bytes: 0xC0 "
-                  "0xAF 0x22 0x2F")},
+       unreadable("line 1, column 52: Input is not proper UTF-8, indicate encoding !")},
       {"overlong less-than", document("", "\xE0\x80\xBC"),
-       unreadable("line 1, column 52: Input is not proper UTF-8, indicate encoding ! Bytes: 0xE0 "
-                  "0x80 0xBC 0x22")},
+       unreadable("line 1, column 52: Input is not proper UTF-8, indicate encoding !")},
       {"overlong NUL", document("", "\xC0\x80"),
-       unreadable("line 1, column 52: Input is not proper UTF-8, indicate encoding ! Bytes: 0xC0 "
-                  "0x80 0x22 0x2F")},
+       unreadable("line 1, column 52: Input is not proper UTF-8, indicate encoding !")},
       {"surrogate", document("", "\xED\xA0\x80"),
        unreadable("line 1, column 52: Char 0xD800 out of allowed range")},
       {"pair of surrogates", document("", "\xED\xA0\xBD\xED\xB8\x80"),
@@ -135,20 +125,15 @@ TEST_F(HostileEncodings, BytesThatAreNoUtf8AreNotRead) {
       {"beyond Unicode", document("", "\xF4\x90\x80\x80"),
        unreadable("line 1, column 52: Char 0x110000 out of allowed range")},
       {"five bytes", document("", "\xF8\x88\x80\x80\x80"),
-       unreadable("line 1, column 52: Input is not proper UTF-8, indicate encoding ! Bytes: 0xF8 "
-                  "0x88 0x80 0x80")},
+       unreadable("line 1, column 52: Input is not proper UTF-8, indicate encoding !")},
       {"byte FF", document("", "\xFF"),
-       unreadable("line 1, column 52: Input is not proper UTF-8, indicate encoding ! Bytes: 0xFF "
-                  "0x22 0x2F 0x3E")},
+       unreadable("line 1, column 52: Input is not proper UTF-8, indicate encoding !")},
       {"in a tag", "<d\xE4/>",
-       unreadable("line 1, column 3: Input is not proper UTF-8, indicate encoding ! Bytes: 0xE4 "
-                  "0x2F 0x3E 0x0A")},
+       unreadable("line 1, column 3: Input is not proper UTF-8, indicate encoding !")},
       {"in a comment", "<!-- \xE4 -->" + document(""),
-       unreadable("line 1, column 6: Input is not proper UTF-8, indicate encoding ! Bytes: 0xE4 "
-                  "0x20 0x2D 0x2D")},
+       unreadable("line 1, column 6: Input is not proper UTF-8, indicate encoding !")},
       {"in text", "<a>\xE4</a>",
-       unreadable("line 1, column 4: Input is not proper UTF-8, indicate encoding ! Bytes: 0xE4 "
-                  "0x3C 0x2F 0x61")},
+       unreadable("line 1, column 4: Input is not proper UTF-8, indicate encoding !")},
       {"at the very end", "<a/>\xC3",
        unreadable("line 1, column 5: Extra content at the end of the document")},
       {"mark twice", mark8 + mark8 + document(""),
@@ -167,30 +152,23 @@ TEST_F(HostileEncodings, ADeclaredEncodingMustBeKnownAndRight) {
       {"windows-1252", document("windows-1252", "\x80\xE9"), "", "",
        "database | D | \xE2\x82\xAC\xC3\xA9\n"},
       {"windows-1252 byte 81", document("windows-1252", "\x81 x"),
-       unreadable("line 1, column 44: input conversion failed due to input error, bytes 0x81 0x20 "
-                  "0x78 0x22")},
+       unreadable("line 1, column 44: input conversion failed due to input error")},
       {"windows-1252 byte 8D", document("windows-1252", "\x8D x"),
-       unreadable("line 1, column 44: input conversion failed due to input error, bytes 0x8D 0x20 "
-                  "0x78 0x22")},
+       unreadable("line 1, column 44: input conversion failed due to input error")},
       {"windows-1252 byte 8F", document("windows-1252", "\x8F x"),
-       unreadable("line 1, column 44: input conversion failed due to input error, bytes 0x8F 0x20 "
-                  "0x78 0x22")},
+       unreadable("line 1, column 44: input conversion failed due to input error")},
       {"windows-1252 byte 90", document("windows-1252", "\x90 x"),
-       unreadable("line 1, column 44: input conversion failed due to input error, bytes 0x90 0x20 "
-                  "0x78 0x22")},
+       unreadable("line 1, column 44: input conversion failed due to input error")},
       {"windows-1252 byte 9D", document("windows-1252", "\x9D x"),
-       unreadable("line 1, column 44: input conversion failed due to input error, bytes 0x9D 0x20 "
-                  "0x78 0x22")},
+       unreadable("line 1, column 44: input conversion failed due to input error")},
       {"ISO-8859-1 byte 81", document("ISO-8859-1", "\x81"), "", "", "database | D | \xC2\x81\n"},
       {"US-ASCII with a foreign byte", document("US-ASCII", "\xE4 x"),
        unreadable("line 2, column 52: AttValue: ' expected")},
       {"Shift_JIS cut off", document("Shift_JIS", "\x83"),
-       unreadable("line 1, column 41: input conversion failed due to input error, bytes 0x83 0x22 "
-                  "0x2F 0x3E")},
+       unreadable("line 1, column 41: input conversion failed due to input error")},
       {"GB18030", document("GB18030", "\xA8\xA6"), "", "", "database | D | \xC3\xA9\n"},
       {"GB18030 beyond Unicode", document("GB18030", "\xFE\x39\xFE\x39"),
-       unreadable("line 1, column 39: input conversion failed due to input error, bytes 0xFE 0x39 "
-                  "0xFE 0x39")},
+       unreadable("line 1, column 39: input conversion failed due to input error")},
       {"UTF-8 in capitals and small letters", document("uTf-8", "\xC3\xA9"), "", "",
        "database | D | \xC3\xA9\n"},
       {"unknown name", document("klingon"),
@@ -224,8 +202,7 @@ TEST_F(HostileEncodings, ADeclaredEncodingMustBeKnownAndRight) {
 TEST_F(HostileEncodings, FourBytesACharacterAndEbcdicAreNotRead) {
   expect_all({
       {"UTF-32, low byte first", four_bytes(document("")),
-       unreadable("line 1, column 1: input conversion failed due to input error, bytes 0x64 0x00 "
-                  "0x00 0x00")},
+       unreadable("line 1, column 1: input conversion failed due to input error")},
       {"UTF-32, with a mark", "\xFF\xFE\0\0"s + four_bytes(document("")),
        unreadable("line 1, column 1: Document is empty")},
       {"UTF-32, high byte first", "\0\0\0"s + four_bytes(document("")), "", "", stored_root},
@@ -243,11 +220,9 @@ TEST_F(HostileEncodings, AWrongByteBehindTheRootIsSeen) {
       {"US-ASCII", document("US-ASCII") + "\xE4",
        unreadable("line 3, column 1: characters after the end of the document")},
       {"windows-1252", document("windows-1252") + "\x81   ",
-       unreadable("line 1, column 44: input conversion failed due to input error, bytes 0x81 0x20 "
-                  "0x20 0x20")},
+       unreadable("line 1, column 44: input conversion failed due to input error")},
       {"half a character of UTF-16", mark_low + low(document("")) + "\x3D\xD8",
-       unreadable("line 1, column 1: input conversion failed due to input error, bytes 0x3D 0xD8 "
-                  "0x0A 0x00")},
+       unreadable("line 1, column 1: input conversion failed due to input error")},
   });
 }
 
@@ -267,7 +242,7 @@ TEST_F(HostileEncodings, ThePatternIsTakenAsItStands) {
                      unreadable("line 1, column 53: attributes construct error")});
   expect_with("\xFF", {"no UTF-8", document("", "~"),
                        unreadable("line 1, column 52: Input is not proper UTF-8, indicate encoding "
-                                  "! Bytes: 0xFF 0x22 0x2F 0x3E")});
+                                  "!")});
   expect_with("\xFF", {"no UTF-8 in another encoding", document("windows-1252", "~"), "", "",
                        "database | D | \xEF\xBF\xBD\n"});
   expect_with("\0"s, {"NUL", document("", "~"),

@@ -243,11 +243,9 @@ TEST_F(KcdDocumentErrors, TellPlaceAndReason) {
        "line 1, column 39: Unsupported encoding klingon"},
       {"<?xml version='1.0' encoding='UTF-16'?><a/>",
        "line 1, column 38: Document labelled UTF-16 but has UTF-8 content"},
-      {"<a b='\xE4 b'/>",
-       "line 1, column 7: Input is not proper UTF-8, indicate encoding ! Bytes: 0xE4 0x20 0x62 "
-       "0x27"},
+      {"<a b='\xE4 b'/>", "line 1, column 7: Input is not proper UTF-8, indicate encoding !"},
       {"<?xml version='1.0' encoding='windows-1252'?><a b='\x81'/>",
-       "line 1, column 44: input conversion failed due to input error, bytes 0x81 0x27 0x2F 0x3E"},
+       "line 1, column 44: input conversion failed due to input error"},
       {"<a/>\0"s, "line 1, column 5: characters after the end of the document"},
       {"<a/>\0<b/>"s, "line 1, column 5: characters after the end of the document"},
       {"<a>\0</a>"s, "line 1, column 4: Premature end of data in tag a line 1"},

@@ -16,6 +16,7 @@
 
 #include "engine/document_files.h"
 #include "engine/olap_model/import_error.h"
+#include "engine/olap_model/shared_library.h"
 
 namespace importkcd {
 namespace {
@@ -39,6 +40,29 @@ constexpr const char* too_long_document_type = "the document type is longer than
 /// How many entries of the parser's arrays an attribute and a name space take.
 constexpr int entries_per_attribute = 5;
 constexpr int entries_per_namespace = 2;
+
+/// What a parse calls of the XML library.
+struct XmlParser {
+  static const XmlParser& get() {
+    static const XmlParser functions;
+    return functions;
+  }
+
+  SharedLibrary library{"libxml2.so.2", "XML", error_source::kcd_document};
+  LibraryFunction<decltype(&xmlCreateIOParserCtxt)> create{library, "xmlCreateIOParserCtxt"};
+  LibraryFunction<decltype(&xmlCtxtUseOptions)> use_options{library, "xmlCtxtUseOptions"};
+  LibraryFunction<decltype(&xmlParseDocument)> parse{library, "xmlParseDocument"};
+  LibraryFunction<decltype(&xmlFreeParserCtxt)> free{library, "xmlFreeParserCtxt"};
+  LibraryFunction<decltype(&xmlFreeDoc)> free_document{library, "xmlFreeDoc"};
+  LibraryFunction<decltype(&xmlFreeEnumeration)> free_enumeration{library, "xmlFreeEnumeration"};
+  LibraryFunction<decltype(&xmlBufUse)> bytes_in{library, "xmlBufUse"};
+  LibraryFunction<decltype(&xmlSetStructuredErrorFunc)> report_errors_to{
+      library, "xmlSetStructuredErrorFunc"};
+  // The library's variables of these names are calls of these functions.
+  LibraryFunction<decltype(&__xmlStructuredError)> error_handler{library, "__xmlStructuredError"};
+  LibraryFunction<decltype(&__xmlStructuredErrorContext)> error_context{
+      library, "__xmlStructuredErrorContext"};
+};
 
 std::string_view text_of(const xmlChar* text) { return reinterpret_cast<const char*>(text); }
 
@@ -73,8 +97,8 @@ class DocumentParse {
   struct FreeContext {
     void operator()(xmlParserCtxt* context) const {
       // Declared entities make the library begin a document of its own.
-      xmlFreeDoc(context->myDoc);
-      xmlFreeParserCtxt(context);
+      XmlParser::get().free_document(context->myDoc);
+      XmlParser::get().free(context);
     }
   };
 
@@ -138,10 +162,11 @@ class DocumentParse {
 class ErrorRoute {
  public:
   ErrorRoute(void* context, xmlStructuredErrorFunc handler)
-      : old_context_(xmlStructuredErrorContext), old_handler_(xmlStructuredError) {
-    xmlSetStructuredErrorFunc(context, handler);
+      : old_context_(*XmlParser::get().error_context()),
+        old_handler_(*XmlParser::get().error_handler()) {
+    XmlParser::get().report_errors_to(context, handler);
   }
-  ~ErrorRoute() { xmlSetStructuredErrorFunc(old_context_, old_handler_); }
+  ~ErrorRoute() { XmlParser::get().report_errors_to(old_context_, old_handler_); }
   ErrorRoute(const ErrorRoute&) = delete;
   ErrorRoute& operator=(const ErrorRoute&) = delete;
 
@@ -163,13 +188,14 @@ void DocumentParse::parse() {
   constexpr std::string_view byte_order_mark = "\xEF\xBB\xBF";
   // Of a byte order mark and a declaration that contradict each other the library takes the latter.
   const bool is_marked = reader_.window(3).substr(0, 3) == byte_order_mark;
-  parser_.reset(xmlCreateIOParserCtxt(&sax, this, read, nullptr, this, XML_CHAR_ENCODING_NONE));
+  parser_.reset(XmlParser::get().create(&sax, this, read, nullptr, this, XML_CHAR_ENCODING_NONE));
   if (!parser_) {
     throw std::bad_alloc();
   }
-  xmlCtxtUseOptions(parser_.get(), XML_PARSE_NONET | XML_PARSE_HUGE | XML_PARSE_BIG_LINES |
-                                       (is_marked ? XML_PARSE_IGNORE_ENC : 0));
-  xmlParseDocument(parser_.get());
+  XmlParser::get().use_options(parser_.get(), XML_PARSE_NONET | XML_PARSE_HUGE |
+                                                  XML_PARSE_BIG_LINES |
+                                                  (is_marked ? XML_PARSE_IGNORE_ENC : 0));
+  XmlParser::get().parse(parser_.get());
   if (failure_) {
     return;
   }
@@ -184,7 +210,8 @@ void DocumentParse::parse() {
 bool DocumentParse::has_more_input() {
   const auto* const input = parser_->input;
   return input == nullptr || input->cur < input->end || !reader_.window(1).empty() ||
-         (input->buf != nullptr && input->buf->raw != nullptr && xmlBufUse(input->buf->raw) != 0);
+         (input->buf != nullptr && input->buf->raw != nullptr &&
+          XmlParser::get().bytes_in(input->buf->raw) != 0);
 }
 
 xmlSAXHandler DocumentParse::handlers() {
@@ -339,7 +366,7 @@ void DocumentParse::unparsed_entity_declared(void* context, const xmlChar* name,
 void DocumentParse::attribute_declared(void* context, const xmlChar* /*element*/,
                                        const xmlChar* name, int /*type*/, int /*default_kind*/,
                                        const xmlChar* default_value, xmlEnumeration* values) {
-  xmlFreeEnumeration(values);
+  XmlParser::get().free_enumeration(values);
   if (default_value != nullptr) {
     self(context).guarded([&] {
       self(context).fail("a default of attribute '" + std::string(text_of(name)) +

@@ -9,6 +9,7 @@
 #include "engine/olap_model/import_error.h"
 #include "engine/olap_model/name_folding.h"
 #include "labels/odbc_handle.h"
+#include "labels/odbc_library.h"
 #include "labels/utf16_text.h"
 
 namespace importkcd {
@@ -24,14 +25,14 @@ class OdbcRows : public LabelRows {
  public:
   explicit OdbcRows(std::unique_ptr<OdbcHandle> statement) : statement_(std::move(statement)) {
     SQLSMALLINT count = 0;
-    statement_->check(SQLNumResultCols(statement_->get(), &count));
+    statement_->check(odbc_.num_result_cols(statement_->get(), &count));
     for (SQLSMALLINT i = 1; i <= count; ++i) {
       names_.push_back(column_name(i));
     }
   }
 
   bool next() override {
-    return !names_.empty() && statement_->check(SQLFetch(statement_->get())) != SQL_NO_DATA;
+    return !names_.empty() && statement_->check(odbc_.fetch(statement_->get())) != SQL_NO_DATA;
   }
 
   std::size_t column(std::string_view name) const override {
@@ -69,19 +70,20 @@ class OdbcRows : public LabelRows {
 
   std::string column_name(SQLSMALLINT number) {
     SQLSMALLINT bytes = 0;
-    statement_->check(SQLColAttributeW(statement_->get(), static_cast<SQLUSMALLINT>(number),
-                                       SQL_DESC_LABEL, piece_.data(),
-                                       static_cast<SQLSMALLINT>(sizeof(piece_)), &bytes, nullptr));
+    statement_->check(odbc_.col_attribute(
+        statement_->get(), static_cast<SQLUSMALLINT>(number), SQL_DESC_LABEL, piece_.data(),
+        static_cast<SQLSMALLINT>(sizeof(piece_)), &bytes, nullptr));
     const auto units = std::min(static_cast<std::size_t>(bytes) / sizeof(SQLWCHAR), piece_units);
     return utf8_text({reinterpret_cast<const char16_t*>(piece_.data()), units});
   }
 
   SQLRETURN read_piece(std::size_t column, SQLLEN& length) {
-    return statement_->check(SQLGetData(statement_->get(), static_cast<SQLUSMALLINT>(column + 1),
-                                        SQL_C_WCHAR, piece_.data(),
-                                        static_cast<SQLLEN>(sizeof(piece_)), &length));
+    return statement_->check(
+        odbc_.get_data(statement_->get(), static_cast<SQLUSMALLINT>(column + 1), SQL_C_WCHAR,
+                       piece_.data(), static_cast<SQLLEN>(sizeof(piece_)), &length));
   }
 
+  const OdbcLibrary& odbc_ = OdbcLibrary::get();
   std::unique_ptr<OdbcHandle> statement_;
   std::vector<std::string> names_;
   std::array<SQLWCHAR, piece_units> piece_{};
@@ -91,7 +93,8 @@ class OdbcRows : public LabelRows {
 class OdbcEnvironment {
  public:
   OdbcEnvironment() : handle_(SQL_HANDLE_ENV, SQL_NULL_HANDLE) {
-    handle_.check(SQLSetEnvAttr(handle_.get(), SQL_ATTR_ODBC_VERSION, as_pointer(SQL_OV_ODBC3), 0));
+    handle_.check(OdbcLibrary::get().set_env_attr(handle_.get(), SQL_ATTR_ODBC_VERSION,
+                                                  as_pointer(SQL_OV_ODBC3), 0));
   }
   SQLHANDLE get() const { return handle_.get(); }
 
@@ -103,17 +106,18 @@ class OdbcLabels : public LabelsConnection {
  public:
   OdbcLabels(const std::string& connection_string, const LabelsTimeouts& timeouts)
       : connection_(SQL_HANDLE_DBC, environment_.get()), timeouts_(timeouts) {
-    connection_.check(SQLSetConnectAttr(connection_.get(), SQL_ATTR_LOGIN_TIMEOUT,
-                                        as_pointer(timeouts.connecting.count()), SQL_IS_UINTEGER));
+    connection_.check(odbc_.set_connect_attr(connection_.get(), SQL_ATTR_LOGIN_TIMEOUT,
+                                             as_pointer(timeouts.connecting.count()),
+                                             SQL_IS_UINTEGER));
     OdbcText text(connection_string);
     if (text.units() > std::numeric_limits<SQLSMALLINT>::max()) {
       throw ImportError("The connection string is too long", error_source::labels_database);
     }
-    connection_.check(SQLDriverConnectW(connection_.get(), nullptr, text.data(),
-                                        static_cast<SQLSMALLINT>(text.units()), nullptr, 0, nullptr,
-                                        SQL_DRIVER_NOPROMPT));
+    connection_.check(odbc_.driver_connect(connection_.get(), nullptr, text.data(),
+                                           static_cast<SQLSMALLINT>(text.units()), nullptr, 0,
+                                           nullptr, SQL_DRIVER_NOPROMPT));
   }
-  ~OdbcLabels() override { SQLDisconnect(connection_.get()); }
+  ~OdbcLabels() override { odbc_.disconnect(connection_.get()); }
   OdbcLabels(const OdbcLabels&) = delete;
   OdbcLabels& operator=(const OdbcLabels&) = delete;
 
@@ -121,8 +125,8 @@ class OdbcLabels : public LabelsConnection {
     auto statement = new_statement();
     OdbcText all("%");
     OdbcText none("");
-    statement->check(SQLTablesW(statement->get(), all.data(), SQL_NTS, none.data(), 0, none.data(),
-                                0, none.data(), 0));
+    statement->check(odbc_.tables(statement->get(), all.data(), SQL_NTS, none.data(), 0,
+                                  none.data(), 0, none.data(), 0));
     OdbcRows rows(std::move(statement));
     std::vector<std::string> names;
     while (rows.next()) {
@@ -138,14 +142,14 @@ class OdbcLabels : public LabelsConnection {
     OdbcText text(name);
     // With a length in bytes the MariaDB driver reads that many units, beyond the text's end.
     connection_.check(
-        SQLSetConnectAttrW(connection_.get(), SQL_ATTR_CURRENT_CATALOG, text.data(), SQL_NTS));
+        odbc_.set_connect_text(connection_.get(), SQL_ATTR_CURRENT_CATALOG, text.data(), SQL_NTS));
   }
 
   std::unique_ptr<LabelRows> execute(const std::string& statement_text) override {
     auto statement = new_statement();
     OdbcText text(statement_text);
     statement->check(
-        SQLExecDirectW(statement->get(), text.data(), static_cast<SQLINTEGER>(text.units())));
+        odbc_.exec_direct(statement->get(), text.data(), static_cast<SQLINTEGER>(text.units())));
     return std::make_unique<OdbcRows>(std::move(statement));
   }
 
@@ -153,12 +157,14 @@ class OdbcLabels : public LabelsConnection {
   std::unique_ptr<OdbcHandle> new_statement() const {
     auto statement = std::make_unique<OdbcHandle>(SQL_HANDLE_STMT, connection_.get());
     // Drivers without such a limit say so; that is no reason to do without their data.
-    SQLSetStmtAttr(statement->get(), SQL_ATTR_QUERY_TIMEOUT,
-                   as_pointer(timeouts_.answering.count()), SQL_IS_UINTEGER);
-    SQLSetStmtAttr(statement->get(), SQL_ATTR_NOSCAN, as_pointer(SQL_NOSCAN_ON), SQL_IS_UINTEGER);
+    odbc_.set_stmt_attr(statement->get(), SQL_ATTR_QUERY_TIMEOUT,
+                        as_pointer(timeouts_.answering.count()), SQL_IS_UINTEGER);
+    odbc_.set_stmt_attr(statement->get(), SQL_ATTR_NOSCAN, as_pointer(SQL_NOSCAN_ON),
+                        SQL_IS_UINTEGER);
     return statement;
   }
 
+  const OdbcLibrary& odbc_ = OdbcLibrary::get();
   OdbcEnvironment environment_;
   OdbcHandle connection_;
   LabelsTimeouts timeouts_;

@@ -4,7 +4,6 @@
 #include <array>
 
 #include "engine/olap_model/import_error.h"
-#include "labels/labels_connection.h"
 #include "labels/utf16_text.h"
 
 namespace importkcd {
@@ -21,7 +20,8 @@ bool read_diagnostic(SQLSMALLINT type, SQLHANDLE handle, SQLSMALLINT number, std
   std::array<SQLWCHAR, message_units> message{};
   SQLINTEGER native = 0;
   SQLSMALLINT length = 0;
-  const auto outcome = SQLGetDiagRecW(type, handle, number, state.data(), &native, message.data(),
+  const auto outcome =
+      OdbcLibrary::get().get_diag_rec(type, handle, number, state.data(), &native, message.data(),
                                       static_cast<SQLSMALLINT>(message.size()), &length);
   if (!SQL_SUCCEEDED(outcome)) {
     return false;
@@ -42,7 +42,7 @@ std::string_view without_components(std::string_view message) {
 }  // namespace
 
 OdbcHandle::OdbcHandle(SQLSMALLINT type, SQLHANDLE owner) : type_(type) {
-  if (!SQL_SUCCEEDED(SQLAllocHandle(type, owner, &handle_))) {
+  if (!SQL_SUCCEEDED(OdbcLibrary::get().alloc_handle(type, owner, &handle_))) {
     throw ImportError("The ODBC driver manager has no handle left", error_source::labels_database);
   }
 }

@@ -1,10 +1,9 @@
 #pragma once
 
-#include <sql.h>
-#include <sqlext.h>
-
 #include <string>
 #include <string_view>
+
+#include "labels/odbc_library.h"
 
 namespace importkcd {
 
@@ -14,7 +13,7 @@ class OdbcHandle {
   /// Throws ImportError when the driver manager refuses; `owner` is the null handle for an
   /// environment.
   OdbcHandle(SQLSMALLINT type, SQLHANDLE owner);
-  ~OdbcHandle() { SQLFreeHandle(type_, handle_); }
+  ~OdbcHandle() { OdbcLibrary::get().free_handle(type_, handle_); }
   OdbcHandle(const OdbcHandle&) = delete;
   OdbcHandle& operator=(const OdbcHandle&) = delete;
 

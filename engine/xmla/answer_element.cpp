@@ -7,13 +7,39 @@
 #include <memory>
 
 #include "engine/olap_model/import_error.h"
+#include "engine/olap_model/shared_library.h"
 #include "engine/xmla/xmla_error.h"
 
 namespace importkcd {
 namespace {
 
+/// What reading calls of the XML library.
+struct XmlReader {
+  static const XmlReader& get() {
+    static const XmlReader functions;
+    return functions;
+  }
+
+  SharedLibrary library{"libxml2.so.2", "XML", xmla_server};
+  LibraryFunction<decltype(&xmlReaderForMemory)> create{library, "xmlReaderForMemory"};
+  LibraryFunction<decltype(&xmlFreeTextReader)> free{library, "xmlFreeTextReader"};
+  LibraryFunction<decltype(&xmlTextReaderSetStructuredErrorHandler)> report_errors_to{
+      library, "xmlTextReaderSetStructuredErrorHandler"};
+  LibraryFunction<decltype(&xmlTextReaderRead)> read{library, "xmlTextReaderRead"};
+  LibraryFunction<decltype(&xmlTextReaderNodeType)> type{library, "xmlTextReaderNodeType"};
+  LibraryFunction<decltype(&xmlTextReaderConstLocalName)> name{library,
+                                                               "xmlTextReaderConstLocalName"};
+  LibraryFunction<decltype(&xmlTextReaderConstValue)> value{library, "xmlTextReaderConstValue"};
+  LibraryFunction<decltype(&xmlTextReaderIsEmptyElement)> is_empty{library,
+                                                                   "xmlTextReaderIsEmptyElement"};
+  LibraryFunction<decltype(&xmlTextReaderMoveToNextAttribute)> next_attribute{
+      library, "xmlTextReaderMoveToNextAttribute"};
+  LibraryFunction<decltype(&xmlTextReaderIsNamespaceDecl)> declares_namespace{
+      library, "xmlTextReaderIsNamespaceDecl"};
+};
+
 struct FreeReader {
-  void operator()(xmlTextReaderPtr reader) const { xmlFreeTextReader(reader); }
+  void operator()(xmlTextReaderPtr reader) const { XmlReader::get().free(reader); }
 };
 using Reader = std::unique_ptr<xmlTextReader, FreeReader>;
 
@@ -42,7 +68,7 @@ class TreeBuilder {
   explicit TreeBuilder(xmlTextReaderPtr reader) : reader_(reader) {}
 
   void take_node() {
-    switch (xmlTextReaderNodeType(reader_)) {
+    switch (xml_.type(reader_)) {
       case XML_READER_TYPE_ELEMENT:
         begin_element();
         break;
@@ -52,7 +78,7 @@ class TreeBuilder {
       case XML_READER_TYPE_TEXT:
       case XML_READER_TYPE_CDATA:
       case XML_READER_TYPE_SIGNIFICANT_WHITESPACE:
-        open_.back()->text += text_of(xmlTextReaderConstValue(reader_));
+        open_.back()->text += text_of(xml_.value(reader_));
         break;
       case XML_READER_TYPE_DOCUMENT_TYPE:
         refuse("it declares a document type");
@@ -69,12 +95,11 @@ class TreeBuilder {
   void begin_element() {
     AnswerElement& element =
         open_.empty() ? root_ : open_.back()->children.emplace_back(AnswerElement{});
-    element.name = text_of(xmlTextReaderConstLocalName(reader_));
-    const bool is_empty = xmlTextReaderIsEmptyElement(reader_) == 1;
-    while (xmlTextReaderMoveToNextAttribute(reader_) == 1) {
-      if (xmlTextReaderIsNamespaceDecl(reader_) != 1) {
-        element.attributes.emplace_back(text_of(xmlTextReaderConstLocalName(reader_)),
-                                        text_of(xmlTextReaderConstValue(reader_)));
+    element.name = text_of(xml_.name(reader_));
+    const bool is_empty = xml_.is_empty(reader_) == 1;
+    while (xml_.next_attribute(reader_) == 1) {
+      if (xml_.declares_namespace(reader_) != 1) {
+        element.attributes.emplace_back(text_of(xml_.name(reader_)), text_of(xml_.value(reader_)));
       }
     }
     if (!is_empty) {
@@ -83,6 +108,7 @@ class TreeBuilder {
     }
   }
 
+  const XmlReader& xml_ = XmlReader::get();
   xmlTextReaderPtr reader_;
   AnswerElement root_;
   std::vector<AnswerElement*> open_;
@@ -123,16 +149,17 @@ AnswerElement parse_answer(std::string_view text) {
   if (text.size() > INT_MAX) {
     refuse("it is too large");
   }
-  const Reader reader(xmlReaderForMemory(text.data(), static_cast<int>(text.size()), nullptr,
-                                         nullptr, XML_PARSE_NONET));
+  const auto& xml = XmlReader::get();
+  const Reader reader(
+      xml.create(text.data(), static_cast<int>(text.size()), nullptr, nullptr, XML_PARSE_NONET));
   if (!reader) {
     refuse("it cannot be read");
   }
   std::string message;
-  xmlTextReaderSetStructuredErrorHandler(reader.get(), note_error, &message);
+  xml.report_errors_to(reader.get(), note_error, &message);
   TreeBuilder builder(reader.get());
   int state = 0;
-  while ((state = xmlTextReaderRead(reader.get())) == 1) {
+  while ((state = xml.read(reader.get())) == 1) {
     builder.take_node();
   }
   if (state != 0 || !message.empty()) {

@@ -52,7 +52,7 @@ HeaderList header_list(const std::vector<std::string>& headers) {
 }
 
 void set_options(CURL* handle, const HttpRequest& request, const HeaderList& headers) {
-  auto* const set = CurlLibrary::get().easy_setopt;
+  const auto& set = CurlLibrary::get().easy_setopt;
   set(handle, CURLOPT_URL, request.address.c_str());
   set(handle, CURLOPT_PROTOCOLS_STR, "http,https");
   set(handle, CURLOPT_NOSIGNAL, 1L);

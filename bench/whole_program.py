@@ -153,6 +153,9 @@ class Bench:
     def fresh_copy(self, source, target):
         self.remove_catalogue(target)
         shutil.copy(source, target)
+        # To the disk as well: the next commit would wait for all of the copy otherwise.
+        with open(target, "rb") as copy:
+            os.fsync(copy.fileno())
 
     def imported(self, document):
         """A catalogue that holds a document."""

@@ -35,6 +35,13 @@ constexpr const char* use_log = "PRAGMA journal_mode = WAL";
 /// Schemas of files from elsewhere must not run code of this process.
 constexpr const char* common_settings = "PRAGMA trusted_schema = OFF";
 
+/// SQLite accounts for every piece of memory, under a lock. Nobody reads the account, and it can be
+/// switched off only before anything else is asked of SQLite in this process: if that is too late,
+/// it stays.
+void drop_memory_statistics() {
+  [[maybe_unused]] static const int once = sqlite3_config(SQLITE_CONFIG_MEMSTATUS, 0);
+}
+
 /// A path as the name of a file for SQLite, with parameters.
 std::string uri_of(const std::string& path, const std::string& parameters) {
   std::string result = "file:";
@@ -90,6 +97,7 @@ CatalogueFile::CatalogueFile(std::string path, CatalogueAccess access)
     : path_(std::move(path)), access_(access) {}
 
 void CatalogueFile::open() {
+  drop_memory_statistics();
   std::error_code error;
   const auto real_path = fs::weakly_canonical(fs::absolute(path_), error);
   if (error) {

@@ -397,21 +397,21 @@ class Bench:
         }
         with display() as (platform, surroundings):
             environment.update(surroundings)
-            programs, empties = take_turns(
+            programs, empties, texts = take_turns(
                 [
-                    Command([self.build / "ImportKCD"], environment=environment),
-                    Command([self.tools / "empty_window"], environment=environment),
+                    Command(command, environment=environment)
+                    for command in (
+                        [self.build / "ImportKCD"],
+                        [self.tools / "empty_window"],
+                        [self.tools / "empty_window", "Text"],
+                    )
                 ],
                 self.rounds,
                 times=5,
             )
-        self.table.compare(
-            f"`ImportKCD` to a painted window ({platform})",
-            "an empty Qt window",
-            programs,
-            empties,
-            1.3,
-        )
+        name = f"`ImportKCD` to a painted window ({platform})"
+        self.table.compare(name, "an empty Qt window", programs, empties, 1.3)
+        self.table.compare(name, "a Qt window with one word", programs, texts, 1.3)
 
     def status_lines(self):
         lines = 1000 * self.megabytes

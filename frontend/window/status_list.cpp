@@ -5,6 +5,7 @@
 #include <QScrollBar>
 #include <algorithm>
 
+#include "frontend/window/status_line_delegate.h"
 #include "frontend/window/steady_scroll_bar.h"
 
 namespace importkcd {
@@ -12,6 +13,7 @@ namespace importkcd {
 StatusList::StatusList(QWidget* parent) : QListView(parent), lines_(this) {
   setVerticalScrollBar(new SteadyScrollBar(Qt::Vertical, this));
   setModel(&lines_);
+  setItemDelegate(new StatusLineDelegate(this));
   setFrameShape(QFrame::NoFrame);
   setEditTriggers(QAbstractItemView::NoEditTriggers);
   setSelectionMode(QAbstractItemView::SingleSelection);

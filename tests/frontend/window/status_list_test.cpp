@@ -2,7 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <QPainter>
 #include <QScrollBar>
+#include <QStyledItemDelegate>
 #include <QTest>
 
 #include "frontend/window/steady_scroll_bar.h"
@@ -79,6 +81,56 @@ TEST_F(StatusListTest, PaintsTheLinesThatAreSeen) {
   list.scrollTo(list.model()->index(0, 0), QAbstractItemView::EnsureVisible);
   const QImage first = list.viewport()->grab().toImage();
   EXPECT_NE(first, last);
+}
+
+/// Gives away how the list's lines look.
+class LookOfList : public StatusList {
+ public:
+  LookOfList() : StatusList(nullptr) { resize(300, 200); }
+
+  QImage painted() { return viewport()->grab().toImage(); }
+
+  /// The same lines as Qt paints the items of a list.
+  QImage painted_as_items() {
+    QPixmap pixmap(viewport()->size());
+    pixmap.fill(palette().color(QPalette::Base));
+    QPainter painter(&pixmap);
+    QStyleOptionViewItem option;
+    initViewItemOption(&option);
+    for (int row = 0; row < model()->rowCount(); ++row) {
+      const QModelIndex index = model()->index(row, 0);
+      option.rect = visualRect(index);
+      option.state.setFlag(QStyle::State_Selected, selectionModel()->isSelected(index));
+      option.state.setFlag(QStyle::State_HasFocus, hasFocus() && index == currentIndex());
+      QStyledItemDelegate().paint(&painter, option, index);
+    }
+    painter.end();
+    return pixmap.toImage();
+  }
+};
+
+TEST(StatusListLook, LinesLookLikeItems) {
+  LookOfList list;
+  for (const char* line :
+       {"Creating cube 'Sales & Costs'", "", "  &two blanks before, three behind   ",
+        "\xD7\xA9\xD7\x9C\xD7\x95\xD7\x9D abc 123", "\xE4\xB8\xAD\xE6\x96\x87 \xF0\x9F\x93\x88",
+        "A line that is so long that it certainly does not fit into a list that is this narrow",
+        "Creating cube 'Sales'"}) {
+    list.add_line(QString::fromUtf8(line));
+  }
+  list.show();
+  static_cast<void>(QTest::qWaitForWindowActive(&list, 20000));
+  EXPECT_EQ(list.painted(), list.painted_as_items());
+  list.setFocus();
+  ASSERT_TRUE(list.hasFocus());
+  EXPECT_EQ(list.painted(), list.painted_as_items()) << "with the focus";
+  list.set_horizontal_extent(500);
+  list.horizontalScrollBar()->setValue(50);
+  EXPECT_EQ(list.painted(), list.painted_as_items()) << "scrolled to the right";
+  list.setLayoutDirection(Qt::RightToLeft);
+  EXPECT_EQ(list.painted(), list.painted_as_items()) << "from right to left";
+  list.setEnabled(false);
+  EXPECT_EQ(list.painted(), list.painted_as_items()) << "disabled";
 }
 
 /// Counts how often a widget is painted.

@@ -9,31 +9,15 @@
 #include <QApplication>
 #include <QListView>
 #include <QStringListModel>
-#include <chrono>
 #include <cstdlib>
 #include <iostream>
-#include <memory>
 #include <string>
 
-#include "engine/olap_model/import_error.h"
+#include "bench/unserved_window.h"
 #include "frontend/window/headless.h"
-#include "frontend/window/main_window.h"
 
 namespace importkcd {
 namespace {
-
-WindowServices no_services() {
-  WindowServices services;
-  services.open_server = [](std::string_view) -> std::unique_ptr<OlapServer> {
-    throw ImportError("no server", error_source::olap_server);
-  };
-  services.open_labels = [](const LabelsLogin&) -> std::unique_ptr<LabelsConnection> {
-    throw ImportError("no server", error_source::olap_server);
-  };
-  services.time_stamp = [] { return std::string(); };
-  services.today = [] { return std::chrono::year_month_day{}; };
-  return services;
-}
 
 std::string line_of(int number) { return "Creating cube 'Cube " + std::to_string(number) + "'"; }
 

@@ -3,30 +3,14 @@
 #include <benchmark/benchmark.h>
 
 #include <QApplication>
-#include <chrono>
 #include <iostream>
-#include <memory>
 #include <string>
 
-#include "engine/olap_model/import_error.h"
+#include "bench/unserved_window.h"
 #include "frontend/window/headless.h"
-#include "frontend/window/main_window.h"
 
 namespace importkcd {
 namespace {
-
-WindowServices no_services() {
-  WindowServices services;
-  services.open_server = [](std::string_view) -> std::unique_ptr<OlapServer> {
-    throw ImportError("no server", error_source::olap_server);
-  };
-  services.open_labels = [](const LabelsLogin&) -> std::unique_ptr<LabelsConnection> {
-    throw ImportError("no server", error_source::olap_server);
-  };
-  services.time_stamp = [] { return std::string(); };
-  services.today = [] { return std::chrono::year_month_day{}; };
-  return services;
-}
 
 /// Adds 1,000 lines to a window that has shown as many as the argument says: each is painted, and
 /// the window's events run after it.

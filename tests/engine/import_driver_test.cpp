@@ -282,14 +282,7 @@ TEST_F(ImportDriver, ADatabaseThatCannotBeDeletedIsGoneOverInReplaceMode) {
   hook = fail_operation("remove_database Shop");
   import(whole_document());
   expect_success();
-  EXPECT_THAT(
-      processing_messages(),
-      ElementsAre("Processing document", "Searching database 'Shop'", "Creating library",
-                  "Creating data sources", "Searching data source 'Warehouse'",
-                  "Creating shared dimensions", "Searching shared dimension 'Time'",
-                  "Searching shared dimension 'Product'", "Searching shared dimension 'Region'",
-                  "Creating roles", "Searching role 'Readers'", "Creating cubes",
-                  "Searching cube 'Sales'", "Searching cube 'Stock'"));
+  EXPECT_EQ(processing_messages(), messages_of_leaving_alone());
   EXPECT_EQ(stored_text(), before);
 }
 

@@ -17,6 +17,10 @@ std::string older_document();
 /// The messages of a first import of whole_document(), from "Processing document" on.
 std::vector<std::string> whole_document_messages(bool import_partitions);
 
+/// The messages of an import of whole_document(), from "Processing document" on, that finds all its
+/// objects there and, being in neither the incremental nor the update mode, passes them over.
+std::vector<std::string> messages_of_leaving_alone();
+
 /// A document of that version with the given root attributes and content, without a library.
 std::string bare_document(std::string_view version, std::string_view name,
                           std::string_view content = "");

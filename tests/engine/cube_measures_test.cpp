@@ -25,8 +25,7 @@ class CubeMeasures : public CubeTest {
 
   void expect_silence() {
     EXPECT_THAT(timeline, IsEmpty());
-    EXPECT_TRUE(outcome.succeeded);
-    EXPECT_EQ(outcome.last_error, "");
+    expect_no_error();
   }
 
   const std::string amount =

@@ -1,7 +1,6 @@
 #include "engine/data_sources.h"
 
 #include "tests/engine/changed_text.h"
-#include "tests/support/forwarding_server.h"
 #include "tests/support/import_fixture.h"
 
 namespace importkcd::testing {
@@ -40,16 +39,6 @@ class DataSources : public SectionTest {
     EXPECT_EQ(found.name, name);
     EXPECT_EQ(found.connection_string, "old connection");
     EXPECT_EQ(found.description, "old description");
-  }
-
-  void expect_failed(const std::string& error) const {
-    EXPECT_FALSE(outcome.succeeded);
-    EXPECT_EQ(outcome.last_error, error);
-  }
-
-  void expect_no_error() const {
-    EXPECT_TRUE(outcome.succeeded);
-    EXPECT_EQ(outcome.last_error, "");
   }
 };
 
@@ -249,8 +238,7 @@ TEST_F(DataSources, FailedUpdateLeavesTheServersOneAsItWas) {
 }
 
 TEST_F(DataSources, FailingWriteBackIsTheErrorAndTheNextOnesFollow) {
-  use_server(std::make_unique<ForwardingServer>(make_memory_server(store),
-                                                fail_operation("write_back_data_source A")));
+  use_hook(fail_operation("write_back_data_source A"));
   import(R"(<data_sources><data_source name="A" connection_string="1"/>
       <data_source name="B" connection_string="2"/></data_sources>)");
   EXPECT_THAT(sink.messages, ElementsAre("Creating data sources", "Searching data source 'A'",
@@ -269,8 +257,7 @@ TEST_F(DataSources, LastErrorIsTheOneThatIsKept) {
 
 TEST_F(DataSources, EachOneIsWrittenBackAndASkippedOneIsNot) {
   std::vector<std::string> operations;
-  use_server(
-      std::make_unique<ForwardingServer>(make_memory_server(store), record_operations(operations)));
+  use_hook(record_operations(operations));
   given("Old");
   operations.clear();
   options.ImportType = import_type::incremental;

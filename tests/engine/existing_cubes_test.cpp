@@ -276,8 +276,7 @@ TEST_F(ExistingCubes, RefusedLockCancelsTheUpdateAndTheNextCubeFollows) {
                           "           Updating cube 'Sales' canceled", "Searching cube 'Next'",
                           "Creating cube 'Next'", "write_back_cube Next", "write_back_cube Next",
                           "write_back_cube Next", "structure_is_valid Next"));
-  EXPECT_TRUE(outcome.succeeded);
-  EXPECT_EQ(outcome.last_error, "");
+  expect_no_error();
   const auto& stored = stored_cube("Sales");
   EXPECT_EQ(stored.description, "All sales");
   EXPECT_THAT(names_of(stored.measures), ElementsAre("Amount", "Units"));
@@ -297,8 +296,7 @@ TEST_F(ExistingCubes, FailingFourthStepEndsTheEmptyingAndTheNextCubeFollows) {
     expected.emplace_back(step);
   }
   EXPECT_EQ(timeline, expected);
-  EXPECT_TRUE(outcome.succeeded);
-  EXPECT_EQ(outcome.last_error, "");
+  expect_no_error();
 }
 
 TEST_F(ExistingCubes, AnyFailingStepCancelsTheUpdateAndNothingIsWritten) {

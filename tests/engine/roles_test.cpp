@@ -1,7 +1,6 @@
 #include "engine/roles.h"
 
 #include "tests/engine/changed_text.h"
-#include "tests/support/forwarding_server.h"
 #include "tests/support/import_fixture.h"
 
 namespace importkcd::testing {
@@ -47,11 +46,6 @@ class Roles : public SectionTest {
     EXPECT_EQ(role->description, description);
     EXPECT_EQ(role->user_list, user_list);
   }
-
-  void expect_no_error() const {
-    EXPECT_TRUE(outcome.succeeded);
-    EXPECT_EQ(outcome.last_error, "");
-  }
 };
 
 TEST_F(Roles, AbsentCollectionYieldsOnlyTheHeading) {
@@ -92,8 +86,7 @@ TEST_F(Roles, EveryChildElementIsARoleInDocumentOrder) {
 
 TEST_F(Roles, TakeEffectWithoutAWriteBackOfTheirOwn) {
   std::vector<std::string> operations;
-  use_server(
-      std::make_unique<ForwardingServer>(make_memory_server(store), record_operations(operations)));
+  use_hook(record_operations(operations));
   operations.clear();
   import(readers);
   EXPECT_THAT(operations, IsEmpty());

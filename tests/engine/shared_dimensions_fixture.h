@@ -1,15 +1,12 @@
 #pragma once
 
-#include <memory>
 #include <string>
 #include <string_view>
-#include <utility>
 #include <vector>
 
 #include "engine/shared_dimensions.h"
 #include "tests/engine/changed_text.h"
-#include "tests/support/forwarding_server.h"
-#include "tests/support/import_fixture.h"
+#include "tests/engine/dimensions_fixture.h"
 
 namespace importkcd::testing {
 
@@ -36,13 +33,8 @@ inline std::vector<std::string> names_of(const NamedCollection<OlapLevel>& level
 }
 
 /// Runs the section on a database that has the data source "Warehouse".
-class SharedDimensionsTest : public SectionTest {
+class SharedDimensionsTest : public DimensionsTest {
  protected:
-  /// Decides which server the section meets: an in-memory one behind `before`.
-  void use_hook(ForwardingServer::Hook before) {
-    use_server(std::make_unique<ForwardingServer>(make_memory_server(store), std::move(before)));
-  }
-
   void import(const std::string& dimensions) {
     given_data_source("Warehouse");
     ImportSharedDimensions(run(), &parse(collection(dimensions)));
@@ -72,32 +64,11 @@ class SharedDimensionsTest : public SectionTest {
     store_and_reopen();
   }
 
-  /// Puts a cube on the server that uses the dimension.
-  void given_cube_with(const std::string& dimension, OlapCubeKind kind) {
-    OlapCube& cube = database().add_cube("Sales", kind);
-    database().add_cube_dimension(cube, dimension);
-    if (kind == OlapCubeKind::regular) {
-      server().write_back_cube(database(), cube);
-    } else {
-      server().write_back_database(database());
-    }
-    store_and_reopen();
-  }
-
-  /// The dimension as the server keeps it; with an empty name when there is none.
-  OlapDimension stored(std::string_view name) {
-    store_and_reopen();
-    const OlapDimension* found = database().dimensions().find(name);
-    return found == nullptr ? OlapDimension{} : *found;
-  }
-
   /// Imports a new dimension "Store" of one level and gives that level as the server keeps it.
   OlapLevel imported_level(const std::string& level_text) {
     import(dimension_text("Store", level_text));
     expect_no_error();
-    const auto levels = stored("Store").levels;
-    EXPECT_EQ(levels.size(), 1U);
-    return levels.empty() ? OlapLevel{} : levels[0];
+    return only_level_of("Store");
   }
 
   void expect_unchanged(std::string_view name) {
@@ -110,16 +81,6 @@ class SharedDimensionsTest : public SectionTest {
     EXPECT_EQ(found.custom_properties[1].value, "old layout");
     EXPECT_FALSE(found.allow_siblings_with_same_name);
     EXPECT_THAT(names_of(found.levels), ::testing::ElementsAre("Old level"));
-  }
-
-  void expect_failed(const std::string& error) const {
-    EXPECT_FALSE(outcome.succeeded);
-    EXPECT_EQ(outcome.last_error, error);
-  }
-
-  void expect_no_error() const {
-    EXPECT_TRUE(outcome.succeeded);
-    EXPECT_EQ(outcome.last_error, "");
   }
 };
 

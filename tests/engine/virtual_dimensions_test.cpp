@@ -4,8 +4,7 @@
 #include <new>
 
 #include "tests/engine/changed_text.h"
-#include "tests/support/forwarding_server.h"
-#include "tests/support/import_fixture.h"
+#include "tests/engine/dimensions_fixture.h"
 
 namespace importkcd::testing {
 namespace {
@@ -29,7 +28,7 @@ class Version7Server : public ForwardingServer {
   std::string version() const override { return "7.0"; }
 };
 
-class VirtualDimensions : public SectionTest {
+class VirtualDimensions : public DimensionsTest {
  protected:
   void import(const std::string& dimensions) {
     ImportVirtualDimensions(run(),
@@ -46,27 +45,11 @@ class VirtualDimensions : public SectionTest {
     store_and_reopen();
   }
 
-  void given_cube_with(const std::string& dimension) {
-    OlapCube& cube = database().add_cube("Sales", OlapCubeKind::regular);
-    database().add_cube_dimension(cube, dimension);
-    server().write_back_cube(database(), cube);
-    store_and_reopen();
-  }
-
-  /// The dimension as the server keeps it; with an empty name when there is none.
-  OlapDimension stored(std::string_view name) {
-    store_and_reopen();
-    const OlapDimension* found = database().dimensions().find(name);
-    return found == nullptr ? OlapDimension{} : *found;
-  }
-
   /// Imports a new dimension "Store size" of one level and gives that level as the server keeps it.
   OlapLevel imported_level(const std::string& level_text) {
     import(dimension_text("Store size", level_text));
     expect_no_error();
-    const auto levels = stored("Store size").levels;
-    EXPECT_EQ(levels.size(), 1U);
-    return levels.empty() ? OlapLevel{} : levels[0];
+    return only_level_of("Store size");
   }
 
   void expect_unchanged(std::string_view name) {
@@ -76,16 +59,6 @@ class VirtualDimensions : public SectionTest {
     EXPECT_EQ(found.type, OlapDimensionType::regular);
     EXPECT_FALSE(found.allow_siblings_with_same_name);
     EXPECT_TRUE(found.levels.empty());
-  }
-
-  void expect_failed(const std::string& error) const {
-    EXPECT_FALSE(outcome.succeeded);
-    EXPECT_EQ(outcome.last_error, error);
-  }
-
-  void expect_no_error() const {
-    EXPECT_TRUE(outcome.succeeded);
-    EXPECT_EQ(outcome.last_error, "");
   }
 };
 
@@ -180,7 +153,7 @@ TEST_F(VirtualDimensions, ExistingOneGetsNothingAtAllInOtherModes) {
 
 TEST_F(VirtualDimensions, UpdateOfALockedOneIsCanceledAndTheNextOnesFollow) {
   given("Store size");
-  given_cube_with("Store size");
+  given_cube_with("Store size", OlapCubeKind::regular);
   options.ImportType = import_type::update;
   import(dimension_text("Store size", size) + dimension_text("Other", size));
   EXPECT_THAT(
@@ -201,7 +174,7 @@ TEST_F(VirtualDimensions, AnyErrorOfTheLockCheckIsARefusal) {
       throw std::bad_alloc();
     }
   };
-  use_server(std::make_unique<ForwardingServer>(make_memory_server(store), run_out_of_memory));
+  use_hook(run_out_of_memory);
   given("Store size");
   options.ImportType = import_type::update;
   import(dimension_text("Store size", size));
@@ -216,8 +189,7 @@ TEST_F(VirtualDimensions, AnyErrorOfTheLockCheckIsARefusal) {
 
 TEST_F(VirtualDimensions, OnlyTheDimensionIsLockedNotItsLevels) {
   std::vector<std::string> operations;
-  use_server(
-      std::make_unique<ForwardingServer>(make_memory_server(store), record_operations(operations)));
+  use_hook(record_operations(operations));
   given("Store size");
   options.ImportType = import_type::update;
   operations.clear();
@@ -391,8 +363,7 @@ TEST_F(VirtualDimensions, AbsentLevelsElementIsAnError) {
 }
 
 TEST_F(VirtualDimensions, FailingWriteBackIsTheErrorAndTheNextOnesFollow) {
-  use_server(std::make_unique<ForwardingServer>(make_memory_server(store),
-                                                fail_operation("write_back_dimension A")));
+  use_hook(fail_operation("write_back_dimension A"));
   import(dimension_text("A", size) + dimension_text("B", size));
   expect_failed("refused by the test");
   EXPECT_EQ(stored("A").name, "");

@@ -39,6 +39,10 @@ void SectionTest::use_server(std::unique_ptr<OlapServer> server) {
   open_database();
 }
 
+void SectionTest::use_hook(ForwardingServer::Hook before) {
+  use_server(std::make_unique<ForwardingServer>(make_memory_server(store), std::move(before)));
+}
+
 OlapServer& SectionTest::server() {
   if (!server_) {
     use_server(make_memory_server(store));
@@ -67,6 +71,16 @@ void SectionTest::store_and_reopen() {
   server().finish();
   run_.reset();
   open_database();
+}
+
+void SectionTest::expect_no_error() const {
+  EXPECT_TRUE(outcome.succeeded);
+  EXPECT_EQ(outcome.last_error, "");
+}
+
+void SectionTest::expect_failed(const std::string& error) const {
+  EXPECT_FALSE(outcome.succeeded);
+  EXPECT_EQ(outcome.last_error, error);
 }
 
 void SectionTest::open_database() {

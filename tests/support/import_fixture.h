@@ -12,6 +12,7 @@
 #include "engine/import_run.h"
 #include "engine/kcd_document.h"
 #include "engine/olap_model/memory/memory_server.h"
+#include "tests/support/forwarding_server.h"
 #include "tests/support/temporary_folder.h"
 
 namespace importkcd::testing {
@@ -34,6 +35,8 @@ class SectionTest : public ::testing::Test {
 
   /// The first call decides which server the section meets; by default an in-memory one.
   void use_server(std::unique_ptr<OlapServer> server);
+  /// The same: an in-memory one, behind a hook.
+  void use_hook(ForwardingServer::Hook before);
 
   OlapServer& server();
   OlapDatabase& database();
@@ -44,6 +47,9 @@ class SectionTest : public ::testing::Test {
 
   /// Stores what was written back and opens the database again, as the next run would.
   void store_and_reopen();
+
+  void expect_no_error() const;
+  void expect_failed(const std::string& error) const;
 
   ImportOptions options;
   ImportOutcome outcome{true, ""};

@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "engine/olap_model/import_error.h"
+#include "engine/olap_model/percent_encoding.h"
 #include "engine/xmla/dataset_reader.h"
 #include "engine/xmla/xmla_address.h"
 #include "engine/xmla/xmla_error.h"
@@ -11,24 +12,6 @@ namespace importkcd {
 namespace {
 
 constexpr long lowest_failure_status = 300;
-
-/// Text as it may stand in a header: percent-encoded UTF-8.
-std::string percent_encoded(std::string_view text) {
-  constexpr std::string_view digits = "0123456789ABCDEF";
-  std::string result;
-  for (const char c : text) {
-    const auto code = static_cast<unsigned char>(c);
-    const bool plain = (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z');
-    if (plain) {
-      result += c;
-    } else {
-      result += '%';
-      result += digits[code >> 4U];
-      result += digits[code & 15U];
-    }
-  }
-  return result;
-}
 
 std::vector<const AnswerElement*> rows_of(const AnswerElement& envelope) {
   std::vector<const AnswerElement*> rows;
@@ -84,7 +67,7 @@ Dataset XmlaClient::execute(const std::string& mdx, const std::string& database,
                             const std::string& role) const {
   std::vector<std::string> headers;
   if (!role.empty()) {
-    headers.push_back("Olap-Role: " + percent_encoded(role));
+    headers.push_back("Olap-Role: " + percent_encoded(role, ""));
   }
   const auto envelope = execute_envelope(mdx, {{"Catalog", database},
                                                {"Format", "Multidimensional"},

@@ -8,6 +8,7 @@
 #include "engine/olap_model/import_error.h"
 #include "engine/olap_model/mondrian/connection_items.h"
 #include "engine/olap_model/name_folding.h"
+#include "engine/olap_model/percent_encoding.h"
 
 namespace importkcd {
 namespace {
@@ -60,23 +61,6 @@ JdbcConnection connection_of_address(std::string_view text) {
     }
   }
   return connection;
-}
-
-/// A part of an address with everything but letters, digits and a few marks as %XX.
-std::string percent_encoded(std::string_view text) {
-  constexpr std::string_view hexadecimal = "0123456789ABCDEF";
-  constexpr std::string_view plain =
-      "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-._~";
-  std::string result;
-  for (const char character : text) {
-    if (plain.find(character) != std::string_view::npos) {
-      result += character;
-    } else {
-      const auto byte = static_cast<unsigned char>(character);
-      result.append({'%', hexadecimal[byte >> 4U], hexadecimal[byte & 15U]});
-    }
-  }
-  return result;
 }
 
 /// Characters that an address would take for its own.
@@ -166,9 +150,10 @@ JdbcConnection postgresql(const ConnectionItems& items) {
     address.port = items.value({"Port"});
   }
   const auto database = items.value({"Database", "Initial Catalog", "Location"});
-  connection.url = "jdbc:postgresql://" + with_port(address) + "/" + percent_encoded(database);
+  connection.url =
+      "jdbc:postgresql://" + with_port(address) + "/" + percent_encoded(database, address_marks);
   if (const auto ssl = items.value({"SSLmode", "SSL Mode"}); !ssl.empty()) {
-    connection.url += "?sslmode=" + percent_encoded(lower_cased(ssl));
+    connection.url += "?sslmode=" + percent_encoded(lower_cased(ssl), address_marks);
   }
   take_login(items, connection);
   return connection;

@@ -10,6 +10,7 @@
 #include "engine/olap_model/mondrian/schema_mapping.h"
 #include "engine/olap_model/mondrian/xml_element.h"
 #include "engine/olap_model/name_folding.h"
+#include "engine/olap_model/percent_encoding.h"
 
 namespace importkcd {
 namespace {
@@ -71,6 +72,11 @@ std::vector<PublishedCatalogue> likely_catalogues_of(OlapDatabase& database) {
 
 bool ends_with_beside_suffix(const fs::path& path) {
   return path.string().ends_with(beside_suffix);
+}
+
+/// The "file:" address of a path, as the engine takes it.
+std::string file_address(const fs::path& path) {
+  return "file://" + percent_encoded(path.string(), std::string(address_marks) + "/");
 }
 
 }  // namespace
@@ -186,22 +192,6 @@ bool publication_was_cut_off(const fs::path& directory) {
     }
   }
   return false;
-}
-
-std::string file_address(const fs::path& path) {
-  constexpr std::string_view hexadecimal = "0123456789ABCDEF";
-  constexpr std::string_view plain =
-      "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-._~/";
-  std::string result = "file://";
-  for (const char character : path.string()) {
-    if (plain.find(character) != std::string_view::npos) {
-      result += character;
-    } else {
-      const auto byte = static_cast<unsigned char>(character);
-      result.append({'%', hexadecimal[byte >> 4U], hexadecimal[byte & 15U]});
-    }
-  }
-  return result;
 }
 
 }  // namespace importkcd

@@ -69,7 +69,4 @@ std::filesystem::path publication_lock(const std::filesystem::path& directory);
 /// Whether a directory holds what a publication that was cut off left behind.
 bool publication_was_cut_off(const std::filesystem::path& directory);
 
-/// The "file:" address of a path, as the engine takes it.
-std::string file_address(const std::filesystem::path& path);
-
 }  // namespace importkcd

@@ -9,6 +9,7 @@
 #include <cstring>
 #include <deque>
 #include <exception>
+#include <functional>
 #include <memory>
 #include <new>
 #include <string_view>
@@ -142,6 +143,7 @@ class DocumentParse {
                      std::size_t count);
   const std::string* name(const xmlChar* prefix, const xmlChar* local);
   std::string_view value(std::string_view text);
+  bool stands_in_input(std::string_view text) const;
   void fail(const std::string& reason);
 
   FileReader reader_;
@@ -327,10 +329,17 @@ const std::string* DocumentParse::name(const xmlChar* prefix, const xmlChar* loc
   return cached.name;
 }
 
+/// Whether a value stands as it does in the document: only values without a reference do.
+bool DocumentParse::stands_in_input(std::string_view text) const {
+  const auto* const value = reinterpret_cast<const xmlChar*>(text.data());
+  const auto* const input = parser_->input;
+  return std::greater_equal<>{}(value, input->base) && std::less<>{}(value, input->end);
+}
+
 /// Without expansion of entities the library writes every "&" of a value as "&#38;".
 std::string_view DocumentParse::value(std::string_view text) {
   constexpr std::string_view escaped = "&#38;";
-  auto found = text.find(escaped);
+  auto found = stands_in_input(text) ? std::string_view::npos : text.find(escaped);
   if (found == std::string_view::npos) {
     return text;
   }

@@ -6,9 +6,10 @@
 namespace importkcd {
 
 std::optional<std::string_view> KcdElement::attribute(std::string_view name) const {
-  for (std::size_t i = 0; i < attribute_count_; ++i) {
-    if (*attributes_[i].name == name) {
-      return attributes_[i].value;
+  const auto names = shape_->names;
+  for (std::size_t i = 0; i < names.size(); ++i) {
+    if (*names[i] == name) {
+      return value_at(i);
     }
   }
   return std::nullopt;

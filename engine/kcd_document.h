@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <span>
@@ -21,13 +22,17 @@ struct KcdAttribute {
 class KcdElement {
  public:
   /// The qualified tag name.
-  const std::string& tag() const { return *tag_; }
+  const std::string& tag() const { return *shape_->tag; }
 
   /// The attribute's value; nothing when it is absent. Names are compared exactly.
   std::optional<std::string_view> attribute(std::string_view name) const;
 
-  /// All attributes, in document order; name space declarations are none.
-  std::span<const KcdAttribute> attributes() const { return {attributes_, attribute_count_}; }
+  /// How many attributes there are; name space declarations are none.
+  std::size_t attribute_count() const { return shape_->names.size(); }
+  /// The attribute at a position below attribute_count(), in document order.
+  KcdAttribute attribute_at(std::size_t position) const {
+    return {shape_->names[position], value_at(position)};
+  }
 
   const KcdElement* first_child() const { return first_child_; }
   const KcdElement* next_sibling() const { return next_sibling_; }
@@ -38,11 +43,27 @@ class KcdElement {
  private:
   friend class KcdDocumentBuilder;
 
-  const std::string* tag_ = nullptr;
-  const KcdAttribute* attributes_ = nullptr;
+  /// What elements of one kind share: documents repeat few kinds very often.
+  struct Shape {
+    const std::string* tag = nullptr;
+    /// The attributes' names, in document order.
+    std::span<const std::string* const> names;
+  };
+
+  /// Where each attribute's value ends among the texts; both stand right behind the element.
+  using TextEnd = std::uint32_t;
+  const TextEnd* text_ends() const { return reinterpret_cast<const TextEnd*>(this + 1); }
+  const char* texts() const {
+    return reinterpret_cast<const char*>(text_ends() + attribute_count());
+  }
+  std::string_view value_at(std::size_t position) const {
+    const auto begin = position == 0 ? 0 : text_ends()[position - 1];
+    return {texts() + begin, text_ends()[position] - begin};
+  }
+
+  const Shape* shape_ = nullptr;
   KcdElement* first_child_ = nullptr;
   KcdElement* next_sibling_ = nullptr;
-  std::size_t attribute_count_ = 0;
 };
 
 /// Walks the child elements of an element in document order:

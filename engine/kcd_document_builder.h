@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <memory>
 #include <memory_resource>
 #include <span>
@@ -48,10 +49,17 @@ class KcdDocumentBuilder {
     KcdElement* last_child = nullptr;
   };
 
+  using Shape = KcdElement::Shape;
+
+  const Shape* shape_of(const std::string* tag, std::span<const KcdAttribute> attributes);
+  const Shape* make_shape(const std::string* tag, std::span<const KcdAttribute> attributes);
   KcdElement* make_element(const std::string* tag, std::span<const KcdAttribute> attributes);
 
   std::unique_ptr<KcdDocument> document_;
   std::vector<OpenElement> open_;
+  /// The last shape met among those that fall on a place; the others are made anew when they come
+  /// back, so that no document can make this grow.
+  std::array<const Shape*, 512> shapes_{};
   bool root_alone_ = false;
 };
 

@@ -87,8 +87,8 @@ class Writer {
 
   void take_prefixes(const KcdElement& element) {
     take_prefix(element.tag());
-    for (const auto& attribute : element.attributes()) {
-      take_prefix(*attribute.name);
+    for (std::size_t i = 0; i < element.attribute_count(); ++i) {
+      take_prefix(*element.attribute_at(i).name);
     }
   }
 
@@ -108,7 +108,8 @@ class Writer {
         text_.append(std::to_string(prefix.size())).append(prefix).append("'");
       }
     }
-    for (const auto& attribute : element.attributes()) {
+    for (std::size_t i = 0; i < element.attribute_count(); ++i) {
+      const auto attribute = element.attribute_at(i);
       require(is_utf8(*attribute.name) && is_utf8(attribute.value));
       require(element.attribute(*attribute.name) == attribute.value);
       text_ += ' ' + *attribute.name + "='";

@@ -84,6 +84,45 @@ TEST_F(KcdDocumentTest, AttributesAreFoundByTheirExactName) {
   EXPECT_EQ(document->root().attribute("nam"), std::nullopt);
 }
 
+/// The attributes that number `number` of an element is to have: one for each set bit, falling
+/// order for odd numbers.
+std::vector<std::string> names_by_bits(unsigned number) {
+  std::vector<std::string> names;
+  for (unsigned bit = 0; bit < 11; ++bit) {
+    if ((number >> bit & 1U) != 0) {
+      names.insert(number % 2 == 0 ? names.end() : names.begin(), "bit" + std::to_string(bit));
+    }
+  }
+  return names;
+}
+
+TEST_F(KcdDocumentTest, ElementsOfOneTagHaveAttributesOfTheirOwn) {
+  constexpr unsigned elements = 4096;
+  std::string text = "<a>";
+  for (unsigned number = 0; number < elements; ++number) {
+    text += "<b";
+    for (const auto& name : names_by_bits(number)) {
+      text += ' ' + name + "='" + name + std::to_string(number) + "'";
+    }
+    text += "/>";
+  }
+  const auto document = load(text + "</a>");
+  unsigned number = 0;
+  for (const KcdElement& element : children_of(document->root())) {
+    const auto names = names_by_bits(number);
+    ASSERT_EQ(element.attribute_count(), names.size());
+    for (std::size_t i = 0; i < names.size(); ++i) {
+      const auto value = names[i] + std::to_string(number);
+      EXPECT_EQ(*element.attribute_at(i).name, names[i]);
+      EXPECT_EQ(element.attribute_at(i).value, value);
+      EXPECT_EQ(element.attribute(names[i]), value);
+    }
+    EXPECT_EQ(element.attribute("bit0").has_value(), number % 2 == 1);
+    ++number;
+  }
+  EXPECT_EQ(number, elements);
+}
+
 TEST_F(KcdDocumentTest, ChildrenAreFoundByTheirTag) {
   const auto document = load("<a><b n='1'/><cc n='0'/><c n='2'/><c n='3'/></a>");
   EXPECT_EQ(document->root().child("c")->attribute("n"), "2");

@@ -148,6 +148,13 @@ TEST_F(KcdUsage, AnEmptyTextAfterAnEqualSignIsAValue) {
   EXPECT_THAT(result.output, HasSubstr("\nCreating cube partitions\n"));
 }
 
+TEST_F(KcdUsage, TwoDashesMayBeAValue) {
+  const auto result = kcd({"import", document, "--server", "memory:", "--database", "--",
+                           "--pattern-from=Shop", "--pattern-to="});
+  EXPECT_EQ(result.exit_status, 0) << result.errors;
+  EXPECT_THAT(result.output, HasSubstr("\nCreating database '--'\n"));
+}
+
 TEST_F(KcdUsage, AfterTwoDashesEverythingIsAName) {
   for (const auto* name : {"--server=", "--partitions"}) {
     const auto result = kcd({"import", "--server", "memory:", "--", name});

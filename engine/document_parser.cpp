@@ -49,7 +49,7 @@ struct XmlParser {
     return functions;
   }
 
-  SharedLibrary library{"libxml2.so.2", "XML", error_source::kcd_document};
+  SharedLibrary library{XML_LIBRARY, "XML", error_source::kcd_document};
   LibraryFunction<decltype(&xmlCreateIOParserCtxt)> create{library, "xmlCreateIOParserCtxt"};
   LibraryFunction<decltype(&xmlCtxtUseOptions)> use_options{library, "xmlCtxtUseOptions"};
   LibraryFunction<decltype(&xmlParseDocument)> parse{library, "xmlParseDocument"};

@@ -16,7 +16,7 @@ struct OdbcLibrary {
     return functions;
   }
 
-  SharedLibrary library{"libodbc.so.2", "ODBC", error_source::labels_database};
+  SharedLibrary library{ODBC_LIBRARY, "ODBC", error_source::labels_database};
   LibraryFunction<decltype(&SQLAllocHandle)> alloc_handle{library, "SQLAllocHandle"};
   LibraryFunction<decltype(&SQLFreeHandle)> free_handle{library, "SQLFreeHandle"};
   LibraryFunction<decltype(&SQLGetDiagRecW)> get_diag_rec{library, "SQLGetDiagRecW"};

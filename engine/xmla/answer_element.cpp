@@ -20,7 +20,7 @@ struct XmlReader {
     return functions;
   }
 
-  SharedLibrary library{"libxml2.so.2", "XML", xmla_server};
+  SharedLibrary library{XML_LIBRARY, "XML", xmla_server};
   LibraryFunction<decltype(&xmlReaderForMemory)> create{library, "xmlReaderForMemory"};
   LibraryFunction<decltype(&xmlFreeTextReader)> free{library, "xmlFreeTextReader"};
   LibraryFunction<decltype(&xmlTextReaderSetStructuredErrorHandler)> report_errors_to{

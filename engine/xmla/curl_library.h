@@ -13,8 +13,7 @@ struct CurlLibrary {
   /// thread.
   static const CurlLibrary& get();
 
-  // Of this number since 2006.
-  SharedLibrary library{"libcurl.so.4", "HTTP", xmla_server};
+  SharedLibrary library{HTTP_LIBRARY, "HTTP", xmla_server};
 
   LibraryFunction<decltype(&curl_global_init)> global_init{library, "curl_global_init"};
   LibraryFunction<decltype(&curl_easy_init)> easy_init{library, "curl_easy_init"};

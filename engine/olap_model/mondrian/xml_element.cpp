@@ -17,7 +17,7 @@ struct XmlWriter {
     return functions;
   }
 
-  SharedLibrary library{"libxml2.so.2", "XML", error_source::olap_server};
+  SharedLibrary library{XML_LIBRARY, "XML", error_source::olap_server};
   LibraryFunction<decltype(&xmlBufferCreate)> create_buffer{library, "xmlBufferCreate"};
   LibraryFunction<decltype(&xmlBufferContent)> content{library, "xmlBufferContent"};
   LibraryFunction<decltype(&xmlBufferLength)> length{library, "xmlBufferLength"};

@@ -137,7 +137,6 @@ bool is_blank_text(const CommandLineTarget& target, ControlName box) {
 /// Whether a decimal number is something other than 0; nothing when the text is no such number.
 std::optional<bool> number_is_nonzero(std::string_view text) {
   std::size_t place = 0;
-  bool nonzero = false;
   const auto take_any_of = [&](std::string_view set) {
     const bool found = place < text.size() && set.find(text[place]) != std::string_view::npos;
     place += found ? 1U : 0U;
@@ -155,8 +154,8 @@ std::optional<bool> number_is_nonzero(std::string_view text) {
   if (whole.empty() && fraction.empty()) {
     return std::nullopt;
   }
-  nonzero = whole.find_first_not_of('0') != std::string_view::npos ||
-            fraction.find_first_not_of('0') != std::string_view::npos;
+  const bool nonzero = whole.find_first_not_of('0') != std::string_view::npos ||
+                       fraction.find_first_not_of('0') != std::string_view::npos;
   if (take_any_of("eE")) {
     take_any_of("+-");
     if (take_digits().empty()) {

@@ -1,5 +1,6 @@
 #include "frontend/run_controller.h"
 
+#include <algorithm>
 #include <exception>
 #include <utility>
 

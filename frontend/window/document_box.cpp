@@ -23,17 +23,13 @@ constexpr std::array all_companions{
     Companions{cbOutputFile, {txtOutputFile, cmdBrowseOutputFile}},
     Companions{cbReplacePattern, {txtReplacePatternFrom, txtReplacePatternTo}}};
 
-/// Of the labels group: what is switched plainly, and what changes its look as well.
-constexpr std::array plain_labels_controls{
-    lblServer, optSecureLogin, optSQLLogin, lblSQLUsername, lblSQLPassword, lblDB, lblLanguage};
-constexpr std::array looking_labels_controls{txtServer,      cmdServer, txtSQLUsername,
-                                             txtSQLPassword, cmbDB,     cmbLanguage};
+constexpr std::array labels_group{lblServer,      txtServer,      cmdServer,      optSecureLogin,
+                                  optSQLLogin,    lblSQLUsername, txtSQLUsername, lblSQLPassword,
+                                  txtSQLPassword, lblDB,          cmbDB,          lblLanguage,
+                                  cmbLanguage};
 
 void switch_labels_group(const WindowControls& controls, bool on) {
-  for (const ControlName name : plain_labels_controls) {
-    controls.widget(name).setEnabled(on);
-  }
-  for (const ControlName name : looking_labels_controls) {
+  for (const ControlName name : labels_group) {
     SetControlEnabled(controls.widget(name), on);
   }
 }
@@ -84,11 +80,7 @@ void enable_sql_login(const WindowControls& controls, bool enabled) {
 }
 
 void switch_labels_group_off(const WindowControls& controls) {
-  for (const ControlName name :
-       {lblServer, txtServer, cmdServer, optSecureLogin, optSQLLogin, lblSQLUsername,
-        txtSQLUsername, lblSQLPassword, txtSQLPassword, lblDB, cmbDB, lblLanguage, cmbLanguage}) {
-    SetControlEnabled(controls.widget(name), false);
-  }
+  switch_labels_group(controls, false);
 }
 
 }  // namespace importkcd

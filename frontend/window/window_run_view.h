@@ -2,6 +2,7 @@
 
 #include <QWidget>
 #include <functional>
+#include <utility>
 
 #include "frontend/run_view.h"
 #include "frontend/window/dialogs.h"

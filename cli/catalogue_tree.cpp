@@ -40,27 +40,27 @@ TreeNode role_node(const OlapRole& role) {
   return {role.description.empty() ? text : with_facts(text, {role.description})};
 }
 
-/// The nodes of a collection's objects; `node_of` gives nothing to show for a null.
-template <class T, class NodeOf>
-std::vector<TreeNode> nodes_of(DatabaseObjects<T>& objects, NodeOf node_of) {
+/// The nodes of those objects that `shown` picks, in the collection's order.
+template <class T, class NodeOf, class Shown>
+std::vector<TreeNode> nodes_of(DatabaseObjects<T>& objects, NodeOf node_of, Shown shown) {
   std::vector<TreeNode> nodes;
   for (const auto& name : objects.names()) {
-    if (const T* object = objects.find(name)) {
+    const T* object = objects.find(name);
+    if (object != nullptr && shown(*object)) {
       nodes.push_back(node_of(*object));
     }
   }
   return nodes;
 }
 
+template <class T, class NodeOf>
+std::vector<TreeNode> nodes_of(DatabaseObjects<T>& objects, NodeOf node_of) {
+  return nodes_of(objects, node_of, [](const T&) { return true; });
+}
+
 std::vector<TreeNode> dimension_nodes(OlapDatabase& database, OlapDimensionKind kind) {
-  std::vector<TreeNode> nodes;
-  for (const auto& name : database.dimensions().names()) {
-    const OlapDimension* dimension = database.dimensions().find(name);
-    if (dimension != nullptr && dimension->kind == kind) {
-      nodes.push_back(dimension_node(*dimension));
-    }
-  }
-  return nodes;
+  return nodes_of(database.dimensions(), dimension_node,
+                  [kind](const OlapDimension& dimension) { return dimension.kind == kind; });
 }
 
 }  // namespace

@@ -24,12 +24,8 @@ std::string source_text(const std::string& fact_table, const std::string& data_s
 }
 
 std::string cube_text(const OlapCube& cube) {
-  std::vector<std::string> facts;
-  if (cube.kind != OlapCubeKind::regular) {
-    facts.push_back(word_for(cube.kind));
-  } else {
-    facts.push_back(word_for(cube.olap_mode));
-  }
+  const bool is_regular = cube.kind == OlapCubeKind::regular;
+  std::vector<std::string> facts{is_regular ? word_for(cube.olap_mode) : word_for(cube.kind)};
   if (cube.estimated_rows != 0) {
     facts.push_back(row_count(cube.estimated_rows));
   }

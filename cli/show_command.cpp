@@ -2,6 +2,7 @@
 
 #include <CLI/CLI.hpp>
 #include <ostream>
+#include <utility>
 
 #include "cli/catalogue_json.h"
 #include "cli/catalogue_tree.h"
@@ -10,9 +11,21 @@
 #include "engine/olap_model/name_folding.h"
 #include "engine/printable_text.h"
 #include "engine/xmla/xmla_address.h"
-#include "engine/xmla/xmla_client.h"
 
 namespace importkcd {
+namespace {
+
+std::vector<std::string> databases_of(OlapServer& server) {
+  std::vector<std::string> names;
+  for (const auto& object : server.stored_objects()) {
+    if (object.class_type == OlapClassType::database) {
+      names.push_back(object.name);
+    }
+  }
+  return names;
+}
+
+}  // namespace
 
 ShowCommand::ShowCommand(CLI::App& program)
     : command_(program.add_subcommand("show", "Show what an OLAP server holds")),
@@ -33,23 +46,19 @@ ShowCommand::ShowCommand(CLI::App& program)
 
 bool ShowCommand::chosen() const { return command_->parsed(); }
 
-std::vector<std::string> ShowCommand::databases_to_show(OlapServer& server) const {
-  const bool all = command_->count("DATABASE") == 0;
-  std::vector<std::string> names;
-  for (const auto& object : server.stored_objects()) {
-    if (object.class_type == OlapClassType::database &&
-        (all || same_name(object.name, database_))) {
-      names.push_back(object.name);
-    }
+std::vector<std::string> ShowCommand::chosen_of(std::vector<std::string> names) const {
+  if (command_->count("DATABASE") == 0) {
+    return names;
   }
-  if (names.empty() && !all) {
+  std::erase_if(names, [this](const std::string& name) { return !same_name(name, database_); });
+  if (names.empty()) {
     throw ImportError("database '" + database_ + "' not found", "kcd");
   }
   return names;
 }
 
 void ShowCommand::show_tree(OlapServer& server, std::ostream& out) const {
-  const auto names = databases_to_show(server);
+  const auto names = chosen_of(databases_of(server));
   if (names.empty()) {
     out << "No databases on " << printable(server_) << ".\n";
   }
@@ -61,7 +70,7 @@ void ShowCommand::show_tree(OlapServer& server, std::ostream& out) const {
 }
 
 void ShowCommand::show_json(OlapServer& server, std::ostream& out) const {
-  const auto names = databases_to_show(server);
+  const auto names = chosen_of(databases_of(server));
   CatalogueJson json(out);
   for (const auto& name : names) {
     json.add(server.open_database(name));
@@ -69,39 +78,37 @@ void ShowCommand::show_json(OlapServer& server, std::ostream& out) const {
   json.end();
 }
 
-void ShowCommand::show_xmla(std::ostream& out) const {
-  const XmlaClient client(server_);
-  const bool all = command_->count("DATABASE") == 0;
-  auto json = nlohmann::ordered_json::array();
-  bool found = false;
-  for (const auto& name : client.databases()) {
-    if (!all && !same_name(name, database_)) {
-      continue;
-    }
-    const auto cubes = client.cubes(name);
-    if (as_json_) {
-      json.push_back(xmla_database_json(name, cubes));
-    } else {
-      out << (found ? "\n" : "");
-      draw_tree(xmla_database_tree(name, cubes), style_of_locale(), out);
-    }
-    found = true;
-  }
-  if (!found && !all) {
-    throw ImportError("database '" + database_ + "' not found", "kcd");
-  }
-  if (as_json_) {
-    out << nlohmann::ordered_json({{"databases", std::move(json)}})
-               .dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace)
-        << '\n';
-  } else if (!found) {
+void ShowCommand::show_xmla_tree(const XmlaClient& client, std::ostream& out) const {
+  const auto names = chosen_of(client.databases());
+  if (names.empty()) {
     out << "No databases on " << printable(shown_address(server_)) << ".\n";
   }
+  const auto style = style_of_locale();
+  for (const auto& name : names) {
+    const auto tree = xmla_database_tree(name, client.cubes(name));
+    out << (&name == &names.front() ? "" : "\n");
+    draw_tree(tree, style, out);
+  }
+}
+
+void ShowCommand::show_xmla_json(const XmlaClient& client, std::ostream& out) const {
+  auto databases = nlohmann::ordered_json::array();
+  for (const auto& name : chosen_of(client.databases())) {
+    databases.push_back(xmla_database_json(name, client.cubes(name)));
+  }
+  out << nlohmann::ordered_json({{"databases", std::move(databases)}})
+             .dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace)
+      << '\n';
 }
 
 int ShowCommand::run(const CommandEnvironment& environment) const {
   if (is_xmla_address(server_)) {
-    show_xmla(environment.out);
+    const XmlaClient client(server_);
+    if (as_json_) {
+      show_xmla_json(client, environment.out);
+    } else {
+      show_xmla_tree(client, environment.out);
+    }
     return exit_status::success;
   }
   const auto server = environment.open_for_looking(server_);

@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "cli/command_environment.h"
+#include "engine/xmla/xmla_client.h"
 
 namespace CLI {
 class App;
@@ -27,11 +28,14 @@ class ShowCommand {
   int run(const CommandEnvironment& environment) const;
 
  private:
-  std::vector<std::string> databases_to_show(OlapServer& server) const;
+  /// The one of a server's databases that was asked for, or all. Throws ImportError when it is not
+  /// among them.
+  std::vector<std::string> chosen_of(std::vector<std::string> names) const;
   void show_tree(OlapServer& server, std::ostream& out) const;
   void show_json(OlapServer& server, std::ostream& out) const;
   /// What a running XMLA server offers; it tells less than a catalogue does.
-  void show_xmla(std::ostream& out) const;
+  void show_xmla_tree(const XmlaClient& client, std::ostream& out) const;
+  void show_xmla_json(const XmlaClient& client, std::ostream& out) const;
 
   CLI::App* command_;
   std::string server_;

@@ -8,7 +8,7 @@ namespace {
 
 /// Whether the argument is the name of an option that has a value.
 bool names_valued_option(const CLI::App& program, const std::string& argument) {
-  if (argument.rfind("--", 0) != 0) {
+  if (!argument.starts_with("--")) {
     return false;
   }
   const auto commands = program.get_subcommands([](const CLI::App*) { return true; });

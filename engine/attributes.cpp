@@ -7,9 +7,12 @@
 
 #include "engine/apostrophes.h"
 #include "engine/olap_model/import_error.h"
+#include "engine/olap_model/trimmed.h"
 
 namespace importkcd {
 namespace {
+
+constexpr std::string_view blanks = " \t";
 
 [[noreturn]] void fail(const std::string& description) {
   throw ImportError(description, error_source::kcd_document);
@@ -28,15 +31,6 @@ std::string_view present(const KcdElement& element, std::string_view attribute) 
 }
 
 constexpr bool is_digit(char c) { return c >= '0' && c <= '9'; }
-
-std::string_view without_blanks_around(std::string_view text) {
-  constexpr std::string_view blanks = " \t";
-  const auto first = text.find_first_not_of(blanks);
-  if (first == std::string_view::npos) {
-    return {};
-  }
-  return text.substr(first, text.find_last_not_of(blanks) - first + 1);
-}
 
 /// Takes a sign off the front; tells whether it was a minus.
 bool take_sign(std::string_view& text) {
@@ -77,7 +71,7 @@ bool rounds_up(std::string_view fraction, bool whole_is_odd) {
 
 /// Rounds on the digits themselves: through a double, 2.4999999999999999999 would become 3.
 std::int64_t whole_number(std::string_view text) {
-  text = without_blanks_around(text);
+  text = trimmed(text, blanks);
   const bool negative = take_sign(text);
   const auto digits = split_at_point(text);
   std::int64_t magnitude = 0;
@@ -121,7 +115,7 @@ std::int32_t int32_number(const KcdElement& element, std::string_view attribute)
 }
 
 double double_number(const KcdElement& element, std::string_view attribute) {
-  auto text = without_blanks_around(present(element, attribute));
+  auto text = trimmed(present(element, attribute), blanks);
   const bool negative = take_sign(text);
   // "inf" and "nan", which from_chars would take, begin otherwise.
   if (text.empty() || (!is_digit(text.front()) && text.front() != '.')) {

@@ -1,5 +1,7 @@
 #include "frontend/text_characters.h"
 
+#include "engine/olap_model/trimmed.h"
+
 namespace importkcd {
 namespace {
 
@@ -44,12 +46,6 @@ std::string_view without_first_character(std::string_view text) {
   return text.substr(place);
 }
 
-std::string_view trim_blanks(std::string_view text) {
-  const auto first = text.find_first_not_of(' ');
-  if (first == std::string_view::npos) {
-    return {};
-  }
-  return text.substr(first, text.find_last_not_of(' ') - first + 1);
-}
+std::string_view trim_blanks(std::string_view text) { return trimmed(text, " "); }
 
 }  // namespace importkcd

@@ -12,18 +12,14 @@ namespace {
 constexpr std::string_view sqlite_prefix = "sqlite:";
 constexpr std::string_view odbc_prefix = "odbc:";
 
-bool begins_with(std::string_view text, std::string_view beginning) {
-  return text.substr(0, beginning.size()) == beginning;
-}
-
 }  // namespace
 
 std::unique_ptr<LabelsConnection> open_labels_connection(const LabelsLogin& login) {
   const std::string_view server = login.server;
-  if (begins_with(server, sqlite_prefix)) {
+  if (server.starts_with(sqlite_prefix)) {
     return open_sqlite_labels(std::string(server.substr(sqlite_prefix.size())));
   }
-  if (begins_with(server, odbc_prefix)) {
+  if (server.starts_with(odbc_prefix)) {
     return open_odbc_labels(completed_connection_string(server.substr(odbc_prefix.size()), login),
                             login.timeouts);
   }
@@ -32,7 +28,7 @@ std::unique_ptr<LabelsConnection> open_labels_connection(const LabelsLogin& logi
 
 std::string shown_labels_server(std::string_view server) {
   // Whatever its form: a connection string may have been typed without its prefix.
-  return begins_with(server, sqlite_prefix) ? std::string(server) : mask_passwords(server);
+  return server.starts_with(sqlite_prefix) ? std::string(server) : mask_passwords(server);
 }
 
 }  // namespace importkcd

@@ -5,16 +5,12 @@
 
 #include "engine/olap_model/import_error.h"
 #include "engine/olap_model/name_folding.h"
+#include "engine/olap_model/trimmed.h"
 
 namespace importkcd {
 namespace {
 
 constexpr std::string_view blanks = " \t\r\n";
-
-std::string_view trimmed(std::string_view text) {
-  text.remove_prefix(std::min(text.find_first_not_of(blanks), text.size()));
-  return text.substr(0, text.find_last_not_of(blanks) + 1);
-}
 
 /// The position after the closing brace of a value that begins with an opening one.
 std::size_t braced_length(std::string_view text) {
@@ -38,7 +34,7 @@ std::string_view take_value(std::string_view& rest) {
   const auto end = std::min(rest.find(';', quoted), rest.size());
   const auto value = rest.substr(0, end);
   rest.remove_prefix(std::min(end + 1, rest.size()));
-  return trimmed(value);
+  return trimmed(value, blanks);
 }
 
 bool is_one_of(std::string_view key, std::initializer_list<std::string_view> names) {
@@ -77,7 +73,7 @@ std::vector<OdbcItem> odbc_items(std::string_view connection_string) {
   auto rest = connection_string;
   while (!rest.empty()) {
     const auto key_end = std::min(rest.find_first_of("=;"), rest.size());
-    const auto key = trimmed(rest.substr(0, key_end));
+    const auto key = trimmed(rest.substr(0, key_end), blanks);
     const bool has_value = key_end < rest.size() && rest[key_end] == '=';
     rest.remove_prefix(std::min(key_end + 1, rest.size()));
     const auto value = has_value ? take_value(rest) : std::string_view{};

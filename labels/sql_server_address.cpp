@@ -4,17 +4,14 @@
 
 #include "engine/olap_model/import_error.h"
 #include "engine/olap_model/name_folding.h"
+#include "engine/olap_model/trimmed.h"
 #include "labels/odbc_connection_string.h"
 
 namespace importkcd {
 namespace {
 
 constexpr std::string_view default_port = "1433";
-
-std::string_view without_blanks(std::string_view text) {
-  text.remove_prefix(std::min(text.find_first_not_of(' '), text.size()));
-  return text.substr(0, text.find_last_not_of(' ') + 1);
-}
+constexpr std::string_view blank = " ";
 
 /// Takes what stands behind the separator off the end of `text`.
 std::string_view take_tail(std::string_view& text, char separator) {
@@ -24,7 +21,7 @@ std::string_view take_tail(std::string_view& text, char separator) {
   }
   const auto tail = text.substr(at + 1);
   text = text.substr(0, at);
-  return without_blanks(tail);
+  return trimmed(tail, blank);
 }
 
 std::string quoted(std::string_view value) {
@@ -39,14 +36,14 @@ bool means_this_computer(std::string_view host) {
 
 SqlServerAddress sql_server_address(std::string_view server) {
   constexpr std::string_view protocol = "tcp:";
-  auto rest = without_blanks(server);
+  auto rest = trimmed(server, blank);
   if (same_name(rest.substr(0, protocol.size()), protocol)) {
     rest.remove_prefix(protocol.size());
   }
   SqlServerAddress address;
   address.port = take_tail(rest, ',');
   address.instance = take_tail(rest, '\\');
-  const auto host = without_blanks(rest);
+  const auto host = trimmed(rest, blank);
   address.host = means_this_computer(host) ? "localhost" : std::string(host);
   if (!address.port.empty()) {
     // The driver cannot do with both, and the port says all.

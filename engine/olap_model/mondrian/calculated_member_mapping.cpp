@@ -9,6 +9,7 @@
 #include "engine/olap_model/mondrian/mdx_check.h"
 #include "engine/olap_model/mondrian/mdx_names.h"
 #include "engine/olap_model/name_folding.h"
+#include "engine/olap_model/trimmed.h"
 
 namespace importkcd {
 namespace {
@@ -21,17 +22,12 @@ constexpr const char* measures_dimension = "Measures";
   throw ImportError(reason, error_source::olap_server);
 }
 
-std::string_view trimmed(std::string_view text) {
-  text.remove_prefix(std::min(text.find_first_not_of(blanks), text.size()));
-  return text.substr(0, text.find_last_not_of(blanks) + 1);
-}
-
 /// Drops a word off the front of `text`, in any letter case, when it stands there.
 void drop_word(std::string_view& text, std::string_view word) {
-  text = trimmed(text);
+  text = trimmed(text, blanks);
   if (text.size() > word.size() && blanks.find(text[word.size()]) != std::string_view::npos &&
       same_name(text.substr(0, word.size()), word)) {
-    text = trimmed(text.substr(word.size()));
+    text = trimmed(text.substr(word.size()), blanks);
   }
 }
 
@@ -58,7 +54,7 @@ std::string take_up_to_comma(std::string_view& rest) {
   do {
     end = std::min(rest.find(',', end + (end == 0 ? 0 : 1)), rest.size());
   } while (end < rest.size() && !is_balanced_mdx(rest.substr(0, end)));
-  std::string value(trimmed(rest.substr(0, end)));
+  std::string value(trimmed(rest.substr(0, end), blanks));
   rest.remove_prefix(end);
   return value;
 }
@@ -66,12 +62,12 @@ std::string take_up_to_comma(std::string_view& rest) {
 bool is_quote(char c) { return c == '\'' || c == '"'; }
 
 std::string take_value(std::string_view& rest) {
-  rest = trimmed(rest);
+  rest = trimmed(rest, blanks);
   if (rest.empty() || !is_quote(rest.front())) {
     return take_up_to_comma(rest);
   }
   auto value = take_quoted(rest);
-  rest = trimmed(rest);
+  rest = trimmed(rest, blanks);
   return value;
 }
 
@@ -81,7 +77,7 @@ std::vector<std::string> member_path(std::string_view text, const std::string& c
   drop_word(text, "SESSION");
   drop_word(text, "MEMBER");
   auto path = take_mdx_path(text);
-  if (!path || !trimmed(text).empty()) {
+  if (!path || !trimmed(text, blanks).empty()) {
     fail("its name is no member path");
   }
   const bool begins_with_cube =
@@ -102,7 +98,7 @@ std::string upper_cased(std::string text) {
 }
 
 void read_properties(std::string_view rest, MemberDefinition& member) {
-  rest = trimmed(rest);
+  rest = trimmed(rest, blanks);
   while (!rest.empty()) {
     if (rest.front() != ',') {
       fail("a comma is missing behind its formula");
@@ -112,7 +108,7 @@ void read_properties(std::string_view rest, MemberDefinition& member) {
     if (equals == std::string_view::npos) {
       fail("a property behind its formula has no value");
     }
-    auto name = upper_cased(std::string(trimmed(rest.substr(0, equals))));
+    auto name = upper_cased(std::string(trimmed(rest.substr(0, equals), blanks)));
     rest.remove_prefix(equals + 1);
     member.properties.emplace_back(std::move(name), take_value(rest));
   }
@@ -190,9 +186,9 @@ MemberDefinition parse_calculated_member(const std::string& statement,
   member.dimension = path.front();
   path.pop_back();
   member.parent = path.size() > 1 ? mdx_path(path) : "";
-  auto rest = trimmed(std::string_view(statement).substr(at + separator.size()));
+  auto rest = trimmed(std::string_view(statement).substr(at + separator.size()), blanks);
   member.formula = rest.starts_with('\'') ? take_quoted(rest) : take_up_to_comma(rest);
-  member.formula = trimmed(member.formula);
+  member.formula = trimmed(member.formula, blanks);
   if (member.formula.empty() || !is_balanced_mdx(member.formula)) {
     fail("its formula is not complete: " + member.formula);
   }

@@ -3,16 +3,12 @@
 #include <algorithm>
 
 #include "engine/olap_model/name_folding.h"
+#include "engine/olap_model/trimmed.h"
 
 namespace importkcd {
 namespace {
 
 constexpr std::string_view blanks = " \t\r\n";
-
-std::string_view trimmed(std::string_view text) {
-  text.remove_prefix(std::min(text.find_first_not_of(blanks), text.size()));
-  return text.substr(0, text.find_last_not_of(blanks) + 1);
-}
 
 /// Takes a value in quotes off the front of `rest`, up to the semicolon behind it.
 std::string take_quoted(std::string_view& rest, char closing) {
@@ -36,7 +32,7 @@ std::string take_value(std::string_view& rest) {
     return take_quoted(rest, first == '{' ? '}' : first);
   }
   const auto end = std::min(rest.find(';'), rest.size());
-  std::string value(trimmed(rest.substr(0, end)));
+  std::string value(trimmed(rest.substr(0, end), blanks));
   rest.remove_prefix(end);
   return value;
 }
@@ -47,7 +43,7 @@ ConnectionItems::ConnectionItems(std::string_view connection_string) {
   auto rest = connection_string;
   while (!rest.empty()) {
     const auto key_end = std::min(rest.find_first_of("=;"), rest.size());
-    std::string key(trimmed(rest.substr(0, key_end)));
+    std::string key(trimmed(rest.substr(0, key_end), blanks));
     const bool has_value = rest.substr(key_end, 1) == "=";
     rest.remove_prefix(has_value ? key_end + 1 : key_end);
     auto value = has_value ? take_value(rest) : std::string();

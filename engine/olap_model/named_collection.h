@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <memory>
+#include <memory_resource>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -89,13 +90,8 @@ class NamedCollection {
   }
 
   /// Adds an object, or puts it in the place of the one that has its name.
-  T& put(T object) {
-    const auto position = position_of(object.name);
-    if (position == size()) {
-      return add(std::move(object));
-    }
-    return edit_at(position) = std::move(object);
-  }
+  T& put(T&& object) { return put_as(std::move(object)); }
+  T& put(const T& object) { return put_as(object); }
 
   /// Removes the first object; there must be one. Emptying a collection this way costs time in
   /// proportion to its size.
@@ -154,13 +150,18 @@ class NamedCollection {
   /// Up to this size a search walks the objects; an index would cost more than it saves.
   static constexpr std::size_t walked_size = 12;
 
-  using Index = std::unordered_map<std::string, std::size_t>;
+  /// Lower-cased name -> position in objects. Its nodes lie together: scattered among the objects,
+  /// every search of a large collection would wait for memory several times.
+  struct Index {
+    std::pmr::monotonic_buffer_resource nodes;
+    std::pmr::unordered_map<std::string, std::size_t> positions{&nodes};
+  };
 
   /// What copies share. Objects outside of a collection's own range [first_, last_) are those that
   /// it removed from the front, and those that a copy of it has added.
   struct Items {
     std::vector<T> objects;
-    /// Lower-cased name -> position in objects; made at the first search of a larger collection.
+    /// Made at the first search of a larger collection.
     std::unique_ptr<Index> index;
   };
 
@@ -172,10 +173,15 @@ class NamedCollection {
           std::find_if(begin(), end(), [&](const T& item) { return same_name(item.name, name); });
       return static_cast<std::size_t>(found - begin());
     }
+    // Whoever adds an object goes on with it.
+    if (same_name((end() - 1)->name, name)) {
+      return size() - 1;
+    }
     build_index();
-    const auto found = items_->index->find(lower_cased(name));
+    const auto& positions = items_->index->positions;
+    const auto found = positions.find(lower_cased(name));
     const bool is_here =
-        found != items_->index->end() && found->second >= first_ && found->second < last_;
+        found != positions.end() && found->second >= first_ && found->second < last_;
     return is_here ? found->second - first_ : size();
   }
 
@@ -183,10 +189,10 @@ class NamedCollection {
     if (items_->index) {
       return;
     }
-    auto& index = *(items_->index = std::make_unique<Index>());
-    index.reserve(items_->objects.size());
+    auto& positions = (items_->index = std::make_unique<Index>())->positions;
+    positions.reserve(items_->objects.size());
     for (std::size_t i = 0; i < items_->objects.size(); ++i) {
-      index.insert_or_assign(lower_cased(items_->objects[i].name), i);
+      positions.insert_or_assign(lower_cased(items_->objects[i].name), i);
     }
   }
 
@@ -223,6 +229,16 @@ class NamedCollection {
            last_ < items_->objects.capacity();
   }
 
+  template <class Object>
+  T& put_as(Object&& object) {
+    const auto position = position_of(object.name);
+    if (position != size()) {
+      return edit_at(position) = std::forward<Object>(object);
+    }
+    check_new_name(object.name, false);
+    return append(std::forward<Object>(object));
+  }
+
   T& append(T object) {
     if (!may_share_addition()) {
       make_own(size() + 1);
@@ -231,7 +247,7 @@ class NamedCollection {
     objects.push_back(std::move(object));
     last_ = objects.size();
     if (items_->index) {
-      items_->index->insert_or_assign(lower_cased(objects.back().name), last_ - 1);
+      items_->index->positions.insert_or_assign(lower_cased(objects.back().name), last_ - 1);
     }
     return objects.back();
   }

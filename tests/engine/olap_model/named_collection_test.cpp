@@ -89,6 +89,19 @@ TEST(NamedCollection, FindsNamesInALargeCollection) {
   EXPECT_EQ(items.find("Item40"), nullptr);
 }
 
+TEST(NamedCollection, FindsTheLastOfALargeCollectionAfterEveryChange) {
+  auto items = large_collection();
+  EXPECT_EQ(items.edit("ITEM39"), items.end() - 1);
+  items.remove("Item39");
+  EXPECT_EQ(items.find("Item39"), nullptr);
+  EXPECT_EQ(items.find("Item38"), items.end() - 1);
+  items.remove_first();
+  EXPECT_EQ(items.find("Item38"), items.end() - 1);
+  items.add(Item{"Größe", 7});
+  EXPECT_EQ(items.find("GRÖßE"), items.end() - 1);
+  EXPECT_EQ(items.find("Item38"), items.end() - 2);
+}
+
 TEST(NamedCollection, RefusesANameInUse) {
   auto items = collection_of({"Store"});
   EXPECT_EQ(error_of([&] { items.add(Item{"STORE", 1}); }), "'STORE' already exists");
@@ -126,6 +139,20 @@ TEST(NamedCollection, PutAddsOrTakesThePlaceOfTheNamesake) {
   items.put(Item{"c", 4});
   EXPECT_THAT(names_of(items), ElementsAre("A", "b", "c"));
   EXPECT_EQ(items[0].value, 3);
+}
+
+TEST(NamedCollection, PutCopiesAnObjectThatIsKept) {
+  auto items = collection_of({"a", "b"});
+  const Item kept{"A", 3};
+  items.put(kept);
+  EXPECT_EQ(kept.name, "A");
+  EXPECT_EQ(items[0].value, 3);
+  auto copy = items;
+  copy.edit("b")->value = 8;
+  copy.put(copy[0]);
+  items.put(copy[1]);
+  EXPECT_THAT(names_of(items), ElementsAre("A", "b"));
+  EXPECT_EQ(items[1].value, 8);
 }
 
 TEST(NamedCollection, RemoveFirstTakesOneAfterTheOther) {

@@ -21,11 +21,8 @@
 namespace importkcd {
 namespace {
 
-/// What a run puts into the in-memory server goes with the process. To take it apart object by
-/// object before would cost a sixth of the run.
 std::unique_ptr<OlapServer> open_for_change(std::string_view machine) {
-  static const auto& kept = *new std::shared_ptr<MemoryStorage>(make_memory_store());
-  return machine == "memory:" ? make_memory_server(kept)
+  return machine == "memory:" ? make_memory_server_until_exit()
                               : make_olap_server(machine, ServerAccess::read_write);
 }
 

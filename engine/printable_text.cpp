@@ -26,11 +26,21 @@ std::size_t blanked_length(std::string_view text) {
   return 0;
 }
 
+/// Whether a character that is to be blanked may begin with this byte.
+constexpr bool may_be_blanked(char c) {
+  const auto byte = static_cast<unsigned char>(c);
+  return byte < 0x20 || byte == 0x7F || byte == 0xC2 || byte == 0xE2;
+}
+
 }  // namespace
 
 std::string printable(std::string_view text) {
+  const auto plain = static_cast<std::size_t>(
+      std::find_if(text.begin(), text.end(), may_be_blanked) - text.begin());
   std::string result;
   result.reserve(text.size());
+  result.append(text.substr(0, plain));
+  text.remove_prefix(plain);
   while (!text.empty()) {
     const auto blanked = blanked_length(text);
     result.push_back(blanked > 0 ? ' ' : text.front());

@@ -42,16 +42,6 @@ void refresh_following_partitions(OlapCube& cube) {
   }
 }
 
-/// Records `object` in `written`, in the place of an earlier state of it.
-template <class T>
-void record(const T& object, NamedCollection<T>& written) {
-  if (T* earlier = written.edit(object.name)) {
-    *earlier = object;
-  } else {
-    written.add(object);
-  }
-}
-
 /// Whether a database that is there afterwards differs from the stored one.
 bool has_content(const DatabaseChanges& changes) {
   return changes.exists_afterwards &&
@@ -74,7 +64,8 @@ class HeldNamesGuard {
 
 }  // namespace
 
-WorkingCopyServer::WorkingCopyServer(std::shared_ptr<OlapStore> store) : store_(std::move(store)) {}
+WorkingCopyServer::WorkingCopyServer(std::shared_ptr<OlapStore> store, FinishedCopies* finished)
+    : store_(std::move(store)), finished_(finished) {}
 
 WorkingCopyServer::~WorkingCopyServer() { store_->release_all(); }
 
@@ -155,7 +146,7 @@ void WorkingCopyServer::write_back_data_source(OlapDatabase& database,
 }
 
 void WorkingCopyServer::write_back_dimension(OlapDatabase& database, OlapDimension& dimension) {
-  record(dimension, opened(database).changes.dimensions);
+  opened(database).changes.dimensions.put(dimension);
 }
 
 void WorkingCopyServer::write_back_cube(OlapDatabase& database, OlapCube& cube) {
@@ -166,7 +157,7 @@ void WorkingCopyServer::write_back_cube(OlapDatabase& database, OlapCube& cube) 
     changes.dimensions.remove(name);
     changes.removed_dimensions.push_back(std::move(name));
   }
-  record(cube, changes.cubes);
+  changes.cubes.put(cube);
 }
 
 void WorkingCopyServer::write_back_partition(OlapDatabase& database, OlapCube& cube,
@@ -219,6 +210,9 @@ void WorkingCopyServer::finish() {
     if (open->changes.removes_stored || has_content(open->changes)) {
       changes.push_back(std::move(open->changes));
     }
+  }
+  if (finished_ != nullptr) {
+    std::move(databases_.begin(), databases_.end(), std::back_inserter(*finished_));
   }
   databases_.clear();
   const HeldNamesGuard let_go(*store_);

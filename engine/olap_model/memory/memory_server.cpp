@@ -196,4 +196,14 @@ std::unique_ptr<OlapServer> make_memory_server(std::shared_ptr<MemoryStorage> st
   return std::make_unique<WorkingCopyServer>(std::make_shared<MemoryStore>(std::move(storage)));
 }
 
+std::unique_ptr<OlapServer> make_memory_server_until_exit() {
+  struct Kept {
+    std::shared_ptr<MemoryStorage> storage = make_memory_store();
+    FinishedCopies finished;
+  };
+  static auto& kept = *new Kept;
+  return std::make_unique<WorkingCopyServer>(std::make_shared<MemoryStore>(kept.storage),
+                                             &kept.finished);
+}
+
 }  // namespace importkcd

@@ -531,6 +531,39 @@ TEST_P(ServerContract, EveryFieldOfACubeSurvives) {
   EXPECT_EQ(stored.partitions[0].slices[0].levels[0].member_key_column, "key");
 }
 
+TEST(WorkingCopyServer, LeavesWorkingCopiesOfFinishedRunsToWhoeverWantsThem) {
+  const testing::TemporaryFolder folder;
+  const auto store = make_catalogue_store(folder.file("server.olap"), CatalogueAccess::read_write);
+  FinishedCopies finished;
+  WorkingCopyServer server(store, &finished);
+  server.connect("anything");
+  auto& database = server.add_database("Retail");
+  database.roles().add_new("Readers");
+  server.write_back_database(database);
+  EXPECT_THAT(finished, IsEmpty());
+  server.finish();
+  EXPECT_EQ(finished.size(), 1U);
+  EXPECT_THAT(server.open_database("Retail").roles().names(), ElementsAre("Readers"));
+  EXPECT_EQ(finished.size(), 1U);
+}
+
+TEST(MemoryServerUntilExit, SharesItsDatabasesWithTheNextOne) {
+  const auto add = [](const std::string& name) {
+    const auto server = make_memory_server_until_exit();
+    server->connect("memory:");
+    server->write_back_database(server->add_database(name));
+    server->finish();
+  };
+  add("Retail");
+  add("Finance");
+  const auto server = make_memory_server_until_exit();
+  server->connect("memory:");
+  const auto stored = server->stored_objects();
+  ASSERT_EQ(stored.size(), 2U);
+  EXPECT_EQ(stored[0].name, "Retail");
+  EXPECT_EQ(stored[1].name, "Finance");
+}
+
 INSTANTIATE_TEST_SUITE_P(
     Servers, ServerContract,
     ::testing::Values(PlaceKind{"memory", [] { return std::make_unique<MemoryPlace>(); }},

@@ -12,7 +12,8 @@ std::string replace_all(std::string_view text, std::string_view from, std::strin
     result.append(text.substr(0, found)).append(to);
     text.remove_prefix(found + from.size());
   }
-  return result.append(text);
+  result.append(text);
+  return result;
 }
 
 }  // namespace

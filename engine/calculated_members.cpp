@@ -23,9 +23,9 @@ std::string member_statement(std::string_view text) {
   }
   auto formula = text.substr(at + separator.size());
   formula = formula.substr(0, formula.find(separator));
-  return DecodeApostrophes(text.substr(0, at))
-      .append(separator)
-      .append(DecodeApostrophesForStatement(formula));
+  auto statement = DecodeApostrophes(text.substr(0, at));
+  statement.append(separator).append(DecodeApostrophesForStatement(formula));
+  return statement;
 }
 
 void build_calculated_member(OlapCube& cube, const KcdElement& element) {

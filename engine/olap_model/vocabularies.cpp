@@ -86,11 +86,10 @@ OlapMode olap_mode(Word word) { return exact_code(olap_modes, word.value_or(""))
 bool boolean(Word word) { return boolean(word, false); }
 
 bool boolean(Word word, bool default_value) {
-  const auto text = lower_cased(word.value_or(""));
-  if (text == "true") {
+  if (word && same_name(*word, "true")) {
     return true;
   }
-  return text == "false" ? false : default_value;
+  return word && same_name(*word, "false") ? false : default_value;
 }
 
 }  // namespace importkcd

@@ -1,6 +1,9 @@
 #include "engine/cube_dimensions.h"
 
 #include <algorithm>
+#include <array>
+#include <cstddef>
+#include <memory_resource>
 #include <string>
 #include <utility>
 #include <vector>
@@ -79,7 +82,10 @@ void adjust_level(const KcdElement& element, OlapCubeDimension& dimension) {
 }
 
 void adjust_levels(const KcdElement& cube_levels_reference, OlapCubeDimension& dimension) {
-  std::vector<const KcdElement*> levels;
+  // A dimension rarely has so many levels that they do not fit in here.
+  std::array<std::byte, 256> room{};
+  std::pmr::monotonic_buffer_resource memory(room.data(), room.size());
+  std::pmr::vector<const KcdElement*> levels(&memory);
   for (const KcdElement& level : children_of(cube_levels_reference)) {
     levels.push_back(&level);
   }

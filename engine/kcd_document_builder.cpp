@@ -16,7 +16,7 @@ std::size_t place_of(const std::string* tag, std::span<const KcdAttribute> attri
   for (const auto& attribute : attributes) {
     sum = 3 * sum + reinterpret_cast<std::uintptr_t>(attribute.name);
   }
-  return sum ^ (sum >> 9U);
+  return sum ^ (sum >> 12U);
 }
 
 }  // namespace
@@ -24,8 +24,8 @@ std::size_t place_of(const std::string* tag, std::span<const KcdAttribute> attri
 // make_unique cannot reach the private constructor.
 KcdDocumentBuilder::KcdDocumentBuilder() : document_(new KcdDocument) {}
 
-const std::string* KcdDocumentBuilder::name(std::string_view text) {
-  return &*document_->storage_->names.emplace(text).first;
+const std::string* KcdDocumentBuilder::name(const std::string& text) {
+  return &*document_->storage_->names.insert(text).first;
 }
 
 void KcdDocumentBuilder::begin_element(const std::string* tag,

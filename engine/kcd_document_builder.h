@@ -29,7 +29,7 @@ class KcdDocumentBuilder {
   void keep_root_alone() { root_alone_ = true; }
 
   /// The document's own copy of a name; equal names give the same address.
-  const std::string* name(std::string_view text);
+  const std::string* name(const std::string& text);
 
   /// Whether the next element will be kept; if not, its name and its attributes do not matter.
   bool keeps_next() const { return !root_alone_ || open_.empty(); }
@@ -58,8 +58,9 @@ class KcdDocumentBuilder {
   std::unique_ptr<KcdDocument> document_;
   std::vector<OpenElement> open_;
   /// The last shape met among those that fall on a place; the others are made anew when they come
-  /// back, so that no document can make this grow.
-  std::array<const Shape*, 512> shapes_{};
+  /// back, so that no document can make this grow. Of the few shapes of a usual document hardly any
+  /// two fall on one place.
+  std::array<const Shape*, 4096> shapes_{};
   bool root_alone_ = false;
 };
 

@@ -30,6 +30,12 @@ void append_lower_cased(std::string_view text, std::string& result) {
   }
 }
 
+/// Names mostly differ in the number at their end, if at all.
+bool ends_differ(std::string_view left, std::string_view right) {
+  return !left.empty() && !right.empty() && is_ascii(left.back()) && is_ascii(right.back()) &&
+         ascii_lower(left.back()) != ascii_lower(right.back());
+}
+
 }  // namespace
 
 std::string lower_cased(std::string_view text) {
@@ -45,6 +51,12 @@ std::string lower_cased(std::string_view text) {
 }
 
 bool same_name(std::string_view left, std::string_view right) {
+  if (left == right) {
+    return true;
+  }
+  if (ends_differ(left, right)) {
+    return false;
+  }
   const auto shorter = std::min(left.size(), right.size());
   for (std::size_t i = 0; i < shorter; ++i) {
     if (!is_ascii(left[i]) || !is_ascii(right[i])) {

@@ -67,9 +67,9 @@ TEST(SameName, DifferentNamesDiffer) {
 }
 
 TEST(SameName, AgreesWithLowerCasing) {
-  const std::array<std::string_view, 13> names{"Store", "STORE",   "stor",   "GRÖßE",  "größe",
-                                               "Größe", "",        "k",      "\u212A", "\xFF",
-                                               "\xC3",  "\u023AB", "\u2C65b"};
+  const std::array<std::string_view, 19> names{
+      "Store", "STORE", "stor",    "GRÖßE",   "größe", "Größe", "",   "k",     "\u212A", "\xFF",
+      "\xC3",  "\xC3k", "\u023AB", "\u2C65b", "é1",    "É1",    "É2", "\xFFk", "\xFFK"};
   for (const auto left : names) {
     for (const auto right : names) {
       EXPECT_EQ(same_name(left, right), lower_cased(left) == lower_cased(right))

@@ -7,17 +7,13 @@
 #include <string>
 
 #include "engine/olap_model/import_error.h"
+#include "engine/olap_model/trimmed.h"
 #include "labels/labels_connection.h"
 
 namespace importkcd {
 namespace {
 
 using Limits = std::numeric_limits<std::int16_t>;
-
-std::string_view without_blanks(std::string_view text) {
-  text.remove_prefix(std::min(text.find_first_not_of(' '), text.size()));
-  return text.substr(0, text.find_last_not_of(' ') + 1);
-}
 
 std::string_view take_digits(std::string_view& text) {
   const auto* const end = std::find_if_not(text.begin(), text.end(), [](char character) {
@@ -50,7 +46,7 @@ bool rounds_away(int whole, std::string_view decimals) {
 
 std::optional<std::int16_t> label_id(std::string_view text) {
   constexpr std::size_t most_digits = 5;
-  const auto number = without_blanks(text);
+  const auto number = trimmed(text, " ");
   auto rest = number;
   const bool negative = rest.substr(0, 1) == "-";
   if (negative || rest.substr(0, 1) == "+") {

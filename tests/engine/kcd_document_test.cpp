@@ -102,7 +102,8 @@ TEST_F(KcdDocumentTest, ElementsOfOneTagHaveAttributesOfTheirOwn) {
   for (unsigned number = 0; number < elements; ++number) {
     text += "<b";
     for (const auto& name : names_by_bits(number)) {
-      text += ' ' + name + "='" + name + std::to_string(number) + "'";
+      text.append(" ").append(name).append("='").append(name);
+      text.append(std::to_string(number)).append("'");
     }
     text += "/>";
   }

@@ -6,10 +6,10 @@
 #include <memory>
 #include <string>
 
-#include "engine/import_olapdb_from_kcd_doc.h"
-#include "engine/olap_model/catalogue/catalogue_store.h"
-#include "engine/olap_model/memory/memory_server.h"
-#include "engine/olap_model/working_copy_server.h"
+#include "importer/import_olapdb_from_kcd_doc.h"
+#include "servers/catalogue/catalogue_store.h"
+#include "servers/memory/memory_server.h"
+#include "servers/working_copy_server.h"
 #include "tests/support/document_generator.h"
 
 namespace importkcd {

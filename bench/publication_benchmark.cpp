@@ -4,7 +4,7 @@
 #include <memory>
 #include <string>
 
-#include "engine/olap_model/mondrian/mondrian_server.h"
+#include "mondrian/publication/mondrian_server.h"
 
 namespace importkcd {
 namespace {

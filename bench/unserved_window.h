@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-#include "engine/olap_model/import_error.h"
+#include "base/import_error.h"
 #include "frontend/window/main_window.h"
 
 namespace importkcd {

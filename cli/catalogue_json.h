@@ -2,7 +2,7 @@
 
 #include <iosfwd>
 
-#include "engine/olap_model/olap_database.h"
+#include "model/olap_database.h"
 
 namespace importkcd {
 

@@ -7,7 +7,7 @@
 #include "cli/code_words.h"
 #include "cli/cube_tree.h"
 #include "cli/tree_texts.h"
-#include "engine/password_mask.h"
+#include "base/password_mask.h"
 
 namespace importkcd {
 namespace {

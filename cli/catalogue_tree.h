@@ -3,7 +3,7 @@
 #include <string>
 
 #include "cli/text_tree.h"
-#include "engine/olap_model/olap_database.h"
+#include "model/olap_database.h"
 
 namespace importkcd {
 

@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "engine/olap_model/codes.h"
+#include "model/codes.h"
 
 namespace importkcd {
 

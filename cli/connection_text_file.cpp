@@ -8,7 +8,7 @@
 #include <string_view>
 #include <system_error>
 
-#include "engine/olap_model/import_error.h"
+#include "base/import_error.h"
 
 namespace importkcd {
 namespace {

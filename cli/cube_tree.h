@@ -1,7 +1,7 @@
 #pragma once
 
 #include "cli/text_tree.h"
-#include "engine/olap_model/olap_database.h"
+#include "model/olap_database.h"
 
 namespace importkcd {
 

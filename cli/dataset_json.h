@@ -2,7 +2,7 @@
 
 #include <nlohmann/json.hpp>
 
-#include "engine/xmla/dataset.h"
+#include "xmla/dataset.h"
 
 namespace importkcd {
 

@@ -7,8 +7,8 @@
 #include <vector>
 
 #include "cli/text_width.h"
-#include "engine/olap_model/import_error.h"
-#include "engine/printable_text.h"
+#include "base/import_error.h"
+#include "base/printable_text.h"
 
 namespace importkcd {
 namespace {

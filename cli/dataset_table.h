@@ -2,7 +2,7 @@
 
 #include <iosfwd>
 
-#include "engine/xmla/dataset.h"
+#include "xmla/dataset.h"
 
 namespace importkcd {
 

@@ -5,7 +5,7 @@
 #include <string>
 
 #include "cli/code_words.h"
-#include "engine/olap_model/partition_view.h"
+#include "model/partition_view.h"
 
 namespace importkcd {
 namespace {

@@ -2,7 +2,7 @@
 
 #include <nlohmann/json.hpp>
 
-#include "engine/olap_model/definitions.h"
+#include "model/definitions.h"
 
 namespace importkcd {
 

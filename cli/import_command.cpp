@@ -7,9 +7,9 @@
 
 #include "cli/connection_text_file.h"
 #include "cli/kci_file.h"
-#include "engine/import_olapdb_from_kcd_doc.h"
-#include "engine/olap_model/import_error.h"
-#include "engine/printable_text.h"
+#include "importer/import_olapdb_from_kcd_doc.h"
+#include "base/import_error.h"
+#include "base/printable_text.h"
 
 namespace importkcd {
 namespace {

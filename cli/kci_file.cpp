@@ -1,6 +1,6 @@
 #include "cli/kci_file.h"
 
-#include "engine/olap_model/name_folding.h"
+#include "base/name_folding.h"
 
 namespace importkcd {
 

@@ -13,10 +13,10 @@
 #include "cli/restore_command.h"
 #include "cli/serve_command.h"
 #include "cli/show_command.h"
-#include "engine/olap_model/memory/memory_server.h"
-#include "engine/olap_model/server_choice.h"
-#include "engine/password_mask.h"
-#include "engine/printable_text.h"
+#include "servers/memory/memory_server.h"
+#include "servers/choice/server_choice.h"
+#include "base/password_mask.h"
+#include "base/printable_text.h"
 
 namespace importkcd {
 namespace {

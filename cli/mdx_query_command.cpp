@@ -9,8 +9,8 @@
 #include "cli/dataset_json.h"
 #include "cli/dataset_table.h"
 #include "cli/olap_engine.h"
-#include "engine/olap_model/import_error.h"
-#include "engine/xmla/xmla_address.h"
+#include "base/import_error.h"
+#include "xmla/xmla_address.h"
 
 namespace importkcd {
 namespace {

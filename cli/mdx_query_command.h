@@ -4,8 +4,8 @@
 #include <string>
 
 #include "cli/command_environment.h"
-#include "engine/xmla/dataset.h"
-#include "engine/xmla/xmla_client.h"
+#include "xmla/dataset.h"
+#include "xmla/xmla_client.h"
 
 namespace CLI {
 class App;

@@ -15,7 +15,7 @@
 #include <system_error>
 #include <utility>
 
-#include "engine/olap_model/import_error.h"
+#include "base/import_error.h"
 
 namespace importkcd {
 namespace {

@@ -7,10 +7,10 @@
 #include "cli/catalogue_json.h"
 #include "cli/catalogue_tree.h"
 #include "cli/xmla_tree.h"
-#include "engine/olap_model/import_error.h"
-#include "engine/olap_model/name_folding.h"
-#include "engine/printable_text.h"
-#include "engine/xmla/xmla_address.h"
+#include "base/import_error.h"
+#include "base/name_folding.h"
+#include "base/printable_text.h"
+#include "xmla/xmla_address.h"
 
 namespace importkcd {
 namespace {

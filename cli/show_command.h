@@ -4,7 +4,7 @@
 #include <vector>
 
 #include "cli/command_environment.h"
-#include "engine/xmla/xmla_client.h"
+#include "xmla/xmla_client.h"
 
 namespace CLI {
 class App;

@@ -5,7 +5,7 @@
 
 #include <ostream>
 
-#include "engine/printable_text.h"
+#include "base/printable_text.h"
 
 namespace importkcd {
 namespace {

@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "cli/text_tree.h"
-#include "engine/olap_model/definitions.h"
+#include "model/definitions.h"
 
 namespace importkcd {
 

@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "cli/text_tree.h"
-#include "engine/xmla/xmla_client.h"
+#include "xmla/xmla_client.h"
 
 namespace importkcd {
 

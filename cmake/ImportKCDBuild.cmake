@@ -61,15 +61,49 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_L
   target_compile_options(importkcd_settings INTERFACE -Wno-restrict)
 endif()
 
-# importkcd_library(NAME SOURCES... ): one static library a folder.
+# The sources of the current folder and of those named below it, but for those that are left out.
+function(importkcd_sources result)
+  cmake_parse_arguments(PARSE_ARGV 1 ARG "" "" "FOLDERS;EXCLUDE")
+  set(patterns *.cpp)
+  foreach(folder IN LISTS ARG_FOLDERS)
+    list(APPEND patterns ${folder}/*.cpp)
+  endforeach()
+  file(GLOB sources CONFIGURE_DEPENDS RELATIVE "${CMAKE_CURRENT_SOURCE_DIR}" ${patterns})
+  list(REMOVE_ITEM sources ${ARG_EXCLUDE})
+  set(${result} ${sources} PARENT_SCOPE)
+endfunction()
+
+# importkcd_library(NAME [FOLDERS folder...] [EXCLUDE source...]): a static library of the folder.
 function(importkcd_library name)
-  add_library(${name} STATIC ${ARGN})
+  importkcd_sources(sources ${ARGN})
+  add_library(${name} STATIC ${sources})
   target_link_libraries(${name} PUBLIC importkcd_settings)
 endfunction()
 
-# importkcd_test(NAME SOURCES...): one GoogleTest program, each of its tests known to ctest.
+# importkcd_test(NAME [FOLDERS folder...] [EXCLUDE source...] [SHARDS count] [FILTER filter]): the
+# folder's GoogleTest program. It runs as a whole, or as so many parts that can run side by side: a
+# process per test would take longer than most of the tests.
 function(importkcd_test name)
-  add_executable(${name} ${ARGN})
-  target_link_libraries(${name} PRIVATE importkcd_settings GTest::gmock GTest::gtest_main)
-  gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 300)
+  cmake_parse_arguments(PARSE_ARGV 1 ARG "" "SHARDS;FILTER" "FOLDERS;EXCLUDE")
+  importkcd_sources(sources FOLDERS ${ARG_FOLDERS} EXCLUDE ${ARG_EXCLUDE})
+  add_executable(${name} ${sources})
+  target_link_libraries(${name} PRIVATE importkcd_settings GTest::gmock)
+  if(NOT sources MATCHES "test_main.cpp")
+    target_link_libraries(${name} PRIVATE GTest::gtest_main)
+  endif()
+  set(command ${name} --gtest_brief=1)
+  if(ARG_FILTER)
+    list(APPEND command --gtest_filter=${ARG_FILTER})
+  endif()
+  if(NOT ARG_SHARDS)
+    add_test(NAME ${name} COMMAND ${command})
+    set_tests_properties(${name} PROPERTIES TIMEOUT 900)
+    return()
+  endif()
+  math(EXPR last "${ARG_SHARDS} - 1")
+  foreach(index RANGE ${last})
+    add_test(NAME ${name}.${index} COMMAND ${command})
+    set_tests_properties(${name}.${index} PROPERTIES TIMEOUT 900
+      ENVIRONMENT "GTEST_TOTAL_SHARDS=${ARG_SHARDS};GTEST_SHARD_INDEX=${index}")
+  endforeach()
 endfunction()

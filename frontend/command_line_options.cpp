@@ -4,7 +4,7 @@
 #include <array>
 #include <optional>
 
-#include "engine/olap_model/name_folding.h"
+#include "base/name_folding.h"
 #include "frontend/output_file_name.h"
 #include "frontend/start_up_error.h"
 #include "frontend/text_characters.h"

@@ -2,7 +2,7 @@
 
 #include <string_view>
 
-#include "engine/olap_model/name_folding.h"
+#include "base/name_folding.h"
 
 namespace importkcd {
 namespace {

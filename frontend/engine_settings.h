@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "engine/import_options.h"
+#include "importer/import_options.h"
 #include "frontend/hidden_settings.h"
 #include "frontend/run_fields.h"
 

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "engine/olap_model/server_choice.h"
+#include "servers/choice/server_choice.h"
 #include "frontend/command_line.h"
 #include "frontend/output_file_name.h"
 #include "frontend/start_up_error.h"

@@ -6,7 +6,7 @@
 #include <cerrno>
 #include <system_error>
 
-#include "engine/printable_text.h"
+#include "base/printable_text.h"
 
 namespace importkcd {
 namespace {

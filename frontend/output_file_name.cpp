@@ -4,7 +4,7 @@
 #include <cstdio>
 #include <ctime>
 
-#include "engine/olap_model/name_folding.h"
+#include "base/name_folding.h"
 #include "frontend/text_characters.h"
 
 namespace importkcd {

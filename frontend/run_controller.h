@@ -3,8 +3,8 @@
 #include <string>
 #include <vector>
 
-#include "engine/olap_model/olap_server.h"
-#include "engine/progress_sink.h"
+#include "model/olap_server.h"
+#include "importer/progress_sink.h"
 #include "frontend/hidden_settings.h"
 #include "frontend/kci_converter.h"
 #include "frontend/output_file.h"

@@ -1,6 +1,6 @@
 #include "frontend/text_characters.h"
 
-#include "engine/olap_model/trimmed.h"
+#include "base/trimmed.h"
 
 namespace importkcd {
 namespace {

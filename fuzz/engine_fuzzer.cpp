@@ -13,8 +13,8 @@
 #include <string_view>
 #include <vector>
 
-#include "engine/import_olapdb_from_kcd_doc.h"
-#include "engine/olap_model/memory/memory_server.h"
+#include "importer/import_olapdb_from_kcd_doc.h"
+#include "servers/memory/memory_server.h"
 #include "fuzz/fuzz_support.h"
 #include "tests/support/database_text.h"
 

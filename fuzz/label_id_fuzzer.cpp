@@ -8,7 +8,7 @@
 #include <optional>
 #include <string>
 
-#include "engine/olap_model/import_error.h"
+#include "base/import_error.h"
 #include "fuzz/fuzz_support.h"
 #include "labels/label_id.h"
 

@@ -8,8 +8,8 @@
 #include <string>
 #include <string_view>
 
-#include "engine/olap_model/import_error.h"
-#include "engine/text_encoding.h"
+#include "base/import_error.h"
+#include "base/text_encoding.h"
 #include "fuzz/fuzz_support.h"
 #include "labels/label_id.h"
 #include "labels/label_references.h"

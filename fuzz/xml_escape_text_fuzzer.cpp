@@ -7,7 +7,7 @@
 #include <string_view>
 #include <utility>
 
-#include "engine/olap_model/import_error.h"
+#include "base/import_error.h"
 #include "fuzz/fuzz_support.h"
 #include "labels/xml_escape_text.h"
 

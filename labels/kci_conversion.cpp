@@ -5,14 +5,14 @@
 #include <memory>
 #include <system_error>
 
-#include "engine/document_files.h"
-#include "engine/kcd_document.h"
-#include "engine/olap_model/import_error.h"
-#include "engine/text_encoding.h"
+#include "base/document_files.h"
+#include "document/kcd_document.h"
+#include "base/import_error.h"
+#include "base/text_encoding.h"
 #include "labels/kci_file_name.h"
 #include "labels/label_references.h"
 #include "labels/to_string.h"
-#include "labels/whole_file.h"
+#include "base/whole_file.h"
 
 namespace importkcd {
 namespace {

@@ -4,7 +4,7 @@
 #include <filesystem>
 #include <system_error>
 
-#include "engine/olap_model/name_folding.h"
+#include "base/name_folding.h"
 
 namespace importkcd {
 namespace {

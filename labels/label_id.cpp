@@ -6,8 +6,8 @@
 #include <limits>
 #include <string>
 
-#include "engine/olap_model/import_error.h"
-#include "engine/olap_model/trimmed.h"
+#include "base/import_error.h"
+#include "base/trimmed.h"
 #include "labels/labels_connection.h"
 
 namespace importkcd {

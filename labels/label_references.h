@@ -7,7 +7,7 @@
 #include <string_view>
 #include <vector>
 
-#include "engine/text_encoding.h"
+#include "base/text_encoding.h"
 #include "labels/loaded_labels.h"
 
 namespace importkcd {

@@ -1,6 +1,6 @@
 #include "labels/labels_connection.h"
 
-#include "engine/password_mask.h"
+#include "base/password_mask.h"
 #include "labels/odbc_connection.h"
 #include "labels/odbc_connection_string.h"
 #include "labels/sql_server_address.h"

@@ -6,11 +6,11 @@
 #include <limits>
 #include <utility>
 
-#include "engine/olap_model/import_error.h"
-#include "engine/olap_model/name_folding.h"
+#include "base/import_error.h"
+#include "base/name_folding.h"
 #include "labels/odbc_handle.h"
 #include "labels/odbc_library.h"
-#include "labels/utf16_text.h"
+#include "base/utf16_text.h"
 
 namespace importkcd {
 namespace {

@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <initializer_list>
 
-#include "engine/olap_model/import_error.h"
-#include "engine/olap_model/name_folding.h"
-#include "engine/olap_model/trimmed.h"
+#include "base/import_error.h"
+#include "base/name_folding.h"
+#include "base/trimmed.h"
 
 namespace importkcd {
 namespace {

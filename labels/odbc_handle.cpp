@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <array>
 
-#include "engine/olap_model/import_error.h"
-#include "labels/utf16_text.h"
+#include "base/import_error.h"
+#include "base/utf16_text.h"
 
 namespace importkcd {
 namespace {

@@ -3,7 +3,7 @@
 #include <sql.h>
 #include <sqlext.h>
 
-#include "engine/olap_model/shared_library.h"
+#include "base/shared_library.h"
 #include "labels/labels_connection.h"
 
 namespace importkcd {

@@ -2,9 +2,9 @@
 
 #include <algorithm>
 
-#include "engine/olap_model/import_error.h"
-#include "engine/olap_model/name_folding.h"
-#include "engine/olap_model/trimmed.h"
+#include "base/import_error.h"
+#include "base/name_folding.h"
+#include "base/trimmed.h"
 #include "labels/odbc_connection_string.h"
 
 namespace importkcd {

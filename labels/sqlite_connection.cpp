@@ -6,8 +6,8 @@
 #include <filesystem>
 #include <utility>
 
-#include "engine/olap_model/import_error.h"
-#include "engine/olap_model/name_folding.h"
+#include "base/import_error.h"
+#include "base/name_folding.h"
 
 namespace importkcd {
 namespace {

@@ -2,7 +2,7 @@
 
 #include <cstddef>
 
-#include "engine/olap_model/import_error.h"
+#include "base/import_error.h"
 #include "labels/labels_connection.h"
 
 namespace importkcd {

@@ -5,7 +5,7 @@
 
 #include <unordered_set>
 
-#include "engine/olap_model/name_folding.h"
+#include "base/name_folding.h"
 
 namespace importkcd {
 namespace {

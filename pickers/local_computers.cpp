@@ -4,7 +4,7 @@
 #include <sstream>
 #include <utility>
 
-#include "engine/olap_model/server_choice.h"
+#include "servers/choice/server_choice.h"
 #include "pickers/hosts_file.h"
 
 namespace importkcd {

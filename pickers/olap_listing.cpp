@@ -6,8 +6,8 @@
 #include <memory>
 #include <utility>
 
-#include "engine/xmla/xmla_address.h"
-#include "engine/xmla/xmla_client.h"
+#include "xmla/xmla_address.h"
+#include "xmla/xmla_client.h"
 
 namespace importkcd {
 namespace {

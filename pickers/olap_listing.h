@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "engine/olap_model/olap_server.h"
+#include "model/olap_server.h"
 
 namespace importkcd {
 

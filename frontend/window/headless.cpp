@@ -4,7 +4,7 @@
 #include <iostream>
 #include <ostream>
 
-#include "engine/printable_text.h"
+#include "base/printable_text.h"
 
 namespace importkcd {
 namespace {

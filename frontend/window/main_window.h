@@ -6,8 +6,8 @@
 #include <memory>
 #include <string>
 
-#include "engine/olap_model/olap_server.h"
-#include "engine/progress_sink.h"
+#include "model/olap_server.h"
+#include "importer/progress_sink.h"
 #include "frontend/hidden_settings.h"
 #include "frontend/run_controller.h"
 #include "frontend/window/dialogs.h"

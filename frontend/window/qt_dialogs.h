@@ -1,6 +1,6 @@
 #pragma once
 
-#include "engine/olap_model/olap_server.h"
+#include "model/olap_server.h"
 #include "frontend/window/dialogs.h"
 
 namespace importkcd {

@@ -3,7 +3,7 @@
 #include <QWidget>
 #include <string>
 
-#include "engine/progress_sink.h"
+#include "importer/progress_sink.h"
 #include "frontend/kci_converter.h"
 #include "frontend/run_view.h"
 #include "frontend/window/dialogs.h"

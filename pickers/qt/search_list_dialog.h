@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "engine/olap_model/olap_server.h"
+#include "model/olap_server.h"
 #include "pickers/olap_listing.h"
 #include "pickers/qt/error_box.h"
 

@@ -4,7 +4,7 @@
 #include <utility>
 #include <vector>
 
-#include "engine/xmla/dataset.h"
+#include "xmla/dataset.h"
 
 namespace importkcd::testing {
 

@@ -4,7 +4,7 @@
 
 #include <sstream>
 
-#include "engine/olap_model/import_error.h"
+#include "base/import_error.h"
 #include "tests/cli/dataset_samples.h"
 
 namespace importkcd {

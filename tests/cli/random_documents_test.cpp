@@ -7,9 +7,9 @@
 #include <tuple>
 
 #include "cli/catalogue_json.h"
-#include "engine/olap_model/catalogue/catalogue_store.h"
-#include "engine/olap_model/memory/memory_server.h"
-#include "engine/olap_model/working_copy_server.h"
+#include "servers/catalogue/catalogue_store.h"
+#include "servers/memory/memory_server.h"
+#include "servers/working_copy_server.h"
 #include "tests/support/document_generator.h"
 #include "tests/support/import_fixture.h"
 

@@ -7,8 +7,8 @@
 #include <string>
 #include <vector>
 
-#include "engine/olap_model/import_error.h"
-#include "engine/olap_model/memory/memory_server.h"
+#include "base/import_error.h"
+#include "servers/memory/memory_server.h"
 #include "frontend/run_controller.h"
 #include "tests/frontend/recording_view.h"
 #include "tests/support/temporary_folder.h"

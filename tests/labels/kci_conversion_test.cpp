@@ -5,7 +5,7 @@
 
 #include <filesystem>
 
-#include "engine/text_encoding.h"
+#include "base/text_encoding.h"
 #include "labels/to_string.h"
 #include "tests/labels/labels_content.h"
 #include "tests/labels/recording_labels_view.h"

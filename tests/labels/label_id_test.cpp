@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "engine/olap_model/import_error.h"
+#include "base/import_error.h"
 
 namespace importkcd {
 namespace {

@@ -5,7 +5,7 @@
 #include <map>
 #include <optional>
 
-#include "engine/olap_model/import_error.h"
+#include "base/import_error.h"
 
 namespace importkcd {
 namespace {

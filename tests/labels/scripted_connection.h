@@ -7,8 +7,8 @@
 #include <utility>
 #include <vector>
 
-#include "engine/olap_model/import_error.h"
-#include "engine/olap_model/name_folding.h"
+#include "base/import_error.h"
+#include "base/name_folding.h"
 #include "labels/labels_connection.h"
 
 namespace importkcd::testing {

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "engine/olap_model/import_error.h"
+#include "base/import_error.h"
 
 namespace importkcd {
 namespace {

@@ -1,7 +1,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "engine/olap_model/import_error.h"
+#include "base/import_error.h"
 #include "labels/kci_conversion.h"
 #include "labels/labels_access.h"
 #include "tests/labels/labels_content.h"

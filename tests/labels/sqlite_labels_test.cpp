@@ -4,7 +4,7 @@
 #include <filesystem>
 #include <string>
 
-#include "engine/olap_model/import_error.h"
+#include "base/import_error.h"
 #include "labels/labels_connection.h"
 #include "tests/labels/labels_content.h"
 #include "tests/support/temporary_folder.h"

@@ -2,8 +2,8 @@
 
 #include <gtest/gtest.h>
 
-#include "engine/apostrophes.h"
-#include "engine/olap_model/import_error.h"
+#include "document/apostrophes.h"
+#include "base/import_error.h"
 
 namespace importkcd {
 namespace {

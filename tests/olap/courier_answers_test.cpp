@@ -1,7 +1,7 @@
 #include <utility>
 #include <vector>
 
-#include "engine/xmla/xmla_client.h"
+#include "xmla/xmla_client.h"
 #include "tests/olap/olap_world.h"
 #include "tests/olap/question.h"
 

@@ -7,7 +7,7 @@
 #include <memory>
 #include <utility>
 
-#include "engine/xmla/xmla_client.h"
+#include "xmla/xmla_client.h"
 #include "tests/olap/sales_views.h"
 
 namespace importkcd::testing {

@@ -1,4 +1,4 @@
-#include "engine/olap_model/import_error.h"
+#include "base/import_error.h"
 #include "tests/olap/olap_world.h"
 #include "tests/olap/small_document.h"
 

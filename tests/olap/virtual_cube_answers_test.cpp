@@ -1,5 +1,5 @@
-#include "engine/import_olapdb_from_kcd_doc.h"
-#include "engine/olap_model/server_choice.h"
+#include "importer/import_olapdb_from_kcd_doc.h"
+#include "servers/choice/server_choice.h"
 #include "tests/olap/olap_world.h"
 
 namespace importkcd::testing {

@@ -3,7 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "engine/olap_model/server_choice.h"
+#include "servers/choice/server_choice.h"
 #include "tests/support/temporary_folder.h"
 
 namespace importkcd {

@@ -7,9 +7,9 @@
 #include <memory>
 #include <stdexcept>
 
-#include "engine/olap_model/server_choice.h"
-#include "tests/engine/olap_model/catalogue_test_support.h"
-#include "tests/engine/olap_model/forked_process.h"
+#include "servers/choice/server_choice.h"
+#include "tests/servers/catalogue/catalogue_test_support.h"
+#include "tests/servers/catalogue/forked_process.h"
 #include "tests/pickers/picker_server.h"
 #include "tests/support/http_server.h"
 #include "tests/support/temporary_folder.h"

@@ -6,8 +6,8 @@
 #include <utility>
 #include <vector>
 
-#include "engine/olap_model/import_error.h"
-#include "engine/olap_model/memory/memory_server.h"
+#include "base/import_error.h"
+#include "servers/memory/memory_server.h"
 #include "tests/support/forwarding_server.h"
 
 namespace importkcd::testing {

@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "engine/olap_model/olap_server.h"
+#include "model/olap_server.h"
 
 namespace importkcd::testing {
 

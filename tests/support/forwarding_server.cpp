@@ -3,7 +3,7 @@
 #include <string_view>
 #include <utility>
 
-#include "engine/olap_model/import_error.h"
+#include "base/import_error.h"
 
 namespace importkcd::testing {
 namespace {

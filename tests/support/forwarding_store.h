@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "engine/olap_model/olap_store.h"
+#include "servers/olap_store.h"
 
 namespace importkcd::testing {
 

@@ -8,10 +8,10 @@
 #include <string_view>
 #include <vector>
 
-#include "engine/import_olapdb_from_kcd_doc.h"
-#include "engine/import_run.h"
-#include "engine/kcd_document.h"
-#include "engine/olap_model/memory/memory_server.h"
+#include "importer/import_olapdb_from_kcd_doc.h"
+#include "importer/import_run.h"
+#include "document/kcd_document.h"
+#include "servers/memory/memory_server.h"
 #include "tests/support/forwarding_server.h"
 #include "tests/support/temporary_folder.h"
 

@@ -5,8 +5,8 @@
 #include <optional>
 #include <sstream>
 
-#include "engine/olap_model/import_error.h"
-#include "engine/xmla/xmla_client.h"
+#include "base/import_error.h"
+#include "xmla/xmla_client.h"
 
 namespace importkcd::testing {
 namespace {

@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "engine/xmla/dataset.h"
+#include "xmla/dataset.h"
 #include "tests/support/process.h"
 
 namespace importkcd::testing {

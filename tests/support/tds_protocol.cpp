@@ -4,7 +4,7 @@
 
 #include <stdexcept>
 
-#include "labels/utf16_text.h"
+#include "base/utf16_text.h"
 
 namespace importkcd::testing {
 namespace {

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "engine/olap_model/server_choice.h"
+#include "servers/choice/server_choice.h"
 #include "tests/support/process.h"
 #include "tests/support/temporary_folder.h"
 #include "tests/support/whole_document.h"

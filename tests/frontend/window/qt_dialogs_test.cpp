@@ -12,8 +12,8 @@
 #include <QTimer>
 #include <functional>
 
-#include "engine/olap_model/import_error.h"
-#include "engine/olap_model/memory/memory_server.h"
+#include "base/import_error.h"
+#include "servers/memory/memory_server.h"
 #include "tests/support/temporary_folder.h"
 
 namespace importkcd::testing {

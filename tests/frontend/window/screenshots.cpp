@@ -14,8 +14,8 @@
 #include <memory>
 #include <string>
 
-#include "engine/olap_model/import_error.h"
-#include "engine/olap_model/memory/memory_server.h"
+#include "base/import_error.h"
+#include "servers/memory/memory_server.h"
 #include "frontend/controls.h"
 #include "frontend/window/main_window.h"
 #include "frontend/window/qt_dialogs.h"

@@ -10,7 +10,7 @@
 #include <QTest>
 #include <utility>
 
-#include "engine/olap_model/server_choice.h"
+#include "servers/choice/server_choice.h"
 #include "pickers/qt/computer_dialog.h"
 #include "tests/pickers/qt/modal_driver.h"
 

@@ -1,0 +1,52 @@
+#include "base/printable_text.h"
+
+#include <algorithm>
+#include <cstddef>
+
+namespace importkcd {
+namespace {
+
+constexpr unsigned char byte_at(std::string_view text, std::size_t position) {
+  return position < text.size() ? static_cast<unsigned char>(text[position]) : 0;
+}
+
+/// How many bytes at the front of `text` are one character to be blanked; 0: none.
+std::size_t blanked_length(std::string_view text) {
+  const auto first = byte_at(text, 0);
+  const auto second = byte_at(text, 1);
+  if (first < 0x20 || first == 0x7F) {
+    return 1;
+  }
+  if (first == 0xC2 && second >= 0x80 && second <= 0x9F) {
+    return 2;  // U+0080 to U+009F
+  }
+  if (first == 0xE2 && second == 0x80 && (byte_at(text, 2) & 0xFEU) == 0xA8) {
+    return 3;  // U+2028, U+2029
+  }
+  return 0;
+}
+
+/// Whether a character that is to be blanked may begin with this byte.
+constexpr bool may_be_blanked(char c) {
+  const auto byte = static_cast<unsigned char>(c);
+  return byte < 0x20 || byte == 0x7F || byte == 0xC2 || byte == 0xE2;
+}
+
+}  // namespace
+
+std::string printable(std::string_view text) {
+  const auto plain = static_cast<std::size_t>(
+      std::find_if(text.begin(), text.end(), may_be_blanked) - text.begin());
+  std::string result;
+  result.reserve(text.size());
+  result.append(text.substr(0, plain));
+  text.remove_prefix(plain);
+  while (!text.empty()) {
+    const auto blanked = blanked_length(text);
+    result.push_back(blanked > 0 ? ' ' : text.front());
+    text.remove_prefix(std::max<std::size_t>(blanked, 1));
+  }
+  return result;
+}
+
+}  // namespace importkcd

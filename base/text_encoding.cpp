@@ -1,0 +1,214 @@
+#include "base/text_encoding.h"
+
+#include <iconv.h>
+#include <utf8proc.h>
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+#include <utility>
+
+namespace importkcd {
+namespace {
+
+using namespace std::string_view_literals;
+
+struct UnicodeForm {
+  std::string_view first_bytes;
+  const char* name;
+  std::size_t unit;
+  std::size_t byte_order_mark;
+};
+
+constexpr std::array unicode_forms = {
+    UnicodeForm{"\xEF\xBB\xBF"sv, "UTF-8", 1, 3}, UnicodeForm{"\xFF\xFE"sv, "UTF-16LE", 2, 2},
+    UnicodeForm{"\xFE\xFF"sv, "UTF-16BE", 2, 2},  UnicodeForm{"<\0"sv, "UTF-16LE", 2, 0},
+    UnicodeForm{"\0<"sv, "UTF-16BE", 2, 0},
+};
+
+/// Converts UTF-8 characters one by one, to see which of them an encoding lacks.
+class Converter {
+ public:
+  explicit Converter(const std::string& encoding)
+      : handle_(iconv_open(encoding.c_str(), "UTF-8")) {}
+  ~Converter() {
+    if (known()) {
+      iconv_close(handle_);
+    }
+  }
+  Converter(const Converter&) = delete;
+  Converter& operator=(const Converter&) = delete;
+
+  bool known() const { return handle_ != invalid_handle(); }
+
+  std::optional<std::string> convert(std::string_view character) {
+    std::string in(character);
+    std::array<char, 16> out{};
+    char* from = in.data();
+    char* to = out.data();
+    std::size_t from_left = in.size();
+    std::size_t to_left = out.size();
+    iconv(handle_, nullptr, nullptr, nullptr, nullptr);
+    if (iconv(handle_, &from, &from_left, &to, &to_left) == static_cast<std::size_t>(-1)) {
+      return std::nullopt;
+    }
+    return std::string(out.data(), out.size() - to_left);
+  }
+
+ private:
+  static iconv_t invalid_handle() {
+    // NOLINTNEXTLINE(performance-no-int-to-ptr): this is how iconv_open tells a failure.
+    return reinterpret_cast<iconv_t>(-1);
+  }
+
+  iconv_t handle_;
+};
+
+struct Character {
+  std::string_view bytes;
+  /// The code point; negative for a byte that is no UTF-8.
+  utf8proc_int32_t code = -1;
+};
+
+Character take_character(std::string_view& text) {
+  Character character;
+  const auto length = utf8proc_iterate(reinterpret_cast<const utf8proc_uint8_t*>(text.data()),
+                                       static_cast<utf8proc_ssize_t>(text.size()), &character.code);
+  character.bytes = text.substr(0, length > 0 ? static_cast<std::size_t>(length) : 1);
+  text.remove_prefix(character.bytes.size());
+  return character;
+}
+
+std::string reference(const Character& character) {
+  constexpr int replacement_character = 0xFFFD;
+  return "&#" + std::to_string(character.code < 0 ? replacement_character : character.code) + ";";
+}
+
+/// Converts all characters; `if_lacking` gives the UTF-8 text to put in a lacking one's place, or
+/// nothing to give up.
+template <class IfLacking>
+std::optional<std::string> convert_all(const std::string& encoding, std::string_view text,
+                                       IfLacking if_lacking) {
+  Converter converter(encoding);
+  std::string result;
+  while (!text.empty()) {
+    const auto character = take_character(text);
+    if (auto bytes = converter.convert(character.bytes)) {
+      result += *bytes;
+      continue;
+    }
+    const std::optional<std::string> instead = if_lacking(character);
+    if (!instead) {
+      return std::nullopt;
+    }
+    for (const char& c : *instead) {
+      result += converter.convert({&c, 1}).value_or("");
+    }
+  }
+  return result;
+}
+
+constexpr std::string_view white_space = " \t\r\n";
+
+/// The value of the declaration's pseudo attribute `encoding`; empty when there is none.
+std::string_view declared_encoding(std::string_view text) {
+  constexpr std::string_view beginning = "<?xml";
+  if (text.substr(0, beginning.size()) != beginning) {
+    return {};
+  }
+  auto rest = text.substr(beginning.size(), text.find("?>") - beginning.size());
+  constexpr std::string_view attribute = "encoding";
+  const auto skip_white_space = [&rest] {
+    rest.remove_prefix(std::min(rest.find_first_not_of(white_space), rest.size()));
+  };
+  rest.remove_prefix(std::min(rest.find(attribute), rest.size()));
+  rest.remove_prefix(std::min(attribute.size(), rest.size()));
+  skip_white_space();
+  if (rest.substr(0, 1) != "=") {
+    return {};
+  }
+  rest.remove_prefix(1);
+  skip_white_space();
+  if (rest.empty() || (rest.front() != '"' && rest.front() != '\'')) {
+    return {};
+  }
+  const auto end = rest.find(rest.front(), 1);
+  return end == std::string_view::npos ? std::string_view() : rest.substr(1, end - 1);
+}
+
+/// Anything else would mean more to iconv than a name.
+bool is_encoding_name(std::string_view name) {
+  return !name.empty() && std::all_of(name.begin(), name.end(), [](char c) {
+    return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') || c == '.' ||
+           c == '_' || c == '-';
+  });
+}
+
+}  // namespace
+
+TextEncoding TextEncoding::of_first_bytes(std::string_view first_bytes) {
+  for (const auto& form : unicode_forms) {
+    if (first_bytes.substr(0, form.first_bytes.size()) == form.first_bytes) {
+      return {form.name, form.unit, form.byte_order_mark};
+    }
+  }
+  return {"UTF-8", 1, 0};
+}
+
+void TextEncoding::take_declaration(std::string_view text) {
+  if (unit_ != 1 || byte_order_mark_ != 0) {
+    return;
+  }
+  const std::string declared(declared_encoding(text.substr(0, declaration_size)));
+  if (!is_encoding_name(declared)) {
+    return;
+  }
+  Converter converter(declared);
+  // A declaration that could be read byte by byte is no UTF-16 and the like, whatever it says.
+  if (converter.known() && converter.convert("<") == "<") {
+    name_ = declared;
+  }
+}
+
+bool TextEncoding::is_utf8() const {
+  constexpr std::string_view lower_case = "utf-8";
+  return std::equal(name_.begin(), name_.end(), lower_case.begin(), lower_case.end(),
+                    [](char left, char right) {
+                      return (left >= 'A' && left <= 'Z' ? left + 32 : left) == right;
+                    });
+}
+
+std::optional<std::string> TextEncoding::encode(std::string_view text) const {
+  if (is_utf8()) {
+    return std::string(text);
+  }
+  return convert_all(name_, text, [](const Character&) { return std::nullopt; });
+}
+
+std::string TextEncoding::encode_with_references(std::string_view text) const {
+  if (is_utf8()) {
+    return std::string(text);
+  }
+  return convert_all(name_, text, [](const Character& c) { return reference(c); }).value_or("");
+}
+
+std::size_t find_on_unit(std::string_view text, std::string_view wanted, std::size_t start,
+                         std::size_t unit) {
+  while (start < text.size()) {
+    const auto rest = text.substr(start);
+    const void* const found = wanted.size() == 1
+                                  ? std::memchr(rest.data(), wanted.front(), rest.size())
+                                  : memmem(rest.data(), rest.size(), wanted.data(), wanted.size());
+    if (found == nullptr) {
+      return std::string_view::npos;
+    }
+    const auto at = static_cast<std::size_t>(static_cast<const char*>(found) - text.data());
+    if (at % unit == 0) {
+      return at;
+    }
+    start = at + 1;
+  }
+  return std::string_view::npos;
+}
+
+}  // namespace importkcd

@@ -1,0 +1,158 @@
+#include "document/document_copy.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <string>
+#include <string_view>
+
+#include "base/text_encoding.h"
+
+namespace importkcd {
+namespace {
+
+bool starts_with(std::string_view text, std::string_view beginning) {
+  return text.substr(0, beginning.size()) == beginning;
+}
+
+/// Copying of one document. Since no match of the pattern holds a line end, matches are found in
+/// the running text; lines matter only where they end.
+class DocumentCopy {
+ public:
+  DocumentCopy(FileReader& from, FileWriter& to)
+      : from_(from),
+        to_(to),
+        encoding_(TextEncoding::of_first_bytes(from.window(3))),
+        line_feed_(encoding_.encode("\n").value_or("")),
+        carriage_return_(encoding_.encode("\r").value_or("")) {}
+
+  void run(const std::optional<CompanyPattern>& pattern);
+
+ private:
+  void drop_line();
+  void take_pattern(const CompanyPattern& pattern);
+  void copy_text();
+  std::size_t copy_window(std::string_view text, bool last);
+  void copy_lines(std::string_view text);
+  std::size_t find(std::string_view text, std::string_view wanted, std::size_t start = 0) const {
+    return find_on_unit(text, wanted, start, encoding_.unit());
+  }
+
+  FileReader& from_;
+  FileWriter& to_;
+  TextEncoding encoding_;
+  std::string line_feed_;
+  std::string carriage_return_;
+  /// The pattern in the document's encoding; nothing is replaced when `pattern_from_` is empty.
+  std::string pattern_from_;
+  std::string pattern_to_;
+  bool at_line_start_ = true;
+  bool after_carriage_return_ = false;
+};
+
+void DocumentCopy::run(const std::optional<CompanyPattern>& pattern) {
+  to_.append(from_.window(3).substr(0, encoding_.byte_order_mark()));
+  from_.skip(encoding_.byte_order_mark());
+  const auto document_type = encoding_.encode("<!DOC").value_or("");
+  if (starts_with(from_.window(document_type.size()), document_type)) {
+    drop_line();
+  }
+  encoding_.take_declaration(from_.window(TextEncoding::declaration_size));
+  if (pattern) {
+    take_pattern(*pattern);
+  }
+  copy_text();
+}
+
+void DocumentCopy::drop_line() {
+  const auto unit = encoding_.unit();
+  for (auto text = from_.window(unit); !text.empty(); text = from_.window(unit)) {
+    const auto end = std::min(find(text, line_feed_), find(text, carriage_return_));
+    if (end == std::string_view::npos) {
+      from_.skip(from_.at_end() ? text.size() : text.size() - text.size() % unit);
+      continue;
+    }
+    const bool is_carriage_return = starts_with(text.substr(end), carriage_return_);
+    from_.skip(end + unit);
+    if (is_carriage_return && starts_with(from_.window(unit), line_feed_)) {
+      from_.skip(unit);
+    }
+    return;
+  }
+}
+
+void DocumentCopy::take_pattern(const CompanyPattern& pattern) {
+  if (pattern.from.find_first_of("\r\n") != std::string::npos) {
+    return;
+  }
+  pattern_from_ = encoding_.encode(pattern.from).value_or("");
+  pattern_to_ = encoding_.encode_with_references(pattern.to);
+}
+
+void DocumentCopy::copy_text() {
+  const auto wanted = std::max(encoding_.unit(), pattern_from_.size());
+  for (auto text = from_.window(wanted); !text.empty() && !to_.failed();
+       text = from_.window(wanted)) {
+    from_.skip(copy_window(text, from_.at_end()));
+  }
+  if (!at_line_start_) {
+    to_.append(line_feed_);
+  }
+}
+
+/// Copies as much of the text as can be judged: unless it is the last, a match may begin in its
+/// last units. Returns how many bytes that were.
+std::size_t DocumentCopy::copy_window(std::string_view text, bool last) {
+  std::size_t done = 0;
+  if (!pattern_from_.empty()) {
+    for (auto match = find(text, pattern_from_); match != std::string_view::npos;
+         match = find(text, pattern_from_, done)) {
+      copy_lines(text.substr(done, match - done));
+      to_.append(pattern_to_);
+      at_line_start_ = false;
+      after_carriage_return_ = false;
+      done = match + pattern_from_.size();
+    }
+  }
+  if (last) {
+    copy_lines(text.substr(done));
+    return text.size();
+  }
+  const auto unit = encoding_.unit();
+  const auto whole = text.size() - text.size() % unit;
+  const auto open = pattern_from_.empty() ? 0 : pattern_from_.size() - unit;
+  const auto end = std::max(done, whole - std::min(whole, open));
+  copy_lines(text.substr(done, end - done));
+  return end;
+}
+
+void DocumentCopy::copy_lines(std::string_view text) {
+  if (after_carriage_return_ && starts_with(text, line_feed_)) {
+    text.remove_prefix(line_feed_.size());
+    after_carriage_return_ = false;
+  }
+  while (!text.empty()) {
+    const auto line_end = find(text, carriage_return_);
+    after_carriage_return_ = line_end != std::string_view::npos;
+    to_.append(text.substr(0, line_end));
+    if (!after_carriage_return_) {
+      // Half a unit at the end may look like a line end together with half of its neighbour.
+      at_line_start_ = text.size() % encoding_.unit() == 0 && text.ends_with(line_feed_);
+      return;
+    }
+    to_.append(line_feed_);
+    at_line_start_ = true;
+    text.remove_prefix(line_end + carriage_return_.size());
+    if (starts_with(text, line_feed_)) {
+      text.remove_prefix(line_feed_.size());
+      after_carriage_return_ = false;
+    }
+  }
+}
+
+}  // namespace
+
+void copy_document(FileReader& from, FileWriter& to, const std::optional<CompanyPattern>& pattern) {
+  DocumentCopy(from, to).run(pattern);
+}
+
+}  // namespace importkcd

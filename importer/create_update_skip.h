@@ -1,0 +1,77 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <utility>
+
+#include "importer/import_run.h"
+#include "model/database_objects.h"
+
+namespace importkcd {
+
+/// What becomes of an object that a document defines.
+enum class Action {
+  /// The server does not have it: add it.
+  create,
+  /// Leave the existing object alone and say so.
+  skip,
+  /// Rewrite the existing object.
+  update,
+  /// Leave the existing object alone and say nothing.
+  none,
+};
+
+/// The rule that all sections share. `type` is ImportOptions::ImportType; only
+/// import_type::incremental and import_type::update do something about an existing object.
+Action action_for(bool exists, std::int32_t type);
+
+/// The beginnings of the messages about one kind of object; the object's name and "'" follow.
+struct ObjectMessages {
+  std::string_view searching;
+  std::string_view creating;
+  std::string_view skipping;
+  std::string_view updating;
+};
+
+/// Sends `text` + `name` + "'".
+void report_object(const ImportRun& run, std::string_view text, std::string_view name);
+
+/// Applies the rule to one object directly under the database, with its messages: adds `fresh`, or
+/// takes the existing object of its name. Returns the object to be set; null when there is nothing
+/// to set, which is also the case when `may_update`, asked about the existing object after the
+/// updating message, says no. Throws ImportError when the object can be neither added nor read.
+template <class T, class MayUpdate>
+T* object_to_set(const ImportRun& run, const ObjectMessages& messages, DatabaseObjects<T>& objects,
+                 T fresh, MayUpdate may_update) {
+  const std::string name = fresh.name;
+  report_object(run, messages.searching, name);
+  switch (action_for(objects.contains(name), run.options().ImportType)) {
+    case Action::create: {
+      T& added = objects.add(std::move(fresh));
+      report_object(run, messages.creating, name);
+      return &added;
+    }
+    case Action::skip:
+      report_object(run, messages.skipping, name);
+      return nullptr;
+    case Action::update: {
+      const T& existing = *objects.find(name);
+      report_object(run, messages.updating, name);
+      // What is handed out for editing counts as changed, so ask for that only when it may be.
+      return may_update(existing) ? objects.edit(name) : nullptr;
+    }
+    case Action::none:
+      break;
+  }
+  return nullptr;
+}
+
+/// The same for a kind of object that may always be updated.
+template <class T>
+T* object_to_set(const ImportRun& run, const ObjectMessages& messages, DatabaseObjects<T>& objects,
+                 T fresh) {
+  return object_to_set(run, messages, objects, std::move(fresh), [](const T&) { return true; });
+}
+
+}  // namespace importkcd

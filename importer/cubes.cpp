@@ -1,0 +1,146 @@
+#include "importer/cubes.h"
+
+#include <cstdint>
+#include <exception>
+#include <string>
+
+#include "document/attributes.h"
+#include "importer/calculated_members.h"
+#include "importer/create_update_skip.h"
+#include "importer/cube_dimensions.h"
+#include "importer/cube_measures.h"
+#include "importer/cube_partitions.h"
+#include "importer/cube_roles.h"
+#include "model/vocabularies.h"
+
+namespace importkcd {
+namespace {
+
+/// Runs `step`; an error of the server ends there. Returns whether the step came through.
+template <class Step>
+bool accepted_by_server(Step step) {
+  try {
+    step();
+    return true;
+  } catch (const std::exception&) {
+    return false;
+  }
+}
+
+void remove_all(const ImportRun& run, OlapCube& cube, OlapCubeContent content) {
+  for (auto left = count_of(cube, content); left > 0; --left) {
+    run.server().remove_first(run.database(), cube, content);
+  }
+}
+
+void empty_cube(const ImportRun& run, OlapCube& cube) {
+  remove_all(run, cube, OlapCubeContent::dimensions);
+  remove_all(run, cube, OlapCubeContent::measures);
+  remove_all(run, cube, OlapCubeContent::calculated_members);
+  remove_all(run, cube, OlapCubeContent::roles);
+  remove_all(run, cube, OlapCubeContent::data_sources);
+  if (run.options().import_partitions) {
+    remove_all(run, cube, OlapCubeContent::partitions);
+  }
+}
+
+/// Whether the server let the cube be locked and emptied; reports why not.
+bool make_room(const ImportRun& run, OlapCube& cube, const std::string& name) {
+  const bool locked = accepted_by_server([&] { run.server().lock_cube(run.database(), cube); });
+  if (!locked) {
+    report_object(run, "Error : Can't update Cube '", name);
+  }
+  const bool emptied = locked && accepted_by_server([&] { empty_cube(run, cube); });
+  if (!emptied) {
+    run.ReportProgress("           Updating cube '" + name + "' canceled");
+  }
+  return emptied;
+}
+
+/// Makes the existing cube of that name the current one, ready to be written anew. Returns false
+/// when its update was canceled.
+bool take_existing_cube(ImportRun& run, const std::string& name) {
+  run.current_cube = run.database().cubes().edit(name);
+  if (run.current_cube->state_code() != static_cast<std::int32_t>(OlapCubeKind::regular)) {
+    run.current_cube = &run.database().add_cube(name, OlapCubeKind::regular);
+    report_object(run, "Creating new cube '", name);
+    return true;
+  }
+  report_object(run, "Updating cube '", name);
+  return make_room(run, *run.current_cube, name);
+}
+
+/// Decides what becomes of a cube definition. Returns the cube that it is to be written to; null
+/// when it is left out.
+OlapCube* cube_to_write(ImportRun& run, const std::string& name) {
+  const bool exists = run.database().cubes().contains(name);
+  switch (action_for(exists, run.options().ImportType)) {
+    case Action::create:
+      run.current_cube = &run.database().add_cube(name, OlapCubeKind::regular);
+      report_object(run, "Creating cube '", name);
+      return run.current_cube;
+    case Action::skip:
+      run.current_cube = nullptr;
+      report_object(run, "Skipping cube '", name);
+      return nullptr;
+    case Action::update:
+      return take_existing_cube(run, name) ? run.current_cube : nullptr;
+    case Action::none:
+      break;
+  }
+  // In replace mode a cube that is still there was made by this document: its second definition is
+  // written to whichever cube is current, without looking it up.
+  return run.options().ImportType == import_type::replace ? run.current_cube : nullptr;
+}
+
+void write_properties(const ImportRun& run, const KcdElement& element, OlapCube& cube) {
+  cube.description = decoded_text(element, "description");
+  cube.data_source = run.database().data_source_name(decoded_text(element, "data_source"));
+  cube.fact_table = raw_text(element, "fact_table");
+  cube.aggregation_prefix = decoded_text(element, "aggregation_prefix");
+  cube.from_clause = raw_text(element, "from_clause");
+  cube.join_clause = raw_text(element, "join_clause");
+  cube.custom_properties.put(OlapProperty{"SchemaLayout", raw_text(element, "schema_layout")});
+  cube.olap_mode = olap_mode(raw_text(element, "olap_mode"));
+  cube.estimated_rows = double_number(element, "estimated_rows");
+}
+
+void build_parts(ImportRun& run, const KcdElement& element, OlapCube& cube) {
+  BuildCubeDimensions(run, required_child(element, "cube_dimensions"));
+  BuildMeasures(run, required_child(element, "cube_measures"));
+  BuildCalculatedMembers(run, required_child(element, "cube_calculated_members"));
+  if (run.options().import_partitions) {
+    CreateCubePartitions(run, element.child("cube_partitions"));
+  }
+  BuildCubeRoles(run, required_child(element, "cube_roles"), cube);
+}
+
+void import_cube(ImportRun& run, const KcdElement& element) {
+  const auto name = decoded_text(element, "name");
+  report_object(run, "Searching cube '", name);
+  OlapCube* cube = cube_to_write(run, name);
+  if (cube == nullptr) {
+    return;
+  }
+  write_properties(run, element, *cube);
+  run.server().write_back_cube(run.database(), *cube);
+  build_parts(run, element, *cube);
+  run.server().write_back_cube(run.database(), *cube);
+  if (!run.server().structure_is_valid(run.database(), *cube)) {
+    run.fail("New Cube structure is not valid");
+  }
+}
+
+}  // namespace
+
+void ImportCubes(ImportRun& run, const KcdElement* cubes) {
+  run.ReportProgress("Creating cubes");
+  if (cubes == nullptr) {
+    return;
+  }
+  for (const KcdElement& element : children_of(*cubes)) {
+    import_cube(run, element);
+  }
+}
+
+}  // namespace importkcd

@@ -1,0 +1,263 @@
+#include "importer/import_olapdb_from_kcd_doc.h"
+
+#include <exception>
+#include <optional>
+#include <string_view>
+#include <utility>
+
+#include "document/attributes.h"
+#include "importer/cubes.h"
+#include "importer/data_sources.h"
+#include "document/document_preparation.h"
+#include "importer/import_run.h"
+#include "base/import_error.h"
+#include "base/name_folding.h"
+#include "importer/roles.h"
+#include "importer/shared_dimensions.h"
+#include "importer/virtual_cubes.h"
+#include "importer/virtual_dimensions.h"
+
+namespace importkcd {
+namespace {
+
+constexpr std::string_view current_version = "1.0.1073";
+/// Documents of this older version are accepted as well.
+constexpr std::string_view older_version = "1.0.1051";
+
+/// What the trap around the processing of a document makes of an error.
+std::string processing_error(const std::exception& error) {
+  const auto* raised = dynamic_cast<const ImportError*>(&error);
+  const std::string source = raised != nullptr ? raised->source() : "ImportKCD";
+  return std::string("Cannot create DSS database because of ") + error.what() + " in " + source;
+}
+
+/// The name under which the server holds a database; nothing when it has none of that name.
+std::optional<std::string> stored_name(OlapServer& server, const std::string& name) {
+  const auto wanted = lower_cased(name);
+  for (const auto& object : server.stored_objects()) {
+    if (object.class_type == OlapClassType::database && lower_cased(object.name) == wanted) {
+      return object.name;
+    }
+  }
+  return std::nullopt;
+}
+
+void ImportLibrary(ImportRun& run, const ImportOutcome& outcome, const KcdElement* library) {
+  run.ReportProgress("Creating library");
+  const auto collection = [library](std::string_view tag) {
+    return library == nullptr ? nullptr : library->child(tag);
+  };
+  ImportDataSources(run, collection("data_sources"));
+  if (outcome.succeeded) {
+    ImportSharedDimensions(run, collection("shared_dimensions"));
+  }
+  if (outcome.succeeded) {
+    ImportRoles(run, collection("roles"));
+  }
+}
+
+}  // namespace
+
+ImportOLAPDBFromKCDDoc::ImportOLAPDBFromKCDDoc(OlapServerFactory open_server)
+    : open_server_(std::move(open_server)) {}
+
+ImportOLAPDBFromKCDDoc::~ImportOLAPDBFromKCDDoc() = default;
+
+std::int32_t ImportOLAPDBFromKCDDoc::make() {
+  last_error.clear();
+  database_name_.clear();
+  if (succeeded) {
+    OpenOlapServer();
+  }
+  std::string temporary_copy;
+  if (succeeded) {
+    temporary_copy = PrepareTemporaryCopy();
+  }
+  if (succeeded) {
+    OpenKcdDocument(temporary_copy);
+  }
+  if (succeeded) {
+    ProcessDocument();
+    DeleteTemporaryCopy(temporary_copy);
+  }
+  return 0;
+}
+
+void ImportOLAPDBFromKCDDoc::ReleaseDocument() { document_.reset(); }
+
+void ImportOLAPDBFromKCDDoc::OpenOlapServer() {
+  try {
+    ReportProgress("Opening DSO server on machine '" + machine_name + "'");
+    server_.reset();
+    server_ = open_server_(machine_name);
+    server_->connect(machine_name);
+    succeeded = true;
+    if (server_->class_type() != OlapClassType::server) {
+      fail("DSO server is not of correct DSO class type.");
+    }
+  } catch (const std::exception& error) {
+    fail("Cannot open DSO server on machine '" + machine_name + "' because: " + error.what());
+  }
+}
+
+std::string ImportOLAPDBFromKCDDoc::PrepareTemporaryCopy() {
+  std::optional<CompanyPattern> pattern;
+  if (replace_pattern_yn()) {
+    pattern = CompanyPattern{pattern_from, pattern_to};
+  }
+  try {
+    const auto prepared = PrepareDocument(kcd_document_file_name, pattern);
+    succeeded = prepared.usable;
+    last_error = prepared.error;
+    return prepared.path;
+  } catch (const std::exception& error) {
+    fail("Error in reading document " + kcd_document_file_name + " " + error.what());
+    return {};
+  }
+}
+
+void ImportOLAPDBFromKCDDoc::OpenKcdDocument(const std::string& path) {
+  try {
+    ReportProgress("Opening kcd document file '" + path + "'");
+    document_.reset();
+    document_ = KcdDocument::load(path);
+  } catch (const std::exception& error) {
+    fail("Cannot open kcd document file " + path + " because " + error.what());
+  }
+}
+
+void ImportOLAPDBFromKCDDoc::ProcessDocument() {
+  try {
+    ImportIntoDatabase();
+  } catch (const std::exception& error) {
+    fail(processing_error(error));
+  }
+  // After an error too: what was written back before it stays.
+  finish();
+}
+
+void ImportOLAPDBFromKCDDoc::ImportIntoDatabase() {
+  ReportProgress("Processing document");
+  const KcdElement& root = document_->root();
+  const std::string version(root.attribute("version").value_or(""));
+  if (version != current_version && version != older_version) {
+    fail("Expected kcd document version '" + std::string(current_version) +
+         "', but found version '" + version + "'.");
+  }
+  const auto name =
+      use_alternate_database_name ? alternate_database_name : decoded_text(root, "name");
+  // A document of a wrong version, too, makes way for its replacement.
+  if (ImportType == import_type::replace && DatabaseExists(name)) {
+    DeleteDatabase(name);
+  }
+  if (!succeeded) {
+    return;
+  }
+  OlapDatabase& database = FindOrCreateDatabase(name);
+  database_name_ = database.name();
+  ImportRun run(*this, *this, *server_, database);
+  ImportLibrary(run, *this, root.child("library"));
+  if (succeeded) {
+    ImportCubes(run, root.child("cubes"));
+  }
+}
+
+OlapDatabase& ImportOLAPDBFromKCDDoc::FindOrCreateDatabase(const std::string& name) {
+  if (OlapDatabase* existing = FindDatabase(name)) {
+    ReportProgress("Searching database '" + name + "'");
+    return *existing;
+  }
+  ReportProgress("Creating database '" + name + "'");
+  OlapDatabase& database = server_->add_database(name);
+  database.description = decoded_text(document_->root(), "description");
+  server_->write_back_database(database);
+  return database;
+}
+
+bool ImportOLAPDBFromKCDDoc::DatabaseExists(const std::string& name) {
+  return FindDatabase(name) != nullptr;
+}
+
+OlapDatabase* ImportOLAPDBFromKCDDoc::FindDatabase(const std::string& name) {
+  // Held before it is looked up, so that no other run comes in between.
+  server_->hold_database(name);
+  const auto stored = stored_name(*server_, name);
+  return stored ? &server_->open_database(*stored) : nullptr;
+}
+
+void ImportOLAPDBFromKCDDoc::DeleteDatabase(const std::string& name) {
+  try {
+    if (const auto stored = stored_name(*server_, name)) {
+      server_->remove_database(*stored);
+    }
+  } catch (const std::exception&) {
+    // The run goes on over the database that is still there.
+    return;
+  }
+}
+
+void ImportOLAPDBFromKCDDoc::DeleteTemporaryCopy(const std::string& path) {
+  try {
+    DeleteTempDocument(path);
+  } catch (const std::exception& error) {
+    if (notifications != nullptr) {
+      notifications->show_message("Error in deleting file " + path + " (" + error.what() + ")");
+    }
+  }
+}
+
+template <class Section>
+void ImportOLAPDBFromKCDDoc::import_alone(Section section) {
+  if (database_name_.empty()) {
+    fail("No database to import into: none was opened before");
+    return;
+  }
+  try {
+    if (OlapDatabase* database = FindDatabase(database_name_)) {
+      ImportRun run(*this, *this, *server_, *database);
+      section(run);
+    } else {
+      fail("No database to import into: '" + database_name_ + "' is gone");
+    }
+  } catch (const std::exception& error) {
+    fail(processing_error(error));
+  }
+  finish();
+}
+
+void ImportOLAPDBFromKCDDoc::ImportVirtualDimensions(const KcdElement* collection) {
+  import_alone([&](ImportRun& run) { importkcd::ImportVirtualDimensions(run, collection); });
+}
+
+void ImportOLAPDBFromKCDDoc::ImportVirtualCubes(const KcdElement* collection) {
+  import_alone([&](ImportRun& run) { importkcd::ImportVirtualCubes(run, collection); });
+}
+
+void ImportOLAPDBFromKCDDoc::finish() {
+  try {
+    server_->finish();
+  } catch (const std::exception& error) {
+    succeeded = false;
+    if (last_error.empty()) {
+      last_error = processing_error(error);
+    }
+  }
+  // All at once: a window shows one box, however many cubes they are about.
+  const auto messages = server_->take_messages();
+  if (notifications != nullptr && !messages.empty()) {
+    notifications->show_messages(messages);
+  }
+}
+
+void ImportOLAPDBFromKCDDoc::ReportProgress(const std::string& text) const {
+  if (progres_window != nullptr) {
+    progres_window->put_progres_message(text);
+  }
+}
+
+void ImportOLAPDBFromKCDDoc::fail(const std::string& error) {
+  succeeded = false;
+  last_error = error;
+}
+
+}  // namespace importkcd

@@ -1,0 +1,68 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include "importer/import_options.h"
+#include "document/kcd_document.h"
+#include "model/olap_server.h"
+
+namespace importkcd {
+
+/// The import engine: brings one cube definition document into an OLAP server.
+///
+/// One instance serves one run: set `succeeded` to true, call ReleaseDocument, set the options,
+/// call `make`, read `succeeded` and `last_error`. No exception leaves it.
+class ImportOLAPDBFromKCDDoc : public ImportOptions, public ImportOutcome {
+ public:
+  /// `open_server` makes the server of a machine text; it is called once, by `make`.
+  explicit ImportOLAPDBFromKCDDoc(OlapServerFactory open_server);
+  ~ImportOLAPDBFromKCDDoc();
+
+  ImportOLAPDBFromKCDDoc(const ImportOLAPDBFromKCDDoc&) = delete;
+  ImportOLAPDBFromKCDDoc& operator=(const ImportOLAPDBFromKCDDoc&) = delete;
+
+  /// Runs one import. The status returned is 0 in every case.
+  std::int32_t make();
+
+  /// Drops the loaded document, if any.
+  void ReleaseDocument();
+
+  /// The loaded document; null before `make` loaded one and after ReleaseDocument.
+  const KcdDocument* document() const { return document_.get(); }
+
+  /// Imports a `virtual_dimensions` element into the database of the last `make`, as a unit of its
+  /// own. Not part of `make`. An error ends up in `succeeded` and `last_error`.
+  void ImportVirtualDimensions(const KcdElement* collection);
+
+  /// The same for a `virtual_cubes` element, whose errors are ignored; only a failure to store the
+  /// result is reported.
+  void ImportVirtualCubes(const KcdElement* collection);
+
+ private:
+  void OpenOlapServer();
+  std::string PrepareTemporaryCopy();
+  void OpenKcdDocument(const std::string& path);
+  void ProcessDocument();
+  void DeleteTemporaryCopy(const std::string& path);
+  void ImportIntoDatabase();
+  OlapDatabase& FindOrCreateDatabase(const std::string& name);
+  bool DatabaseExists(const std::string& name);
+  OlapDatabase* FindDatabase(const std::string& name);
+  void DeleteDatabase(const std::string& name);
+
+  template <class Section>
+  void import_alone(Section section);
+  void finish();
+  void ReportProgress(const std::string& text) const;
+  void fail(const std::string& error);
+
+  OlapServerFactory open_server_;
+  std::unique_ptr<OlapServer> server_;
+  std::unique_ptr<KcdDocument> document_;
+  /// Name of the database of the last `make`; empty before.
+  std::string database_name_;
+};
+
+}  // namespace importkcd

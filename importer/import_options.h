@@ -1,0 +1,75 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "importer/progress_sink.h"
+
+namespace importkcd {
+
+/// Values of ImportOptions::ImportType.
+namespace import_type {
+/// No mode was chosen: existing objects get nothing at all.
+constexpr std::int32_t none = 0;
+/// Existing objects are skipped.
+constexpr std::int32_t incremental = 1;
+/// An existing database is deleted first and built anew.
+constexpr std::int32_t replace = 2;
+/// Existing objects are rewritten.
+constexpr std::int32_t update = 3;
+}  // namespace import_type
+
+/// What a run is asked to do. All texts are UTF-8.
+struct ImportOptions {
+  /// Path of the cube definition document (.kcd).
+  std::string kcd_document_file_name;
+  /// Text that names the OLAP server (server_choice.h lists the forms).
+  std::string machine_name;
+
+  /// See import_type; it alone decides between creating, updating and skipping.
+  std::int32_t ImportType = import_type::none;
+  /// Kept for the front end; a run does not consult them.
+  bool incremental = false;
+  bool replace_yn = false;
+  bool virtual_cubes = false;
+
+  /// Leave the levels of shared dimensions alone; new ones stay without levels.
+  bool DontUpdateLevels = false;
+  bool import_partitions = false;
+
+  /// The database name used instead of the document's when use_alternate_database_name is true.
+  std::string alternate_database_name;
+  bool use_alternate_database_name = false;
+
+  /// Data warehouse server put into the "Data Source" item of connection strings; empty: none.
+  std::string data_source_name;
+  /// Connection text that takes the place of every data source's own; empty: none.
+  std::string datawarehouse_connectstring;
+
+  /// Every occurrence of pattern_from in the document's text becomes pattern_to, when the company
+  /// pattern is switched on (replace_pattern).
+  std::string pattern_from;
+  std::string pattern_to;
+
+  /// Where progress messages go; not owned, may be null.
+  ProgressSink* progres_window = nullptr;
+  /// Where messages for a person go; not owned, may be null.
+  NotificationSink* notifications = nullptr;
+
+  void replace_pattern(bool apply) { replace_pattern_ = apply; }
+  bool replace_pattern_yn() const { return replace_pattern_; }
+
+ private:
+  bool replace_pattern_ = false;
+};
+
+/// What became of a run.
+struct ImportOutcome {
+  /// Whether all went well so far; the guard before every next step. The caller sets it to true
+  /// before `make`.
+  bool succeeded = false;
+  /// The text of the error that stopped the run; empty when there was none.
+  std::string last_error;
+};
+
+}  // namespace importkcd

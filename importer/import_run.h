@@ -1,0 +1,58 @@
+#pragma once
+
+#include <exception>
+#include <string>
+
+#include "importer/import_options.h"
+#include "model/olap_server.h"
+
+namespace importkcd {
+
+/// What the sections of one run share: its options, its outcome and the objects it works on.
+class ImportRun {
+ public:
+  /// All arguments outlive the run's sections.
+  ImportRun(const ImportOptions& options, ImportOutcome& outcome, OlapServer& server,
+            OlapDatabase& database);
+
+  const ImportOptions& options() const { return options_; }
+  OlapServer& server() const { return server_; }
+  OlapDatabase& database() const { return database_; }
+
+  /// Whether the server is of version "8.0", which has one more dimension flag.
+  bool server_is_version_8() const { return server_.version() == "8.0"; }
+
+  /// Sends one message to the progress window, if there is one.
+  void ReportProgress(const std::string& text) const;
+
+  /// Ends the run's success with this error text.
+  void fail(const std::string& error) const;
+
+  /// Runs `step` under the trap of a routine: an error ends there and its bare description becomes
+  /// the run's error. Returns whether the step came through.
+  template <class Step>
+  bool trap(Step step) const;
+
+  /// The cube that the cubes section works on; null when there is none. It outlives the cube
+  /// definition that set it.
+  OlapCube* current_cube = nullptr;
+
+ private:
+  const ImportOptions& options_;
+  ImportOutcome& outcome_;
+  OlapServer& server_;
+  OlapDatabase& database_;
+};
+
+template <class Step>
+bool ImportRun::trap(Step step) const {
+  try {
+    step();
+    return true;
+  } catch (const std::exception& error) {
+    fail(error.what());
+    return false;
+  }
+}
+
+}  // namespace importkcd

@@ -1,0 +1,156 @@
+#include "importer/virtual_cubes.h"
+
+#include <cstdint>
+#include <exception>
+#include <string>
+
+#include "document/attributes.h"
+#include "importer/cube_roles.h"
+
+namespace importkcd {
+namespace {
+
+constexpr auto virtual_state_code = static_cast<std::int32_t>(OlapCubeKind::is_virtual);
+
+/// Runs one statement; whether it came through. Its error goes no further.
+template <class Statement>
+bool ignore_errors(Statement statement) {
+  try {
+    statement();
+    return true;
+  } catch (const std::exception&) {
+    return false;
+  }
+}
+
+void report(const ImportRun& run, const std::string& message) {
+  ignore_errors([&] { run.ReportProgress(message); });
+}
+
+OlapCube* add_virtual_cube(ImportRun& run, const std::string& name) {
+  OlapCube* cube = nullptr;
+  ignore_errors([&] { cube = &run.database().add_cube(name, OlapCubeKind::is_virtual); });
+  return cube;
+}
+
+bool lock(ImportRun& run, const OlapCube& cube, const std::string& name) {
+  const bool locked = ignore_errors([&] { run.server().lock_cube(run.database(), cube); });
+  if (!locked) {
+    report(run, "Error : Can't update Virtual Cube '" + name + "'");
+  }
+  return locked;
+}
+
+/// Whether the collection could be emptied; it stops at the first refusal.
+bool empty_content(ImportRun& run, OlapCube& cube, OlapCubeContent content) {
+  return ignore_errors([&] {
+    for (auto left = count_of(cube, content); left > 0; --left) {
+      run.server().remove_first(run.database(), cube, content);
+    }
+  });
+}
+
+/// The existing virtual cube, emptied; null when its update was canceled.
+OlapCube* take_over_virtual_cube(ImportRun& run, const std::string& name) {
+  report(run, "Update virtual cube '" + name + "'");
+  OlapCube* cube = nullptr;
+  if (lock(run, *run.database().cubes().find(name), name)) {
+    cube = run.database().cubes().edit(name);
+    if (empty_content(run, *cube, OlapCubeContent::measures) &&
+        empty_content(run, *cube, OlapCubeContent::dimensions)) {
+      return cube;
+    }
+  }
+  report(run, "           Updating virtual cube '" + name + "' canceled");
+  return nullptr;
+}
+
+OlapCube* update_virtual_cube(ImportRun& run, const std::string& name) {
+  const OlapCube* existing = nullptr;
+  ignore_errors([&] { existing = run.database().cubes().find(name); });
+  if (existing == nullptr) {
+    return nullptr;
+  }
+  if (existing->state_code() == virtual_state_code) {
+    return take_over_virtual_cube(run, name);
+  }
+  OlapCube* cube = add_virtual_cube(run, name);
+  report(run, "Creating new virtual cube '" + name + "'");
+  return cube;
+}
+
+/// The virtual cube to be written; null when there is nothing to do for it.
+OlapCube* prepare_virtual_cube(ImportRun& run, const std::string& name) {
+  bool exists = false;
+  ignore_errors([&] { exists = run.database().cubes().contains(name); });
+  if (!exists) {
+    OlapCube* cube = add_virtual_cube(run, name);
+    report(run, "Creating virtual cube '" + name + "'");
+    return cube;
+  }
+  switch (run.options().ImportType) {
+    case import_type::incremental:
+      report(run, "Skipping virtual cube '" + name + "'");
+      return nullptr;
+    case import_type::update:
+      return update_virtual_cube(run, name);
+    default:
+      return nullptr;
+  }
+}
+
+void create_measure_reference(const KcdElement& element, OlapCube& cube) {
+  OlapMeasure* added = nullptr;
+  ignore_errors([&] { added = &cube.measures.add_new(decoded_text(element, "name")); });
+  if (added != nullptr) {
+    ignore_errors([&] { added->source_column = raw_text(element, "source_column"); });
+  }
+}
+
+void create_measure_references(ImportRun& run, const KcdElement* references, OlapCube& cube) {
+  report(run, "Creating measure references");
+  if (references == nullptr) {
+    return;
+  }
+  for (const KcdElement& element : children_of(*references)) {
+    create_measure_reference(element, cube);
+  }
+}
+
+void create_dimension_references(ImportRun& run, const KcdElement* references, OlapCube& cube) {
+  report(run, "Creating dimension references");
+  if (references == nullptr) {
+    return;
+  }
+  for (const KcdElement& element : children_of(*references)) {
+    ignore_errors([&] { run.database().add_cube_dimension(cube, decoded_text(element, "name")); });
+  }
+}
+
+void import_virtual_cube(ImportRun& run, const KcdElement& element) {
+  std::string name;
+  ignore_errors([&] { name = decoded_text(element, "name"); });
+  report(run, "Searching virtual cube '" + name + "'");
+  OlapCube* cube = prepare_virtual_cube(run, name);
+  if (cube == nullptr) {
+    return;
+  }
+  create_measure_references(run, element.child("measure_references"), *cube);
+  create_dimension_references(run, element.child("dimension_references"), *cube);
+  ignore_errors([&] { BuildCubeRoles(run, required_child(element, "cube_roles"), *cube); });
+  ignore_errors([&] { run.server().write_back_database(run.database()); });
+}
+
+}  // namespace
+
+void ImportVirtualCubes(ImportRun& run, const KcdElement* virtual_cubes) {
+  report(run, "Creating virtual cubes");
+  if (virtual_cubes == nullptr) {
+    return;
+  }
+  for (const KcdElement& element : children_of(*virtual_cubes)) {
+    import_virtual_cube(run, element);
+  }
+}
+
+}  // namespace importkcd

@@ -1,0 +1,93 @@
+#pragma once
+
+#include <cstddef>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+#include "model/database_objects.h"
+#include "model/definitions.h"
+
+namespace importkcd {
+
+/// Where the working copy of a stored database reads its objects; owned by the OlapDatabase.
+struct DatabaseSources {
+  std::unique_ptr<ObjectSource<OlapDataSource>> data_sources;
+  std::unique_ptr<ObjectSource<OlapDimension>> dimensions;
+  std::unique_ptr<ObjectSource<OlapRole>> roles;
+  std::unique_ptr<ObjectSource<OlapCube>> cubes;
+};
+
+/// The content collections of a cube that an update empties, in the order in which it does so.
+enum class OlapCubeContent {
+  dimensions,
+  measures,
+  calculated_members,
+  roles,
+  data_sources,
+  partitions
+};
+
+/// The working copy of one OLAP database: what a run sees and changes. Only a write back of the
+/// OlapServer makes a change exist on the server; roles take effect when they are set.
+///
+/// The rules that hold between the objects of a database are kept here: which names may be
+/// referred to, what leaves together with what. Operations throw ImportError.
+class OlapDatabase {
+ public:
+  OlapDatabase(std::string name, std::string description, DatabaseSources sources);
+
+  const std::string& name() const { return name_; }
+
+  std::string description;
+
+  DatabaseObjects<OlapDataSource>& data_sources() { return data_sources_; }
+  DatabaseObjects<OlapRole>& roles() { return roles_; }
+  DatabaseObjects<OlapDimension>& dimensions() { return dimensions_; }
+  /// To be searched and edited; cubes are added by add_cube.
+  DatabaseObjects<OlapCube>& cubes() { return cubes_; }
+
+  /// The stored name of a data source that a definition refers to by `name`.
+  /// Throws ImportError when the database has none of that name.
+  std::string data_source_name(std::string_view name);
+
+  /// Adds an empty cube; it takes the place of a cube that has its name, whose private dimensions
+  /// leave. A regular cube comes with its own partition. Throws ImportError on an empty name.
+  OlapCube& add_cube(const std::string& name, OlapCubeKind kind);
+
+  /// Adds the dimension `name` of this database to a cube, with the cube's own copy of its levels.
+  /// Throws ImportError when there is no such dimension or the cube has it already. The result is
+  /// valid until the next cube dimension is added.
+  OlapCubeDimension& add_cube_dimension(OlapCube& cube, const std::string& name);
+
+  /// Removes the first member of one of the cube's content collections, if it has one. A private
+  /// dimension leaves the database together with its place in the cube.
+  void remove_first(OlapCube& cube, OlapCubeContent content);
+
+  /// The private dimensions that left with what was removed from `cube` since the last call. They
+  /// leave the server when the cube is written back.
+  std::vector<std::string> take_released_dimensions(const OlapCube& cube);
+
+ private:
+  void release_private_dimension(const OlapCube& cube, const std::string& dimension);
+
+  std::string name_;
+  DatabaseObjects<OlapDataSource> data_sources_;
+  DatabaseObjects<OlapDimension> dimensions_;
+  DatabaseObjects<OlapRole> roles_;
+  DatabaseObjects<OlapCube> cubes_;
+  /// Lower-cased cube name -> names of private dimensions.
+  std::unordered_map<std::string, std::vector<std::string>> released_;
+};
+
+/// How many members a content collection of a cube has. The data source that the cube is bound to
+/// is the one member of its data sources.
+std::size_t count_of(const OlapCube& cube, OlapCubeContent content);
+
+/// Gives a regular cube without partitions the one that is made with every cube: named after it,
+/// and following its source settings.
+void restore_own_partition(OlapCube& cube);
+
+}  // namespace importkcd

@@ -1,0 +1,95 @@
+#include "model/vocabularies.h"
+
+#include <array>
+#include <string>
+
+#include "base/name_folding.h"
+
+namespace importkcd {
+namespace {
+
+template <class Code>
+struct Entry {
+  std::string_view word;
+  Code code;
+};
+
+constexpr auto dimension_types = std::to_array<Entry<OlapDimensionType>>({
+    {"regular", OlapDimensionType::regular},
+    {"time", OlapDimensionType::time},
+    {"quantitative", OlapDimensionType::quantitative},
+});
+
+constexpr auto level_types = std::to_array<Entry<OlapLevelType>>({
+    {"regular", OlapLevelType::regular},
+    {"all", OlapLevelType::all},
+    {"time_years", OlapLevelType::time_years},
+    {"time_half_years", OlapLevelType::time_half_years},
+    {"time_quarters", OlapLevelType::time_quarters},
+    {"time_months", OlapLevelType::time_months},
+    {"time_weeks", OlapLevelType::time_weeks},
+    {"time_days", OlapLevelType::time_days},
+    {"time_hours", OlapLevelType::time_hours},
+    {"time_minutes", OlapLevelType::time_minutes},
+    {"time_seconds", OlapLevelType::time_seconds},
+});
+
+constexpr auto orderings = std::to_array<Entry<OlapOrdering>>({
+    {"name", OlapOrdering::name},
+    {"key", OlapOrdering::key},
+});
+
+constexpr auto olap_modes = std::to_array<Entry<OlapMode>>({
+    {"olapmodeAggsMolapIndex", OlapMode::molap},
+    {"olapmodeAggsRolap", OlapMode::rolap_aggregations},
+    {"olapmodeMolapIndex", OlapMode::molap},
+    {"olapmodeHybridIndex", OlapMode::hybrid},
+    {"olapmodeRolap", OlapMode::rolap},
+});
+
+constexpr auto aggregate_functions = std::to_array<Entry<OlapAggregateFunction>>({
+    {"sum", OlapAggregateFunction::sum},
+    {"count", OlapAggregateFunction::count},
+    {"min", OlapAggregateFunction::min},
+    {"max", OlapAggregateFunction::max},
+});
+
+/// The code of a word, compared exactly; the first code for a word that is not there.
+template <class Vocabulary>
+auto exact_code(const Vocabulary& vocabulary, std::string_view word) {
+  for (const auto& entry : vocabulary) {
+    if (entry.word == word) {
+      return entry.code;
+    }
+  }
+  return vocabulary.front().code;
+}
+
+/// The same without regard to letter case; the vocabulary's words are in lower case.
+template <class Vocabulary>
+auto code(const Vocabulary& vocabulary, Word word) {
+  return exact_code(vocabulary, lower_cased(word.value_or("")));
+}
+
+}  // namespace
+
+OlapDimensionType dimension_type(Word word) { return code(dimension_types, word); }
+
+OlapLevelType level_type(Word word) { return code(level_types, word); }
+
+OlapOrdering level_ordering(Word word) { return code(orderings, word); }
+
+OlapAggregateFunction aggregate_function(Word word) { return code(aggregate_functions, word); }
+
+OlapMode olap_mode(Word word) { return exact_code(olap_modes, word.value_or("")); }
+
+bool boolean(Word word) { return boolean(word, false); }
+
+bool boolean(Word word, bool default_value) {
+  if (word && same_name(*word, "true")) {
+    return true;
+  }
+  return word && same_name(*word, "false") ? false : default_value;
+}
+
+}  // namespace importkcd

@@ -1,0 +1,29 @@
+#pragma once
+
+#include <optional>
+#include <string_view>
+
+#include "model/codes.h"
+
+namespace importkcd {
+
+/// The words of a cube definition document and the codes of the OLAP model that they stand for.
+/// Words are compared without regard to letter case, unless noted; an unknown or absent word gives
+/// the vocabulary's first code.
+using Word = std::optional<std::string_view>;
+
+OlapDimensionType dimension_type(Word word);
+OlapLevelType level_type(Word word);
+OlapOrdering level_ordering(Word word);
+OlapAggregateFunction aggregate_function(Word word);
+
+/// Compared exactly, letter case and all.
+OlapMode olap_mode(Word word);
+
+/// "true" is true, everything else false.
+bool boolean(Word word);
+
+/// "true" is true, "false" is false, everything else the default.
+bool boolean(Word word, bool default_value);
+
+}  // namespace importkcd

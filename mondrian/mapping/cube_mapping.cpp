@@ -1,0 +1,171 @@
+#include "mondrian/mapping/cube_mapping.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "base/import_error.h"
+#include "mondrian/mapping/calculated_member_mapping.h"
+#include "mondrian/mapping/measure_mapping.h"
+#include "base/name_folding.h"
+
+namespace importkcd {
+namespace {
+
+/// The engine keeps this name for the dimension of the measures.
+constexpr std::string_view reserved_dimension = "Measures";
+
+[[noreturn]] void fail(const std::string& reason) {
+  throw ImportError(reason, error_source::olap_server);
+}
+
+/// Calls `step`; a reason that it throws gets the name of what it is about.
+template <class Step>
+auto about(const std::string& what, const Step& step) {
+  try {
+    return step();
+  } catch (const ImportError& error) {
+    fail(what + ": " + error.description());
+  }
+}
+
+struct MeasurePlan {
+  const OlapMeasure* measure = nullptr;
+  SqlText expression;
+};
+
+class Mapper {
+ public:
+  Mapper(OlapDatabase& database, const OlapCube& cube, DataSourceConnections& connections,
+         std::vector<std::string>& remarks)
+      : database_(database),
+        cube_(cube),
+        connections_(connections),
+        connection_(connections.of(cube.data_source)),
+        remarks_(remarks) {
+    if (cube.fact_table.empty()) {
+      fail("it has no fact table");
+    }
+    source_ = cube_source(connection_.kind, cube.fact_table, cube.from_clause, cube.join_clause);
+  }
+
+  MappedCube map(RelationAliases& aliases) {
+    check_partitions();
+    plan_dimensions();
+    plan_measures();
+    const bool is_view = values_need_view() || needs_fact_view(source_, cube_);
+    FactSource facts(
+        source_, cube_, is_view,
+        is_view ? aliases.of_fact_view(source_.fact.alias) : aliases.of_table(source_.fact));
+    MappedCube mapped;
+    mapped.name = cube_.name;
+    mapped.description = cube_.description;
+    map_dimensions(facts, aliases, mapped);
+    map_measures(facts, mapped);
+    mapped.fact = facts.relation();
+    return mapped;
+  }
+
+ private:
+  void check_connection(const std::string& data_source) {
+    if (!data_source.empty() && !(connections_.of(data_source) == connection_)) {
+      fail("its data source '" + data_source + "' is another database than the cube's, '" +
+           cube_.data_source + "'");
+    }
+  }
+
+  void check_partitions() {
+    for (const auto& partition : cube_.partitions) {
+      if (!partition.follows_cube) {
+        about("partition '" + partition.name + "'",
+              [&] { check_connection(partition.data_source); });
+      }
+    }
+  }
+
+  void plan_dimensions() {
+    for (const auto& used : cube_.dimensions) {
+      about("dimension '" + used.name + "'", [&] { plan(used); });
+    }
+    if (dimensions_.empty()) {
+      fail("it has no dimension");
+    }
+  }
+
+  void plan(const OlapCubeDimension& used) {
+    const auto* definition = database_.dimensions().find(used.name);
+    if (definition == nullptr) {
+      fail("the database does not have it");
+    }
+    if (same_name(used.name, reserved_dimension)) {
+      fail("the engine keeps this name for the measures");
+    }
+    check_connection(definition->data_source);
+    dimensions_.push_back(plan_dimension(*definition, used.levels, source_));
+  }
+
+  void plan_measures() {
+    for (const auto& measure : cube_.measures) {
+      if (measure.source_column.empty() &&
+          measure.aggregate_function != OlapAggregateFunction::count) {
+        remarks_.push_back("Cube '" + cube_.name + "' is published without its measure '" +
+                           measure.name + "': it has no source column");
+        continue;
+      }
+      measures_.push_back(about("measure '" + measure.name + "'", [&] {
+        return MeasurePlan{&measure, measure_expression(measure, source_)};
+      }));
+    }
+    if (measures_.empty()) {
+      fail("it has no measure");
+    }
+  }
+
+  bool values_need_view() const {
+    return std::any_of(
+               dimensions_.begin(), dimensions_.end(),
+               [this](const DimensionPlan& plan) { return needs_fact_view(plan, source_); }) ||
+           std::any_of(measures_.begin(), measures_.end(), [this](const MeasurePlan& plan) {
+             return needs_fact_view(plan.expression, source_);
+           });
+  }
+
+  void map_dimensions(FactSource& facts, RelationAliases& aliases, MappedCube& mapped) {
+    for (const auto& plan : dimensions_) {
+      const auto& name = plan.dimension->name;
+      mapped.dimensions.push_back({name, about("dimension '" + name + "'", [&] {
+                                     return map_dimension(plan, mapped.dimensions.size() + 1,
+                                                          source_, facts, aliases);
+                                   })});
+    }
+  }
+
+  void map_measures(FactSource& facts, MappedCube& mapped) {
+    std::vector<std::string> names;
+    for (const auto& plan : measures_) {
+      names.push_back(plan.measure->name);
+      mapped.measures.push_back(
+          measure_element(*plan.measure, plan.expression, names.size(), facts));
+    }
+    mapped.calculated_members = map_calculated_members(cube_, names, remarks_);
+  }
+
+  OlapDatabase& database_;
+  const OlapCube& cube_;
+  DataSourceConnections& connections_;
+  const JdbcConnection& connection_;
+  std::vector<std::string>& remarks_;
+  CubeSource source_;
+  std::vector<DimensionPlan> dimensions_;
+  std::vector<MeasurePlan> measures_;
+};
+
+}  // namespace
+
+MappedCube map_cube(OlapDatabase& database, const OlapCube& cube,
+                    DataSourceConnections& connections, RelationAliases& aliases,
+                    std::vector<std::string>& remarks) {
+  return about("Cube '" + cube.name + "' cannot be published",
+               [&] { return Mapper(database, cube, connections, remarks).map(aliases); });
+}
+
+}  // namespace importkcd

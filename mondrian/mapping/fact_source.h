@@ -1,0 +1,60 @@
+#pragma once
+
+#include <cstddef>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "mondrian/mapping/cube_source.h"
+#include "mondrian/mapping/level_mapping.h"
+#include "mondrian/mapping/partition_branch.h"
+#include "base/xml_element.h"
+
+namespace importkcd {
+
+/// The relation that holds a cube's figures: its fact table, or a view where the table is not
+/// enough: for partitions with tables or slices of their own, for values of other tables, and for
+/// clauses that are taken as they stand.
+///
+/// Whoever maps a part of the cube asks here for the columns that it needs; relation() then gives
+/// the table, or the view with these columns.
+class FactSource {
+ public:
+  /// `source` and `cube` outlive this object. `alias` is how the engine is to call the relation,
+  /// which must differ from other fact relations of the schema.
+  FactSource(const CubeSource& source, const OlapCube& cube, bool is_view, std::string alias);
+
+  bool is_view() const { return is_view_; }
+
+  /// A column of the fact table that equals a column of a dimension's table.
+  std::string foreign_key(const SourceColumn& column, const SourceColumn& equal_to);
+
+  /// The value of an expression of the cube. `name` is the view's column for it, unless the fact
+  /// table has it as a column.
+  ValueSource value(const SqlText& expression, const std::string& name);
+
+  /// The same for the key of a level, which a partition may define in its own way.
+  ValueSource level_key(const SqlText& expression, const std::string& name, const LevelName& level);
+
+  /// The element of the table or view. Throws ImportError when a partition cannot be expressed.
+  XmlElement relation() const;
+
+ private:
+  std::string view_column(FactColumn column);
+
+  const CubeSource& source_;
+  /// The tables that the cube's expressions may name.
+  JoinGraph names_;
+  const OlapCube& cube_;
+  bool is_view_;
+  std::string alias_;
+  std::vector<FactColumn> columns_;
+  /// What a column is -> position in columns_.
+  std::map<std::string, std::size_t> known_;
+};
+
+/// Whether a cube's clauses and partitions need more than its fact table. Throws ImportError when
+/// the clauses of a partition cannot be expressed.
+bool needs_fact_view(const CubeSource& source, const OlapCube& cube);
+
+}  // namespace importkcd

@@ -1,0 +1,215 @@
+#include "mondrian/mapping/partition_branch.h"
+
+#include <algorithm>
+#include <set>
+
+#include "base/import_error.h"
+#include "mondrian/mapping/level_mapping.h"
+
+namespace importkcd {
+namespace {
+
+constexpr std::string_view apostrophe_placeholder = "@#$%";
+
+[[noreturn]] void fail(const std::string& reason) {
+  throw ImportError(reason, error_source::olap_server);
+}
+
+/// Slices are kept as the document writes them.
+std::string with_apostrophes(std::string text) {
+  for (auto at = text.find(apostrophe_placeholder); at != std::string::npos;
+       at = text.find(apostrophe_placeholder, at)) {
+    text.replace(at, apostrophe_placeholder.size(), "'");
+  }
+  return text;
+}
+
+bool is_decimal(const std::string& text) {
+  const auto start = text.starts_with('-') ? 1U : 0U;
+  const auto point = std::min(text.find('.'), text.size());
+  const auto is_digits = [&](std::size_t from, std::size_t to) {
+    return from < to && text.find_first_not_of("0123456789", from) >= to;
+  };
+  return is_digits(start, point) && (point == text.size() || is_digits(point + 1, text.size()));
+}
+
+bool is_number_type(const OlapLevel& level) {
+  const auto name = column_type_name(level.column_type);
+  return name == "Integer" || name == "Numeric";
+}
+
+class Branch {
+ public:
+  Branch(const CubeSource& of_cube, const OlapCube& cube, const OlapPartition& partition)
+      : cube_names_(names_of(of_cube)),
+        cube_fact_(of_cube.fact.alias),
+        cube_(cube),
+        dimensions_(partition_dimensions(cube, partition)),
+        source_(partition.follows_cube ? of_cube
+                                       : cube_source(of_cube.kind, partition.fact_table,
+                                                     partition.from_clause, partition.join_clause)),
+        tables_{source_.fact.alias} {}
+
+  std::string query(const std::vector<FactColumn>& columns) {
+    std::string list;
+    for (const auto& column : columns) {
+      list.append(list.empty() ? "" : ", ").append(value(column)).append(" as ");
+      list.append(quoted_name(source_.kind, column.name));
+    }
+    return "select " + list + " from " + from(slices());
+  }
+
+ private:
+  std::string value(const FactColumn& column) {
+    if (column.equal_to && source_.graph) {
+      const auto ties = source_.graph->between({source_.fact.alias}, {column.equal_to->table});
+      for (const auto& tie : ties) {
+        if (same_known_name(source_.kind, tie.right.column, column.equal_to->column)) {
+          return column_text(source_.kind, tie.left);
+        }
+      }
+    }
+    if (const auto* level = find_level(column.level)) {
+      if (!level->slice_value.empty() || level->member_key_column != cube_key(column.level)) {
+        if (!level->member_key_column.empty()) {
+          return text(parse_expression(level->member_key_column));
+        }
+      }
+    }
+    return text(column.expression);
+  }
+
+  const PartitionLevelView* find_level(const LevelName& name) const {
+    for (const auto& dimension : dimensions_) {
+      for (const auto& level : dimension.levels) {
+        if (dimension.name == name.dimension && level.name == name.level) {
+          return &level;
+        }
+      }
+    }
+    return nullptr;
+  }
+
+  const OlapLevel& cube_level(const LevelName& name) const {
+    return *cube_.dimensions.find(name.dimension)->levels.find(name.level);
+  }
+
+  const std::string& cube_key(const LevelName& name) const {
+    return cube_level(name).member_key_column;
+  }
+
+  /// An expression of the cube or the partition over the partition's tables.
+  std::string text(const SqlText& expression) {
+    if (const auto* name = only_name(expression); name != nullptr && name->size() == 1) {
+      return column_text(source_.kind,
+                         {source_.fact.alias, known_name(source_.kind, name->front())});
+    }
+    if (source_.graph) {
+      check_tables(expression);
+    }
+    return sql_text(source_.kind, expression,
+                    [this](const SqlPath& path) -> std::optional<std::string> {
+                      const auto column = column_of(path);
+                      if (!column) {
+                        return std::nullopt;
+                      }
+                      tables_.insert(column->table);
+                      return column_text(source_.kind, *column);
+                    });
+  }
+
+  /// What an expression says of the cube's fact table is meant of the partition's.
+  std::optional<SourceColumn> column_of(const SqlPath& path) const {
+    const auto of_cube = cube_names_.column_of(path);
+    if (of_cube && of_cube->table == cube_fact_) {
+      return SourceColumn{source_.fact.alias, of_cube->column};
+    }
+    return source_.graph ? source_.graph->column_of(path) : std::nullopt;
+  }
+
+  void check_tables(const SqlText& expression) const {
+    auto known = *source_.graph;
+    known.tables.push_back(*cube_names_.find(cube_fact_));
+    if (const auto unknown = unknown_column(expression, known); !unknown.empty()) {
+      fail("its from clause lacks the table of " + unknown);
+    }
+  }
+
+  std::string slices() {
+    std::string result;
+    for (const auto& dimension : dimensions_) {
+      for (const auto& level : dimension.levels) {
+        if (!level.disabled && !level.slice_value.empty()) {
+          result.append(result.empty() ? "" : " and ");
+          result.append(slice({dimension.name, level.name}, level));
+        }
+      }
+    }
+    return result;
+  }
+
+  /// A slice names a member: by its key when that is a number, or the only name it has.
+  std::string slice(const LevelName& name, const PartitionLevelView& view) {
+    const auto& level = cube_level(name);
+    const auto value = with_apostrophes(view.slice_value);
+    const bool by_number = is_number_type(level) && is_decimal(value);
+    const auto& key =
+        view.member_key_column.empty() ? level.member_key_column : view.member_key_column;
+    const bool by_name = !by_number && !level.member_name_column.empty() &&
+                         level.member_name_column != level.member_key_column;
+    const auto& expression = by_name ? level.member_name_column : key;
+    return text(parse_expression(expression)) + " = " + (by_number ? value : sql_string(value));
+  }
+
+  std::string from(const std::string& condition) const {
+    if (source_.graph) {
+      return from_and_where(source_.graph->part(connected_tables()), condition);
+    }
+    auto result = source_.from_text;
+    if (!source_.join_text.empty()) {
+      result += " where (" + source_.join_text + ")";
+    }
+    if (!condition.empty()) {
+      result += (source_.join_text.empty() ? " where " : " and ") + condition;
+    }
+    return result;
+  }
+
+  /// The tables in use and those between them and the fact table.
+  std::set<std::string> connected_tables() const {
+    std::set<std::string> result = tables_;
+    for (const auto& table : tables_) {
+      const auto way = source_.graph->way(source_.fact.alias, {table});
+      if (way.empty()) {
+        fail("its join clause does not tie the table '" + table + "' to its fact table");
+      }
+      result.insert(way.begin(), way.end());
+    }
+    return result;
+  }
+
+  JoinGraph cube_names_;
+  std::string cube_fact_;
+  const OlapCube& cube_;
+  std::vector<PartitionDimensionView> dimensions_;
+  CubeSource source_;
+  std::set<std::string> tables_;
+};
+
+}  // namespace
+
+JoinGraph names_of(const CubeSource& source) {
+  return source.graph ? *source.graph : JoinGraph{source.kind, {source.fact}, {}};
+}
+
+std::string partition_branch(const CubeSource& cube_source, const OlapCube& cube,
+                             const OlapPartition& partition,
+                             const std::vector<FactColumn>& columns) {
+  try {
+    return Branch(cube_source, cube, partition).query(columns);
+  } catch (const ImportError& error) {
+    fail("partition '" + partition.name + "': " + error.description());
+  }
+}
+
+}  // namespace importkcd

@@ -1,0 +1,33 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "model/definitions.h"
+#include "base/xml_element.h"
+
+namespace importkcd {
+
+/// Collects which roles may see which cubes of a schema.
+class RoleGrants {
+ public:
+  /// A role of the database; it sees nothing until a cube names it.
+  void add_role(const std::string& name);
+
+  /// The roles of a published cube. A role that the database does not have is added. Permission to
+  /// read, with or without writing, grants the cube; anything else grants nothing.
+  void add_cube(const OlapCube& cube);
+
+  /// One element a role, in the order in which they were added.
+  std::vector<XmlElement> elements() const;
+
+ private:
+  struct Granted {
+    std::string name;
+    std::vector<std::string> cubes;
+  };
+
+  NamedCollection<Granted> roles_;
+};
+
+}  // namespace importkcd

@@ -1,0 +1,145 @@
+#include "mondrian/mapping/schema_mapping.h"
+
+#include <set>
+#include <unordered_map>
+#include <utility>
+
+#include "mondrian/mapping/cube_mapping.h"
+#include "mondrian/mapping/role_mapping.h"
+#include "mondrian/mapping/virtual_cube_mapping.h"
+#include "base/name_folding.h"
+
+namespace importkcd {
+namespace {
+
+/// A dimension in a cube: with the column that ties it behind its name.
+XmlElement tied(XmlElement dimension, const std::string& foreign_key) {
+  if (!foreign_key.empty()) {
+    dimension.attributes.insert(dimension.attributes.begin() + 1, {"foreignKey", foreign_key});
+  }
+  return dimension;
+}
+
+class Mapper {
+ public:
+  Mapper(OlapDatabase& database, const PublishedCatalogue& catalogue,
+         std::vector<std::string>& remarks)
+      : database_(database), catalogue_(catalogue), remarks_(remarks), connections_(database) {}
+
+  XmlElement schema() {
+    for (const auto& role : database_.roles().names()) {
+      grants_.add_role(role);
+    }
+    for (const auto& name : catalogue_.cubes) {
+      add(*database_.cubes().find(name));
+    }
+    for (const auto& name : catalogue_.virtual_cubes) {
+      add_virtual(*database_.cubes().find(name));
+    }
+    auto schema = text_element("Schema", {});
+    schema.set("name", catalogue_.name).set_if_any("description", database_.description);
+    for (auto* elements : {&shared_elements_, &cube_elements_, &virtual_elements_}) {
+      for (auto& element : *elements) {
+        schema.add(std::move(element));
+      }
+    }
+    for (auto& role : grants_.elements()) {
+      schema.add(std::move(role));
+    }
+    return schema;
+  }
+
+ private:
+  void add(const OlapCube& cube) {
+    std::vector<std::string> remarks;
+    try {
+      auto mapped = map_cube(database_, cube, connections_, aliases_, remarks);
+      cube_elements_.push_back(cube_element(mapped));
+      cubes_.emplace(lower_cased(cube.name), std::move(mapped));
+    } catch (const ImportError& error) {
+      remarks_.push_back(error.description());
+      return;
+    }
+    remarks_.insert(remarks_.end(), remarks.begin(), remarks.end());
+    grants_.add_cube(cube);
+  }
+
+  void add_virtual(const OlapCube& cube) {
+    const FindMappedCube find_cube = [this](const std::string& name) -> const MappedCube* {
+      const auto found = cubes_.find(lower_cased(name));
+      return found == cubes_.end() ? nullptr : &found->second;
+    };
+    const IsShared is_shared = [this](const MappedCube& base, const std::string& dimension) {
+      return usages_.contains({lower_cased(base.name), lower_cased(dimension)});
+    };
+    try {
+      virtual_elements_.push_back(virtual_cube_element(cube, find_cube, is_shared));
+    } catch (const ImportError& error) {
+      remarks_.push_back(error.description());
+      return;
+    }
+    grants_.add_cube(cube);
+  }
+
+  XmlElement cube_element(MappedCube& mapped) {
+    auto element = text_element("Cube", {});
+    element.set("name", mapped.name).set_if_any("description", mapped.description);
+    element.add(std::move(mapped.fact));
+    for (auto& dimension : mapped.dimensions) {
+      element.add(dimension_of_cube(mapped.name, dimension));
+    }
+    for (const auto* parts : {&mapped.measures, &mapped.calculated_members}) {
+      for (const auto& part : *parts) {
+        element.add(part);
+      }
+    }
+    return element;
+  }
+
+  /// The first cube that has a dimension as the database defines it makes it the schema's; cubes
+  /// that have it in another form keep that to themselves.
+  XmlElement dimension_of_cube(const std::string& cube, const CubeDimensionMapping& dimension) {
+    const auto& mapped = dimension.mapped;
+    if (!mapped.may_be_shared) {
+      return tied(mapped.element, mapped.foreign_key);
+    }
+    const auto text = xml_text(mapped.element);
+    const auto [shared, is_new] = shared_.try_emplace(lower_cased(dimension.name), text);
+    if (shared->second != text) {
+      return tied(mapped.element, mapped.foreign_key);
+    }
+    if (is_new) {
+      shared_elements_.push_back(mapped.element);
+    }
+    usages_.emplace(lower_cased(cube), lower_cased(dimension.name));
+    auto usage = text_element("DimensionUsage", {});
+    usage.set("name", dimension.name).set("source", dimension.name);
+    usage.set("foreignKey", mapped.foreign_key);
+    return usage;
+  }
+
+  OlapDatabase& database_;
+  const PublishedCatalogue& catalogue_;
+  std::vector<std::string>& remarks_;
+  DataSourceConnections connections_;
+  RelationAliases aliases_;
+  RoleGrants grants_;
+  /// Lower-cased name -> cube.
+  std::unordered_map<std::string, MappedCube> cubes_;
+  /// Lower-cased name -> the shared dimension's XML.
+  std::unordered_map<std::string, std::string> shared_;
+  /// Lower-cased cube and dimension, where the cube uses the shared one.
+  std::set<std::pair<std::string, std::string>> usages_;
+  std::vector<XmlElement> shared_elements_;
+  std::vector<XmlElement> cube_elements_;
+  std::vector<XmlElement> virtual_elements_;
+};
+
+}  // namespace
+
+XmlElement schema_element(OlapDatabase& database, const PublishedCatalogue& catalogue,
+                          std::vector<std::string>& remarks) {
+  return Mapper(database, catalogue, remarks).schema();
+}
+
+}  // namespace importkcd

@@ -1,0 +1,35 @@
+#pragma once
+
+#include <map>
+#include <optional>
+#include <string>
+
+#include "mondrian/publication/jdbc_connection.h"
+#include "model/olap_database.h"
+
+namespace importkcd {
+
+/// The connections of a database's data sources, each made out once.
+class DataSourceConnections {
+ public:
+  /// `database` outlives this object.
+  explicit DataSourceConnections(OlapDatabase& database) : database_(database) {}
+
+  /// Throws ImportError, the data source named, when there is none of that name or its connection
+  /// string means no database.
+  const JdbcConnection& of(const std::string& data_source);
+
+ private:
+  struct Known {
+    std::optional<JdbcConnection> connection;
+    std::string fault;
+  };
+
+  Known make_out(const std::string& data_source);
+
+  OlapDatabase& database_;
+  /// Lower-cased name -> connection.
+  std::map<std::string, Known> known_;
+};
+
+}  // namespace importkcd

@@ -1,0 +1,224 @@
+#include "mondrian/publication/jdbc_connection.h"
+
+#include <algorithm>
+#include <array>
+#include <initializer_list>
+#include <optional>
+
+#include "base/import_error.h"
+#include "base/connection_items.h"
+#include "base/name_folding.h"
+#include "base/percent_encoding.h"
+
+namespace importkcd {
+namespace {
+
+constexpr std::string_view jdbc_prefix = "jdbc:";
+constexpr std::string_view postgresql_driver = "org.postgresql.Driver";
+constexpr std::string_view mariadb_driver = "org.mariadb.jdbc.Driver";
+constexpr std::string_view sql_server_driver = "net.sourceforge.jtds.jdbc.Driver";
+
+[[noreturn]] void fail(const std::string& reason) {
+  throw ImportError(reason, error_source::olap_server);
+}
+
+bool contains_one_of(const std::string& text, std::initializer_list<std::string_view> words) {
+  return std::any_of(words.begin(), words.end(),
+                     [&](std::string_view word) { return text.find(word) != std::string::npos; });
+}
+
+/// What an address says about the database behind it.
+struct KnownAddress {
+  std::string_view prefix;
+  DatabaseKind kind;
+  std::string_view driver;
+};
+
+constexpr std::array known_addresses{
+    KnownAddress{"jdbc:postgresql:", DatabaseKind::postgresql, postgresql_driver},
+    KnownAddress{"jdbc:mariadb:", DatabaseKind::mariadb, mariadb_driver},
+    KnownAddress{"jdbc:mysql:", DatabaseKind::mariadb, ""},
+    KnownAddress{"jdbc:jtds:", DatabaseKind::sql_server, sql_server_driver},
+    KnownAddress{"jdbc:sqlserver:", DatabaseKind::sql_server, ""},
+    KnownAddress{"jdbc:oracle:", DatabaseKind::upper_case, ""},
+    KnownAddress{"jdbc:db2:", DatabaseKind::upper_case, ""},
+    KnownAddress{"jdbc:h2:", DatabaseKind::upper_case, ""},
+    KnownAddress{"jdbc:hsqldb:", DatabaseKind::upper_case, ""},
+    KnownAddress{"jdbc:derby:", DatabaseKind::upper_case, ""},
+    KnownAddress{"jdbc:firebirdsql:", DatabaseKind::upper_case, ""},
+    KnownAddress{"jdbc:snowflake:", DatabaseKind::upper_case, ""},
+    KnownAddress{"jdbc:redshift:", DatabaseKind::postgresql, ""},
+};
+
+JdbcConnection connection_of_address(std::string_view text) {
+  JdbcConnection connection;
+  connection.url = text;
+  const auto folded = lower_cased(text);
+  for (const auto& known : known_addresses) {
+    if (folded.starts_with(known.prefix)) {
+      connection.kind = known.kind;
+      connection.driver = known.driver;
+    }
+  }
+  return connection;
+}
+
+/// Characters that an address would take for its own.
+void check_part(std::string_view part, const char* what, std::string_view forbidden) {
+  if (part.find_first_of(forbidden) != std::string_view::npos) {
+    fail(std::string("the name of the ") + what + " '" + std::string(part) +
+         "' cannot be part of a JDBC address");
+  }
+}
+
+struct Address {
+  std::string host;
+  std::string instance;
+  std::string port;
+};
+
+/// HOST, HOST\INSTANCE or HOST,PORT, with "(local)" and "." for this computer and an optional
+/// "tcp:" in front.
+Address address_of(std::string server) {
+  Address address;
+  if (lower_cased(server).starts_with("tcp:")) {
+    server.erase(0, 4);
+  }
+  if (const auto comma = server.find(','); comma != std::string::npos) {
+    address.port = server.substr(comma + 1);
+    address.port.erase(0, address.port.find_first_not_of(' '));
+    server.resize(comma);
+  }
+  if (const auto backslash = server.find('\\'); backslash != std::string::npos) {
+    address.instance = server.substr(backslash + 1);
+    server.resize(backslash);
+  }
+  const bool is_local = server.empty() || server == "." || same_name(server, "(local)");
+  address.host = is_local ? "localhost" : server;
+  check_part(address.host, "server", "/;?# ");
+  check_part(address.port, "port", "/;?# ");
+  check_part(address.instance, "instance", "/;?# ");
+  return address;
+}
+
+std::string with_port(const Address& address) {
+  return address.host + (address.port.empty() ? "" : ":" + address.port);
+}
+
+bool is_yes(const std::string& value) {
+  const auto folded = lower_cased(value);
+  return folded == "yes" || folded == "true" || folded == "sspi" || folded == "1" ||
+         folded == "mandatory" || folded == "strict";
+}
+
+void take_login(const ConnectionItems& items, JdbcConnection& connection) {
+  connection.user = items.value({"User ID", "UID", "User", "Username", "User Name"});
+  connection.password = items.value({"Password", "PWD"});
+}
+
+JdbcConnection sql_server(const ConnectionItems& items) {
+  JdbcConnection connection{DatabaseKind::sql_server, {}, std::string(sql_server_driver), {}, {}};
+  auto address =
+      address_of(items.value({"Data Source", "Server", "Address", "Addr", "Network Address"}));
+  if (address.port.empty()) {
+    address.port = items.value({"Port"});
+  }
+  const auto database = items.value({"Initial Catalog", "Database"});
+  check_part(database, "database", ";/");
+  connection.url =
+      "jdbc:jtds:sqlserver://" + with_port(address) + (database.empty() ? "" : "/" + database);
+  if (!address.instance.empty() && address.port.empty()) {
+    connection.url += ";instance=" + address.instance;
+  }
+  if (is_yes(items.value({"Encrypt", "Use Encryption for Data"}))) {
+    connection.url += ";ssl=require";
+  }
+  take_login(items, connection);
+  if (connection.user.empty() &&
+      is_yes(items.value({"Integrated Security", "Trusted_Connection"}))) {
+    fail(
+        "the connection text logs in with a Windows account (integrated security); it must name "
+        "a user and a password");
+  }
+  return connection;
+}
+
+JdbcConnection postgresql(const ConnectionItems& items) {
+  JdbcConnection connection{DatabaseKind::postgresql, {}, std::string(postgresql_driver), {}, {}};
+  auto address = address_of(items.value({"Server", "Servername", "Data Source", "Host"}));
+  if (address.port.empty()) {
+    address.port = items.value({"Port"});
+  }
+  const auto database = items.value({"Database", "Initial Catalog", "Location"});
+  connection.url =
+      "jdbc:postgresql://" + with_port(address) + "/" + percent_encoded(database, address_marks);
+  if (const auto ssl = items.value({"SSLmode", "SSL Mode"}); !ssl.empty()) {
+    connection.url += "?sslmode=" + percent_encoded(lower_cased(ssl), address_marks);
+  }
+  take_login(items, connection);
+  return connection;
+}
+
+JdbcConnection mariadb(const ConnectionItems& items) {
+  JdbcConnection connection{DatabaseKind::mariadb, {}, std::string(mariadb_driver), {}, {}};
+  auto address = address_of(items.value({"Server", "Servername", "TCPIP", "Data Source", "Host"}));
+  if (address.port.empty()) {
+    address.port = items.value({"Port"});
+  }
+  const auto database = items.value({"Database", "DB", "Initial Catalog"});
+  check_part(database, "database", "/?");
+  connection.url = "jdbc:mariadb://" + with_port(address) + "/" + database;
+  take_login(items, connection);
+  return connection;
+}
+
+std::string in_apostrophes(std::string_view value) { return sql_string(value); }
+
+}  // namespace
+
+JdbcConnection jdbc_connection(std::string_view connection_string) {
+  if (lower_cased(connection_string.substr(0, jdbc_prefix.size())) == jdbc_prefix) {
+    return connection_of_address(connection_string);
+  }
+  ConnectionItems items(connection_string);
+  if (const auto inner = items.value({"Extended Properties"}); !inner.empty()) {
+    // The bridge from OLE DB to ODBC carries the driver's own text inside.
+    items = ConnectionItems(std::string(connection_string) + ";" + inner);
+  }
+  const auto driver = lower_cased(items.value({"Driver"}));
+  const auto reached_by = driver.empty() ? lower_cased(items.value({"Provider"})) : driver;
+  if (contains_one_of(reached_by, {"postgre", "psqlodbc", "pgnp", "pgoledb"})) {
+    return postgresql(items);
+  }
+  if (contains_one_of(reached_by, {"mariadb", "maodbc", "mysql", "myodbc"})) {
+    return mariadb(items);
+  }
+  if (contains_one_of(reached_by, {"sqloledb", "sqlncli", "msoledbsql", "sql server", "sqlserver",
+                                   "freetds", "tdsodbc", "sql native client"})) {
+    return sql_server(items);
+  }
+  if (!items.value({"DSN"}).empty()) {
+    fail(
+        "the connection text names an ODBC data source (DSN); it must name the driver and the "
+        "server themselves");
+  }
+  fail(
+      "the connection text names no kind of database that the engine can reach: SQL Server, "
+      "PostgreSQL, MariaDB, or an address that begins with 'jdbc:'");
+}
+
+std::string engine_connect_string(const JdbcConnection& connection) {
+  std::string result = "Provider=mondrian;Jdbc=" + in_apostrophes(connection.url);
+  if (!connection.driver.empty()) {
+    result += ";JdbcDrivers=" + connection.driver;
+  }
+  if (!connection.user.empty()) {
+    result += ";JdbcUser=" + in_apostrophes(connection.user);
+  }
+  if (!connection.password.empty()) {
+    result += ";JdbcPassword=" + in_apostrophes(connection.password);
+  }
+  return result + ";UseContentChecksum=true";
+}
+
+}  // namespace importkcd

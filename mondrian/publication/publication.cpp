@@ -1,0 +1,197 @@
+#include "mondrian/publication/publication.h"
+
+#include <algorithm>
+#include <chrono>
+#include <ctime>
+#include <system_error>
+#include <utility>
+
+#include "base/import_error.h"
+#include "mondrian/mapping/schema_mapping.h"
+#include "base/xml_element.h"
+#include "base/name_folding.h"
+#include "base/percent_encoding.h"
+
+namespace importkcd {
+namespace {
+
+namespace fs = std::filesystem;
+
+/// A text that no other publication has: the time, to the nanosecond. It goes into a comment, so
+/// that the engine sees a changed schema and forgets the figures that it remembers.
+std::string publication_mark() {
+  using std::chrono::nanoseconds;
+  using std::chrono::seconds;
+  const auto since = std::chrono::system_clock::now().time_since_epoch();
+  const std::time_t whole = std::chrono::duration_cast<seconds>(since).count();
+  std::tm parts{};
+  gmtime_r(&whole, &parts);
+  std::string text(64, '\0');
+  text.resize(std::strftime(text.data(), text.size(), "%Y-%m-%dT%H:%M:%S", &parts));
+  auto fraction =
+      std::to_string(std::chrono::duration_cast<nanoseconds>(since).count() % 1'000'000'000);
+  return "Published " + text + "." + std::string(9 - fraction.size(), '0') + fraction + "Z";
+}
+
+[[noreturn]] void fail(const fs::path& path, const std::error_code& error) {
+  throw ImportError("cannot write '" + path.string() + "': " + error.message(),
+                    error_source::olap_server);
+}
+
+/// The engine puts system properties in place of "${NAME}" before it reads the file as XML.
+std::string without_substitutions(std::string text) {
+  for (auto at = text.find("${"); at != std::string::npos; at = text.find("${", at)) {
+    text.replace(at, 1, "&#36;");
+  }
+  return text;
+}
+
+bool contains(const std::vector<std::string>& names, const std::string& name) {
+  return std::any_of(names.begin(), names.end(),
+                     [&](const std::string& other) { return same_name(other, name); });
+}
+
+/// The catalogues of a database with all that is cheap to know: one data source needs no look at
+/// the cubes.
+std::vector<PublishedCatalogue> likely_catalogues_of(OlapDatabase& database) {
+  std::vector<std::string> ignored;
+  const auto data_sources = database.data_sources().names();
+  if (data_sources.size() != 1) {
+    return catalogues_of(database, ignored);
+  }
+  if (database.cubes().names().empty()) {
+    return {};
+  }
+  try {
+    const auto& text = database.data_sources().find(data_sources[0])->connection_string;
+    return {{database.name(), jdbc_connection(text), {}, {}, {}}};
+  } catch (const ImportError&) {
+    return {};
+  }
+}
+
+bool ends_with_beside_suffix(const fs::path& path) {
+  return path.string().ends_with(beside_suffix);
+}
+
+/// The "file:" address of a path, as the engine takes it.
+std::string file_address(const fs::path& path) {
+  return "file://" + percent_encoded(path.string(), std::string(address_marks) + "/");
+}
+
+}  // namespace
+
+Publication::Publication(fs::path directory)
+    : directory_(std::move(directory)), mark_(publication_mark()) {}
+
+void Publication::prepare(OlapStore& definitions, const std::vector<std::string>& touched) {
+  const auto schemas = directory_ / published::schemas;
+  std::error_code error;
+  fs::create_directories(schemas, error);
+  if (error) {
+    fail(schemas, error);
+  }
+  for (const auto& name : definitions.database_names()) {
+    add_database(definitions, name, contains(touched, name));
+  }
+  files_.write(directory_ / published::data_sources, list_of_catalogues(),
+               FilesBeside::Readers::owner_only);
+  files_.secure();
+}
+
+void Publication::add_database(OlapStore& definitions, const std::string& name, bool touched) {
+  OlapDatabase database(name, definitions.description(name), definitions.sources(name));
+  if (!touched) {
+    const auto catalogues = likely_catalogues_of(database);
+    if (!lacks_schema(name, catalogues)) {
+      for (const auto& catalogue : catalogues) {
+        add_catalogue(database, catalogue, false);
+      }
+      return;
+    }
+  }
+  for (const auto& catalogue : catalogues_of(database, remarks_)) {
+    add_catalogue(database, catalogue, true);
+  }
+}
+
+void Publication::add_catalogue(OlapDatabase& database, const PublishedCatalogue& catalogue,
+                                bool touched) {
+  auto name = catalogue.name;
+  for (int number = 2; !names_.insert(lower_cased(name)).second; ++number) {
+    name = catalogue.name + " (" + std::to_string(number) + ")";
+  }
+  const Entry entry{name, engine_connect_string(catalogue.connection),
+                    schema_file_name(database.name(), catalogue.data_source)};
+  if (touched) {
+    const auto schema = schema_element(database, catalogue, remarks_);
+    files_.write(schema_path(entry.file), xml_document(schema, " " + mark_ + " "),
+                 FilesBeside::Readers::everyone);
+  }
+  entries_.push_back(entry);
+}
+
+bool Publication::lacks_schema(const std::string& database,
+                               const std::vector<PublishedCatalogue>& catalogues) const {
+  return std::any_of(
+      catalogues.begin(), catalogues.end(), [&](const PublishedCatalogue& catalogue) {
+        std::error_code ignored;
+        return !fs::exists(schema_path(schema_file_name(database, catalogue.data_source)), ignored);
+      });
+}
+
+fs::path Publication::schema_path(const std::string& file) const {
+  return directory_ / published::schemas / file;
+}
+
+std::string Publication::list_of_catalogues() const {
+  auto catalogues = text_element("Catalogs", {});
+  for (const auto& entry : entries_) {
+    auto& catalogue = catalogues.add(text_element("Catalog", {})).set("name", entry.name);
+    catalogue.add(text_element("DataSourceInfo", entry.connect_string));
+    catalogue.add(text_element("Definition", file_address(schema_path(entry.file))));
+  }
+  auto source = text_element("DataSource", {});
+  source.add(text_element("DataSourceName", "ImportKCD"));
+  source.add(text_element("DataSourceDescription", "Imported cube definition documents"));
+  source.add(text_element("URL", "http://localhost/xmla"));
+  source.add(text_element("DataSourceInfo", "Provider=mondrian"));
+  source.add(text_element("ProviderName", "Mondrian"));
+  source.add(text_element("ProviderType", "MDP"));
+  source.add(text_element("AuthenticationMode", "Unauthenticated"));
+  source.add(std::move(catalogues));
+  auto root = text_element("DataSources", {});
+  root.add(std::move(source));
+  return without_substitutions(xml_document(root, {}));
+}
+
+void Publication::carry_out() {
+  files_.take_places();
+  std::set<std::string> in_use;
+  for (const auto& entry : entries_) {
+    in_use.insert(entry.file);
+  }
+  std::error_code ignored;
+  for (const auto& file : fs::directory_iterator(directory_ / published::schemas, ignored)) {
+    const auto name = file.path().filename().string();
+    if (!in_use.contains(name) && (name.ends_with(".xml") || ends_with_beside_suffix(name))) {
+      fs::remove(file.path(), ignored);
+    }
+  }
+}
+
+fs::path publication_lock(const fs::path& directory) { return directory / published::lock; }
+
+bool publication_was_cut_off(const fs::path& directory) {
+  std::error_code ignored;
+  for (const auto& folder : {directory, directory / published::schemas}) {
+    for (const auto& file : fs::directory_iterator(folder, ignored)) {
+      if (ends_with_beside_suffix(file.path())) {
+        return true;
+      }
+    }
+  }
+  return false;
+}
+
+}  // namespace importkcd

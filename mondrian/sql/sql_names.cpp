@@ -1,0 +1,63 @@
+#include "mondrian/sql/sql_names.h"
+
+#include <algorithm>
+
+#include "base/name_folding.h"
+
+namespace importkcd {
+namespace {
+
+std::string in_quotes(std::string_view text, char quote) {
+  std::string result(1, quote);
+  for (const char character : text) {
+    result.append(character == quote ? 2 : 1, character);
+  }
+  return result + quote;
+}
+
+/// Databases fold bare names by ASCII letters only.
+std::string upper_cased(std::string text) {
+  std::transform(text.begin(), text.end(), text.begin(), [](char c) {
+    return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c;
+  });
+  return text;
+}
+
+std::string ascii_lower_cased(std::string text) {
+  std::transform(text.begin(), text.end(), text.begin(), [](char c) {
+    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+  });
+  return text;
+}
+
+}  // namespace
+
+std::string known_name(DatabaseKind kind, const SqlName& name) {
+  if (name.is_quoted) {
+    return name.text;
+  }
+  switch (kind) {
+    case DatabaseKind::postgresql:
+      return ascii_lower_cased(name.text);
+    case DatabaseKind::upper_case:
+      return upper_cased(name.text);
+    case DatabaseKind::mariadb:
+    case DatabaseKind::sql_server:
+    case DatabaseKind::unknown:
+      break;
+  }
+  return name.text;
+}
+
+std::string quoted_name(DatabaseKind kind, std::string_view known_name) {
+  return in_quotes(known_name, kind == DatabaseKind::mariadb ? '`' : '"');
+}
+
+bool same_known_name(DatabaseKind kind, std::string_view left, std::string_view right) {
+  const bool case_counts = kind == DatabaseKind::postgresql || kind == DatabaseKind::upper_case;
+  return case_counts ? left == right : same_name(left, right);
+}
+
+std::string sql_string(std::string_view text) { return in_quotes(text, '\''); }
+
+}  // namespace importkcd

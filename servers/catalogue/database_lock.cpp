@@ -1,0 +1,64 @@
+#include "servers/catalogue/database_lock.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdint>
+#include <system_error>
+
+#include "base/import_error.h"
+#include "base/name_folding.h"
+
+namespace importkcd {
+namespace {
+
+/// The byte of the lock file that stands for a name. The file needs no bytes for it. All versions
+/// of this program must agree on it, hence a fixed hash (FNV-1a).
+off_t place_of(std::string_view database) {
+  std::uint64_t hash = 0xcbf29ce484222325;
+  for (const char c : lower_cased(database)) {
+    hash = (hash ^ static_cast<unsigned char>(c)) * 0x100000001b3;
+  }
+  return static_cast<off_t>(hash >> 1U);
+}
+
+}  // namespace
+
+void DatabaseLock::hold(std::string_view database) {
+  open();
+  struct flock range {};
+  range.l_type = F_WRLCK;
+  range.l_whence = SEEK_SET;
+  range.l_start = place_of(database);
+  range.l_len = 1;
+  if (fcntl(descriptor_, F_OFD_SETLK, &range) == 0) {
+    return;
+  }
+  if (errno == EAGAIN || errno == EACCES) {
+    throw ImportError("database '" + std::string(database) + "' is in use by another import",
+                      error_source::olap_server);
+  }
+  throw ImportError("cannot lock '" + file_ + "': " + std::generic_category().message(errno),
+                    error_source::olap_server);
+}
+
+void DatabaseLock::open() {
+  if (descriptor_ >= 0) {
+    return;
+  }
+  descriptor_ = ::open(file_.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, S_IRUSR | S_IWUSR);
+  if (descriptor_ < 0) {
+    throw ImportError("cannot open '" + file_ + "': " + std::generic_category().message(errno),
+                      error_source::olap_server);
+  }
+}
+
+void DatabaseLock::release_all() noexcept {
+  if (descriptor_ >= 0) {
+    ::close(descriptor_);
+    descriptor_ = -1;
+  }
+}
+
+}  // namespace importkcd

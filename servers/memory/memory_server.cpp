@@ -1,0 +1,209 @@
+#include "servers/memory/memory_server.h"
+
+#include <algorithm>
+#include <string>
+#include <unordered_set>
+#include <utility>
+#include <vector>
+
+#include "servers/olap_store.h"
+#include "servers/working_copy_server.h"
+
+namespace importkcd {
+namespace {
+
+struct StoredDatabase {
+  std::string name;
+  std::string description;
+  NamedCollection<OlapDataSource> data_sources;
+  NamedCollection<OlapDimension> dimensions;
+  NamedCollection<OlapRole> roles;
+  NamedCollection<OlapCube> cubes;
+};
+
+}  // namespace
+
+class MemoryStorage {
+ public:
+  NamedCollection<StoredDatabase> databases;
+  /// Lower-cased names of the databases that a run holds.
+  std::unordered_set<std::string> held;
+};
+
+namespace {
+
+/// Reads one collection of a stored database, which is looked up anew every time.
+template <class T>
+class StoredObjects : public ObjectSource<T> {
+ public:
+  using Collection = NamedCollection<T> StoredDatabase::*;
+
+  StoredObjects(const MemoryStorage& storage, std::string database, Collection collection)
+      : storage_(storage), database_(std::move(database)), collection_(collection) {}
+
+  bool contains(std::string_view name) override { return find(name) != nullptr; }
+
+  std::optional<T> load(std::string_view name) override {
+    const T* found = find(name);
+    return found == nullptr ? std::nullopt : std::optional<T>(*found);
+  }
+
+  std::vector<std::string> names() override {
+    std::vector<std::string> result;
+    if (const auto* database = storage_.databases.find(database_)) {
+      for (const auto& object : database->*collection_) {
+        result.push_back(object.name);
+      }
+    }
+    return result;
+  }
+
+ private:
+  const T* find(std::string_view name) const {
+    const auto* database = storage_.databases.find(database_);
+    return database == nullptr ? nullptr : (database->*collection_).find(name);
+  }
+
+  const MemoryStorage& storage_;
+  std::string database_;
+  Collection collection_;
+};
+
+/// One server's side of a storage.
+class MemoryStore : public OlapStore {
+ public:
+  explicit MemoryStore(std::shared_ptr<MemoryStorage> storage) : storage_(std::move(storage)) {}
+  ~MemoryStore() override { release_held(); }
+
+  void open() override {}
+
+  std::vector<std::string> database_names() override {
+    std::vector<std::string> result;
+    for (const auto& database : storage_->databases) {
+      result.push_back(database.name);
+    }
+    return result;
+  }
+
+  void hold(const std::string& database) override {
+    const auto key = lower_cased(database);
+    if (held_.count(key) != 0) {
+      return;
+    }
+    if (storage_->held.count(key) != 0) {
+      throw ImportError("database '" + database + "' is in use by another import",
+                        error_source::olap_server);
+    }
+    // Noted here first, so that nothing stays held that nobody lets go of.
+    held_.insert(key);
+    storage_->held.insert(key);
+  }
+
+  void release_all() noexcept override { release_held(); }
+
+  std::string description(const std::string& database) override {
+    return stored(database).description;
+  }
+
+  DatabaseSources sources(const std::string& database) override {
+    DatabaseSources result;
+    result.data_sources = reader(database, &StoredDatabase::data_sources);
+    result.dimensions = reader(database, &StoredDatabase::dimensions);
+    result.roles = reader(database, &StoredDatabase::roles);
+    result.cubes = reader(database, &StoredDatabase::cubes);
+    return result;
+  }
+
+  std::vector<std::string> dimensions_in_use(const std::string& database,
+                                             OlapCubeKind kind) override {
+    NamedCollection<OlapProperty> used;
+    for (const auto& cube : stored(database).cubes) {
+      if (cube.kind == kind) {
+        for (const auto& dimension : cube.dimensions) {
+          used.put({dimension.name, {}});
+        }
+      }
+    }
+    std::vector<std::string> result;
+    for (const auto& dimension : used) {
+      result.push_back(dimension.name);
+    }
+    return result;
+  }
+
+  void apply(std::vector<DatabaseChanges> changes) override {
+    for (auto& change : changes) {
+      apply(change);
+    }
+  }
+
+ private:
+  void release_held() {
+    for (const auto& key : held_) {
+      storage_->held.erase(key);
+    }
+    held_.clear();
+  }
+
+  template <class T>
+  std::unique_ptr<ObjectSource<T>> reader(const std::string& database,
+                                          NamedCollection<T> StoredDatabase::*collection) {
+    return std::make_unique<StoredObjects<T>>(*storage_, database, collection);
+  }
+
+  const StoredDatabase& stored(const std::string& database) const {
+    const auto* found = storage_->databases.find(database);
+    if (found == nullptr) {
+      throw ImportError("database '" + database + "' not found", error_source::olap_server);
+    }
+    return *found;
+  }
+
+  void apply(DatabaseChanges& change) {
+    auto& databases = storage_->databases;
+    if (change.removes_stored) {
+      databases.remove(change.name);
+    }
+    if (!change.exists_afterwards) {
+      return;
+    }
+    if (!databases.contains(change.name)) {
+      StoredDatabase added;
+      added.name = change.name;
+      databases.add(std::move(added));
+    }
+    auto& database = *databases.edit(change.name);
+    database.description = change.description.value_or(database.description);
+    database.dimensions.remove_all(change.removed_dimensions);
+    database.data_sources.put_all(std::move(change.data_sources));
+    database.dimensions.put_all(std::move(change.dimensions));
+    database.roles.put_all(std::move(change.roles));
+    database.cubes.put_all(std::move(change.cubes));
+  }
+
+  std::shared_ptr<MemoryStorage> storage_;
+  /// Lower-cased names that this server holds.
+  std::unordered_set<std::string> held_;
+};
+
+}  // namespace
+
+std::shared_ptr<MemoryStorage> make_memory_store() { return std::make_shared<MemoryStorage>(); }
+
+std::unique_ptr<OlapServer> make_memory_server() { return make_memory_server(make_memory_store()); }
+
+std::unique_ptr<OlapServer> make_memory_server(std::shared_ptr<MemoryStorage> storage) {
+  return std::make_unique<WorkingCopyServer>(std::make_shared<MemoryStore>(std::move(storage)));
+}
+
+std::unique_ptr<OlapServer> make_memory_server_until_exit() {
+  struct Kept {
+    std::shared_ptr<MemoryStorage> storage = make_memory_store();
+    FinishedCopies finished;
+  };
+  static auto& kept = *new Kept;
+  return std::make_unique<WorkingCopyServer>(std::make_shared<MemoryStore>(kept.storage),
+                                             &kept.finished);
+}
+
+}  // namespace importkcd

@@ -1,0 +1,68 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "model/definitions.h"
+#include "model/olap_database.h"
+
+namespace importkcd {
+
+/// What one run changes in one database, to be applied in the order of the members.
+struct DatabaseChanges {
+  std::string name;
+  /// The stored database of that name goes first, with all that is in it.
+  bool removes_stored = false;
+  /// The database is there afterwards: it is added when it is not stored (any more). When false,
+  /// nothing but the removal is to be done.
+  bool exists_afterwards = false;
+  /// New text of the database's description; nothing when it stays as it is.
+  std::optional<std::string> description;
+  /// Private dimensions that left with their place in a cube. Some may not be stored.
+  std::vector<std::string> removed_dimensions;
+  /// Whole objects, each of which is added at the end or takes the place of the one of its name.
+  NamedCollection<OlapDataSource> data_sources;
+  NamedCollection<OlapDimension> dimensions;
+  NamedCollection<OlapRole> roles;
+  NamedCollection<OlapCube> cubes;
+};
+
+/// Where a WorkingCopyServer keeps databases between runs: it only loads and stores.
+/// Names of databases are compared without regard to letter case. All operations throw ImportError
+/// when they fail.
+class OlapStore {
+ public:
+  OlapStore() = default;
+  OlapStore(const OlapStore&) = delete;
+  OlapStore& operator=(const OlapStore&) = delete;
+  virtual ~OlapStore() = default;
+
+  /// Called once, before anything else.
+  virtual void open() = 0;
+
+  /// The names of the stored databases, in the order in which they were added.
+  virtual std::vector<std::string> database_names() = 0;
+
+  /// Reserves a database name for this store object until release_all() or its end. Fails when
+  /// another store object, in this process or another one, holds it; a holder that died holds
+  /// nothing.
+  virtual void hold(const std::string& database) = 0;
+  virtual void release_all() noexcept = 0;
+
+  /// The description of a stored database.
+  virtual std::string description(const std::string& database) = 0;
+
+  /// Readers of the objects of a stored database; they must not outlive the store.
+  virtual DatabaseSources sources(const std::string& database) = 0;
+
+  /// The names of the dimensions that the stored cubes of a kind use, in any order, each once.
+  virtual std::vector<std::string> dimensions_in_use(const std::string& database,
+                                                     OlapCubeKind kind) = 0;
+
+  /// Stores all changes as one unit: after an error, or the end of the process at any moment,
+  /// nothing of them is stored, and other readers never see a part of them.
+  virtual void apply(std::vector<DatabaseChanges> changes) = 0;
+};
+
+}  // namespace importkcd

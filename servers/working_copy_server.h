@@ -1,0 +1,65 @@
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <unordered_map>
+#include <unordered_set>
+#include <vector>
+
+#include "model/olap_server.h"
+#include "servers/olap_store.h"
+
+namespace importkcd {
+
+/// Working copies of finished runs, for whoever decides when they are taken apart. They may refer
+/// to what their store's readers refer to.
+using FinishedCopies = std::vector<std::shared_ptr<const void>>;
+
+/// The OlapServer over any OlapStore: keeps the working copies of a run, collects what is written
+/// back, and hands it to the store in finish(). It never refuses to lock a cube.
+class WorkingCopyServer : public OlapServer {
+ public:
+  /// Working copies are taken apart when their run finishes, object by object, unless there is a
+  /// `finished`, which outlives the server, to take them over.
+  explicit WorkingCopyServer(std::shared_ptr<OlapStore> store, FinishedCopies* finished = nullptr);
+  ~WorkingCopyServer() override;
+
+  void connect(const std::string& machine) override;
+  OlapClassType class_type() const override { return OlapClassType::server; }
+  std::string version() const override { return "8.0"; }
+  std::vector<StoredObject> stored_objects() override;
+  void hold_database(const std::string& name) override;
+  OlapDatabase& open_database(const std::string& name) override;
+  OlapDatabase& add_database(const std::string& name) override;
+  void remove_database(const std::string& name) override;
+  void write_back_database(OlapDatabase& database) override;
+  void write_back_data_source(OlapDatabase& database, OlapDataSource& data_source) override;
+  void write_back_dimension(OlapDatabase& database, OlapDimension& dimension) override;
+  void write_back_cube(OlapDatabase& database, OlapCube& cube) override;
+  void write_back_partition(OlapDatabase& database, OlapCube& cube,
+                            OlapPartition& partition) override;
+  void lock_dimension(OlapDatabase& database, const OlapDimension& dimension) override;
+  void lock_levels(OlapDatabase& database, const OlapDimension& dimension) override;
+  void lock_cube(OlapDatabase& database, const OlapCube& cube) override;
+  void remove_first(OlapDatabase& database, OlapCube& cube, OlapCubeContent content) override;
+  bool structure_is_valid(OlapDatabase& database, const OlapCube& cube) override;
+  void finish() override;
+
+ private:
+  struct OpenDatabase;
+
+  OpenDatabase& opened(OlapDatabase& database);
+  OpenDatabase* find_opened(const std::string& name);
+  bool is_stored(const std::string& name);
+  bool uses_dimension(OpenDatabase& open, OlapCubeKind kind, const std::string& dimension);
+  static void take_over_roles(OpenDatabase& open);
+  static void drop_displaced_dimensions(OpenDatabase& open);
+
+  std::shared_ptr<OlapStore> store_;
+  FinishedCopies* finished_;
+  /// The databases of this run in the order in which they were touched, removed ones included.
+  std::vector<std::unique_ptr<OpenDatabase>> databases_;
+};
+
+}  // namespace importkcd

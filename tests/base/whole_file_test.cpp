@@ -1,0 +1,114 @@
+#include "base/whole_file.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+
+#include <csignal>
+#include <filesystem>
+
+#include "base/import_error.h"
+#include "tests/support/temporary_folder.h"
+
+namespace importkcd {
+namespace {
+
+namespace fs = std::filesystem;
+
+/// The description of an action's failure; "none" when there is none.
+template <class Action>
+std::string failure_of(Action action) {
+  try {
+    action();
+  } catch (const ImportError& error) {
+    return error.description();
+  }
+  return "none";
+}
+
+void write_whole_file(const std::string& path, std::string_view bytes) {
+  WholeFile file(path);
+  file.append(bytes);
+  file.finish();
+}
+
+class WholeFileTest : public ::testing::Test {
+ protected:
+  std::size_t entries() const {
+    const auto all = fs::directory_iterator(folder.path());
+    return static_cast<std::size_t>(std::distance(fs::begin(all), fs::end(all)));
+  }
+
+  testing::TemporaryFolder folder;
+};
+
+TEST_F(WholeFileTest, WritesAndReplaces) {
+  const auto path = folder.file("f");
+  write_whole_file(path, "first");
+  EXPECT_EQ(testing::read_file(path), "first");
+  fs::permissions(path, fs::perms::owner_read | fs::perms::owner_write);
+  write_whole_file(path, "2nd");
+  EXPECT_EQ(testing::read_file(path), "2nd");
+  EXPECT_EQ(fs::status(path).permissions(), fs::perms::owner_read | fs::perms::owner_write);
+  EXPECT_EQ(entries(), 1U);
+}
+
+TEST_F(WholeFileTest, ShowsNothingBeforeItIsFinished) {
+  const auto path = folder.write("f", "former");
+  {
+    WholeFile file(path);
+    file.append(std::string(1'000'000, 'x'));
+    EXPECT_EQ(testing::read_file(path), "former");
+    EXPECT_EQ(entries(), 2U);
+  }
+  EXPECT_EQ(testing::read_file(path), "former");
+  EXPECT_EQ(entries(), 1U);
+}
+
+TEST_F(WholeFileTest, TwoOfThemInOneFolderDoNotMeet) {
+  WholeFile first(folder.file("1"));
+  WholeFile second(folder.file("2"));
+  first.append("first");
+  second.append("second");
+  second.finish();
+  first.finish();
+  EXPECT_EQ(testing::read_file(folder.file("1")), "first");
+  EXPECT_EQ(testing::read_file(folder.file("2")), "second");
+}
+
+TEST_F(WholeFileTest, ASymbolicLinkStaysOne) {
+  fs::create_directory(folder.file("elsewhere"));
+  const auto real = folder.write("elsewhere/real", "old");
+  fs::create_symlink(real, folder.file("link"));
+  write_whole_file(folder.file("link"), "new");
+  EXPECT_TRUE(fs::is_symlink(folder.file("link")));
+  EXPECT_EQ(testing::read_file(real), "new");
+}
+
+TEST_F(WholeFileTest, AFailureOfWritingNamesTheFileAndLeavesNothing) {
+  const auto nowhere = folder.file("none/f");
+  EXPECT_EQ(failure_of([&] { write_whole_file(nowhere, "x"); }),
+            "Cannot write '" + nowhere + "': No such file or directory");
+  fs::create_directory(folder.file("taken"));
+  EXPECT_EQ(failure_of([&] { write_whole_file(folder.file("taken"), "x"); }),
+            "Cannot write '" + folder.file("taken") + "': Is a directory");
+  EXPECT_EQ(entries(), 1U);
+}
+
+TEST_F(WholeFileTest, AFullDiskLeavesTheFormerFile) {
+  const auto path = folder.write("f", "former");
+  rlimit former{};
+  ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &former), 0);
+  const auto former_handler = std::signal(SIGXFSZ, SIG_IGN);
+  const rlimit small{4096, former.rlim_max};
+  ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &small), 0);
+  const auto failure = failure_of([&] { write_whole_file(path, std::string(100'000, 'x')); });
+  setrlimit(RLIMIT_FSIZE, &former);
+  std::signal(SIGXFSZ, former_handler);
+  EXPECT_EQ(failure, "Cannot write '" + path + "': File too large");
+  EXPECT_EQ(testing::read_file(path), "former");
+  EXPECT_EQ(entries(), 1U);
+}
+
+}  // namespace
+}  // namespace importkcd

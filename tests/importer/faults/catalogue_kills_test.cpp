@@ -1,0 +1,81 @@
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <csignal>
+#include <random>
+#include <string>
+#include <thread>
+
+#include "tests/importer/faults/catalogue_faults_fixture.h"
+
+namespace importkcd::testing {
+namespace {
+
+#ifdef __SANITIZE_ADDRESS__
+/// Processes that are watched over start slowly: they are not killed everywhere.
+constexpr int stride = 5;
+#else
+constexpr int stride = 1;
+#endif
+
+/// An import whose process is killed.
+class CatalogueKills : public CatalogueFaultsTest,
+                       public ::testing::WithParamInterface<CatalogueCase> {
+ protected:
+  void kill_at(int number, FileFault fault) {
+    restore();
+    vfs.fail_operation(number, fault);
+    EXPECT_EQ(import_in_child(), SIGKILL);
+    vfs.heal();
+    EXPECT_EQ(checked_content(), number <= commit_written ? before : after);
+  }
+};
+
+TEST_P(CatalogueKills, AtEveryFileOperationLeaveTheStateBeforeOrAfterTheImport) {
+  prepare(GetParam());
+  const auto count = static_cast<int>(operations.size());
+  for (int number = 1; number <= count; number += stride) {
+    const auto& operation = operations[static_cast<std::size_t>(number) - 1];
+    SCOPED_TRACE(std::to_string(number) + ": " + text_of(operation));
+    kill_at(number, FileFault::kill);
+    if (operation.action == FileAction::write) {
+      kill_at(number, FileFault::kill_within);
+    }
+  }
+}
+
+TEST_P(CatalogueKills, AtRandomMomentsLeaveTheStateBeforeOrAfterTheImport) {
+  using std::chrono::steady_clock;
+  prepare(GetParam());
+  restore();
+  const auto began = steady_clock::now();
+  EXPECT_EQ(import_in_child(), 0);
+  const auto whole = steady_clock::now() - began;
+  std::mt19937 random(1121);  // NOLINT(cert-msc32-c,cert-msc51-cpp): the moments are to repeat
+  std::uniform_real_distribution<double> part(0, 1);
+  for (int round = 0; round < 40 / stride; ++round) {
+    restore();
+    const auto child = fork();
+    if (child == 0) {
+      import_and_close();
+      _exit(0);
+    }
+    std::this_thread::sleep_for(whole * part(random));
+    ::kill(child, SIGKILL);
+    waitpid(child, nullptr, 0);
+    EXPECT_THAT(checked_content(), ::testing::AnyOf(before, after)) << "round " << round;
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Cases, CatalogueKills,
+                         ::testing::Values(CatalogueCase{import_type::incremental, Start::missing},
+                                           CatalogueCase{import_type::incremental, Start::stored},
+                                           CatalogueCase{import_type::replace, Start::stored},
+                                           CatalogueCase{import_type::update, Start::stored},
+                                           CatalogueCase{import_type::replace, Start::pending_log},
+                                           CatalogueCase{import_type::update, Start::long_log}),
+                         [](const auto& tested) { return name_of(tested.param); });
+
+}  // namespace
+}  // namespace importkcd::testing

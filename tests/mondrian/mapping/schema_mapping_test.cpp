@@ -1,0 +1,203 @@
+#include "mondrian/mapping/schema_mapping.h"
+
+#include <gtest/gtest.h>
+
+#include "tests/mondrian/mapping/mapping_fixture.h"
+
+namespace importkcd {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+using testing::level;
+using testing::measure;
+
+class SchemaMapping : public testing::MappingTest {
+ protected:
+  /// The schemas of all catalogues.
+  std::string schemas() {
+    remarks.clear();
+    std::string result;
+    for (const auto& catalogue : catalogues_of(database, remarks)) {
+      result += xml_text(schema_element(database, catalogue, remarks));
+    }
+    return result;
+  }
+
+  OlapCube& add_virtual(const std::string& name, const std::vector<OlapMeasure>& measures,
+                        const std::vector<std::string>& dimensions) {
+    auto& cube = database.add_cube(name, OlapCubeKind::is_virtual);
+    for (const auto& one : measures) {
+      cube.measures.add(one);
+    }
+    for (const auto& dimension : dimensions) {
+      cube.dimensions.add({dimension, {}});
+    }
+    return cube;
+  }
+
+  const std::string store_dimension =
+      "  <Dimension name=\"Store\">\n"
+      "    <Hierarchy hasAll=\"false\" primaryKey=\"store_id\">\n"
+      "      <Table name=\"store\"/>\n"
+      "      <Level name=\"City\" column=\"city\" type=\"String\" uniqueMembers=\"true\"/>\n"
+      "    </Hierarchy>\n"
+      "  </Dimension>\n";
+  const std::string sales_cube =
+      "  <Cube name=\"Sales\">\n"
+      "    <Table name=\"sales\"/>\n"
+      "    <DimensionUsage name=\"Store\" source=\"Store\" foreignKey=\"store_id\"/>\n"
+      "    <Measure name=\"Amount\" column=\"amount\" aggregator=\"sum\"/>\n"
+      "  </Cube>\n";
+};
+
+TEST_F(SchemaMapping, SharedDimensionsComeFirstThenCubesThenRoles) {
+  database.description = "Shops & stock";
+  database.roles().add_new("Readers");
+  add_sales().roles.add_new("Readers").permissions.add({"Access", "R"});
+  EXPECT_EQ(schemas(), "<Schema name=\"Shops\" description=\"Shops &amp; stock\">\n" +
+                           store_dimension + sales_cube +
+                           "  <Role name=\"Readers\">\n"
+                           "    <SchemaGrant access=\"none\">\n"
+                           "      <CubeGrant cube=\"Sales\" access=\"all\"/>\n"
+                           "    </SchemaGrant>\n"
+                           "  </Role>\n"
+                           "</Schema>\n");
+  EXPECT_THAT(remarks, IsEmpty());
+}
+
+TEST_F(SchemaMapping, CubesShareADimensionUnlessTheyHaveItInAnotherForm) {
+  add_sales();
+  add_cube("Returns", "returns", "returns, store", "returns.shop = store.store_id", {"Store"});
+  auto& stock =
+      add_cube("Stock", "stock", "stock, store", "stock.shop = store.store_id", {"Store"});
+  stock.dimensions.edit("Store")->levels.edit("City")->member_key_column = "store.town";
+  EXPECT_EQ(schemas(),
+            "<Schema name=\"Shops\">\n" + store_dimension + sales_cube +
+                "  <Cube name=\"Returns\">\n"
+                "    <Table name=\"returns\"/>\n"
+                "    <DimensionUsage name=\"Store\" source=\"Store\" foreignKey=\"shop\"/>\n"
+                "    <Measure name=\"Amount\" column=\"amount\" aggregator=\"sum\"/>\n"
+                "  </Cube>\n"
+                "  <Cube name=\"Stock\">\n"
+                "    <Table name=\"stock\"/>\n"
+                "    <Dimension name=\"Store\" foreignKey=\"shop\">\n"
+                "      <Hierarchy hasAll=\"false\" primaryKey=\"store_id\">\n"
+                "        <Table name=\"store\"/>\n"
+                "        <Level name=\"City\" column=\"town\" type=\"String\" "
+                "uniqueMembers=\"true\"/>\n"
+                "      </Hierarchy>\n"
+                "    </Dimension>\n"
+                "    <Measure name=\"Amount\" column=\"amount\" aggregator=\"sum\"/>\n"
+                "  </Cube>\n"
+                "</Schema>\n");
+}
+
+TEST_F(SchemaMapping, PrivateDimensionsAreInsideOfTheirCubes) {
+  auto& dimension = add_dimension("Order", "sales", {level("Order", "sales.order_no")});
+  dimension.kind = OlapDimensionKind::is_private;
+  dimension.owner_cube = "Sales";
+  add_cube("Sales", "sales", "sales", "", {"Order"});
+  EXPECT_EQ(schemas(),
+            "<Schema name=\"Shops\">\n"
+            "  <Cube name=\"Sales\">\n"
+            "    <Table name=\"sales\"/>\n"
+            "    <Dimension name=\"Order\">\n"
+            "      <Hierarchy hasAll=\"false\">\n"
+            "        <Level name=\"Order\" column=\"order_no\" type=\"String\" "
+            "uniqueMembers=\"true\"/>\n"
+            "      </Hierarchy>\n"
+            "    </Dimension>\n"
+            "    <Measure name=\"Amount\" column=\"amount\" aggregator=\"sum\"/>\n"
+            "  </Cube>\n"
+            "</Schema>\n");
+}
+
+TEST_F(SchemaMapping, ACubeThatCannotBeExpressedIsLeftOutAndTheOthersStay) {
+  add_sales();
+  auto& broken = add_cube("Broken", "broken", "broken", "", {"Store"});
+  broken.roles.add_new("Readers").permissions.add({"Access", "R"});
+  EXPECT_EQ(schemas(), "<Schema name=\"Shops\">\n" + store_dimension + sales_cube + "</Schema>\n");
+  EXPECT_THAT(
+      remarks,
+      ElementsAre("Cube 'Broken' cannot be published: dimension 'Store': no equality ties its "
+                  "tables \"store\" to the fact table in the cube's join clause"));
+}
+
+TEST_F(SchemaMapping, ACubeNeedsADimensionAndAMeasure) {
+  auto& cube = add_sales();
+  cube.measures.remove("Amount");
+  EXPECT_EQ(fault_of(cube), "Cube 'Sales' cannot be published: it has no measure");
+  cube.measures.add(measure("Amount", "amount"));
+  cube.dimensions.remove("Store");
+  EXPECT_EQ(fault_of(cube), "Cube 'Sales' cannot be published: it has no dimension");
+  cube.fact_table.clear();
+  EXPECT_EQ(fault_of(cube), "Cube 'Sales' cannot be published: it has no fact table");
+  cube.data_source.clear();
+  EXPECT_EQ(fault_of(cube), "Cube 'Sales' cannot be published: it has no data source");
+}
+
+TEST_F(SchemaMapping, TheNameOfTheMeasuresIsTakenByNoDimension) {
+  add_dimension("measures", "store", {level("City", "store.city")});
+  EXPECT_EQ(
+      fault_of(add_cube("Sales", "sales", "sales, store", "sales.id = store.id", {"measures"})),
+      "Cube 'Sales' cannot be published: dimension 'measures': the engine keeps this name for "
+      "the measures");
+}
+
+TEST_F(SchemaMapping, FactTablesOfOneNameInTwoSchemasHaveTwoNames) {
+  add_dimension("Store", "store", {level("City", "store.city")});
+  add_cube("New", "dbo.sales", "dbo.sales, store", "sales.id = store.id", {"Store"});
+  add_cube("Old", "old.sales", "old.sales, store", "sales.id = store.id", {"Store"});
+  const auto text = schemas();
+  EXPECT_THAT(text, ::testing::HasSubstr("<Table name=\"sales\" schema=\"dbo\"/>"));
+  EXPECT_THAT(text,
+              ::testing::HasSubstr("<Table name=\"sales\" schema=\"old\" alias=\"sales_2\"/>"));
+}
+
+TEST_F(SchemaMapping, AVirtualCubeTakesMeasuresAndDimensionsOfItsCubes) {
+  add_sales();
+  add_cube("Stock", "stock", "stock, store", "stock.shop = store.store_id", {"Store"})
+      .measures.add(measure("Units", "units"));
+  auto renamed = measure("Value", "[Stock].[Amount]");
+  auto& both = add_virtual(
+      "Both", {measure("Amount", "[Sales].[Amount]"), measure("Units", "stock.Units")}, {"Store"});
+  both.description = "All";
+  add_virtual("Renamed", {renamed}, {"store"});
+  const auto text = schemas();
+  EXPECT_THAT(remarks, IsEmpty());
+  EXPECT_EQ(text.substr(text.find("  <VirtualCube")),
+            "  <VirtualCube name=\"Both\" description=\"All\">\n"
+            "    <VirtualCubeDimension name=\"Store\"/>\n"
+            "    <VirtualCubeMeasure cubeName=\"Sales\" name=\"[Measures].[Amount]\"/>\n"
+            "    <VirtualCubeMeasure cubeName=\"Stock\" name=\"[Measures].[Units]\"/>\n"
+            "  </VirtualCube>\n"
+            "  <VirtualCube name=\"Renamed\">\n"
+            "    <VirtualCubeDimension name=\"Store\"/>\n"
+            "    <VirtualCubeMeasure cubeName=\"Stock\" name=\"[Measures].[Amount]\" "
+            "visible=\"false\"/>\n"
+            "    <CalculatedMember name=\"Value\" dimension=\"Measures\">\n"
+            "      <Formula>[Measures].[Amount]</Formula>\n"
+            "    </CalculatedMember>\n"
+            "  </VirtualCube>\n"
+            "</Schema>\n");
+}
+
+TEST_F(SchemaMapping, AVirtualCubeThatCannotBeExpressedIsLeftOutAndToldOf) {
+  add_sales();
+  add_virtual("A", {measure("Amount", "[Sales].[Nothing]")}, {"Store"});
+  add_virtual("B", {measure("Amount", "[Missing].[Amount]")}, {"Store"});
+  add_virtual("C", {measure("Amount", "[Sales].[Amount]")}, {"Customer"});
+  EXPECT_EQ(schemas(), "<Schema name=\"Shops\">\n" + store_dimension + sales_cube + "</Schema>\n");
+  EXPECT_THAT(
+      remarks,
+      ::testing::UnorderedElementsAre(
+          "Virtual cube 'A' cannot be published: measure 'Amount': cube 'Sales' has no measure "
+          "'Nothing'",
+          "Virtual cube 'B' cannot be published: no published cube has its first measure",
+          "Virtual cube 'C' cannot be published: no cube that its measures come from has the "
+          "dimension 'Customer'"));
+}
+
+}  // namespace
+}  // namespace importkcd

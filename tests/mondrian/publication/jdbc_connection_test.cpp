@@ -1,0 +1,128 @@
+#include "mondrian/publication/jdbc_connection.h"
+
+#include <gtest/gtest.h>
+
+#include "tests/mondrian/mapping/mapping_fixture.h"
+
+namespace importkcd {
+namespace {
+
+std::string url(std::string_view text) { return jdbc_connection(text).url; }
+
+std::string reason(std::string_view text) {
+  return testing::reason_of([&] { jdbc_connection(text); });
+}
+
+TEST(JdbcConnection, TheProvidersOfSqlServerMeanJtds) {
+  for (const auto* provider :
+       {"Provider=SQLOLEDB.1", "provider=sqloledb", "Provider=SQLNCLI11", "Provider=MSOLEDBSQL",
+        "Provider=MSDASQL;Driver={SQL Server}", "Driver={ODBC Driver 17 for SQL Server}",
+        "Driver={SQL Server Native Client 11.0}", "DRIVER=FreeTDS", "Driver={SQL Server};"}) {
+    const auto connection = jdbc_connection(
+        std::string(provider) + ";Data Source=DW1;Initial Catalog=Retail;User ID=u;Password=p");
+    EXPECT_EQ(connection,
+              (JdbcConnection{DatabaseKind::sql_server, "jdbc:jtds:sqlserver://DW1/Retail",
+                              "net.sourceforge.jtds.jdbc.Driver", "u", "p"}))
+        << provider;
+  }
+}
+
+TEST(JdbcConnection, AServerOfSqlServerMayHavePortAndInstance) {
+  const std::string front = "Driver={SQL Server};Server=";
+  EXPECT_EQ(url(front + "dw,1500;Database=d"), "jdbc:jtds:sqlserver://dw:1500/d");
+  EXPECT_EQ(url(front + "tcp:dw, 1500;Database=d"), "jdbc:jtds:sqlserver://dw:1500/d");
+  EXPECT_EQ(url(front + "dw\\Sales;Database=d"), "jdbc:jtds:sqlserver://dw/d;instance=Sales");
+  EXPECT_EQ(url(front + "dw\\Sales,1500;Database=d"), "jdbc:jtds:sqlserver://dw:1500/d");
+  EXPECT_EQ(url(front + "(local)"), "jdbc:jtds:sqlserver://localhost");
+  EXPECT_EQ(url(front + ".\\SQLEXPRESS"), "jdbc:jtds:sqlserver://localhost;instance=SQLEXPRESS");
+  EXPECT_EQ(url(front + "dw;Port=1444;Encrypt=yes"), "jdbc:jtds:sqlserver://dw:1444;ssl=require");
+}
+
+TEST(JdbcConnection, ALoginWithAWindowsAccountIsNotPossible) {
+  const auto* const told =
+      "the connection text logs in with a Windows account (integrated security); it must name a "
+      "user and a password";
+  EXPECT_EQ(reason("Provider=SQLOLEDB;Data Source=x;Integrated Security=SSPI"), told);
+  EXPECT_EQ(reason("Driver={SQL Server};Server=x;Trusted_Connection=Yes"), told);
+  EXPECT_EQ(url("Driver={SQL Server};Server=x;Trusted_Connection=No"), "jdbc:jtds:sqlserver://x");
+}
+
+TEST(JdbcConnection, PostgresqlIsReachedByItsOdbcSpellings) {
+  for (const auto* text :
+       {"Driver={PostgreSQL Unicode};Server=h;Port=5433;Database=my dw;UID=u;PWD=p",
+        "driver=psqlodbcw.so;Servername=h;port=5433;database=my dw;Username=u;Password=p",
+        "Provider=MSDASQL.1;Extended Properties=\"Driver={PostgreSQL ANSI};Server=h;Port=5433;"
+        "Database=my dw;Uid=u;Pwd=p\"",
+        "Provider=PGNP.1;Data Source=h;Port=5433;Initial Catalog=my dw;User ID=u;Password=p"}) {
+    EXPECT_EQ(jdbc_connection(text),
+              (JdbcConnection{DatabaseKind::postgresql, "jdbc:postgresql://h:5433/my%20dw",
+                              "org.postgresql.Driver", "u", "p"}))
+        << text;
+  }
+  EXPECT_EQ(url("Driver=PostgreSQL;Server=h;Database=d;SSLmode=Require"),
+            "jdbc:postgresql://h/d?sslmode=require");
+}
+
+TEST(JdbcConnection, MariaDbIsReachedByItsOdbcSpellings) {
+  for (const auto* text :
+       {"Driver={MariaDB ODBC 3.1 Driver};TCPIP=h;Server=h;Port=3307;Database=dw;User=u;Password=p",
+        "DRIVER=libmaodbc.so;SERVER=h;PORT=3307;DB=dw;UID=u;PWD=p",
+        "Driver={MySQL ODBC 8.0 Unicode Driver};Server=h;Port=3307;Database=dw;Uid=u;Pwd=p"}) {
+    EXPECT_EQ(jdbc_connection(text),
+              (JdbcConnection{DatabaseKind::mariadb, "jdbc:mariadb://h:3307/dw",
+                              "org.mariadb.jdbc.Driver", "u", "p"}))
+        << text;
+  }
+}
+
+TEST(JdbcConnection, AnAddressIsTakenAsItStands) {
+  const auto address = "JDBC:PostgreSQL://h/d?user=u&password=p;x";
+  EXPECT_EQ(jdbc_connection(address),
+            (JdbcConnection{DatabaseKind::postgresql, address, "org.postgresql.Driver", "", ""}));
+  EXPECT_EQ(jdbc_connection("jdbc:mysql://h/d").kind, DatabaseKind::mariadb);
+  EXPECT_EQ(jdbc_connection("jdbc:oracle:thin:@h:1521/x").kind, DatabaseKind::upper_case);
+  EXPECT_EQ(jdbc_connection("jdbc:jtds:sqlserver://h/d").kind, DatabaseKind::sql_server);
+  EXPECT_EQ(jdbc_connection("jdbc:clickhouse://h/d"),
+            (JdbcConnection{DatabaseKind::unknown, "jdbc:clickhouse://h/d", "", "", ""}));
+}
+
+TEST(JdbcConnection, NoValueAddsAPartToTheAddress) {
+  EXPECT_EQ(reason("Provider=SQLOLEDB;Data Source=h;Initial Catalog=\"d;ssl=off\""),
+            "the name of the database 'd;ssl=off' cannot be part of a JDBC address");
+  EXPECT_EQ(reason("Provider=SQLOLEDB;Data Source={h/x;y=z};Initial Catalog=d"),
+            "the name of the server 'h/x;y=z' cannot be part of a JDBC address");
+  EXPECT_EQ(reason("Provider=SQLOLEDB;Data Source={h,1?x}"),
+            "the name of the port '1?x' cannot be part of a JDBC address");
+  EXPECT_EQ(reason("Provider=SQLOLEDB;Data Source={h\\i;a=b}"),
+            "the name of the instance 'i;a=b' cannot be part of a JDBC address");
+  EXPECT_EQ(reason("Driver=MariaDB;Server=h;Database=d?allowLocalInfile=true"),
+            "the name of the database 'd?allowLocalInfile=true' cannot be part of a JDBC address");
+  EXPECT_EQ(url("Driver=PostgreSQL;Server=h;Database=d?a=b&c/e"),
+            "jdbc:postgresql://h/d%3Fa%3Db%26c%2Fe");
+  EXPECT_EQ(url("Driver=PostgreSQL;Server=h;Database=d;SSLmode=a&b=c"),
+            "jdbc:postgresql://h/d?sslmode=a%26b%3Dc");
+}
+
+TEST(JdbcConnection, AnythingElseTellsWhatThereIsAndNoPassword) {
+  const auto* const told =
+      "the connection text names no kind of database that the engine can reach: SQL Server, "
+      "PostgreSQL, MariaDB, or an address that begins with 'jdbc:'";
+  EXPECT_EQ(reason(""), told);
+  EXPECT_EQ(reason("Provider=Microsoft.Jet.OLEDB.4.0;Data Source=x.mdb;Password=secret"), told);
+  EXPECT_EQ(reason(";Initial Catalog=DW"), told);
+  EXPECT_EQ(reason("DSN=warehouse;PWD=secret"),
+            "the connection text names an ODBC data source (DSN); it must name the driver and the "
+            "server themselves");
+}
+
+TEST(JdbcConnection, TheEnginesTextHoldsEachPartInApostrophes) {
+  EXPECT_EQ(engine_connect_string({DatabaseKind::postgresql, "jdbc:postgresql://h/d",
+                                   "org.postgresql.Driver", "o'reader", "s;e'c}r={e t"}),
+            "Provider=mondrian;Jdbc='jdbc:postgresql://h/d';JdbcDrivers=org.postgresql.Driver;"
+            "JdbcUser='o''reader';JdbcPassword='s;e''c}r={e t';UseContentChecksum=true");
+  EXPECT_EQ(engine_connect_string({DatabaseKind::unknown, "jdbc:x:y';Catalog=z", "", "", ""}),
+            "Provider=mondrian;Jdbc='jdbc:x:y'';Catalog=z';UseContentChecksum=true");
+}
+
+}  // namespace
+}  // namespace importkcd

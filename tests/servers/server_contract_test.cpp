@@ -1,0 +1,575 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "servers/catalogue/catalogue_store.h"
+#include "servers/memory/memory_server.h"
+#include "mondrian/publication/mondrian_server.h"
+#include "servers/working_copy_server.h"
+#include "tests/support/temporary_folder.h"
+
+namespace importkcd {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+/// Where the servers of one test keep their databases; each server stands for one run.
+class Place {
+ public:
+  virtual ~Place() = default;
+  virtual std::unique_ptr<OlapServer> server() = 0;
+};
+
+class MemoryPlace : public Place {
+ public:
+  std::unique_ptr<OlapServer> server() override { return make_memory_server(storage_); }
+
+ private:
+  std::shared_ptr<MemoryStorage> storage_ = make_memory_store();
+};
+
+class CataloguePlace : public Place {
+ public:
+  std::unique_ptr<OlapServer> server() override {
+    return std::make_unique<WorkingCopyServer>(
+        make_catalogue_store(folder_.file("server.olap"), CatalogueAccess::read_write));
+  }
+
+ private:
+  testing::TemporaryFolder folder_;
+};
+
+class MondrianPlace : public Place {
+ public:
+  std::unique_ptr<OlapServer> server() override {
+    return make_mondrian_server(folder_.file("olap"), MondrianAccess::read_write);
+  }
+
+ private:
+  testing::TemporaryFolder folder_;
+};
+
+struct PlaceKind {
+  std::string name;
+  std::function<std::unique_ptr<Place>()> make;
+};
+
+/// What every server promises, whatever is underneath it.
+class ServerContract : public ::testing::TestWithParam<PlaceKind> {
+ protected:
+  ServerContract() : place_(GetParam().make()) { next_run(); }
+
+  /// Ends the current run without storing anything more and starts the next one.
+  void next_run() {
+    server_.reset();
+    server_ = place_->server();
+    server_->connect("anything");
+  }
+
+  void store() {
+    server_->finish();
+    next_run();
+  }
+
+  std::unique_ptr<OlapServer> another_run() {
+    auto other = place_->server();
+    other->connect("anything");
+    return other;
+  }
+
+  OlapServer& server() { return *server_; }
+
+  OlapDatabase& new_database(const std::string& name = "Retail") {
+    auto& database = server().add_database(name);
+    server().write_back_database(database);
+    return database;
+  }
+
+  OlapDatabase& open(const std::string& name = "Retail") { return server().open_database(name); }
+
+  std::vector<std::string> database_names() {
+    std::vector<std::string> names;
+    for (const auto& object : server().stored_objects()) {
+      names.push_back(object.name);
+    }
+    return names;
+  }
+
+  OlapDimension& add_dimension(OlapDatabase& database, const std::string& name,
+                               OlapDimensionKind kind = OlapDimensionKind::shared,
+                               const std::string& owner = {}) {
+    auto& dimension = database.dimensions().add_new(name);
+    dimension.kind = kind;
+    dimension.owner_cube = owner;
+    dimension.levels.add_new("Level of " + name).member_key_column = "key";
+    server().write_back_dimension(database, dimension);
+    return dimension;
+  }
+
+  /// A stored database "Retail" with the dimension "Time", used by the cube "Sales".
+  void store_small_database() {
+    auto& database = new_database();
+    add_dimension(database, "Time");
+    auto& cube = database.add_cube("Sales", OlapCubeKind::regular);
+    cube.fact_table = "sales";
+    database.add_cube_dimension(cube, "Time");
+    server().write_back_cube(database, cube);
+    store();
+  }
+
+ private:
+  std::unique_ptr<Place> place_;
+  std::unique_ptr<OlapServer> server_;
+};
+
+TEST_P(ServerContract, IsAServerOfVersion8) {
+  EXPECT_EQ(server().class_type(), OlapClassType::server);
+  EXPECT_EQ(server().version(), "8.0");
+}
+
+TEST_P(ServerContract, AWrittenBackDatabaseExistsAfterTheRun) {
+  auto& database = server().add_database("Retail");
+  database.description = "Shops";
+  server().write_back_database(database);
+  store();
+  EXPECT_THAT(database_names(), ElementsAre("Retail"));
+  EXPECT_EQ(open().description, "Shops");
+}
+
+TEST_P(ServerContract, ADatabaseThatWasNotWrittenBackIsLost) {
+  server().add_database("Retail");
+  store();
+  EXPECT_THAT(database_names(), IsEmpty());
+}
+
+TEST_P(ServerContract, ARunWithoutFinishLeavesNothing) {
+  new_database();
+  next_run();
+  EXPECT_THAT(database_names(), IsEmpty());
+}
+
+TEST_P(ServerContract, DatabasesKeepTheOrderInWhichTheyWereAdded) {
+  new_database("B");
+  new_database("a");
+  store();
+  new_database("C");
+  EXPECT_THAT(database_names(), ElementsAre("B", "a", "C"));
+  store();
+  EXPECT_THAT(database_names(), ElementsAre("B", "a", "C"));
+}
+
+TEST_P(ServerContract, DatabaseNamesDifferInMoreThanLetterCase) {
+  new_database("Überblick");
+  store();
+  EXPECT_THROW(server().add_database("ÜBERBLICK"), ImportError);
+  EXPECT_EQ(open("überblick").name(), "überblick");
+}
+
+TEST_P(ServerContract, ADatabaseNeedsAName) {
+  EXPECT_THROW(server().add_database(""), ImportError);
+}
+
+TEST_P(ServerContract, ARemovedDatabaseIsGoneAtOnceAndLeavesWithFinish) {
+  store_small_database();
+  server().remove_database("Retail");
+  EXPECT_THAT(database_names(), IsEmpty());
+  EXPECT_THROW(open(), ImportError);
+  EXPECT_THAT(another_run()->stored_objects(), ::testing::SizeIs(1));
+  store();
+  EXPECT_THAT(database_names(), IsEmpty());
+}
+
+TEST_P(ServerContract, ARemovedDatabaseMayBeAddedAnewInTheSameRun) {
+  store_small_database();
+  server().remove_database("Retail");
+  auto& database = new_database();
+  EXPECT_FALSE(database.cubes().contains("Sales"));
+  store();
+  EXPECT_THAT(open().cubes().names(), IsEmpty());
+  EXPECT_THAT(open().dimensions().names(), IsEmpty());
+}
+
+TEST_P(ServerContract, ADatabaseThatWasAddedAnewMayBeRemovedToo) {
+  store_small_database();
+  server().remove_database("Retail");
+  new_database();
+  server().remove_database("Retail");
+  store();
+  EXPECT_THAT(database_names(), IsEmpty());
+}
+
+TEST_P(ServerContract, RemovingADatabaseThatIsNotThereFails) {
+  EXPECT_THROW(server().remove_database("Retail"), ImportError);
+}
+
+TEST_P(ServerContract, AnObjectThatWasNotWrittenBackIsLost) {
+  auto& database = new_database();
+  database.data_sources().add({"Warehouse", "Provider=P", ""});
+  store();
+  EXPECT_FALSE(open().data_sources().contains("Warehouse"));
+}
+
+TEST_P(ServerContract, AWriteBackCountsAsTheObjectStoodThen) {
+  auto& database = new_database();
+  auto& source = database.data_sources().add({"Warehouse", "Provider=P", "first"});
+  server().write_back_data_source(database, source);
+  source.description = "second";
+  store();
+  EXPECT_EQ(open().data_sources().find("warehouse")->description, "first");
+}
+
+TEST_P(ServerContract, AChangedObjectKeepsItsPlace) {
+  auto& database = new_database();
+  for (const auto* name : {"One", "Two"}) {
+    server().write_back_data_source(database, database.data_sources().add({name, "", ""}));
+  }
+  store();
+  auto& changed = *open().data_sources().edit("one");
+  changed.description = "changed";
+  server().write_back_data_source(open(), changed);
+  store();
+  EXPECT_THAT(open().data_sources().names(), ElementsAre("One", "Two"));
+  EXPECT_EQ(open().data_sources().find("One")->description, "changed");
+}
+
+TEST_P(ServerContract, ASecondObjectOfANameIsRefused) {
+  auto& database = new_database();
+  add_dimension(database, "Time");
+  store();
+  try {
+    open().dimensions().add_new("TIME");
+    FAIL() << "two dimensions of one name";
+  } catch (const ImportError& error) {
+    EXPECT_EQ(error.description(), "'TIME' already exists");
+    EXPECT_EQ(error.source(), "OLAP server");
+  }
+}
+
+TEST_P(ServerContract, RolesTakeEffectWithoutAWriteBack) {
+  auto& database = new_database();
+  database.roles().add({"Readers", "", "everyone", {}});
+  store();
+  open().roles().edit("readers")->user_list = "nobody";
+  store();
+  EXPECT_EQ(open().roles().find("Readers")->user_list, "nobody");
+}
+
+TEST_P(ServerContract, ACubeComesWithAPartitionOfItsNameThatFollowsIt) {
+  auto& database = new_database();
+  auto& cube = database.add_cube("Sales", OlapCubeKind::regular);
+  cube.fact_table = "sales";
+  cube.olap_mode = OlapMode::rolap;
+  server().write_back_cube(database, cube);
+  store();
+  const auto& partitions = open().cubes().find("Sales")->partitions;
+  ASSERT_EQ(partitions.size(), 1U);
+  EXPECT_EQ(partitions[0].name, "Sales");
+  EXPECT_EQ(partitions[0].fact_table, "sales");
+  EXPECT_EQ(partitions[0].olap_mode, OlapMode::rolap);
+}
+
+TEST_P(ServerContract, AWrittenPartitionNoLongerFollowsTheCube) {
+  store_small_database();
+  auto& cube = *open().cubes().edit("Sales");
+  server().write_back_cube(open(), cube);
+  auto& partition = *cube.partitions.edit("Sales");
+  partition.fact_table = "sales_2026";
+  server().write_back_partition(open(), cube, partition);
+  cube.fact_table = "all_sales";
+  server().write_back_cube(open(), cube);
+  store();
+  EXPECT_EQ(open().cubes().find("Sales")->partitions[0].fact_table, "sales_2026");
+  EXPECT_EQ(open().cubes().find("Sales")->fact_table, "all_sales");
+}
+
+TEST_P(ServerContract, APartitionIsWrittenBackWithoutTheRestOfItsCube) {
+  store_small_database();
+  auto& cube = *open().cubes().edit("Sales");
+  server().write_back_cube(open(), cube);
+  cube.measures.add_new("Amount");
+  server().write_back_partition(open(), cube, cube.partitions.add_new("Old"));
+  store();
+  EXPECT_TRUE(open().cubes().find("Sales")->partitions.contains("Old"));
+  EXPECT_TRUE(open().cubes().find("Sales")->measures.empty());
+}
+
+TEST_P(ServerContract, APartitionNeedsAWrittenBackCube) {
+  auto& database = new_database();
+  auto& cube = database.add_cube("Sales", OlapCubeKind::regular);
+  EXPECT_THROW(server().write_back_partition(database, cube, *cube.partitions.edit("Sales")),
+               ImportError);
+}
+
+TEST_P(ServerContract, ARegularCubeWithoutPartitionsGetsItsOwnAgain) {
+  store_small_database();
+  auto& cube = *open().cubes().edit("Sales");
+  server().remove_first(open(), cube, OlapCubeContent::partitions);
+  EXPECT_TRUE(cube.partitions.empty());
+  server().write_back_cube(open(), cube);
+  EXPECT_TRUE(cube.partitions.contains("Sales"));
+}
+
+TEST_P(ServerContract, AVirtualCubeHasNoPartitionAndIsWrittenBackWithItsDatabase) {
+  auto& database = new_database();
+  database.add_cube("All", OlapCubeKind::is_virtual);
+  database.add_cube("Canceled", OlapCubeKind::regular);
+  server().write_back_database(database);
+  store();
+  EXPECT_THAT(open().cubes().names(), ElementsAre("All"));
+  EXPECT_TRUE(open().cubes().find("All")->partitions.empty());
+}
+
+TEST_P(ServerContract, ANewCubeTakesThePlaceOfTheOneOfItsName) {
+  store_small_database();
+  server().write_back_cube(open(), open().add_cube("Other", OlapCubeKind::regular));
+  store();
+  server().write_back_cube(open(), open().add_cube("SALES", OlapCubeKind::regular));
+  store();
+  EXPECT_THAT(open().cubes().names(), ElementsAre("SALES", "Other"));
+  EXPECT_TRUE(open().cubes().find("Sales")->dimensions.empty());
+}
+
+TEST_P(ServerContract, ACubeDimensionHasItsOwnCopyOfTheLevels) {
+  store_small_database();
+  auto& cube = *open().cubes().edit("Sales");
+  cube.dimensions.edit("Time")->levels.edit("Level of Time")->disabled = true;
+  server().write_back_cube(open(), cube);
+  store();
+  EXPECT_TRUE(open().cubes().find("Sales")->dimensions[0].levels[0].disabled);
+  EXPECT_EQ(open().cubes().find("Sales")->dimensions[0].levels[0].member_key_column, "key");
+  EXPECT_FALSE(open().dimensions().find("Time")->levels[0].disabled);
+}
+
+TEST_P(ServerContract, ACubeDimensionMustNameADimensionOfTheDatabase) {
+  auto& database = new_database();
+  auto& cube = database.add_cube("Sales", OlapCubeKind::regular);
+  EXPECT_THROW(database.add_cube_dimension(cube, "Time"), ImportError);
+}
+
+TEST_P(ServerContract, ADimensionIsLockedWhileACubeUsesIt) {
+  store_small_database();
+  const auto& time = *open().dimensions().find("Time");
+  EXPECT_THROW(server().lock_dimension(open(), time), ImportError);
+  auto& cube = *open().cubes().edit("Sales");
+  server().remove_first(open(), cube, OlapCubeContent::dimensions);
+  server().write_back_cube(open(), cube);
+  store();
+  EXPECT_NO_THROW(server().lock_dimension(open(), *open().dimensions().find("Time")));
+}
+
+TEST_P(ServerContract, ADimensionIsLockedByACubeOfTheSameRun) {
+  auto& database = new_database();
+  const auto& time = add_dimension(database, "Time");
+  EXPECT_NO_THROW(server().lock_dimension(database, time));
+  database.add_cube_dimension(database.add_cube("Sales", OlapCubeKind::regular), "Time");
+  EXPECT_THROW(server().lock_dimension(database, time), ImportError);
+}
+
+TEST_P(ServerContract, AVirtualCubeLocksTheLevelsOnly) {
+  auto& database = new_database();
+  add_dimension(database, "Time");
+  database.add_cube_dimension(database.add_cube("All", OlapCubeKind::is_virtual), "Time");
+  server().write_back_database(database);
+  store();
+  const auto& time = *open().dimensions().find("Time");
+  EXPECT_NO_THROW(server().lock_dimension(open(), time));
+  EXPECT_THROW(server().lock_levels(open(), time), ImportError);
+}
+
+TEST_P(ServerContract, LevelsAreLockedAlsoByARegularCube) {
+  store_small_database();
+  EXPECT_THROW(server().lock_levels(open(), *open().dimensions().find("Time")), ImportError);
+}
+
+TEST_P(ServerContract, ACubeMayAlwaysBeChanged) {
+  store_small_database();
+  EXPECT_NO_THROW(server().lock_cube(open(), *open().cubes().find("Sales")));
+}
+
+TEST_P(ServerContract, APrivateDimensionLeavesWithItsPlaceInTheCube) {
+  store_small_database();
+  auto& database = open();
+  auto& cube = *database.cubes().edit("Sales");
+  add_dimension(database, "Promotion", OlapDimensionKind::is_private, "Sales");
+  database.add_cube_dimension(cube, "Promotion");
+  server().write_back_cube(database, cube);
+  store();
+  ASSERT_TRUE(open().dimensions().contains("Promotion"));
+
+  auto& emptied = *open().cubes().edit("Sales");
+  while (!emptied.dimensions.empty()) {
+    server().remove_first(open(), emptied, OlapCubeContent::dimensions);
+  }
+  EXPECT_FALSE(open().dimensions().contains("Promotion"));
+  EXPECT_TRUE(open().dimensions().contains("Time"));
+  next_run();
+  EXPECT_TRUE(open().dimensions().contains("Promotion")) << "the cube was not written back";
+
+  open().add_cube("Sales", OlapCubeKind::regular);
+  server().write_back_cube(open(), *open().cubes().edit("Sales"));
+  store();
+  EXPECT_THAT(open().dimensions().names(), ElementsAre("Time"));
+}
+
+TEST_P(ServerContract, APrivateDimensionStaysWhenAnotherCubeLetsItGo) {
+  store_small_database();
+  auto& database = open();
+  add_dimension(database, "Promotion", OlapDimensionKind::is_private, "SALES");
+  database.add_cube_dimension(*database.cubes().edit("Sales"), "Promotion");
+  auto& other = database.add_cube("Other", OlapCubeKind::regular);
+  database.add_cube_dimension(other, "Promotion");
+  server().remove_first(database, other, OlapCubeContent::dimensions);
+  EXPECT_TRUE(database.dimensions().contains("Promotion"));
+}
+
+TEST_P(ServerContract, APrivateDimensionWithoutAPlaceInItsCubeIsNotStored) {
+  store_small_database();
+  add_dimension(open(), "Promotion", OlapDimensionKind::is_private, "Sales");
+  store();
+  EXPECT_FALSE(open().dimensions().contains("Promotion"));
+}
+
+TEST_P(ServerContract, TheFirstDataSourceOfACubeIsItsOnlyOne) {
+  auto& database = new_database();
+  auto& cube = database.add_cube("Sales", OlapCubeKind::regular);
+  cube.data_source = "DW";
+  ASSERT_EQ(count_of(cube, OlapCubeContent::data_sources), 1U);
+  server().remove_first(database, cube, OlapCubeContent::data_sources);
+  EXPECT_EQ(cube.data_source, "");
+  EXPECT_EQ(count_of(cube, OlapCubeContent::data_sources), 0U);
+}
+
+TEST_P(ServerContract, AStructureIsValidWithSourceTableDimensionAndMeasure) {
+  auto& database = new_database();
+  server().write_back_data_source(database,
+                                  database.data_sources().add({"DW", "jdbc:postgresql:dw", ""}));
+  add_dimension(database, "Time");
+  auto& cube = database.add_cube("Sales", OlapCubeKind::regular);
+  const auto is_valid = [&] { return server().structure_is_valid(database, cube); };
+  EXPECT_FALSE(is_valid());
+  cube.data_source = "DW";
+  EXPECT_FALSE(is_valid());
+  cube.fact_table = "sales";
+  EXPECT_FALSE(is_valid());
+  database.add_cube_dimension(cube, "Time");
+  EXPECT_FALSE(is_valid());
+  cube.measures.add_new("Amount").source_column = R"("sales"."amount")";
+  EXPECT_TRUE(is_valid());
+  cube.data_source.clear();
+  EXPECT_FALSE(is_valid());
+  cube.data_source = "DW";
+  database.dimensions().remove("Time");
+  EXPECT_FALSE(is_valid());
+}
+
+TEST_P(ServerContract, AHeldDatabaseIsRefusedToAnotherRunUntilFinish) {
+  server().hold_database("Retail");
+  EXPECT_NO_THROW(server().hold_database("RETAIL"));
+  const auto other = another_run();
+  EXPECT_NO_THROW(other->hold_database("Wholesale"));
+  try {
+    other->hold_database("retail");
+    FAIL() << "held twice";
+  } catch (const ImportError& error) {
+    EXPECT_EQ(error.description(), "database 'retail' is in use by another import");
+  }
+  server().finish();
+  EXPECT_NO_THROW(other->hold_database("retail"));
+}
+
+TEST_P(ServerContract, AHeldDatabaseIsFreeWhenItsRunEnds) {
+  auto other = another_run();
+  other->hold_database("Retail");
+  EXPECT_THROW(server().hold_database("Retail"), ImportError);
+  other.reset();
+  EXPECT_NO_THROW(server().hold_database("Retail"));
+}
+
+TEST_P(ServerContract, EveryFieldOfACubeSurvives) {
+  auto& database = new_database();
+  add_dimension(database, "Time");
+  auto& cube = database.add_cube("Sales", OlapCubeKind::regular);
+  cube.description = "d";
+  cube.aggregation_prefix = "p";
+  cube.from_clause = "f";
+  cube.join_clause = "j";
+  cube.olap_mode = OlapMode::hybrid;
+  cube.estimated_rows = 0.1;
+  cube.custom_properties.put({"SchemaLayout", "s"});
+  database.add_cube_dimension(cube, "Time");
+  cube.measures.add({"Amount", "d", "#,##0", "\"amount\"", true, OlapAggregateFunction::max});
+  cube.calculated_members.add({"Margin", "CREATE MEMBER X AS 'Y'"});
+  cube.roles.add_new("Readers").permissions.put({"Access", "R"});
+  auto& partition = *cube.partitions.edit("Sales");
+  partition.read_write = true;
+  partition.slices.put({"Time", {}}).levels.put({"Level of Time", "key", "2026"});
+  server().write_back_cube(database, cube);
+  store();
+
+  const auto& stored = *open().cubes().find("Sales");
+  EXPECT_EQ(stored.description, "d");
+  EXPECT_EQ(stored.aggregation_prefix, "p");
+  EXPECT_EQ(stored.from_clause, "f");
+  EXPECT_EQ(stored.join_clause, "j");
+  EXPECT_EQ(stored.olap_mode, OlapMode::hybrid);
+  EXPECT_EQ(stored.estimated_rows, 0.1);
+  EXPECT_EQ(stored.custom_properties.find("SchemaLayout")->value, "s");
+  EXPECT_EQ(stored.measures[0].format, "#,##0");
+  EXPECT_EQ(stored.measures[0].source_column, "\"amount\"");
+  EXPECT_TRUE(stored.measures[0].internal);
+  EXPECT_EQ(stored.measures[0].aggregate_function, OlapAggregateFunction::max);
+  EXPECT_EQ(stored.calculated_members[0].statement, "CREATE MEMBER X AS 'Y'");
+  EXPECT_EQ(stored.roles[0].permissions.find("access")->value, "R");
+  EXPECT_TRUE(stored.partitions[0].read_write);
+  EXPECT_TRUE(stored.partitions[0].follows_cube);
+  EXPECT_EQ(stored.partitions[0].slices[0].levels[0].slice_value, "2026");
+  EXPECT_EQ(stored.partitions[0].slices[0].levels[0].member_key_column, "key");
+}
+
+TEST(WorkingCopyServer, LeavesWorkingCopiesOfFinishedRunsToWhoeverWantsThem) {
+  const testing::TemporaryFolder folder;
+  const auto store = make_catalogue_store(folder.file("server.olap"), CatalogueAccess::read_write);
+  FinishedCopies finished;
+  WorkingCopyServer server(store, &finished);
+  server.connect("anything");
+  auto& database = server.add_database("Retail");
+  database.roles().add_new("Readers");
+  server.write_back_database(database);
+  EXPECT_THAT(finished, IsEmpty());
+  server.finish();
+  EXPECT_EQ(finished.size(), 1U);
+  EXPECT_THAT(server.open_database("Retail").roles().names(), ElementsAre("Readers"));
+  EXPECT_EQ(finished.size(), 1U);
+}
+
+TEST(MemoryServerUntilExit, SharesItsDatabasesWithTheNextOne) {
+  const auto add = [](const std::string& name) {
+    const auto server = make_memory_server_until_exit();
+    server->connect("memory:");
+    server->write_back_database(server->add_database(name));
+    server->finish();
+  };
+  add("Retail");
+  add("Finance");
+  const auto server = make_memory_server_until_exit();
+  server->connect("memory:");
+  const auto stored = server->stored_objects();
+  ASSERT_EQ(stored.size(), 2U);
+  EXPECT_EQ(stored[0].name, "Retail");
+  EXPECT_EQ(stored[1].name, "Finance");
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Servers, ServerContract,
+    ::testing::Values(PlaceKind{"memory", [] { return std::make_unique<MemoryPlace>(); }},
+                      PlaceKind{"catalogue", [] { return std::make_unique<CataloguePlace>(); }},
+                      PlaceKind{"mondrian", [] { return std::make_unique<MondrianPlace>(); }}),
+    [](const auto& tested) { return tested.param.name; });
+
+}  // namespace
+}  // namespace importkcd

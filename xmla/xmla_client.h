@@ -1,0 +1,47 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "xmla/dataset.h"
+#include "xmla/http_post.h"
+#include "xmla/soap_envelope.h"
+
+namespace importkcd {
+
+/// A cube that an XMLA server offers.
+struct XmlaCube {
+  std::string name;
+  bool is_virtual = false;
+  std::string description;
+};
+
+/// Asks a server that speaks XMLA over HTTP. Every operation throws ImportError when the server
+/// cannot be reached, refuses the question, in its own words, or does not answer as XMLA does.
+class XmlaClient {
+ public:
+  /// `address` is the one that is_xmla_address knows.
+  explicit XmlaClient(std::string address, HttpLimits limits = {});
+
+  /// The names of the databases (catalogues) that the server offers, in its order.
+  std::vector<std::string> databases() const;
+
+  /// The cubes of one of its databases, in its order.
+  std::vector<XmlaCube> cubes(const std::string& database) const;
+
+  /// The answer to an MDX question to a database. `role` names the role in whose view it is asked;
+  /// empty: in everyone's. Only the engine that `kcd serve` starts heeds it.
+  Dataset execute(const std::string& mdx, const std::string& database,
+                  const std::string& role = {}) const;
+
+ private:
+  AnswerElement discover(const std::string& request_type, const XmlaTexts& restrictions,
+                         const XmlaTexts& properties) const;
+  AnswerElement ask(const std::string& method, const std::string& envelope,
+                    std::vector<std::string> headers) const;
+
+  std::string address_;
+  HttpLimits limits_;
+};
+
+}  // namespace importkcd

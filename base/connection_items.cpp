@@ -8,8 +8,6 @@
 namespace importkcd {
 namespace {
 
-constexpr std::string_view blanks = " \t\r\n";
-
 /// Takes a value in quotes off the front of `rest`, up to the semicolon behind it.
 std::string take_quoted(std::string_view& rest, char closing) {
   std::string value;

@@ -4,11 +4,10 @@
 #include <cstddef>
 
 #include "base/name_folding.h"
+#include "base/trimmed.h"
 
 namespace importkcd {
 namespace {
-
-constexpr std::string_view blanks = " \t\r\n";
 
 bool names_a_password(std::string_view key) {
   const auto folded = lower_cased(key);

@@ -4,10 +4,10 @@
 #include <utility>
 #include <vector>
 
+#include "base/password_mask.h"
 #include "cli/code_words.h"
 #include "cli/cube_tree.h"
 #include "cli/tree_texts.h"
-#include "base/password_mask.h"
 
 namespace importkcd {
 namespace {

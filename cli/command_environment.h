@@ -5,8 +5,8 @@
 #include <memory>
 #include <string_view>
 
-#include "servers/catalogue/kept_copies.h"
 #include "model/olap_server.h"
+#include "servers/catalogue/kept_copies.h"
 
 namespace importkcd {
 

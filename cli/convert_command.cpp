@@ -5,9 +5,9 @@
 #include <ostream>
 #include <utility>
 
+#include "base/printable_text.h"
 #include "cli/connection_text_file.h"
 #include "cli/kci_file.h"
-#include "base/printable_text.h"
 #include "labels/kci_conversion.h"
 #include "labels/labels_access.h"
 #include "labels/labels_connection.h"

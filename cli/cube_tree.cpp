@@ -49,7 +49,7 @@ TreeNode measure_node(const OlapMeasure& measure) {
                       joined({detail, format, measure.internal ? "internal" : ""}, ", "))};
 }
 
-TreeNode role_node(const OlapRole& role) {
+TreeNode cube_role_node(const OlapRole& role) {
   std::vector<std::string> permissions;
   for (const auto& permission : role.permissions) {
     permissions.push_back(permission.name + " = " + permission.value);
@@ -98,7 +98,7 @@ TreeNode cube_tree(const OlapCube& cube, OlapDatabase& database) {
             nodes_of(cube.calculated_members, [](const OlapCalculatedMember& member) {
               return TreeNode{with_detail(member.name, member.statement)};
             }));
-  add_group(root, "Roles", nodes_of(cube.roles, role_node));
+  add_group(root, "Roles", nodes_of(cube.roles, cube_role_node));
   add_group(root, "Partitions", nodes_of(cube.partitions, [&](const OlapPartition& partition) {
               return partition_node(cube, partition);
             }));

@@ -6,9 +6,9 @@
 #include <string>
 #include <vector>
 
-#include "cli/text_width.h"
 #include "base/import_error.h"
 #include "base/printable_text.h"
+#include "cli/text_width.h"
 
 namespace importkcd {
 namespace {

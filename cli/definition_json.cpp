@@ -13,7 +13,7 @@ namespace {
 using Json = nlohmann::ordered_json;
 
 template <class Code>
-std::int32_t number_of(Code code) {
+std::int32_t json_number_of(Code code) {
   return static_cast<std::int32_t>(code);
 }
 
@@ -54,14 +54,14 @@ Json member_property(const OlapMemberProperty& property) {
 
 Json level(const OlapLevel& level) {
   return {{"name", level.name},
-          {"type", number_of(level.type)},
+          {"type", json_number_of(level.type)},
           {"column_size", level.column_size},
           {"column_type", level.column_type},
           {"description", level.description},
           {"estimated_size", level.estimated_size},
           {"member_key_column", level.member_key_column},
           {"member_name_column", level.member_name_column},
-          {"ordering", number_of(level.ordering)},
+          {"ordering", json_number_of(level.ordering)},
           {"unique_items", level.unique_items},
           {"disabled", level.disabled},
           {"member_properties", list_of(level.member_properties, member_property)}};
@@ -77,7 +77,7 @@ Json measure(const OlapMeasure& measure) {
           {"format", measure.format},
           {"source_column", measure.source_column},
           {"internal", measure.internal},
-          {"aggregate_function", number_of(measure.aggregate_function)}};
+          {"aggregate_function", json_number_of(measure.aggregate_function)}};
 }
 
 Json calculated_member(const OlapCalculatedMember& member) {
@@ -106,7 +106,7 @@ Json partition(const OlapCube& cube, const OlapPartition& partition) {
           {"from_clause", partition.from_clause},
           {"join_clause", partition.join_clause},
           {"data_source", name_or_null(partition.data_source)},
-          {"olap_mode", number_of(partition.olap_mode)},
+          {"olap_mode", json_number_of(partition.olap_mode)},
           {"read_write", partition.read_write},
           {"dimensions", list_of(partition_dimensions(cube, partition), partition_dimension)}};
 }
@@ -123,7 +123,7 @@ Json to_json(const OlapDimension& dimension) {
   return {{"name", dimension.name},
           {"kind", word_for(dimension.kind)},
           {"description", dimension.description},
-          {"type", number_of(dimension.type)},
+          {"type", json_number_of(dimension.type)},
           {"data_source", name_or_null(dimension.data_source)},
           {"from_clause", dimension.from_clause},
           {"join_clause", dimension.join_clause},
@@ -145,7 +145,7 @@ Json to_json(const OlapCube& cube) {
           {"aggregation_prefix", cube.aggregation_prefix},
           {"from_clause", cube.from_clause},
           {"join_clause", cube.join_clause},
-          {"olap_mode", number_of(cube.olap_mode)},
+          {"olap_mode", json_number_of(cube.olap_mode)},
           {"estimated_rows", number(cube.estimated_rows)},
           {"custom_properties", properties(cube.custom_properties)},
           {"dimensions", list_of(cube.dimensions, cube_dimension)},

@@ -6,6 +6,8 @@
 #include <string_view>
 #include <utility>
 
+#include "base/password_mask.h"
+#include "base/printable_text.h"
 #include "cli/argument_list.h"
 #include "cli/convert_command.h"
 #include "cli/import_command.h"
@@ -13,10 +15,8 @@
 #include "cli/restore_command.h"
 #include "cli/serve_command.h"
 #include "cli/show_command.h"
-#include "servers/memory/memory_server.h"
 #include "servers/choice/server_choice.h"
-#include "base/password_mask.h"
-#include "base/printable_text.h"
+#include "servers/memory/memory_server.h"
 
 namespace importkcd {
 namespace {

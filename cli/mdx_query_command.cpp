@@ -6,10 +6,10 @@
 #include <iterator>
 #include <ostream>
 
+#include "base/import_error.h"
 #include "cli/dataset_json.h"
 #include "cli/dataset_table.h"
 #include "cli/olap_engine.h"
-#include "base/import_error.h"
 #include "xmla/xmla_address.h"
 
 namespace importkcd {

@@ -4,12 +4,12 @@
 #include <ostream>
 #include <utility>
 
-#include "cli/catalogue_json.h"
-#include "cli/catalogue_tree.h"
-#include "cli/xmla_tree.h"
 #include "base/import_error.h"
 #include "base/name_folding.h"
 #include "base/printable_text.h"
+#include "cli/catalogue_json.h"
+#include "cli/catalogue_tree.h"
+#include "cli/xmla_tree.h"
 #include "xmla/xmla_address.h"
 
 namespace importkcd {

@@ -5,14 +5,14 @@
 #include <limits>
 #include <system_error>
 
-#include "document/apostrophes.h"
 #include "base/import_error.h"
 #include "base/trimmed.h"
+#include "document/apostrophes.h"
 
 namespace importkcd {
 namespace {
 
-constexpr std::string_view blanks = " \t";
+constexpr std::string_view blanks_of_numbers = " \t";
 
 [[noreturn]] void fail(const std::string& description) {
   throw ImportError(description, error_source::kcd_document);
@@ -71,7 +71,7 @@ bool rounds_up(std::string_view fraction, bool whole_is_odd) {
 
 /// Rounds on the digits themselves: through a double, 2.4999999999999999999 would become 3.
 std::int64_t whole_number(std::string_view text) {
-  text = trimmed(text, blanks);
+  text = trimmed(text, blanks_of_numbers);
   const bool negative = take_sign(text);
   const auto digits = split_at_point(text);
   std::int64_t magnitude = 0;
@@ -115,7 +115,7 @@ std::int32_t int32_number(const KcdElement& element, std::string_view attribute)
 }
 
 double double_number(const KcdElement& element, std::string_view attribute) {
-  auto text = trimmed(present(element, attribute), blanks);
+  auto text = trimmed(present(element, attribute), blanks_of_numbers);
   const bool negative = take_sign(text);
   // "inf" and "nan", which from_chars would take, begin otherwise.
   if (text.empty() || (!is_digit(text.front()) && text.front() != '.')) {

@@ -13,9 +13,9 @@
 #include <system_error>
 #include <utility>
 
-#include "document/document_copy.h"
 #include "base/document_files.h"
 #include "base/import_error.h"
+#include "document/document_copy.h"
 
 namespace importkcd {
 namespace {

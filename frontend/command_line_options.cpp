@@ -98,7 +98,7 @@ void apply_dw_password(Value value, Settings settings, Target /*target*/) {
   settings.DwPassword = dw_password_value(value);
 }
 
-constexpr std::array<CommandLineOption, 23> options{{
+constexpr std::array<CommandLineOption, 23> known_options{{
     {"machine", true, apply_machine},
     {"file", true, apply_file},
     {"databasename", true, apply_database_name},
@@ -167,12 +167,12 @@ std::optional<bool> number_is_nonzero(std::string_view text) {
 
 }  // namespace
 
-std::span<const CommandLineOption> command_line_options() { return options; }
+std::span<const CommandLineOption> command_line_options() { return known_options; }
 
 void ApplyCommandLineOption(std::string_view name, const std::string& value,
                             HiddenSettings& settings, CommandLineTarget& target) {
   const std::string wanted = lower_cased(name);
-  for (const CommandLineOption& option : options) {
+  for (const CommandLineOption& option : known_options) {
     if (option.name == wanted) {
       option.apply(value, settings, target);
       settings.CommandLineRun = settings.CommandLineRun || option.sets_command_line_run;

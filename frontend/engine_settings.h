@@ -2,9 +2,9 @@
 
 #include <string>
 
-#include "importer/import_options.h"
 #include "frontend/hidden_settings.h"
 #include "frontend/run_fields.h"
+#include "importer/import_options.h"
 
 namespace importkcd {
 

@@ -7,7 +7,6 @@
 #include <string>
 #include <vector>
 
-#include "servers/choice/server_choice.h"
 #include "frontend/command_line.h"
 #include "frontend/output_file_name.h"
 #include "frontend/start_up_error.h"
@@ -15,6 +14,7 @@
 #include "frontend/window/headless.h"
 #include "frontend/window/main_window.h"
 #include "frontend/window/qt_dialogs.h"
+#include "servers/choice/server_choice.h"
 
 namespace importkcd {
 namespace {

@@ -3,13 +3,13 @@
 #include <string>
 #include <vector>
 
-#include "model/olap_server.h"
-#include "importer/progress_sink.h"
 #include "frontend/hidden_settings.h"
 #include "frontend/kci_converter.h"
 #include "frontend/output_file.h"
 #include "frontend/run_view.h"
 #include "frontend/status_extent.h"
+#include "importer/progress_sink.h"
+#include "model/olap_server.h"
 
 namespace importkcd {
 

@@ -12,9 +12,9 @@
 #include <string_view>
 #include <vector>
 
+#include "base/text_encoding.h"
 #include "document/document_copy.h"
 #include "document/document_preparation.h"
-#include "base/text_encoding.h"
 #include "fuzz/fuzz_support.h"
 
 namespace {

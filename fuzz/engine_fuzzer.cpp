@@ -13,9 +13,9 @@
 #include <string_view>
 #include <vector>
 
+#include "fuzz/fuzz_support.h"
 #include "importer/import_olapdb_from_kcd_doc.h"
 #include "servers/memory/memory_server.h"
-#include "fuzz/fuzz_support.h"
 #include "tests/support/database_text.h"
 
 namespace {

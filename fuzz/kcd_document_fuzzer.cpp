@@ -11,8 +11,8 @@
 #include <string_view>
 #include <vector>
 
-#include "document/kcd_document.h"
 #include "base/import_error.h"
+#include "document/kcd_document.h"
 #include "fuzz/fuzz_support.h"
 
 namespace {

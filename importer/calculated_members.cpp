@@ -5,9 +5,9 @@
 #include <string_view>
 #include <utility>
 
+#include "base/import_error.h"
 #include "document/apostrophes.h"
 #include "document/attributes.h"
-#include "base/import_error.h"
 
 namespace importkcd {
 namespace {

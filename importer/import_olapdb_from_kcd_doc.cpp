@@ -5,13 +5,13 @@
 #include <string_view>
 #include <utility>
 
-#include "document/attributes.h"
-#include "importer/cubes.h"
-#include "importer/data_sources.h"
-#include "document/document_preparation.h"
-#include "importer/import_run.h"
 #include "base/import_error.h"
 #include "base/name_folding.h"
+#include "document/attributes.h"
+#include "document/document_preparation.h"
+#include "importer/cubes.h"
+#include "importer/data_sources.h"
+#include "importer/import_run.h"
 #include "importer/roles.h"
 #include "importer/shared_dimensions.h"
 #include "importer/virtual_cubes.h"

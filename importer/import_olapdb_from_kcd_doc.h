@@ -4,8 +4,8 @@
 #include <memory>
 #include <string>
 
-#include "importer/import_options.h"
 #include "document/kcd_document.h"
+#include "importer/import_options.h"
 #include "model/olap_server.h"
 
 namespace importkcd {

@@ -9,13 +9,13 @@ namespace importkcd {
 namespace {
 
 /// The updating text really is that of virtual dimensions: message texts are a contract.
-constexpr ObjectMessages messages{"Searching role '", "Creating role '", "Skipping role '",
-                                  "Updating virtual dimension '"};
+constexpr ObjectMessages role_messages{"Searching role '", "Creating role '", "Skipping role '",
+                                       "Updating virtual dimension '"};
 
 void ImportRole(const ImportRun& run, const KcdElement& element) {
   OlapRole fresh;
   fresh.name = decoded_text(element, "name");
-  OlapRole* role = object_to_set(run, messages, run.database().roles(), std::move(fresh));
+  OlapRole* role = object_to_set(run, role_messages, run.database().roles(), std::move(fresh));
   if (role != nullptr) {
     role->description = decoded_text(element, "description");
     role->user_list = raw_text(element, "user_list");

@@ -12,8 +12,9 @@
 namespace importkcd {
 namespace {
 
-constexpr ObjectMessages messages{"Searching shared dimension '", "Creating shared dimension '",
-                                  "Skipping shared dimension '", "Updating shared dimension '"};
+constexpr ObjectMessages dimension_messages{
+    "Searching shared dimension '", "Creating shared dimension '", "Skipping shared dimension '",
+    "Updating shared dimension '"};
 
 /// Asks the server whether the dimension may be changed, and reports a refusal under `name`.
 bool may_be_updated(const ImportRun& run, const OlapDimension& dimension, const std::string& name) {
@@ -50,7 +51,7 @@ void ImportSharedDimension(ImportRun& run, const KcdElement& element) {
     fresh.kind = OlapDimensionKind::shared;
     const std::string name = fresh.name;
     OlapDimension* dimension = object_to_set(
-        run, messages, run.database().dimensions(), std::move(fresh),
+        run, dimension_messages, run.database().dimensions(), std::move(fresh),
         [&](const OlapDimension& existing) { return may_be_updated(run, existing, name); });
     if (dimension == nullptr) {
       return;

@@ -11,11 +11,13 @@
 namespace importkcd {
 namespace {
 
-constexpr ObjectMessages messages{"Searching virtual dimension '", "Creating virtual dimension '",
-                                  "Skipping virtual dimension '", "Updating virtual dimension '"};
+constexpr ObjectMessages virtual_dimension_messages{
+    "Searching virtual dimension '", "Creating virtual dimension '", "Skipping virtual dimension '",
+    "Updating virtual dimension '"};
 
 /// Asks the server whether the dimension may be changed, and reports a refusal under `name`.
-bool may_be_updated(const ImportRun& run, const OlapDimension& dimension, const std::string& name) {
+bool virtual_dimension_may_be_updated(const ImportRun& run, const OlapDimension& dimension,
+                                      const std::string& name) {
   try {
     run.server().lock_dimension(run.database(), dimension);
     return true;
@@ -60,9 +62,11 @@ void ImportVirtualDimension(ImportRun& run, const KcdElement& element) {
     fresh.name = decoded_text(element, "name");
     fresh.kind = OlapDimensionKind::is_virtual;
     const std::string name = fresh.name;
-    OlapDimension* dimension = object_to_set(
-        run, messages, run.database().dimensions(), std::move(fresh),
-        [&](const OlapDimension& existing) { return may_be_updated(run, existing, name); });
+    OlapDimension* dimension =
+        object_to_set(run, virtual_dimension_messages, run.database().dimensions(),
+                      std::move(fresh), [&](const OlapDimension& existing) {
+                        return virtual_dimension_may_be_updated(run, existing, name);
+                      });
     if (dimension == nullptr) {
       return;
     }

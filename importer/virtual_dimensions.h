@@ -1,7 +1,7 @@
 #pragma once
 
-#include "importer/import_run.h"
 #include "document/kcd_document.h"
+#include "importer/import_run.h"
 
 namespace importkcd {
 

@@ -6,13 +6,13 @@
 #include <system_error>
 
 #include "base/document_files.h"
-#include "document/kcd_document.h"
 #include "base/import_error.h"
 #include "base/text_encoding.h"
+#include "base/whole_file.h"
+#include "document/kcd_document.h"
 #include "labels/kci_file_name.h"
 #include "labels/label_references.h"
 #include "labels/to_string.h"
-#include "base/whole_file.h"
 
 namespace importkcd {
 namespace {

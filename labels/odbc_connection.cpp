@@ -8,9 +8,9 @@
 
 #include "base/import_error.h"
 #include "base/name_folding.h"
+#include "base/utf16_text.h"
 #include "labels/odbc_handle.h"
 #include "labels/odbc_library.h"
-#include "base/utf16_text.h"
 
 namespace importkcd {
 namespace {

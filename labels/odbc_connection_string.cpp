@@ -10,8 +10,6 @@
 namespace importkcd {
 namespace {
 
-constexpr std::string_view blanks = " \t\r\n";
-
 /// The position after the closing brace of a value that begins with an opening one.
 std::size_t braced_length(std::string_view text) {
   std::size_t position = 1;

@@ -24,7 +24,7 @@ std::string_view take_tail(std::string_view& text, char separator) {
   return trimmed(tail, blank);
 }
 
-std::string quoted(std::string_view value) {
+std::string freetds_value(std::string_view value) {
   return quoted_odbc_value(value, OdbcQuoting::up_to_brace_and_semicolon);
 }
 
@@ -62,15 +62,15 @@ std::string sql_server_connection_string(const LabelsLogin& login) {
   const auto address = sql_server_address(login.server);
   std::string text = "DRIVER={FreeTDS};SERVER=";
   if (address.port.empty()) {
-    text += quoted(address.host + '\\' + address.instance);
+    text += freetds_value(address.host + '\\' + address.instance);
   } else {
-    text += quoted(address.host) + ";PORT=" + quoted(address.port);
+    text += freetds_value(address.host) + ";PORT=" + freetds_value(address.port);
   }
   text += ";TDS_Version=7.4;ClientCharset=UTF-8;";
   if (login.secure_login) {
     return text + "Trusted_Connection=Yes;";
   }
-  return text + "UID=" + quoted(login.user) + ";PWD=" + quoted(login.password) + ";";
+  return text + "UID=" + freetds_value(login.user) + ";PWD=" + freetds_value(login.password) + ";";
 }
 
 }  // namespace importkcd

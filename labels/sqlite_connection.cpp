@@ -16,7 +16,7 @@ namespace fs = std::filesystem;
 
 constexpr const char* extension = ".db";
 
-[[noreturn]] void fail(const std::string& description) {
+[[noreturn]] void fail_query(const std::string& description) {
   throw ImportError(description, error_source::labels_database);
 }
 
@@ -28,7 +28,7 @@ class SqliteRows : public LabelRows {
     try {
       return statement_.executeStep();
     } catch (const SQLite::Exception& error) {
-      fail(error.what());
+      fail_query(error.what());
     }
   }
 
@@ -38,7 +38,7 @@ class SqliteRows : public LabelRows {
         return static_cast<std::size_t>(i);
       }
     }
-    fail("no such column: " + std::string(name));
+    fail_query("no such column: " + std::string(name));
   }
 
   std::optional<std::string> text(std::size_t column) override {
@@ -46,7 +46,7 @@ class SqliteRows : public LabelRows {
       const auto value = statement_.getColumn(static_cast<int>(column));
       return value.isNull() ? std::nullopt : std::optional(value.getString());
     } catch (const SQLite::Exception& error) {
-      fail(error.what());
+      fail_query(error.what());
     }
   }
 
@@ -64,7 +64,7 @@ std::vector<std::string> databases_in(const fs::path& folder) {
       }
     }
   } catch (const fs::filesystem_error& error) {
-    fail("Cannot read the folder '" + folder.string() + "': " + error.code().message());
+    fail_query("Cannot read the folder '" + folder.string() + "': " + error.code().message());
   }
   std::sort(names.begin(), names.end());
   return names;
@@ -82,24 +82,24 @@ class SqliteLabels : public LabelsConnection {
   void use_database(const std::string& name) override {
     const auto names = databases_in(folder_);
     if (std::find(names.begin(), names.end(), name) == names.end()) {
-      fail("There is no database '" + name + "' in the folder '" + folder_.string() + "'");
+      fail_query("There is no database '" + name + "' in the folder '" + folder_.string() + "'");
     }
     try {
       database_ = std::make_unique<SQLite::Database>((folder_ / (name + extension)).string(),
                                                      SQLite::OPEN_READONLY);
     } catch (const SQLite::Exception& error) {
-      fail(error.what());
+      fail_query(error.what());
     }
   }
 
   std::unique_ptr<LabelRows> execute(const std::string& statement) override {
     if (database_ == nullptr) {
-      fail("No database is chosen");
+      fail_query("No database is chosen");
     }
     try {
       return std::make_unique<SqliteRows>(SQLite::Statement(*database_, statement));
     } catch (const SQLite::Exception& error) {
-      fail(error.what());
+      fail_query(error.what());
     }
   }
 

@@ -10,16 +10,16 @@
 namespace importkcd {
 namespace {
 
-constexpr std::string_view blanks = " \t\r\f\v";
+constexpr std::string_view hosts_blanks = " \t\r\f\v";
 
 /// Takes the first word off the line; empty when there is none.
 std::string_view take_word(std::string_view& line) {
-  const auto start = line.find_first_not_of(blanks);
+  const auto start = line.find_first_not_of(hosts_blanks);
   if (start == std::string_view::npos) {
     return {};
   }
   line.remove_prefix(start);
-  const auto word = line.substr(0, line.find_first_of(blanks));
+  const auto word = line.substr(0, line.find_first_of(hosts_blanks));
   line.remove_prefix(word.size());
   return word;
 }

@@ -4,8 +4,8 @@
 #include <sstream>
 #include <utility>
 
-#include "servers/choice/server_choice.h"
 #include "pickers/hosts_file.h"
+#include "servers/choice/server_choice.h"
 
 namespace importkcd {
 namespace {

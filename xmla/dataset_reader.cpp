@@ -19,14 +19,14 @@ constexpr std::string_view slicer_axis = "SlicerAxis";
 constexpr std::array<std::string_view, 5> standard_elements{"UName", "Caption", "LName", "LNum",
                                                             "DisplayInfo"};
 
-[[noreturn]] void refuse(const std::string& reason) {
+[[noreturn]] void refuse_data_set(const std::string& reason) {
   throw ImportError("the answer is no data set: " + reason, xmla_server);
 }
 
 const AnswerElement& required(const AnswerElement& parent, std::string_view name) {
   const auto* const found = parent.child(name);
   if (found == nullptr) {
-    refuse("no " + std::string(name) + " in " + parent.name);
+    refuse_data_set("no " + std::string(name) + " in " + parent.name);
   }
   return *found;
 }
@@ -112,13 +112,13 @@ DatasetAxis read_axis(const AnswerElement& element, const AxisDescription& descr
   axis.hierarchies = description.hierarchies;
   const auto* const tuples = element.child("Tuples");
   if (tuples == nullptr) {
-    refuse("no Tuples in " + axis.name);
+    refuse_data_set("no Tuples in " + axis.name);
   }
   axis.tuples.reserve(tuples->children.size());
   for (const auto& tuple : tuples->children) {
     axis.tuples.push_back(read_tuple(tuple, description));
     if (axis.name != slicer_axis && axis.tuples.back().size() != axis.hierarchies.size()) {
-      refuse("a tuple of " + axis.name + " does not fit its hierarchies");
+      refuse_data_set("a tuple of " + axis.name + " does not fit its hierarchies");
     }
   }
   return axis;
@@ -170,7 +170,7 @@ void read_cells(const AnswerElement& root, Dataset& dataset) {
     std::uint64_t ordinal = 0;
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), ordinal);
     if (error != std::errc() || end != text.data() + text.size() || ordinal >= count) {
-      refuse("there is no place for the cell '" + std::string(text) + "'");
+      refuse_data_set("there is no place for the cell '" + std::string(text) + "'");
     }
     dataset.cells.insert_or_assign(ordinal, read_cell(element));
   }
@@ -181,7 +181,7 @@ void read_cells(const AnswerElement& root, Dataset& dataset) {
 Dataset read_dataset(const AnswerElement& envelope) {
   const auto* const root = envelope.find("root");
   if (root == nullptr) {
-    refuse("there is no root");
+    refuse_data_set("there is no root");
   }
   Dataset dataset;
   read_axes(*root, dataset);

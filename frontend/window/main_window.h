@@ -6,8 +6,6 @@
 #include <memory>
 #include <string>
 
-#include "model/olap_server.h"
-#include "importer/progress_sink.h"
 #include "frontend/hidden_settings.h"
 #include "frontend/run_controller.h"
 #include "frontend/window/dialogs.h"
@@ -15,6 +13,8 @@
 #include "frontend/window/window_controls.h"
 #include "frontend/window/window_labels.h"
 #include "frontend/window/window_run_view.h"
+#include "importer/progress_sink.h"
+#include "model/olap_server.h"
 #include "pickers/qt/limit_resizing.h"
 #include "pickers/window_layout.h"
 

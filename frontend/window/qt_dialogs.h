@@ -1,7 +1,7 @@
 #pragma once
 
-#include "model/olap_server.h"
 #include "frontend/window/dialogs.h"
+#include "model/olap_server.h"
 
 namespace importkcd {
 

@@ -3,11 +3,11 @@
 #include <QWidget>
 #include <string>
 
-#include "importer/progress_sink.h"
 #include "frontend/kci_converter.h"
 #include "frontend/run_view.h"
 #include "frontend/window/dialogs.h"
 #include "frontend/window/window_controls.h"
+#include "importer/progress_sink.h"
 #include "labels/kci_conversion.h"
 #include "labels/labels_access.h"
 #include "labels/labels_view.h"

@@ -6,21 +6,16 @@
 #include <string_view>
 
 #include "base/import_error.h"
-#include "mondrian/mdx/mdx_check.h"
-#include "mondrian/mdx/mdx_names.h"
 #include "base/name_folding.h"
 #include "base/trimmed.h"
+#include "mondrian/mdx/mdx_check.h"
+#include "mondrian/mdx/mdx_names.h"
+#include "mondrian/not_expressible.h"
 
 namespace importkcd {
 namespace {
 
-constexpr std::string_view blanks = " \t\r\n";
 constexpr std::string_view separator = " AS ";
-constexpr const char* measures_dimension = "Measures";
-
-[[noreturn]] void fail(const std::string& reason) {
-  throw ImportError(reason, error_source::olap_server);
-}
 
 /// Drops a word off the front of `text`, in any letter case, when it stands there.
 void drop_word(std::string_view& text, std::string_view word) {
@@ -45,7 +40,7 @@ std::string take_quoted(std::string_view& rest) {
     }
     value += rest[i];
   }
-  fail("a quote is not closed");
+  throw NotExpressible("a quote is not closed");
 }
 
 /// Takes what stands before the next comma outside of brackets and quotes.
@@ -78,7 +73,7 @@ std::vector<std::string> member_path(std::string_view text, const std::string& c
   drop_word(text, "MEMBER");
   auto path = take_mdx_path(text);
   if (!path || !trimmed(text, blanks).empty()) {
-    fail("its name is no member path");
+    throw NotExpressible("its name is no member path");
   }
   const bool begins_with_cube =
       same_name(path->front(), "CURRENTCUBE") || same_name(path->front(), cube_name);
@@ -101,12 +96,12 @@ void read_properties(std::string_view rest, MemberDefinition& member) {
   rest = trimmed(rest, blanks);
   while (!rest.empty()) {
     if (rest.front() != ',') {
-      fail("a comma is missing behind its formula");
+      throw NotExpressible("a comma is missing behind its formula");
     }
     rest.remove_prefix(1);
     const auto equals = rest.find('=');
     if (equals == std::string_view::npos) {
-      fail("a property behind its formula has no value");
+      throw NotExpressible("a property behind its formula has no value");
     }
     auto name = upper_cased(std::string(trimmed(rest.substr(0, equals), blanks)));
     rest.remove_prefix(equals + 1);
@@ -178,7 +173,7 @@ MemberDefinition parse_calculated_member(const std::string& statement,
                                          const std::string& cube_name) {
   const auto at = statement.find(separator);
   if (at == std::string::npos) {
-    fail("there is no AS in its statement");
+    throw NotExpressible("there is no AS in its statement");
   }
   auto path = member_path(std::string_view(statement).substr(0, at), cube_name);
   MemberDefinition member;
@@ -190,7 +185,7 @@ MemberDefinition parse_calculated_member(const std::string& statement,
   member.formula = rest.starts_with('\'') ? take_quoted(rest) : take_up_to_comma(rest);
   member.formula = trimmed(member.formula, blanks);
   if (member.formula.empty() || !is_balanced_mdx(member.formula)) {
-    fail("its formula is not complete: " + member.formula);
+    throw NotExpressible("its formula is not complete: " + member.formula);
   }
   read_properties(rest, member);
   return member;
@@ -236,7 +231,7 @@ std::vector<XmlElement> map_calculated_members(const OlapCube& cube,
       auto definition = parse_calculated_member(member.statement, cube.name);
       if (same_name(definition.dimension, measures_dimension)) {
         if (contains(known, definition.name)) {
-          fail("a measure of the name '" + definition.name + "' is there already");
+          throw NotExpressible("a measure of the name '" + definition.name + "' is there already");
         }
         known.push_back(definition.name);
       }

@@ -5,8 +5,8 @@
 #include <utility>
 #include <vector>
 
-#include "model/definitions.h"
 #include "base/xml_element.h"
+#include "model/definitions.h"
 
 namespace importkcd {
 

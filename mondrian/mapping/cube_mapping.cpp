@@ -4,9 +4,10 @@
 #include <utility>
 
 #include "base/import_error.h"
+#include "base/name_folding.h"
 #include "mondrian/mapping/calculated_member_mapping.h"
 #include "mondrian/mapping/measure_mapping.h"
-#include "base/name_folding.h"
+#include "mondrian/not_expressible.h"
 
 namespace importkcd {
 namespace {
@@ -14,17 +15,13 @@ namespace {
 /// The engine keeps this name for the dimension of the measures.
 constexpr std::string_view reserved_dimension = "Measures";
 
-[[noreturn]] void fail(const std::string& reason) {
-  throw ImportError(reason, error_source::olap_server);
-}
-
 /// Calls `step`; a reason that it throws gets the name of what it is about.
 template <class Step>
 auto about(const std::string& what, const Step& step) {
   try {
     return step();
   } catch (const ImportError& error) {
-    fail(what + ": " + error.description());
+    throw NotExpressible(what + ": " + error.description());
   }
 }
 
@@ -43,7 +40,7 @@ class Mapper {
         connection_(connections.of(cube.data_source)),
         remarks_(remarks) {
     if (cube.fact_table.empty()) {
-      fail("it has no fact table");
+      throw NotExpressible("it has no fact table");
     }
     source_ = cube_source(connection_.kind, cube.fact_table, cube.from_clause, cube.join_clause);
   }
@@ -68,8 +65,8 @@ class Mapper {
  private:
   void check_connection(const std::string& data_source) {
     if (!data_source.empty() && !(connections_.of(data_source) == connection_)) {
-      fail("its data source '" + data_source + "' is another database than the cube's, '" +
-           cube_.data_source + "'");
+      throw NotExpressible("its data source '" + data_source +
+                           "' is another database than the cube's, '" + cube_.data_source + "'");
     }
   }
 
@@ -87,17 +84,17 @@ class Mapper {
       about("dimension '" + used.name + "'", [&] { plan(used); });
     }
     if (dimensions_.empty()) {
-      fail("it has no dimension");
+      throw NotExpressible("it has no dimension");
     }
   }
 
   void plan(const OlapCubeDimension& used) {
     const auto* definition = database_.dimensions().find(used.name);
     if (definition == nullptr) {
-      fail("the database does not have it");
+      throw NotExpressible("the database does not have it");
     }
     if (same_name(used.name, reserved_dimension)) {
-      fail("the engine keeps this name for the measures");
+      throw NotExpressible("the engine keeps this name for the measures");
     }
     check_connection(definition->data_source);
     dimensions_.push_back(plan_dimension(*definition, used.levels, source_));
@@ -116,7 +113,7 @@ class Mapper {
       }));
     }
     if (measures_.empty()) {
-      fail("it has no measure");
+      throw NotExpressible("it has no measure");
     }
   }
 

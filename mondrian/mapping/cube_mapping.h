@@ -3,11 +3,11 @@
 #include <string>
 #include <vector>
 
-#include "mondrian/publication/data_source_connections.h"
-#include "mondrian/mapping/dimension_mapping.h"
-#include "mondrian/mapping/relation_aliases.h"
 #include "base/xml_element.h"
 #include "model/olap_database.h"
+#include "mondrian/mapping/dimension_mapping.h"
+#include "mondrian/mapping/relation_aliases.h"
+#include "mondrian/publication/data_source_connections.h"
 
 namespace importkcd {
 

@@ -3,18 +3,15 @@
 #include <algorithm>
 
 #include "base/import_error.h"
+#include "mondrian/not_expressible.h"
 
 namespace importkcd {
 namespace {
 
-[[noreturn]] void fail(const std::string& reason) {
-  throw ImportError(reason, error_source::olap_server);
-}
-
 SourceTable single_table(DatabaseKind kind, const std::string& clause) {
   const auto graph = parse_join_graph(clause, {}, kind);
   if (!graph || graph->tables.size() != 1) {
-    fail("the fact table " + clause + " is no table");
+    throw NotExpressible("the fact table " + clause + " is no table");
   }
   return graph->tables.front();
 }
@@ -45,8 +42,8 @@ void check_tables_of_join(DatabaseKind kind, const std::string& from_clause,
   }
   if (const auto unknown = unknown_column(parse_expression(join_clause), *tables);
       !unknown.empty()) {
-    fail("the join clause names " + unknown +
-         ", whose table is not in the from clause: " + from_clause);
+    throw NotExpressible("the join clause names " + unknown +
+                         ", whose table is not in the from clause: " + from_clause);
   }
 }
 
@@ -84,14 +81,15 @@ CubeSource cube_source(DatabaseKind kind, const std::string& fact_table,
 std::string clause_text(DatabaseKind kind, const std::string& clause) {
   const auto text = parse_sql_text(clause);
   if (!text) {
-    fail("a quote is not closed in the clause " + clause);
+    throw NotExpressible("a quote is not closed in the clause " + clause);
   }
   if (std::any_of(text->begin(), text->end(), [](const SqlToken& token) {
         return is_symbol(token, "*=") || is_symbol(token, "=*");
       })) {
-    fail("the clause " + clause +
-         " holds an outer join in the old form (*= or =*); write LEFT OUTER JOIN in the from "
-         "clause");
+    throw NotExpressible(
+        "the clause " + clause +
+        " holds an outer join in the old form (*= or =*); write LEFT OUTER JOIN in the from "
+        "clause");
   }
   return sql_text(kind, *text, {});
 }

@@ -3,10 +3,10 @@
 #include <cstddef>
 #include <string>
 
+#include "base/xml_element.h"
 #include "mondrian/mapping/dimension_plan.h"
 #include "mondrian/mapping/fact_source.h"
 #include "mondrian/mapping/relation_aliases.h"
-#include "base/xml_element.h"
 
 namespace importkcd {
 

@@ -5,15 +5,12 @@
 
 #include "base/import_error.h"
 #include "mondrian/mapping/level_mapping.h"
+#include "mondrian/not_expressible.h"
 
 namespace importkcd {
 namespace {
 
 using Place = DimensionPlan::Place;
-
-[[noreturn]] void fail(const std::string& reason) {
-  throw ImportError(reason, error_source::olap_server);
-}
 
 std::set<std::string> aliases_of(const JoinGraph& graph) {
   std::set<std::string> result;
@@ -94,7 +91,7 @@ class Planner {
       }
     }
     if (plan_.levels.empty()) {
-      fail("it has no level");
+      throw NotExpressible("it has no level");
     }
   }
 
@@ -103,14 +100,14 @@ class Planner {
     taken.level = &level;
     taken.description = "level '" + level.name + "'";
     if (level.member_key_column.empty()) {
-      fail(taken.description + " has no key");
+      throw NotExpressible(taken.description + " has no key");
     }
     taken.key = key_expression(level);
     taken.name = parse_expression(level.member_name_column);
     for (const auto& property : level.member_properties) {
       if (property.source_column.empty()) {
-        fail("the member property '" + property.name + "' of " + taken.description +
-             " has no column");
+        throw NotExpressible("the member property '" + property.name + "' of " + taken.description +
+                             " has no column");
       }
       taken.properties.push_back(parse_expression(property.source_column));
     }
@@ -193,8 +190,8 @@ class Planner {
 
   void note_tables(const LevelPlan& level, const SqlText& expression) {
     if (const auto unknown = unknown_column(expression, all_); !unknown.empty()) {
-      fail(level.description + " names " + unknown +
-           ", whose table is in no from clause: " + plan_.dimension->from_clause);
+      throw NotExpressible(level.description + " names " + unknown +
+                           ", whose table is in no from clause: " + plan_.dimension->from_clause);
     }
     const auto tables = tables_of(expression, all_);
     named_.insert(tables.begin(), tables.end());
@@ -221,7 +218,8 @@ class Planner {
 
   void bring_along_with_facts() {
     if (const auto of_cube = aliases_of(*source_.graph); !includes_all(of_cube, named_)) {
-      fail("the from clause of the cube lacks a table of it: " + plan_.dimension->from_clause);
+      throw NotExpressible("the from clause of the cube lacks a table of it: " +
+                           plan_.dimension->from_clause);
     }
     plan_.place = Place::fact_view;
   }
@@ -229,8 +227,8 @@ class Planner {
   /// The dimension's clause is no graph, and is kept as a view; the cube's graph tells the key.
   void tie_clause_as_it_stands() {
     if (named_.empty()) {
-      fail("its levels name no table, and its from clause is no list of tables: " +
-           plan_.dimension->from_clause);
+      throw NotExpressible("its levels name no table, and its from clause is no list of tables: " +
+                           plan_.dimension->from_clause);
     }
     const auto ties = source_.graph->between({fact_}, named_);
     if (ties.size() == 1 &&
@@ -253,7 +251,8 @@ class Planner {
   /// The tables that the levels name and those between them and the fact table.
   void take_tables_of_cube() {
     if (!includes_all(aliases_of(*source_.graph), named_)) {
-      fail("its levels name tables of the cube and others: " + plan_.dimension->from_clause);
+      throw NotExpressible("its levels name tables of the cube and others: " +
+                           plan_.dimension->from_clause);
     }
     std::set<std::string> tables;
     for (const auto& table : named_) {
@@ -278,8 +277,8 @@ class Planner {
       ties = own_->between({fact_}, own_tables_);
     }
     if (ties.empty()) {
-      fail("no equality ties its tables " + plan_.dimension->from_clause +
-           " to the fact table in the cube's join clause");
+      throw NotExpressible("no equality ties its tables " + plan_.dimension->from_clause +
+                           " to the fact table in the cube's join clause");
     }
     if (ties.size() == 1) {
       set_tie(ties.front());

@@ -4,10 +4,10 @@
 #include <string>
 #include <vector>
 
+#include "base/xml_element.h"
 #include "mondrian/mapping/dimension_plan.h"
 #include "mondrian/mapping/level_mapping.h"
 #include "mondrian/mapping/relation_aliases.h"
-#include "base/xml_element.h"
 
 namespace importkcd {
 

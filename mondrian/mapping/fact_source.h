@@ -5,10 +5,10 @@
 #include <string>
 #include <vector>
 
+#include "base/xml_element.h"
 #include "mondrian/mapping/cube_source.h"
 #include "mondrian/mapping/level_mapping.h"
 #include "mondrian/mapping/partition_branch.h"
-#include "base/xml_element.h"
 
 namespace importkcd {
 

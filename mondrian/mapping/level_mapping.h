@@ -3,8 +3,8 @@
 #include <string>
 #include <vector>
 
-#include "model/definitions.h"
 #include "base/xml_element.h"
+#include "model/definitions.h"
 
 namespace importkcd {
 

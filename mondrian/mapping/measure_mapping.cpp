@@ -3,13 +3,10 @@
 #include <algorithm>
 
 #include "base/import_error.h"
+#include "mondrian/not_expressible.h"
 
 namespace importkcd {
 namespace {
-
-[[noreturn]] void fail(const std::string& reason) {
-  throw ImportError(reason, error_source::olap_server);
-}
 
 std::string aggregator(OlapAggregateFunction function) {
   switch (function) {
@@ -22,8 +19,8 @@ std::string aggregator(OlapAggregateFunction function) {
     case OlapAggregateFunction::max:
       return "max";
   }
-  fail("the aggregate function of code " + std::to_string(static_cast<std::int32_t>(function)) +
-       " is not known");
+  throw NotExpressible("the aggregate function of code " +
+                       std::to_string(static_cast<std::int32_t>(function)) + " is not known");
 }
 
 bool counts_rows(const OlapMeasure& measure, const SqlText& expression) {
@@ -39,11 +36,12 @@ SqlText measure_expression(const OlapMeasure& measure, const CubeSource& source)
     return parse_expression("1");
   }
   if (expression.empty()) {
-    fail("it has no source column");
+    throw NotExpressible("it has no source column");
   }
   if (source.graph) {
     if (const auto unknown = unknown_column(expression, *source.graph); !unknown.empty()) {
-      fail("it names " + unknown + ", whose table is not in the cube's from clause");
+      throw NotExpressible("it names " + unknown +
+                           ", whose table is not in the cube's from clause");
     }
   }
   return expression;

@@ -3,9 +3,9 @@
 #include <cstddef>
 #include <string>
 
+#include "base/xml_element.h"
 #include "model/definitions.h"
 #include "mondrian/mapping/fact_source.h"
-#include "base/xml_element.h"
 
 namespace importkcd {
 

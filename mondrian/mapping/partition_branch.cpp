@@ -5,15 +5,12 @@
 
 #include "base/import_error.h"
 #include "mondrian/mapping/level_mapping.h"
+#include "mondrian/not_expressible.h"
 
 namespace importkcd {
 namespace {
 
 constexpr std::string_view apostrophe_placeholder = "@#$%";
-
-[[noreturn]] void fail(const std::string& reason) {
-  throw ImportError(reason, error_source::olap_server);
-}
 
 /// Slices are kept as the document writes them.
 std::string with_apostrophes(std::string text) {
@@ -131,7 +128,7 @@ class Branch {
     auto known = *source_.graph;
     known.tables.push_back(*cube_names_.find(cube_fact_));
     if (const auto unknown = unknown_column(expression, known); !unknown.empty()) {
-      fail("its from clause lacks the table of " + unknown);
+      throw NotExpressible("its from clause lacks the table of " + unknown);
     }
   }
 
@@ -181,7 +178,8 @@ class Branch {
     for (const auto& table : tables_) {
       const auto way = source_.graph->way(source_.fact.alias, {table});
       if (way.empty()) {
-        fail("its join clause does not tie the table '" + table + "' to its fact table");
+        throw NotExpressible("its join clause does not tie the table '" + table +
+                             "' to its fact table");
       }
       result.insert(way.begin(), way.end());
     }
@@ -208,7 +206,7 @@ std::string partition_branch(const CubeSource& cube_source, const OlapCube& cube
   try {
     return Branch(cube_source, cube, partition).query(columns);
   } catch (const ImportError& error) {
-    fail("partition '" + partition.name + "': " + error.description());
+    throw NotExpressible("partition '" + partition.name + "': " + error.description());
   }
 }
 

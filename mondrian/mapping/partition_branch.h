@@ -4,8 +4,8 @@
 #include <string>
 #include <vector>
 
-#include "mondrian/mapping/cube_source.h"
 #include "model/partition_view.h"
+#include "mondrian/mapping/cube_source.h"
 
 namespace importkcd {
 

@@ -4,10 +4,10 @@
 #include <unordered_map>
 #include <utility>
 
+#include "base/name_folding.h"
 #include "mondrian/mapping/cube_mapping.h"
 #include "mondrian/mapping/role_mapping.h"
 #include "mondrian/mapping/virtual_cube_mapping.h"
-#include "base/name_folding.h"
 
 namespace importkcd {
 namespace {
@@ -20,10 +20,10 @@ XmlElement tied(XmlElement dimension, const std::string& foreign_key) {
   return dimension;
 }
 
-class Mapper {
+class SchemaMapper {
  public:
-  Mapper(OlapDatabase& database, const PublishedCatalogue& catalogue,
-         std::vector<std::string>& remarks)
+  SchemaMapper(OlapDatabase& database, const PublishedCatalogue& catalogue,
+               std::vector<std::string>& remarks)
       : database_(database), catalogue_(catalogue), remarks_(remarks), connections_(database) {}
 
   XmlElement schema() {
@@ -139,7 +139,7 @@ class Mapper {
 
 XmlElement schema_element(OlapDatabase& database, const PublishedCatalogue& catalogue,
                           std::vector<std::string>& remarks) {
-  return Mapper(database, catalogue, remarks).schema();
+  return SchemaMapper(database, catalogue, remarks).schema();
 }
 
 }  // namespace importkcd

@@ -3,8 +3,8 @@
 #include <string>
 #include <vector>
 
-#include "mondrian/publication/catalogues.h"
 #include "base/xml_element.h"
+#include "mondrian/publication/catalogues.h"
 
 namespace importkcd {
 

@@ -6,17 +6,12 @@
 #include <vector>
 
 #include "base/import_error.h"
-#include "mondrian/mdx/mdx_names.h"
 #include "base/name_folding.h"
+#include "mondrian/mdx/mdx_names.h"
+#include "mondrian/not_expressible.h"
 
 namespace importkcd {
 namespace {
-
-constexpr const char* measures_dimension = "Measures";
-
-[[noreturn]] void fail(const std::string& reason) {
-  throw ImportError(reason, error_source::olap_server);
-}
 
 const std::string& attribute(const XmlElement& element, std::string_view name) {
   static const std::string none;
@@ -42,9 +37,10 @@ const XmlElement* find_measure(const MappedCube& cube, const std::string& name) 
   return nullptr;
 }
 
-class Mapper {
+class VirtualCubeMapper {
  public:
-  Mapper(const OlapCube& cube, const FindMappedCube& find_cube, const IsShared& is_shared)
+  VirtualCubeMapper(const OlapCube& cube, const FindMappedCube& find_cube,
+                    const IsShared& is_shared)
       : cube_(cube), find_cube_(find_cube), is_shared_(is_shared) {}
 
   XmlElement element() {
@@ -52,7 +48,7 @@ class Mapper {
       take_measure(measure);
     }
     if (measures_.empty()) {
-      fail("it has no measure");
+      throw NotExpressible("it has no measure");
     }
     auto element = text_element("VirtualCube", {});
     element.set("name", cube_.name).set_if_any("description", cube_.description);
@@ -73,20 +69,20 @@ class Mapper {
     const auto cube_name = cube_of_virtual_measure(measure);
     const auto* base = cube_name.empty() ? nullptr : find_cube_(cube_name);
     if (base == nullptr) {
-      fail("measure '" + measure.name + "' comes from " + measure.source_column +
-           ", and no cube of that name is published with it");
+      throw NotExpressible("measure '" + measure.name + "' comes from " + measure.source_column +
+                           ", and no cube of that name is published with it");
     }
     const auto* source = find_measure(*base, path.back());
     if (source == nullptr) {
-      fail("measure '" + measure.name + "': cube '" + base->name + "' has no measure '" +
-           path.back() + "'");
+      throw NotExpressible("measure '" + measure.name + "': cube '" + base->name +
+                           "' has no measure '" + path.back() + "'");
     }
     note_base(*base);
     const auto& name = attribute(*source, "name");
     if (std::any_of(taken_.begin(), taken_.end(),
                     [&](const std::string& taken) { return same_name(taken, name); })) {
-      fail("measure '" + measure.name + "': two measures of the name '" + name +
-           "' cannot be told apart");
+      throw NotExpressible("measure '" + measure.name + "': two measures of the name '" + name +
+                           "' cannot be told apart");
     }
     taken_.push_back(name);
     const bool is_renamed = !same_name(name, measure.name);
@@ -139,7 +135,7 @@ class Mapper {
       }
     }
     if (chosen == nullptr) {
-      fail("no cube that its measures come from has the dimension '" + name + "'");
+      throw NotExpressible("no cube that its measures come from has the dimension '" + name + "'");
     }
     auto element = text_element("VirtualCubeDimension", {});
     element.set_if_any("cubeName", all_share ? std::string() : narrowest->name);
@@ -174,9 +170,10 @@ std::string cube_of_virtual_measure(const OlapMeasure& measure) {
 XmlElement virtual_cube_element(const OlapCube& cube, const FindMappedCube& find_cube,
                                 const IsShared& is_shared) {
   try {
-    return Mapper(cube, find_cube, is_shared).element();
+    return VirtualCubeMapper(cube, find_cube, is_shared).element();
   } catch (const ImportError& error) {
-    fail("Virtual cube '" + cube.name + "' cannot be published: " + error.description());
+    throw NotExpressible("Virtual cube '" + cube.name +
+                         "' cannot be published: " + error.description());
   }
 }
 

@@ -3,9 +3,9 @@
 #include <functional>
 #include <string>
 
+#include "base/xml_element.h"
 #include "model/definitions.h"
 #include "mondrian/mapping/cube_mapping.h"
-#include "base/xml_element.h"
 
 namespace importkcd {
 

@@ -7,6 +7,7 @@
 
 #include "base/import_error.h"
 #include "base/name_folding.h"
+#include "mondrian/not_expressible.h"
 
 namespace importkcd {
 namespace {
@@ -239,10 +240,6 @@ constexpr auto functions = std::to_array<std::string_view>({
 constexpr int deepest_nesting = 200;
 constexpr std::size_t shown_rest = 40;
 
-[[noreturn]] void fail(const std::string& reason) {
-  throw ImportError(reason, error_source::olap_server);
-}
-
 struct Token {
   enum class Kind { number, string, bracketed, word, symbol, end };
   Kind kind = Kind::end;
@@ -252,9 +249,9 @@ struct Token {
 };
 
 /// Takes an expression apart.
-class Scanner {
+class MdxScanner {
  public:
-  explicit Scanner(std::string_view text) : text_(text) {}
+  explicit MdxScanner(std::string_view text) : text_(text) {}
 
   std::vector<Token> tokens() {
     std::vector<Token> result;
@@ -362,7 +359,7 @@ class Scanner {
 /// Recognizes expressions; throws what is wrong.
 class Reader {
  public:
-  explicit Reader(std::string_view text) : text_(text), tokens_(Scanner(text).tokens()) {}
+  explicit Reader(std::string_view text) : text_(text), tokens_(MdxScanner(text).tokens()) {}
 
   void read() {
     expression();
@@ -386,7 +383,7 @@ class Reader {
       return;
     }
     if (current().kind == Token::Kind::end) {
-      fail("its formula ends too early: " + std::string(text_));
+      throw NotExpressible("its formula ends too early: " + std::string(text_));
     }
     auto rest = text_.substr(current().position);
     if (rest.size() > shown_rest) {
@@ -396,12 +393,12 @@ class Reader {
       }
       rest = rest.substr(0, end);
     }
-    fail("its formula cannot be read from here on: " + std::string(rest));
+    throw NotExpressible("its formula cannot be read from here on: " + std::string(rest));
   }
 
   void expression() {
     if (++depth_ > deepest_nesting) {
-      fail("its formula is nested too deep");
+      throw NotExpressible("its formula is nested too deep");
     }
     operand();
     while (more_follows()) {
@@ -486,8 +483,8 @@ class Reader {
     }
     require(called.kind == Token::Kind::word);
     if (!std::binary_search(functions.begin(), functions.end(), called.text)) {
-      fail("the engine has no function '" +
-           std::string(text_.substr(called.position, called.text.size())) + "'");
+      throw NotExpressible("the engine has no function '" +
+                           std::string(text_.substr(called.position, called.text.size())) + "'");
     }
     ++at_;
     if (!take(")")) {

@@ -4,11 +4,11 @@
 #include <cstddef>
 
 #include "base/name_folding.h"
+#include "base/trimmed.h"
 
 namespace importkcd {
 namespace {
 
-constexpr std::string_view blanks = " \t\r\n";
 constexpr std::string_view ends_of_bare_names = " \t\r\n.,()[]{}+-*/<>='\";:";
 
 void skip_blanks(std::string_view& text) {

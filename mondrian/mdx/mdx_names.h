@@ -7,6 +7,9 @@
 
 namespace importkcd {
 
+/// The dimension that every cube has and no document writes.
+inline constexpr const char* measures_dimension = "Measures";
+
 /// A name in brackets, closing ones doubled inside.
 std::string mdx_name(std::string_view name);
 

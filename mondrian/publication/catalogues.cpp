@@ -6,9 +6,9 @@
 #include <cstdio>
 
 #include "base/import_error.h"
-#include "mondrian/publication/data_source_connections.h"
-#include "mondrian/mapping/virtual_cube_mapping.h"
 #include "base/name_folding.h"
+#include "mondrian/mapping/virtual_cube_mapping.h"
+#include "mondrian/publication/data_source_connections.h"
 
 namespace importkcd {
 namespace {

@@ -3,8 +3,8 @@
 #include <string>
 #include <vector>
 
-#include "mondrian/publication/jdbc_connection.h"
 #include "model/olap_database.h"
+#include "mondrian/publication/jdbc_connection.h"
 
 namespace importkcd {
 

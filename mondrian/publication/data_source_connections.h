@@ -4,8 +4,8 @@
 #include <optional>
 #include <string>
 
-#include "mondrian/publication/jdbc_connection.h"
 #include "model/olap_database.h"
+#include "mondrian/publication/jdbc_connection.h"
 
 namespace importkcd {
 

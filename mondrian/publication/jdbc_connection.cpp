@@ -5,10 +5,11 @@
 #include <initializer_list>
 #include <optional>
 
-#include "base/import_error.h"
 #include "base/connection_items.h"
+#include "base/import_error.h"
 #include "base/name_folding.h"
 #include "base/percent_encoding.h"
+#include "mondrian/not_expressible.h"
 
 namespace importkcd {
 namespace {
@@ -17,10 +18,6 @@ constexpr std::string_view jdbc_prefix = "jdbc:";
 constexpr std::string_view postgresql_driver = "org.postgresql.Driver";
 constexpr std::string_view mariadb_driver = "org.mariadb.jdbc.Driver";
 constexpr std::string_view sql_server_driver = "net.sourceforge.jtds.jdbc.Driver";
-
-[[noreturn]] void fail(const std::string& reason) {
-  throw ImportError(reason, error_source::olap_server);
-}
 
 bool contains_one_of(const std::string& text, std::initializer_list<std::string_view> words) {
   return std::any_of(words.begin(), words.end(),
@@ -66,8 +63,8 @@ JdbcConnection connection_of_address(std::string_view text) {
 /// Characters that an address would take for its own.
 void check_part(std::string_view part, const char* what, std::string_view forbidden) {
   if (part.find_first_of(forbidden) != std::string_view::npos) {
-    fail(std::string("the name of the ") + what + " '" + std::string(part) +
-         "' cannot be part of a JDBC address");
+    throw NotExpressible(std::string("the name of the ") + what + " '" + std::string(part) +
+                         "' cannot be part of a JDBC address");
   }
 }
 
@@ -136,7 +133,7 @@ JdbcConnection sql_server(const ConnectionItems& items) {
   take_login(items, connection);
   if (connection.user.empty() &&
       is_yes(items.value({"Integrated Security", "Trusted_Connection"}))) {
-    fail(
+    throw NotExpressible(
         "the connection text logs in with a Windows account (integrated security); it must name "
         "a user and a password");
   }
@@ -198,11 +195,11 @@ JdbcConnection jdbc_connection(std::string_view connection_string) {
     return sql_server(items);
   }
   if (!items.value({"DSN"}).empty()) {
-    fail(
+    throw NotExpressible(
         "the connection text names an ODBC data source (DSN); it must name the driver and the "
         "server themselves");
   }
-  fail(
+  throw NotExpressible(
       "the connection text names no kind of database that the engine can reach: SQL Server, "
       "PostgreSQL, MariaDB, or an address that begins with 'jdbc:'");
 }

@@ -3,8 +3,8 @@
 #include <memory>
 #include <string>
 
-#include "mondrian/publication/mondrian_store.h"
 #include "model/olap_server.h"
+#include "mondrian/publication/mondrian_store.h"
 
 namespace importkcd {
 

@@ -5,9 +5,9 @@
 #include <system_error>
 #include <utility>
 
-#include "servers/catalogue/catalogue_store.h"
 #include "base/import_error.h"
 #include "mondrian/publication/publication.h"
+#include "servers/catalogue/catalogue_store.h"
 
 namespace importkcd {
 namespace {

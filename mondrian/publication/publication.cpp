@@ -7,10 +7,10 @@
 #include <utility>
 
 #include "base/import_error.h"
-#include "mondrian/mapping/schema_mapping.h"
-#include "base/xml_element.h"
 #include "base/name_folding.h"
 #include "base/percent_encoding.h"
+#include "base/xml_element.h"
+#include "mondrian/mapping/schema_mapping.h"
 
 namespace importkcd {
 namespace {
@@ -46,7 +46,7 @@ std::string without_substitutions(std::string text) {
   return text;
 }
 
-bool contains(const std::vector<std::string>& names, const std::string& name) {
+bool is_among(const std::vector<std::string>& names, const std::string& name) {
   return std::any_of(names.begin(), names.end(),
                      [&](const std::string& other) { return same_name(other, name); });
 }
@@ -92,7 +92,7 @@ void Publication::prepare(OlapStore& definitions, const std::vector<std::string>
     fail(schemas, error);
   }
   for (const auto& name : definitions.database_names()) {
-    add_database(definitions, name, contains(touched, name));
+    add_database(definitions, name, is_among(touched, name));
   }
   files_.write(directory_ / published::data_sources, list_of_catalogues(),
                FilesBeside::Readers::owner_only);

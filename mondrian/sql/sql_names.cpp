@@ -16,7 +16,7 @@ std::string in_quotes(std::string_view text, char quote) {
 }
 
 /// Databases fold bare names by ASCII letters only.
-std::string upper_cased(std::string text) {
+std::string ascii_upper_cased(std::string text) {
   std::transform(text.begin(), text.end(), text.begin(), [](char c) {
     return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c;
   });
@@ -40,7 +40,7 @@ std::string known_name(DatabaseKind kind, const SqlName& name) {
     case DatabaseKind::postgresql:
       return ascii_lower_cased(name.text);
     case DatabaseKind::upper_case:
-      return upper_cased(name.text);
+      return ascii_upper_cased(name.text);
     case DatabaseKind::mariadb:
     case DatabaseKind::sql_server:
     case DatabaseKind::unknown:

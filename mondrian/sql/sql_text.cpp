@@ -8,7 +8,7 @@
 namespace importkcd {
 namespace {
 
-constexpr std::string_view blanks = " \t\r\n\f\v";
+constexpr std::string_view sql_blanks = " \t\r\n\f\v";
 constexpr std::string_view digits = "0123456789";
 
 /// Characters beyond ASCII belong to names.
@@ -35,9 +35,9 @@ char closing_quote(char opening) {
 }
 
 /// Walks over an SQL text.
-class Scanner {
+class SqlScanner {
  public:
-  explicit Scanner(std::string_view text) : rest_(text) {}
+  explicit SqlScanner(std::string_view text) : rest_(text) {}
 
   /// Whether all of the text came apart.
   bool scan(SqlText& result) {
@@ -56,7 +56,7 @@ class Scanner {
     const auto before = rest_.size();
     for (auto size = rest_.size() + 1; size != rest_.size();) {
       size = rest_.size();
-      rest_.remove_prefix(std::min(rest_.find_first_not_of(blanks), rest_.size()));
+      rest_.remove_prefix(std::min(rest_.find_first_not_of(sql_blanks), rest_.size()));
       skip_comment("--", "\n");
       skip_comment("/*", "*/");
     }
@@ -97,11 +97,11 @@ class Scanner {
 
   /// Whether a point and another name follow; "table.*" is no name.
   bool next_is_point() const {
-    const auto at = rest_.find_first_not_of(blanks);
+    const auto at = rest_.find_first_not_of(sql_blanks);
     if (at == std::string_view::npos || rest_[at] != '.') {
       return false;
     }
-    const auto after = rest_.find_first_not_of(blanks, at + 1);
+    const auto after = rest_.find_first_not_of(sql_blanks, at + 1);
     return after != std::string_view::npos &&
            (begins_bare_name(rest_[after]) || closing_quote(rest_[after]) != '\0');
   }
@@ -209,7 +209,7 @@ std::string path_as_it_was(DatabaseKind kind, const SqlPath& path) {
 
 std::optional<SqlText> parse_sql_text(std::string_view text) {
   SqlText result;
-  if (!Scanner(text).scan(result)) {
+  if (!SqlScanner(text).scan(result)) {
     return std::nullopt;
   }
   drop_join_escapes(result);

@@ -2,8 +2,8 @@
 
 #include <string>
 
-#include "mondrian/sql/join_graph.h"
 #include "base/xml_element.h"
+#include "mondrian/sql/join_graph.h"
 
 namespace importkcd {
 

@@ -6,9 +6,9 @@
 #include <optional>
 #include <string>
 
+#include "base/import_error.h"
 #include "servers/catalogue/catalogue_schema.h"
 #include "servers/catalogue/catalogue_store.h"
-#include "base/import_error.h"
 
 namespace importkcd {
 

@@ -4,12 +4,12 @@
 #include <optional>
 #include <utility>
 
+#include "base/name_folding.h"
 #include "servers/catalogue/catalogue_file.h"
 #include "servers/catalogue/catalogue_reader.h"
 #include "servers/catalogue/catalogue_writer.h"
 #include "servers/catalogue/database_lock.h"
 #include "servers/catalogue/database_rows.h"
-#include "base/name_folding.h"
 
 namespace importkcd {
 namespace {

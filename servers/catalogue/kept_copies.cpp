@@ -4,11 +4,11 @@
 #include <optional>
 #include <utility>
 
+#include "base/import_error.h"
+#include "base/name_folding.h"
 #include "servers/catalogue/catalogue_file.h"
 #include "servers/catalogue/database_lock.h"
 #include "servers/catalogue/database_rows.h"
-#include "base/import_error.h"
-#include "base/name_folding.h"
 
 namespace importkcd {
 namespace {

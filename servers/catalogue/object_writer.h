@@ -10,11 +10,11 @@
 #include <utility>
 #include <vector>
 
+#include "base/name_folding.h"
 #include "servers/catalogue/cached_statement.h"
 #include "servers/catalogue/part_writer.h"
 #include "servers/catalogue/row_values.h"
 #include "servers/catalogue/statement_texts.h"
-#include "base/name_folding.h"
 
 namespace importkcd {
 

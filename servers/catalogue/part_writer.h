@@ -9,11 +9,11 @@
 #include <utility>
 #include <vector>
 
+#include "model/named_collection.h"
 #include "servers/catalogue/cached_statement.h"
 #include "servers/catalogue/row_key.h"
 #include "servers/catalogue/row_values.h"
 #include "servers/catalogue/statement_texts.h"
-#include "model/named_collection.h"
 
 namespace importkcd {
 

@@ -11,12 +11,12 @@
 #include <system_error>
 #include <utility>
 
-#include "servers/catalogue/catalogue_store.h"
 #include "base/import_error.h"
-#include "servers/memory/memory_server.h"
+#include "base/name_folding.h"
 #include "mondrian/publication/mondrian_kept_copies.h"
 #include "mondrian/publication/mondrian_server.h"
-#include "base/name_folding.h"
+#include "servers/catalogue/catalogue_store.h"
+#include "servers/memory/memory_server.h"
 #include "servers/working_copy_server.h"
 
 namespace importkcd {

@@ -4,8 +4,8 @@
 #include <string>
 #include <string_view>
 
-#include "servers/catalogue/kept_copies.h"
 #include "model/olap_server.h"
+#include "servers/catalogue/kept_copies.h"
 
 namespace importkcd {
 

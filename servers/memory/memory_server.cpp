@@ -10,7 +10,6 @@
 #include "servers/working_copy_server.h"
 
 namespace importkcd {
-namespace {
 
 struct StoredDatabase {
   std::string name;
@@ -20,8 +19,6 @@ struct StoredDatabase {
   NamedCollection<OlapRole> roles;
   NamedCollection<OlapCube> cubes;
 };
-
-}  // namespace
 
 class MemoryStorage {
  public:

@@ -23,7 +23,7 @@ OlapLevel level(const std::string& name, bool disabled = false) {
   return result;
 }
 
-OlapDatabase shop() { return {"Shop", "All shops", {}}; }
+OlapDatabase shop_tree_database() { return {"Shop", "All shops", {}}; }
 
 TEST(TextTree, DrawsBranchesWithBoxDrawingCharacters) {
   const TreeNode root{"a", {{"b", {{"c"}, {"d"}}}, {"e", {{"f"}}}}};
@@ -40,14 +40,14 @@ TEST(TextTree, ShowsControlCharactersAsBlanks) {
 }
 
 TEST(CatalogueTree, AnEmptyDatabaseIsItsNameAndDescription) {
-  auto database = shop();
+  auto database = shop_tree_database();
   EXPECT_EQ(drawn(database_tree(database)), "Shop: All shops\n");
   OlapDatabase plain("Plain", "", {});
   EXPECT_EQ(drawn(database_tree(plain)), "Plain\n");
 }
 
 TEST(CatalogueTree, DataSourcesHideTheirPasswords) {
-  auto database = shop();
+  auto database = shop_tree_database();
   database.data_sources().add({"DW", "Provider=P;PWD='a;b';Data Source=S", "Warehouse"});
   database.data_sources().add({"Archive", "", ""});
   EXPECT_EQ(drawn(database_tree(database)),
@@ -59,7 +59,7 @@ TEST(CatalogueTree, DataSourcesHideTheirPasswords) {
 }
 
 TEST(CatalogueTree, DimensionsShowTypeSourceAndLevels) {
-  auto database = shop();
+  auto database = shop_tree_database();
   auto time = named<OlapDimension>("Time");
   time.description = "Calendar";
   time.type = OlapDimensionType::time;
@@ -84,7 +84,7 @@ TEST(CatalogueTree, DimensionsShowTypeSourceAndLevels) {
 }
 
 TEST(CatalogueTree, RolesShowTheirUsers) {
-  auto database = shop();
+  auto database = shop_tree_database();
   database.roles().add({"Clerks", "Everybody", "anna;bo", {}});
   database.roles().add({"Nobody", "", "", {}});
   EXPECT_EQ(drawn(database_tree(database)),
@@ -94,7 +94,7 @@ TEST(CatalogueTree, RolesShowTheirUsers) {
             "   `- Nobody\n");
 }
 
-OlapCube sales_cube() {
+OlapCube sales_tree_cube() {
   auto cube = named<OlapCube>("Sales");
   cube.description = "Sold goods";
   cube.data_source = "DW";
@@ -117,12 +117,12 @@ OlapCube sales_cube() {
 }
 
 TEST(CatalogueTree, CubesShowAllTheirParts) {
-  auto database = shop();
+  auto database = shop_tree_database();
   auto own = named<OlapDimension>("Own");
   own.kind = OlapDimensionKind::is_private;
   own.owner_cube = "Sales";
   database.dimensions().add(own);
-  database.cubes().add(sales_cube());
+  database.cubes().add(sales_tree_cube());
   EXPECT_EQ(drawn(database_tree(database)),
             "Shop: All shops\n"
             "`- Cubes (1)\n"
@@ -145,7 +145,7 @@ TEST(CatalogueTree, CubesShowAllTheirParts) {
 }
 
 TEST(CatalogueTree, AVirtualCubeHasNoSource) {
-  auto database = shop();
+  auto database = shop_tree_database();
   auto cube = named<OlapCube>("Both");
   cube.kind = OlapCubeKind::is_virtual;
   cube.dimensions.add({"Time", {}});
@@ -159,7 +159,7 @@ TEST(CatalogueTree, AVirtualCubeHasNoSource) {
 }
 
 TEST(CatalogueTree, ACodeWithoutAWordIsANumber) {
-  auto database = shop();
+  auto database = shop_tree_database();
   auto odd = named<OlapDimension>("Odd");
   odd.type = static_cast<OlapDimensionType>(77);
   database.dimensions().add(odd);

@@ -21,7 +21,7 @@ using testing::read_file;
 using testing::run_process;
 using ::testing::StartsWith;
 
-constexpr const char* failed = "Error during checking and converting the KCI-file";
+constexpr const char* conversion_failed = "Error during checking and converting the KCI-file";
 constexpr const char* mismatch = "Error reading kci-file or GUID mismatch";
 constexpr const char* no_connection = "There is no connection to the labels server";
 
@@ -158,7 +158,7 @@ TEST_F(KcdConvert, ADocumentThatExistsStaysWithoutOverwrite) {
   folder.write("sales.kcd", "mine");
   const auto result = convert(kci, "English");
   EXPECT_EQ(result.exit_status, 1);
-  EXPECT_EQ(result.output, std::string(failed) + "\n");
+  EXPECT_EQ(result.output, std::string(conversion_failed) + "\n");
   EXPECT_EQ(result.errors,
             "File " + document + " already exists; kcd convert --overwrite replaces it\n");
   EXPECT_EQ(read_file(document), "mine");
@@ -181,8 +181,8 @@ TEST_F(KcdConvert, ARefusedConversionLeavesTheDocumentAlone) {
 
 TEST_F(KcdConvert, SaysThatTheFileIsMissing) {
   const auto missing = folder.file("missing.kci");
-  EXPECT_THAT(failure_lines(missing),
-              ElementsAre("KCI file " + missing + " does not exist", no_connection, failed));
+  EXPECT_THAT(failure_lines(missing), ElementsAre("KCI file " + missing + " does not exist",
+                                                  no_connection, conversion_failed));
   EXPECT_EQ(errors, "");
 }
 
@@ -190,14 +190,14 @@ TEST_F(KcdConvert, SaysThatTheFileIsNotWellFormed) {
   write_kci("<database guid='x'>$##1%");
   EXPECT_THAT(failure_lines(kci),
               ElementsAre("File " + kci + " is not well formed xml or is not a KCI file",
-                          no_connection, failed));
+                          no_connection, conversion_failed));
 }
 
 TEST_F(KcdConvert, SaysThatTheRootIsAnotherOne) {
   for (const auto* other : {"Database", "cube"}) {
     write_kci(std::string("<") + other + " guid='x' name='$##1%'/>");
-    EXPECT_THAT(failure_lines(kci),
-                ElementsAre("File " + kci + " is not a KCI file", no_connection, failed));
+    EXPECT_THAT(failure_lines(kci), ElementsAre("File " + kci + " is not a KCI file", no_connection,
+                                                conversion_failed));
   }
 }
 
@@ -205,7 +205,7 @@ TEST_F(KcdConvert, SaysThatThereIsNoGuid) {
   for (const auto* root : {"<database name='$##1%'/>", "<database name='$##1%' guid=''/>"}) {
     write_kci(root);
     EXPECT_THAT(failure_lines(kci),
-                ElementsAre("No GUID found in KCI file " + kci, no_connection, failed));
+                ElementsAre("No GUID found in KCI file " + kci, no_connection, conversion_failed));
   }
 }
 
@@ -213,29 +213,31 @@ TEST_F(KcdConvert, SaysThatTheGuidIsUnknown) {
   for (const auto* guid :
        {"{0e7d3b52-9c41-4f6a-8b1d-5a2c7e90f314}", "0E7D3B52-9C41-4F6A-8B1D-5A2C7E90F314"}) {
     write_kci("<database name='$##1%' guid='" + std::string(guid) + "'/>");
-    EXPECT_THAT(failure_lines(kci), ElementsAre(mismatch, failed));
+    EXPECT_THAT(failure_lines(kci), ElementsAre(mismatch, conversion_failed));
   }
 }
 
 TEST_F(KcdConvert, SaysThatTheCheckMetAProblem) {
   database = "unregistered";
   write_unregistered_database();
-  EXPECT_THAT(failure_lines(kci), ElementsAre("Problem", mismatch, failed));
+  EXPECT_THAT(failure_lines(kci), ElementsAre("Problem", mismatch, conversion_failed));
   EXPECT_EQ(errors, "");
 }
 
 TEST_F(KcdConvert, SaysThatTheLanguageHasNoLabels) {
   for (const auto* language : {"Español", "english", "Klingon"}) {
     EXPECT_THAT(failure_lines(kci, language),
-                ElementsAre(std::string("No labels found for the language ") + language, failed));
+                ElementsAre(std::string("No labels found for the language ") + language,
+                            conversion_failed));
   }
 }
 
 TEST_F(KcdConvert, TheReportsOfTheCheckComeBeforeThoseOfTheLabels) {
   database = "unregistered";
   write_unregistered_database();
-  EXPECT_THAT(failure_lines(kci, "Español"),
-              ElementsAre("Problem", "No labels found for the language Español", failed));
+  EXPECT_THAT(
+      failure_lines(kci, "Español"),
+      ElementsAre("Problem", "No labels found for the language Español", conversion_failed));
 }
 
 TEST_F(KcdConvert, SaysThatNoReferenceIsResolved) {
@@ -243,26 +245,27 @@ TEST_F(KcdConvert, SaysThatNoReferenceIsResolved) {
     write_kci("<database guid='{0E7D3B52-9C41-4F6A-8B1D-5A2C7E90F314}' name='" + std::string(name) +
               "'/>");
     EXPECT_THAT(failure_lines(kci),
-                ElementsAre("No matching labels found in the chosen language", failed));
+                ElementsAre("No matching labels found in the chosen language", conversion_failed));
   }
 }
 
 TEST_F(KcdConvert, SaysThatALabelIdIsTooLarge) {
   write_kci("<database guid='{0E7D3B52-9C41-4F6A-8B1D-5A2C7E90F314}' name='$##1%$##32768%'/>");
   EXPECT_THAT(failure_lines(kci),
-              ElementsAre("Label ID 32768 is out of range (-32768 to 32767)", failed));
+              ElementsAre("Label ID 32768 is out of range (-32768 to 32767)", conversion_failed));
 }
 
 TEST_F(KcdConvert, SaysThatTheServerCannotBeReached) {
   server = "sqlite:" + folder.file("nowhere");
-  EXPECT_THAT(failure_lines(kci), ElementsAre("Problem", no_connection, failed));
+  EXPECT_THAT(failure_lines(kci), ElementsAre("Problem", no_connection, conversion_failed));
   EXPECT_EQ(errors, "Error while connecting to : " + server + "\nCannot read the folder '" +
                         folder.file("nowhere") + "': No such file or directory\n");
 }
 
 TEST_F(KcdConvert, SaysThatThereIsNoSuchDatabase) {
   database = "nothing";
-  EXPECT_THAT(failure_lines(kci), ElementsAre("Problem", "No database is chosen", failed));
+  EXPECT_THAT(failure_lines(kci),
+              ElementsAre("Problem", "No database is chosen", conversion_failed));
   EXPECT_EQ(errors,
             "This is not a correct labels database, languages table could not be found\n"
             "There is no database 'nothing' in the folder '" +
@@ -274,7 +277,7 @@ TEST_F(KcdConvert, SaysThatTheDatabaseHasNoLabels) {
   write_database(database, {"CREATE TABLE Other (Number INTEGER)"});
   const auto lines = failure_lines(kci);
   EXPECT_EQ(lines.front(), "Problem");
-  EXPECT_EQ(lines.back(), failed);
+  EXPECT_EQ(lines.back(), conversion_failed);
   EXPECT_EQ(errors,
             "This is not a correct labels database, languages table could not be found\n"
             "no such table: Languages\n");
@@ -284,7 +287,7 @@ TEST_F(KcdConvert, ALanguageWithAnApostropheIsAStatementThatFails) {
   const auto lines = failure_lines(kci, "Valley d'Aosta");
   ASSERT_EQ(lines.size(), 2U);
   EXPECT_THAT(lines[0], HasSubstr("syntax error"));
-  EXPECT_EQ(lines[1], failed);
+  EXPECT_EQ(lines[1], conversion_failed);
 }
 
 TEST_F(KcdConvert, SaysThatTheDocumentCannotBeWritten) {
@@ -294,7 +297,7 @@ TEST_F(KcdConvert, SaysThatTheDocumentCannotBeWritten) {
   const auto lines = lines_of(result.output);
   ASSERT_EQ(lines.size(), 2U);
   EXPECT_THAT(lines[0], HasSubstr(document));
-  EXPECT_EQ(lines[1], failed);
+  EXPECT_EQ(lines[1], conversion_failed);
   EXPECT_TRUE(std::filesystem::is_empty(document));
 }
 
@@ -305,7 +308,7 @@ TEST_F(KcdConvert, MessagesThatCannotBeWrittenAreAFailure) {
 
 TEST_F(KcdConvert, AMessageStaysOneLine) {
   const auto lines = failure_lines(kci, "a\nb");
-  EXPECT_THAT(lines, ElementsAre("No labels found for the language a b", failed));
+  EXPECT_THAT(lines, ElementsAre("No labels found for the language a b", conversion_failed));
 }
 
 /// Command lines that are refused before anything is done.
@@ -384,7 +387,7 @@ TEST_F(KcdConvert, PasswordsAreShownNowhere) {
                                              {"--user", "u", "--password-file", "-"}}) {
     const auto result = convert(kci, "English", further);
     EXPECT_EQ(result.exit_status, 1);
-    EXPECT_THAT(lines_of(result.output), ElementsAre("Problem", no_connection, failed));
+    EXPECT_THAT(lines_of(result.output), ElementsAre("Problem", no_connection, conversion_failed));
     EXPECT_THAT(result.errors, HasSubstr("Error while connecting to : odbc:"));
     EXPECT_THAT(result.errors, Not(HasSubstr("geheim")));
   }

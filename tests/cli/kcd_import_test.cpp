@@ -9,6 +9,7 @@ namespace importkcd {
 namespace {
 
 using testing::bare_document;
+using testing::known_version;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
@@ -16,8 +17,6 @@ using testing::lines_of;
 using ::testing::StartsWith;
 using testing::whole_document;
 using testing::whole_document_messages;
-
-const auto* const version = "1.0.1073";
 
 /// Files that this process and its children write end at that size while this object lives.
 class FileSizeLimit {
@@ -189,17 +188,18 @@ TEST_F(KcdImport, AConnectionStringFileHoldsOneLine) {
 }
 
 TEST_F(KcdImport, ThePatternIsReplacedInTheDocument) {
-  import(bare_document(version, "Shop Acme"), {"--pattern-from", "Acme", "--pattern-to", "Ajax"});
+  import(bare_document(known_version, "Shop Acme"),
+         {"--pattern-from", "Acme", "--pattern-to", "Ajax"});
   EXPECT_THAT(databases(), ElementsAre("Shop Ajax"));
 }
 
 TEST_F(KcdImport, AnEmptyPatternChangesNothing) {
-  import(bare_document(version, "Shop"), {"--pattern-from", "", "--pattern-to", "x"});
+  import(bare_document(known_version, "Shop"), {"--pattern-from", "", "--pattern-to", "x"});
   EXPECT_THAT(databases(), ElementsAre("Shop"));
 }
 
 TEST_F(KcdImport, APatternCanBeReplacedByNothing) {
-  import(bare_document(version, "Shop"), {"--pattern-from", "ho", "--pattern-to", ""});
+  import(bare_document(known_version, "Shop"), {"--pattern-from", "ho", "--pattern-to", ""});
   EXPECT_THAT(databases(), ElementsAre("Sp"));
 }
 
@@ -226,7 +226,7 @@ TEST_F(KcdImport, AServerThatCannotBeReachedIsAFailure) {
 }
 
 TEST_F(KcdImport, ControlCharactersArePrintedAsBlanks) {
-  const auto result = import(bare_document(version, "A&#10;B&#9;C"), {"--server", "memory:"});
+  const auto result = import(bare_document(known_version, "A&#10;B&#9;C"), {"--server", "memory:"});
   EXPECT_EQ(result.exit_status, 0) << result.errors;
   EXPECT_THAT(result.output, HasSubstr("\nCreating database 'A B C'\n"));
 
@@ -236,7 +236,7 @@ TEST_F(KcdImport, ControlCharactersArePrintedAsBlanks) {
 
 TEST_F(KcdImport, AnErrorThatDidNotStopTheRunIsAWarning) {
   // What is lost of the copy is white space behind the document.
-  const auto text = bare_document(version, "Shop") + std::string(65536, '\n');
+  const auto text = bare_document(known_version, "Shop") + std::string(65536, '\n');
   const auto document = folder.write("document.kcd", text);
   const auto result = [&] {
     const FileSizeLimit limit(16384);

@@ -7,7 +7,6 @@ using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::MatchesRegex;
 
-constexpr auto version = "1.0.1073";
 constexpr auto date = "[0-9]+-[0-9]+-[0-9]+ [0-9]+:[0-9]+:[0-9]+ UTC";
 
 class KcdRestore : public KcdTest {
@@ -36,7 +35,7 @@ class KcdRestore : public KcdTest {
 TEST_F(KcdRestore, BringsAReplacedDatabaseBackWhole) {
   import(whole_document(), {"--partitions"});
   const auto before = shown();
-  ASSERT_EQ(import(bare_document(version, "Shop"), {"--mode", "replace"}).exit_status, 0);
+  ASSERT_EQ(import(bare_document(known_version, "Shop"), {"--mode", "replace"}).exit_status, 0);
   ASSERT_NE(shown(), before);
   EXPECT_THAT(restore({"shop"}), MatchesRegex(std::string("Restored database 'Shop', kept since ") +
                                               date + "; the one in its place is kept now.\n"));
@@ -55,7 +54,7 @@ TEST_F(KcdRestore, BringsADatabaseBackThatIsGone) {
 
 TEST_F(KcdRestore, ASecondTimeItUndoesTheFirst) {
   import(whole_document());
-  import(bare_document(version, "Shop"), {"--mode", "replace"});
+  import(bare_document(known_version, "Shop"), {"--mode", "replace"});
   const auto before = shown();
   restore({"Shop"});
   ASSERT_NE(shown(), before);
@@ -67,7 +66,7 @@ TEST_F(KcdRestore, TakesTheServerFirst) {
   const auto catalogue = "catalogue:" + folder.file("shop.olap");
   import(whole_document(), {"--server", catalogue});
   const auto before = shown({catalogue});
-  import(bare_document(version, "Shop"), {"--server", catalogue, "--mode", "replace"});
+  import(bare_document(known_version, "Shop"), {"--server", catalogue, "--mode", "replace"});
   restore({catalogue, "Shop"});
   EXPECT_EQ(shown({catalogue}), before);
   EXPECT_FALSE(data_folder_exists());
@@ -76,10 +75,10 @@ TEST_F(KcdRestore, TakesTheServerFirst) {
 TEST_F(KcdRestore, ListsTheKeptCopiesWithTheirDates) {
   EXPECT_EQ(restore({"--list"}), "No kept copies on localhost.\n");
   EXPECT_FALSE(data_folder_exists());
-  import(bare_document(version, "Sh&#10;op"));
-  import(bare_document(version, "Office"));
+  import(bare_document(known_version, "Sh&#10;op"));
+  import(bare_document(known_version, "Office"));
   EXPECT_EQ(restore({"--list", "."}), "No kept copies on ..\n");
-  import(bare_document(version, "Sh&#10;op"), {"--mode", "replace"});
+  import(bare_document(known_version, "Sh&#10;op"), {"--mode", "replace"});
   EXPECT_THAT(restore({"--list"}), MatchesRegex(std::string(date) + "  Sh op\n"));
   EXPECT_THAT(databases(), ElementsAre("Office", "Sh\nop"));
 }

@@ -20,8 +20,6 @@ using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using ::testing::Not;
 
-constexpr auto version = "1.0.1073";
-
 /// Sets the file mode creation mask of this process and of those that it starts.
 class ScopedMask {
  public:
@@ -71,7 +69,7 @@ class KcdSecrets : public KcdTest {
   /// A document whose data source has this text, as it stands, for its connection string.
   std::string with_connection_string(const std::string& text,
                                      const std::string& name = "Warehouse") const {
-    return folder.write("secret.kcd", bare_document(version, "Shop",
+    return folder.write("secret.kcd", bare_document(known_version, "Shop",
                                                     "<library><data_sources><data_source name=\"" +
                                                         name + "\" connection_string=\"" + text +
                                                         "\"/></data_sources></library>"));

@@ -6,13 +6,12 @@ namespace importkcd {
 namespace {
 
 using testing::bare_document;
+using testing::known_version;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::Not;
 using ::testing::StartsWith;
 using testing::whole_document;
-
-const auto* const version = "1.0.1073";
 
 using KcdShow = testing::KcdTest;
 
@@ -132,8 +131,8 @@ TEST_F(KcdShow, HidesPasswordsInTheTreeOnly) {
 }
 
 TEST_F(KcdShow, ShowsOneDatabaseWhateverTheLetterCaseOfItsName) {
-  import(bare_document(version, "Butik Ærø"));
-  import(bare_document(version, "Office"));
+  import(bare_document(known_version, "Butik Ærø"));
+  import(bare_document(known_version, "Office"));
   EXPECT_THAT(databases(), ElementsAre("Butik Ærø", "Office"));
   EXPECT_EQ(kcd({"show"}).output, "Butik Ærø\n\nOffice\n");
   EXPECT_EQ(kcd({"show", "localhost", "BUTIK æRØ"}).output, "Butik Ærø\n");
@@ -143,7 +142,7 @@ TEST_F(KcdShow, ShowsOneDatabaseWhateverTheLetterCaseOfItsName) {
 }
 
 TEST_F(KcdShow, ADatabaseThatDoesNotExistIsAnError) {
-  import(bare_document(version, "Shop"));
+  import(bare_document(known_version, "Shop"));
   for (const std::string name : {"Offi\nce", ""}) {
     const auto shown_name = name.empty() ? name : "Offi ce";
     const auto result = kcd({"show", ".", name, "--json"});

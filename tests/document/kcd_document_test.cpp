@@ -8,8 +8,8 @@
 #include <string_view>
 #include <vector>
 
-#include "document/document_preparation.h"
 #include "base/import_error.h"
+#include "document/document_preparation.h"
 #include "tests/importer/system_folder.h"
 #include "tests/support/temporary_folder.h"
 

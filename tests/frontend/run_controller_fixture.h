@@ -8,8 +8,8 @@
 #include <vector>
 
 #include "base/import_error.h"
-#include "servers/memory/memory_server.h"
 #include "frontend/run_controller.h"
+#include "servers/memory/memory_server.h"
 #include "tests/frontend/recording_view.h"
 #include "tests/support/temporary_folder.h"
 

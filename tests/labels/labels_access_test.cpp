@@ -276,10 +276,10 @@ TEST_F(LabelsAccessTest, AllIdsOf16BitsCanBeLoaded) {
     script.rows.push_back({std::to_string(id), "L" + std::to_string(id)});
   }
   EXPECT_TRUE(access.LoadLabels());
-  const auto& labels = access.labels();
-  ASSERT_EQ(labels.LabelTable.size(), 65536U);
-  EXPECT_EQ(labels.LabelTable.at(labels.index_of(-32768)), "L-32768");
-  EXPECT_EQ(labels.LabelTable.at(labels.index_of(32767)), "L32767");
+  const auto& loaded = access.labels();
+  ASSERT_EQ(loaded.LabelTable.size(), 65536U);
+  EXPECT_EQ(loaded.LabelTable.at(loaded.index_of(-32768)), "L-32768");
+  EXPECT_EQ(loaded.LabelTable.at(loaded.index_of(32767)), "L32767");
 }
 
 TEST_F(LabelsAccessTest, TheLoginModeEnablesTheUsersFields) {

@@ -1,9 +1,9 @@
 #include <utility>
 #include <vector>
 
-#include "xmla/xmla_client.h"
 #include "tests/olap/olap_world.h"
 #include "tests/olap/question.h"
+#include "xmla/xmla_client.h"
 
 namespace importkcd::testing {
 namespace {

@@ -7,8 +7,8 @@
 #include <memory>
 #include <utility>
 
-#include "xmla/xmla_client.h"
 #include "tests/olap/sales_views.h"
+#include "xmla/xmla_client.h"
 
 namespace importkcd::testing {
 namespace {

@@ -99,7 +99,7 @@ std::vector<Question> level_questions() {
 }
 
 /// Member properties, partitions, several dimensions at once.
-std::vector<Question> further_questions() {
+std::vector<Question> further_sales_questions() {
   return {
       {"PropertiesOfASnowflake",
        "SELECT {[Measures].[Quantity]} ON COLUMNS, NON EMPTY [Product].[Product].Members "
@@ -153,7 +153,7 @@ std::vector<Question> further_questions() {
 std::vector<Question> sales_questions() {
   std::vector<Question> all;
   for (const auto& questions :
-       {measure_questions(), time_questions(), level_questions(), further_questions()}) {
+       {measure_questions(), time_questions(), level_questions(), further_sales_questions()}) {
     all.insert(all.end(), questions.begin(), questions.end());
   }
   return all;

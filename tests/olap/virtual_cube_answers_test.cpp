@@ -7,7 +7,7 @@ namespace {
 
 using ::testing::HasSubstr;
 
-constexpr const char* database = "Virtual Retail";
+constexpr const char* virtual_cubes_database = "Virtual Retail";
 
 /// Imports the example under a name of its own, and then its virtual cubes: a run leaves these
 /// unread.
@@ -21,7 +21,7 @@ class VirtualCubeAnswers : public ::testing::Test {
     engine.machine_name = "mondrian:" + world().directory();
     engine.ImportType = import_type::incremental;
     engine.import_partitions = true;
-    engine.alternate_database_name = database;
+    engine.alternate_database_name = virtual_cubes_database;
     engine.use_alternate_database_name = true;
     engine.datawarehouse_connectstring = world().postgres().connection_string(sales_warehouse);
     engine.succeeded = true;
@@ -30,11 +30,11 @@ class VirtualCubeAnswers : public ::testing::Test {
     const auto document = KcdDocument::load(EXAMPLES_FOLDER "/sales.kcd");
     engine.ImportVirtualCubes(document->root().child("virtual_cubes"));
     ASSERT_EQ(engine.last_error, "");
-    wait_for_database(database);
+    wait_for_database(virtual_cubes_database);
   }
 
   static void expect_same(const std::string& mdx, const std::string& sql) {
-    EXPECT_EQ(difference(figures(world().engine().ask(database, mdx)),
+    EXPECT_EQ(difference(figures(world().engine().ask(virtual_cubes_database, mdx)),
                          figures(world().postgres().run_sql(sales_warehouse, sql))),
               "")
         << mdx;
@@ -72,8 +72,8 @@ TEST_F(VirtualCubeAnswers, FollowASnowflakeToItsLeaves) {
 
 TEST_F(VirtualCubeAnswers, AreForTheirRolesOnly) {
   const std::string mdx = "SELECT {[Measures].[Revenue]} ON COLUMNS FROM [Trade]";
-  EXPECT_EQ(world().engine().refusal(database, mdx, "Head Office"), "");
-  EXPECT_THAT(world().engine().refusal(database, mdx, "Store Managers"),
+  EXPECT_EQ(world().engine().refusal(virtual_cubes_database, mdx, "Head Office"), "");
+  EXPECT_THAT(world().engine().refusal(virtual_cubes_database, mdx, "Store Managers"),
               HasSubstr("MDX cube 'Trade' not found"));
 }
 

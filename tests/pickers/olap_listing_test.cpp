@@ -8,9 +8,9 @@
 #include <stdexcept>
 
 #include "servers/choice/server_choice.h"
+#include "tests/pickers/picker_server.h"
 #include "tests/servers/catalogue/catalogue_test_support.h"
 #include "tests/servers/catalogue/forked_process.h"
-#include "tests/pickers/picker_server.h"
 #include "tests/support/http_server.h"
 #include "tests/support/temporary_folder.h"
 

@@ -6,9 +6,9 @@
 #include <string>
 #include <vector>
 
+#include "mondrian/publication/mondrian_server.h"
 #include "servers/catalogue/catalogue_store.h"
 #include "servers/memory/memory_server.h"
-#include "mondrian/publication/mondrian_server.h"
 #include "servers/working_copy_server.h"
 #include "tests/support/temporary_folder.h"
 

@@ -8,9 +8,9 @@
 #include <string_view>
 #include <vector>
 
+#include "document/kcd_document.h"
 #include "importer/import_olapdb_from_kcd_doc.h"
 #include "importer/import_run.h"
-#include "document/kcd_document.h"
 #include "servers/memory/memory_server.h"
 #include "tests/support/forwarding_server.h"
 #include "tests/support/temporary_folder.h"

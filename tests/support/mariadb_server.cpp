@@ -14,17 +14,10 @@
 #include "tests/support/process.h"
 
 namespace importkcd::testing {
-namespace {
-
-const std::vector<std::string>& users() {
-  static const std::vector<std::string> names{"mysql"};
-  return names;
-}
-
-}  // namespace
+namespace {}  // namespace
 
 MariaDbServer::MariaDbServer() : port_(free_port()) {
-  hand_over(folder_.path().string(), users());
+  hand_over(folder_.path().string(), {"mysql"});
   install();
   start();
   if (!comes_up()) {
@@ -69,7 +62,7 @@ void MariaDbServer::fall_silent() const {
 void MariaDbServer::wake_up() const { kill(process_, SIGCONT); }
 
 void MariaDbServer::install() const {
-  auto command = unprivileged_command("KILL", users());
+  auto command = unprivileged_command("KILL", {"mysql"});
   command.insert(
       command.end(),
       {"mariadb-install-db", "--no-defaults", "--datadir=" + folder_.file("data"),
@@ -82,8 +75,8 @@ void MariaDbServer::start() {
   const auto statements =
       folder_.write("statements", std::string("CREATE USER '") + user + "'@'%' IDENTIFIED BY '" +
                                       password + "';\nGRANT ALL ON *.* TO '" + user + "'@'%';\n");
-  hand_over(statements, users());
-  auto command = unprivileged_command("KILL", users());
+  hand_over(statements, {"mysql"});
+  auto command = unprivileged_command("KILL", {"mysql"});
   command.insert(command.end(),
                  {"/usr/sbin/mariadbd", "--no-defaults", "--datadir=" + folder_.file("data"),
                   "--socket=" + folder_.file("socket"), "--pid-file=" + folder_.file("pid"),

@@ -3,8 +3,8 @@
 #include <string>
 #include <vector>
 
-#include "xmla/dataset.h"
 #include "tests/support/process.h"
+#include "xmla/dataset.h"
 
 namespace importkcd::testing {
 

@@ -16,11 +16,6 @@
 namespace importkcd::testing {
 namespace {
 
-const std::vector<std::string>& users() {
-  static const std::vector<std::string> names{"postgres"};
-  return names;
-}
-
 /// Debian has the server's programs in a folder a version.
 std::string program(const std::string& name) {
   std::vector<std::filesystem::path> versions;
@@ -44,7 +39,7 @@ std::string braced(std::string value) {
 }  // namespace
 
 PostgresServer::PostgresServer() {
-  hand_over(folder_.path().string(), users());
+  hand_over(folder_.path().string(), {"postgres"});
   install();
   // Somebody else may take the port in the meantime.
   constexpr int attempts = 5;
@@ -81,8 +76,8 @@ std::string PostgresServer::run_sql(const std::string& database,
 
 void PostgresServer::install() const {
   const auto secret = folder_.write("password", std::string(password) + "\n");
-  hand_over(secret, users());
-  auto command = unprivileged_command("KILL", users());
+  hand_over(secret, {"postgres"});
+  auto command = unprivileged_command("KILL", {"postgres"});
   command.insert(command.end(),
                  {program("initdb"), "--pgdata=" + folder_.file("data"), "--auth=scram-sha-256",
                   std::string("--username=") + user, "--pwfile=" + secret, "--encoding=UTF8",
@@ -94,7 +89,7 @@ void PostgresServer::install() const {
 void PostgresServer::start() {
   port_ = free_port();
   // QUIT ends it at once, and lets it clear up its shared memory.
-  auto command = unprivileged_command("QUIT", users());
+  auto command = unprivileged_command("QUIT", {"postgres"});
   command.insert(command.end(),
                  {program("postgres"), "-D", folder_.file("data"), "-p", std::to_string(port_),
                   "-c", "listen_addresses=127.0.0.1", "-c", "unix_socket_directories=", "-c",

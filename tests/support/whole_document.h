@@ -21,6 +21,9 @@ std::vector<std::string> whole_document_messages(bool import_partitions);
 /// objects there and, being in neither the incremental nor the update mode, passes them over.
 std::vector<std::string> messages_of_leaving_alone();
 
+/// The version that a document has to state.
+inline constexpr const char* known_version = "1.0.1073";
+
 /// A document of that version with the given root attributes and content, without a library.
 std::string bare_document(std::string_view version, std::string_view name,
                           std::string_view content = "");

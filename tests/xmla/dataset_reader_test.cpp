@@ -49,7 +49,7 @@ std::string cell(const std::string& ordinal, const std::string& content) {
 
 Dataset read(const std::string& text) { return read_dataset(parse_answer(text)); }
 
-std::string refusal(const std::string& text) {
+std::string data_set_refusal(const std::string& text) {
   try {
     read(text);
   } catch (const ImportError& error) {
@@ -93,7 +93,8 @@ TEST(DatasetReader, AnAnswerWithoutAxesHasOnePlaceForACell) {
   const auto text = envelope("", "", cell("0", "<Value>7</Value>"));
   EXPECT_THAT(read(text).axes, IsEmpty());
   EXPECT_EQ(read(text).cells.at(0).value, "7");
-  EXPECT_THAT(refusal(envelope("", "", cell("1", ""))), HasSubstr("no place for the cell '1'"));
+  EXPECT_THAT(data_set_refusal(envelope("", "", cell("1", ""))),
+              HasSubstr("no place for the cell '1'"));
 }
 
 TEST(DatasetReader, MemberPropertiesHaveTheNamesThatTheAxisTells) {
@@ -115,9 +116,9 @@ TEST(DatasetReader, MemberPropertiesHaveTheNamesThatTheAxisTells) {
 }
 
 TEST(DatasetReader, ATupleThatDoesNotFitItsAxisIsRefused) {
-  EXPECT_EQ(refusal(envelope(columns_info, axis("Axis0", tuple("")), "")),
+  EXPECT_EQ(data_set_refusal(envelope(columns_info, axis("Axis0", tuple("")), "")),
             "the answer is no data set: a tuple of Axis0 does not fit its hierarchies");
-  EXPECT_NE(refusal(envelope("", two_columns, "")), "");
+  EXPECT_NE(data_set_refusal(envelope("", two_columns, "")), "");
 }
 
 TEST(DatasetReader, TheSlicerMayNameHierarchiesThatWereNotAnnounced) {
@@ -130,7 +131,7 @@ TEST(DatasetReader, TheSlicerMayNameHierarchiesThatWereNotAnnounced) {
 TEST(DatasetReader, CellsOutsideOfTheAxesAreRefused) {
   for (const auto* ordinal : {"2", "-1", "", "x", "1x", "99999999999999999999999"}) {
     EXPECT_EQ(
-        refusal(envelope(columns_info, two_columns, cell(ordinal, "<Value>1</Value>"))),
+        data_set_refusal(envelope(columns_info, two_columns, cell(ordinal, "<Value>1</Value>"))),
         "the answer is no data set: there is no place for the cell '" + std::string(ordinal) + "'");
   }
 }
@@ -149,7 +150,7 @@ TEST(DatasetReader, TheLastPlaceOfAnOverlongProductIsTheLargestNumber) {
   const auto dataset =
       read(envelope(infos, axes, cell("18446744073709551614", "<Value>7</Value>")));
   EXPECT_EQ(dataset.cells.at(18446744073709551614U).value, "7");
-  EXPECT_NE(refusal(envelope(infos, axes, cell("18446744073709551615", ""))), "");
+  EXPECT_NE(data_set_refusal(envelope(infos, axes, cell("18446744073709551615", ""))), "");
 }
 
 TEST(DatasetReader, AnAxisMayTellMoreThanItsHierarchies) {
@@ -163,16 +164,17 @@ TEST(DatasetReader, AnAxisMayTellMoreThanItsHierarchies) {
 }
 
 TEST(DatasetReader, AnAnswerThatIsNoDataSetIsRefused) {
-  EXPECT_EQ(refusal("<Envelope><Body/></Envelope>"), "the answer is no data set: there is no root");
-  EXPECT_EQ(refusal("<Envelope><root/></Envelope>"),
+  EXPECT_EQ(data_set_refusal("<Envelope><Body/></Envelope>"),
+            "the answer is no data set: there is no root");
+  EXPECT_EQ(data_set_refusal("<Envelope><root/></Envelope>"),
             "the answer is no data set: no OlapInfo in root");
-  EXPECT_EQ(refusal("<root><OlapInfo/></root>"),
+  EXPECT_EQ(data_set_refusal("<root><OlapInfo/></root>"),
             "the answer is no data set: no AxesInfo in OlapInfo");
-  EXPECT_EQ(refusal("<root><OlapInfo><AxesInfo/></OlapInfo></root>"),
+  EXPECT_EQ(data_set_refusal("<root><OlapInfo><AxesInfo/></OlapInfo></root>"),
             "the answer is no data set: no Axes in root");
-  EXPECT_EQ(refusal("<root><OlapInfo><AxesInfo/></OlapInfo><Axes/></root>"),
+  EXPECT_EQ(data_set_refusal("<root><OlapInfo><AxesInfo/></OlapInfo><Axes/></root>"),
             "the answer is no data set: no CellData in root");
-  EXPECT_EQ(refusal(envelope(columns_info, "<Axis name=\"Axis0\"/>", "")),
+  EXPECT_EQ(data_set_refusal(envelope(columns_info, "<Axis name=\"Axis0\"/>", "")),
             "the answer is no data set: no Tuples in Axis0");
 }
 

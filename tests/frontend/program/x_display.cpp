@@ -8,14 +8,14 @@
 namespace importkcd::testing {
 namespace {
 
-constexpr int patience = 20000;
+constexpr int start_patience = 20000;
 
 void stop(QProcess& process) {
   if (process.state() != QProcess::NotRunning) {
     process.terminate();
-    if (!process.waitForFinished(patience)) {
+    if (!process.waitForFinished(start_patience)) {
       process.kill();
-      process.waitForFinished(patience);
+      process.waitForFinished(start_patience);
     }
   }
 }
@@ -24,7 +24,7 @@ void stop(QProcess& process) {
 
 XDisplay::XDisplay() {
   server_.start("Xvfb", {"-displayfd", "1", "-screen", "0", "1600x1200x24", "-nolisten", "tcp"});
-  while (server_.waitForReadyRead(patience)) {
+  while (server_.waitForReadyRead(start_patience)) {
     const QByteArray number = server_.peek(32);
     if (number.contains('\n')) {
       name_ = ":" + QString::fromLatin1(number.trimmed());
@@ -60,7 +60,7 @@ QString XDisplay::xdotool(const QStringList& arguments) const {
   QProcess tool;
   tool.setProcessEnvironment(environment());
   tool.start("xdotool", arguments);
-  EXPECT_TRUE(tool.waitForFinished(patience)) << "xdotool does not end";
+  EXPECT_TRUE(tool.waitForFinished(start_patience)) << "xdotool does not end";
   return QString::fromUtf8(tool.readAllStandardOutput()).trimmed();
 }
 

@@ -15,10 +15,10 @@
 #include <string>
 
 #include "base/import_error.h"
-#include "servers/memory/memory_server.h"
 #include "frontend/controls.h"
 #include "frontend/window/main_window.h"
 #include "frontend/window/qt_dialogs.h"
+#include "servers/memory/memory_server.h"
 #include "tests/support/temporary_folder.h"
 #include "tests/support/whole_document.h"
 

@@ -14,8 +14,8 @@
 #include <vector>
 
 #include "base/import_error.h"
-#include "servers/memory/memory_server.h"
 #include "frontend/window/main_window.h"
+#include "servers/memory/memory_server.h"
 #include "tests/support/temporary_folder.h"
 
 namespace importkcd::testing {

@@ -38,7 +38,7 @@ struct Rule {
 };
 
 /// Stands for a look into a collection of the database.
-constexpr std::string_view look = "look";
+constexpr std::string_view any_look = "any_look";
 
 constexpr std::array rules{
     Rule{Section::opening, "connect", Road::no_server},
@@ -50,15 +50,15 @@ constexpr std::array rules{
     Rule{Section::database, "write_back_database", Road::document},
     Rule{Section::deletion, "stored_objects", Road::nothing},
     Rule{Section::deletion, "remove_database", Road::nothing},
-    Rule{Section::data_sources, look, Road::section},
+    Rule{Section::data_sources, any_look, Road::section},
     Rule{Section::data_sources, "write_back_data_source", Road::section},
-    Rule{Section::shared_dimensions, look, Road::section},
+    Rule{Section::shared_dimensions, any_look, Road::section},
     Rule{Section::shared_dimensions, "lock_dimension", Road::dimension_refused},
     Rule{Section::shared_dimensions, "lock_levels", Road::dimension_refused},
     Rule{Section::shared_dimensions, "version", Road::section},
     Rule{Section::shared_dimensions, "write_back_dimension", Road::section},
-    Rule{Section::roles, look, Road::document},
-    Rule{Section::cubes, look, Road::document},
+    Rule{Section::roles, any_look, Road::document},
+    Rule{Section::cubes, any_look, Road::document},
     Rule{Section::cubes, "lock_cube", Road::cube_refused},
     Rule{Section::cubes, "remove_first", Road::cube_canceled},
     Rule{Section::cubes, "version", Road::document},
@@ -135,7 +135,7 @@ class Player {
     const bool is_operation = std::islower(static_cast<unsigned char>(step[0])) != 0;
     const bool step_fails = static_cast<int>(run.steps.size()) == failure_.step;
     if (step_fails && !failure_.within_step) {
-      take(road_of(section, look), object);
+      take(road_of(section, any_look), object);
     } else if (step_fails || (is_operation && failure_.befalls_operation(++operations_))) {
       take(road_of(section, step), object);
     } else if (is_operation && section == Section::storing) {

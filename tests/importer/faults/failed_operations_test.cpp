@@ -44,7 +44,7 @@ TEST_P(FailedOperations, EndAsTheRulesSayAndLeaveAWholeServer) {
   EXPECT_GT(failure.operation, 10);
 }
 
-std::string name_of_case(const ::testing::TestParamInfo<OperationCase>& tested) {
+std::string name_of_operation_case(const ::testing::TestParamInfo<OperationCase>& tested) {
   const auto& [script, thrown, lasting] = tested.param;
   return name_of(script) + name_of(thrown) + (lasting ? "FromThenOn" : "");
 }
@@ -55,7 +55,7 @@ INSTANTIATE_TEST_SUITE_P(Runs, FailedOperations,
                                                               Thrown::runtime_error,
                                                               Thrown::bad_alloc),
                                             ::testing::Bool()),
-                         name_of_case);
+                         name_of_operation_case);
 
 }  // namespace
 }  // namespace importkcd::testing

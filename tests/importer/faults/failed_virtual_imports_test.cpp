@@ -164,7 +164,7 @@ TEST_P(FailedVirtualImports, OfCubesEndAsTheRulesSay) {
                virtual_cubes(std::get<0>(GetParam()), std::get<1>(GetParam())));
 }
 
-std::string name_of_case(const ::testing::TestParamInfo<VirtualCase>& tested) {
+std::string name_of_virtual_case(const ::testing::TestParamInfo<VirtualCase>& tested) {
   const auto& [type, again, thrown, lasting] = tested.param;
   return name_of(ScriptCase{type, false, again}) + name_of(thrown) + (lasting ? "FromThenOn" : "");
 }
@@ -176,7 +176,7 @@ INSTANTIATE_TEST_SUITE_P(
                        ::testing::Bool(),
                        ::testing::Values(Thrown::import_error, Thrown::bad_alloc),
                        ::testing::Bool()),
-    name_of_case);
+    name_of_virtual_case);
 
 }  // namespace
 }  // namespace importkcd::testing

@@ -19,6 +19,10 @@ struct HostileDocument {
   std::string stored{};
 };
 
+/// The root's start tag but for its end, and what an import of nothing else stores.
+inline const std::string open_root = R"(<database version="1.0.1073" name="D" description="d")";
+inline const std::string stored_root = "database | D | d\n";
+
 /// The error of a document that is not read.
 inline std::string unreadable(const std::string& reason) {
   return "Cannot open kcd document file COPY because " + reason;

@@ -14,7 +14,6 @@ namespace {
 using namespace std::string_literals;
 
 const std::string mark8 = "\xEF\xBB\xBF";
-const std::string stored_root = "database | D | d\n";
 
 /// A document whose database has this description, with this encoding declared; empty: none.
 std::string document(const std::string& encoding, const std::string& description = "d") {

@@ -19,8 +19,8 @@
 #include <utility>
 #include <vector>
 
-#include "document/kcd_document.h"
 #include "base/import_error.h"
+#include "document/kcd_document.h"
 #include "tests/importer/hostile/hostile_documents.h"
 
 namespace importkcd::testing {
@@ -33,8 +33,6 @@ constexpr bool is_sanitized = false;
 #endif
 
 constexpr std::size_t megabyte = 1'000'000;
-
-const std::string root = R"(<database version="1.0.1073" name="D" description="d")";
 
 /// A document that is made while it is read: its beginning, a text as often as it takes to reach a
 /// size, and its end.
@@ -177,7 +175,7 @@ std::string too_long(int line, int column) {
 using HostileSizes = HostileDocuments;
 
 TEST_F(HostileSizes, AValueOfAGigabyteEndsTheRun) {
-  const BigDocument document{"value", root + " x=\"", "x", 1'000 * megabyte, "\"/>", "", 500};
+  const BigDocument document{"value", open_root + " x=\"", "x", 1'000 * megabyte, "\"/>", "", 500};
   auto outcome = outcome_of(document, [this](const std::string& path) {
     options.kcd_document_file_name = path;
     import_file();
@@ -195,45 +193,50 @@ TEST_F(HostileSizes, AValueOfAGigabyteEndsTheRun) {
 TEST_F(HostileSizes, WhatTheReaderWouldHoldInMemoryMayNotBeTooLong) {
   const auto size = 101 * megabyte;
   expect_loads({
-      {"value", root + " x=\"", "x", size, "\"/>", too_long(1, 100'003'752), 350},
-      {"value of references", root + " x=\"", "&amp;", size, "\"/>", too_long(1, 100'003'753), 350},
-      {"blanks in a tag", root, " ", size, "/>", too_long(1, 100'004'001), 200},
-      {"name of a tag", root + "><", "x", size, "/></database>", too_long(1, 100'007'791), 200},
-      {"name of an attribute", root + " ", "x", size, "=\"\"/>", too_long(1, 100'003'812), 200},
-      {"end tag", root + "></", "x", size, ">", too_long(1, 100'007'793), 200},
-      {"comment", root + "><!--", "x", size, "--></database>", too_long(1, 100'008'001), 200},
-      {"comment in front", "<!--", "x", size, "-->" + root + "/>", too_long(1, 100'004'001), 200},
-      {"processing instruction", root + "><?x ", "x", size, "?></database>",
+      {"value", open_root + " x=\"", "x", size, "\"/>", too_long(1, 100'003'752), 350},
+      {"value of references", open_root + " x=\"", "&amp;", size, "\"/>", too_long(1, 100'003'753),
+       350},
+      {"blanks in a tag", open_root, " ", size, "/>", too_long(1, 100'004'001), 200},
+      {"name of a tag", open_root + "><", "x", size, "/></database>", too_long(1, 100'007'791),
+       200},
+      {"name of an attribute", open_root + " ", "x", size, "=\"\"/>", too_long(1, 100'003'812),
+       200},
+      {"end tag", open_root + "></", "x", size, ">", too_long(1, 100'007'793), 200},
+      {"comment", open_root + "><!--", "x", size, "--></database>", too_long(1, 100'008'001), 200},
+      {"comment in front", "<!--", "x", size, "-->" + open_root + "/>", too_long(1, 100'004'001),
+       200},
+      {"processing instruction", open_root + "><?x ", "x", size, "?></database>",
        too_long(1, 100'007'794), 200},
-      {"CDATA section", root + "><![CDATA[", "x", size, "]]></database>", too_long(1, 100'007'801),
-       500},
-      {"text", root + ">", "x", size, "</database>", too_long(1, 100'008'001), 50},
-      {"references in text", root + ">", "&#65;", size, "</database>", too_long(1, 100'007'752),
-       50},
-      {"line ends in front", "", "\n", size, root + "/>", too_long(100'004'001, 1), 200},
-      {"blanks behind", root + "/>", " ", size, "", too_long(1, 100'008'001), 200},
-      {"document type", "\n<!DOCTYPE x [", "<!ELEMENT x ANY>", size, "]>" + root + "/>",
+      {"CDATA section", open_root + "><![CDATA[", "x", size, "]]></database>",
+       too_long(1, 100'007'801), 500},
+      {"text", open_root + ">", "x", size, "</database>", too_long(1, 100'008'001), 50},
+      {"references in text", open_root + ">", "&#65;", size, "</database>",
+       too_long(1, 100'007'752), 50},
+      {"line ends in front", "", "\n", size, open_root + "/>", too_long(100'004'001, 1), 200},
+      {"blanks behind", open_root + "/>", " ", size, "", too_long(1, 100'008'001), 200},
+      {"document type", "\n<!DOCTYPE x [", "<!ELEMENT x ANY>", size, "]>" + open_root + "/>",
        "line 2, column 71752: the document type is longer than 65536 bytes", 50},
-      {"external document type", "\n<!DOCTYPE x SYSTEM '", "x", size, "'>" + root + "/>",
+      {"external document type", "\n<!DOCTYPE x SYSTEM '", "x", size, "'>" + open_root + "/>",
        "line 2, column 71777: the document type is longer than 65536 bytes", 50},
-      {"XML declaration", "<?xml version='1.0' encoding='", "x", size, "'?>" + root + "/>",
+      {"XML declaration", "<?xml version='1.0' encoding='", "x", size, "'?>" + open_root + "/>",
        too_long(1, 100'004'001), 350},
-      {"number of attributes", root, " a='' b='' c=''", size, "/>",
+      {"number of attributes", open_root, " a='' b='' c=''", size, "/>",
        "line 1, column 79752: an element has more than 10000 attributes", 50},
-      {"name space", root + " xmlns='", "u", size, "'/>", too_long(1, 100'003'752), 950},
+      {"name space", open_root + " xmlns='", "u", size, "'/>", too_long(1, 100'003'752), 950},
   });
 }
 
 TEST_F(HostileSizes, WhatIsReadTakesMemoryInProportion) {
   const auto size = 20 * megabyte;
   expect_loads({
-      {"value", root + " x=\"", "x", 99 * megabyte, "\"/>", "", 500},
-      {"small elements", root + ">", "<a/>", size, "</database>", "", 350},
-      {"small attributes", root + ">", "<a b='' c='' d='' e='' f='' g='' h='' i=''/>", size,
+      {"value", open_root + " x=\"", "x", 99 * megabyte, "\"/>", "", 500},
+      {"small elements", open_root + ">", "<a/>", size, "</database>", "", 350},
+      {"small attributes", open_root + ">", "<a b='' c='' d='' e='' f='' g='' h='' i=''/>", size,
        "</database>", "", 200},
-      {"comments", root + ">", "<!---->", size, "</database>", "", 50},
-      {"references", root + ">", "<a b='&#38;&#38;&#38;&#38;'/>", size, "</database>", "", 100},
-      {"open elements", root + ">", "<a>", size, "",
+      {"comments", open_root + ">", "<!---->", size, "</database>", "", 50},
+      {"references", open_root + ">", "<a b='&#38;&#38;&#38;&#38;'/>", size, "</database>", "",
+       100},
+      {"open elements", open_root + ">", "<a>", size, "",
        "line 1, column 3000057: elements are nested more than 1000000 deep", 150},
   });
 }

@@ -6,8 +6,8 @@
 #include "base/import_error.h"
 #include "labels/kci_conversion.h"
 #include "labels/labels_access.h"
-#include "tests/labels/servers/labels_sides.h"
 #include "tests/labels/recording_labels_view.h"
+#include "tests/labels/servers/labels_sides.h"
 #include "tests/support/temporary_folder.h"
 
 namespace importkcd {

@@ -8,9 +8,9 @@
 #include <vector>
 
 #include "base/import_error.h"
-#include "mondrian/mapping/cube_mapping.h"
 #include "base/xml_element.h"
 #include "model/olap_database.h"
+#include "mondrian/mapping/cube_mapping.h"
 
 namespace importkcd::testing {
 

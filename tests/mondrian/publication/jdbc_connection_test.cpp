@@ -9,7 +9,7 @@ namespace {
 
 std::string url(std::string_view text) { return jdbc_connection(text).url; }
 
-std::string reason(std::string_view text) {
+std::string jdbc_refusal(std::string_view text) {
   return testing::reason_of([&] { jdbc_connection(text); });
 }
 
@@ -42,8 +42,8 @@ TEST(JdbcConnection, ALoginWithAWindowsAccountIsNotPossible) {
   const auto* const told =
       "the connection text logs in with a Windows account (integrated security); it must name a "
       "user and a password";
-  EXPECT_EQ(reason("Provider=SQLOLEDB;Data Source=x;Integrated Security=SSPI"), told);
-  EXPECT_EQ(reason("Driver={SQL Server};Server=x;Trusted_Connection=Yes"), told);
+  EXPECT_EQ(jdbc_refusal("Provider=SQLOLEDB;Data Source=x;Integrated Security=SSPI"), told);
+  EXPECT_EQ(jdbc_refusal("Driver={SQL Server};Server=x;Trusted_Connection=Yes"), told);
   EXPECT_EQ(url("Driver={SQL Server};Server=x;Trusted_Connection=No"), "jdbc:jtds:sqlserver://x");
 }
 
@@ -87,15 +87,15 @@ TEST(JdbcConnection, AnAddressIsTakenAsItStands) {
 }
 
 TEST(JdbcConnection, NoValueAddsAPartToTheAddress) {
-  EXPECT_EQ(reason("Provider=SQLOLEDB;Data Source=h;Initial Catalog=\"d;ssl=off\""),
+  EXPECT_EQ(jdbc_refusal("Provider=SQLOLEDB;Data Source=h;Initial Catalog=\"d;ssl=off\""),
             "the name of the database 'd;ssl=off' cannot be part of a JDBC address");
-  EXPECT_EQ(reason("Provider=SQLOLEDB;Data Source={h/x;y=z};Initial Catalog=d"),
+  EXPECT_EQ(jdbc_refusal("Provider=SQLOLEDB;Data Source={h/x;y=z};Initial Catalog=d"),
             "the name of the server 'h/x;y=z' cannot be part of a JDBC address");
-  EXPECT_EQ(reason("Provider=SQLOLEDB;Data Source={h,1?x}"),
+  EXPECT_EQ(jdbc_refusal("Provider=SQLOLEDB;Data Source={h,1?x}"),
             "the name of the port '1?x' cannot be part of a JDBC address");
-  EXPECT_EQ(reason("Provider=SQLOLEDB;Data Source={h\\i;a=b}"),
+  EXPECT_EQ(jdbc_refusal("Provider=SQLOLEDB;Data Source={h\\i;a=b}"),
             "the name of the instance 'i;a=b' cannot be part of a JDBC address");
-  EXPECT_EQ(reason("Driver=MariaDB;Server=h;Database=d?allowLocalInfile=true"),
+  EXPECT_EQ(jdbc_refusal("Driver=MariaDB;Server=h;Database=d?allowLocalInfile=true"),
             "the name of the database 'd?allowLocalInfile=true' cannot be part of a JDBC address");
   EXPECT_EQ(url("Driver=PostgreSQL;Server=h;Database=d?a=b&c/e"),
             "jdbc:postgresql://h/d%3Fa%3Db%26c%2Fe");
@@ -107,10 +107,11 @@ TEST(JdbcConnection, AnythingElseTellsWhatThereIsAndNoPassword) {
   const auto* const told =
       "the connection text names no kind of database that the engine can reach: SQL Server, "
       "PostgreSQL, MariaDB, or an address that begins with 'jdbc:'";
-  EXPECT_EQ(reason(""), told);
-  EXPECT_EQ(reason("Provider=Microsoft.Jet.OLEDB.4.0;Data Source=x.mdb;Password=secret"), told);
-  EXPECT_EQ(reason(";Initial Catalog=DW"), told);
-  EXPECT_EQ(reason("DSN=warehouse;PWD=secret"),
+  EXPECT_EQ(jdbc_refusal(""), told);
+  EXPECT_EQ(jdbc_refusal("Provider=Microsoft.Jet.OLEDB.4.0;Data Source=x.mdb;Password=secret"),
+            told);
+  EXPECT_EQ(jdbc_refusal(";Initial Catalog=DW"), told);
+  EXPECT_EQ(jdbc_refusal("DSN=warehouse;PWD=secret"),
             "the connection text names an ODBC data source (DSN); it must name the driver and the "
             "server themselves");
 }

@@ -7,8 +7,8 @@
 #include <csignal>
 #include <cstdio>
 
-#include "tests/servers/catalogue/forked_process.h"
 #include "tests/mondrian/publication/publication_fixture.h"
+#include "tests/servers/catalogue/forked_process.h"
 #include "tests/support/faulty_vfs.h"
 
 namespace {

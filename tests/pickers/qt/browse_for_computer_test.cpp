@@ -10,8 +10,8 @@
 #include <QTest>
 #include <utility>
 
-#include "servers/choice/server_choice.h"
 #include "pickers/qt/computer_dialog.h"
+#include "servers/choice/server_choice.h"
 #include "tests/pickers/qt/modal_driver.h"
 
 namespace importkcd {

@@ -4,8 +4,8 @@
 #include <string>
 #include <vector>
 
-#include "servers/catalogue/catalogue_store.h"
 #include "base/import_error.h"
+#include "servers/catalogue/catalogue_store.h"
 
 namespace importkcd::testing {
 

@@ -23,6 +23,7 @@ namespace {
 
 using importkcd::testing::apply;
 using importkcd::testing::bare_document;
+using importkcd::testing::known_version;
 using importkcd::testing::changes_of;
 using importkcd::testing::check_of;
 using importkcd::testing::error_of;
@@ -39,8 +40,6 @@ using importkcd::testing::whole_document;
 using importkcd::testing::whole_state;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
-
-constexpr auto version = "1.0.1073";
 
 /// A document of the database "Shop" with a cube that cannot be built.
 std::string failing_document() {
@@ -124,7 +123,7 @@ class KeptCopiesTest : public ::testing::Test {
 TEST_F(KeptCopiesTest, AReplacedDatabaseComesBackWhole) {
   ASSERT_EQ(import(whole_document(), import_type::incremental).last_error, "");
   const auto before = content();
-  ASSERT_EQ(replace(bare_document(version, "Shop")).last_error, "");
+  ASSERT_EQ(replace(bare_document(known_version, "Shop")).last_error, "");
   ASSERT_NE(content(), before);
   EXPECT_EQ(restore("Shop"), "Shop in place of another");
   EXPECT_EQ(content(), before);
@@ -154,7 +153,7 @@ TEST_F(KeptCopiesTest, ADatabaseComesBackThatADocumentOfAWrongVersionDeleted) {
 TEST_F(KeptCopiesTest, ARestoredDatabaseIsImportedIntoLikeAnyOther) {
   ASSERT_EQ(import(whole_document(), import_type::incremental).last_error, "");
   const auto before = content();
-  replace(bare_document(version, "Shop"));
+  replace(bare_document(known_version, "Shop"));
   restore("Shop");
   EXPECT_EQ(import(whole_document(), import_type::incremental).last_error, "");
   EXPECT_EQ(content(), before);

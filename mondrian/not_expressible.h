@@ -1,0 +1,17 @@
+#pragma once
+
+#include <string>
+
+#include "base/import_error.h"
+
+namespace importkcd {
+
+/// A definition that an MDX engine cannot serve as its document means it. What it belongs to is
+/// left out of the publication, and the description, which is a reason for people, is told.
+class NotExpressible : public ImportError {
+ public:
+  explicit NotExpressible(const std::string& reason)
+      : ImportError(reason, error_source::olap_server) {}
+};
+
+}  // namespace importkcd

@@ -4,74 +4,91 @@ JOBS ?= $(shell nproc)
 # Only for a build folder that does not exist yet; one made by hand keeps its own generator.
 export CMAKE_GENERATOR ?= Ninja
 launcher = $(shell command -v ccache >/dev/null 2>&1 && echo -DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
+# $(call configure,PRESET,SETTINGS): quiet unless it fails.
+configure = mkdir -p build && (cmake --preset $(1) $(2) $(launcher) >build/configure.log 2>&1 || \
+            (cat build/configure.log; exit 1))
 
-.PHONY: demo demo-olap test configure build packages checks test-release test-asan test-fuzz \
-        fuzz fuzz-programs test-tsan valgrind coverage mutation screenshots bench \
-        check-instructions record-instructions clean
+.PHONY: demo demo-olap test verify verify-all build checks tidy test-asan test-fuzz fuzz \
+        fuzz-programs test-tsan valgrind coverage mutation separate-sources fresh-machine \
+        screenshots bench check-instructions record-instructions clean
 
-demo: configure
+demo:
+	@scripts/install-packages build
+	@$(call configure,release,-DBUILD_TESTING=OFF -DIMPORTKCD_OLAP_SERVER=OFF)
 	cmake --build --preset release -j $(JOBS) --target kcd ImportKCD
 	@scripts/demo build
 
-demo-olap: configure
+demo-olap:
+	@scripts/install-packages build olap-server
+	@$(call configure,release,-DBUILD_TESTING=OFF -DIMPORTKCD_OLAP_SERVER=ON)
 	cmake --build --preset release -j $(JOBS) --target kcd olap_server
 	@scripts/demo-olap build
 
-test: checks test-asan test-release test-fuzz
-
-packages:
-	@scripts/install-packages
-
-configure: packages
-	@mkdir -p build
-	@cmake --preset release $(launcher) >build/configure.log 2>&1 || (cat build/configure.log; exit 1)
-
-build: configure
-	cmake --build --preset release -j $(JOBS)
-
-test-release: build
+test: build
 	ctest --preset release -j $(JOBS)
 
-test-asan: packages
-	cmake --preset asan $(launcher)
+build:
+	@scripts/install-packages build olap-server test
+	@$(call configure,release,-DBUILD_TESTING=ON -DIMPORTKCD_OLAP_SERVER=ON)
+	cmake --build --preset release -j $(JOBS)
+
+# The gates that every change has to pass beside its tests.
+verify: checks tidy test-asan test-fuzz
+
+checks: build
+	@scripts/install-packages verify
+	scripts/check-format
+	scripts/check-includes
+	tests/mutation/mutate.py --check
+	scripts/check-hardening build/kcd build/ImportKCD
+	scripts/check-instructions build
+
+sanitized:
+	@scripts/install-packages build olap-server test verify
+	@$(call configure,asan,)
+.PHONY: sanitized
+
+tidy: sanitized
+	scripts/check-tidy build/asan
+
+test-asan: sanitized
 	cmake --build --preset asan -j $(JOBS)
 	ctest --preset asan -j $(JOBS)
 
 # A few thousand inputs for each fuzz program, the same ones every time.
 test-fuzz: fuzz-programs
-	scripts/run-fuzzers build/libfuzzer short
+	scripts/run-fuzzers build/asan short
 
 # A search from where the last one ended, so many seconds for each fuzz program.
 FUZZ_SECONDS ?= 600
 fuzz: fuzz-programs
-	scripts/run-fuzzers build/libfuzzer $(FUZZ_SECONDS)
+	scripts/run-fuzzers build/asan $(FUZZ_SECONDS)
 
-fuzz-programs: packages
-	cmake --preset fuzz $(launcher)
-	cmake --build --preset fuzz -j $(JOBS)
+fuzz-programs: sanitized
+	cmake --build --preset asan -j $(JOBS) --target fuzzers
 
-checks: build
-	scripts/check-format
-	scripts/check-includes
-	scripts/check-test-lists
-	scripts/check-hardening build/kcd build/ImportKCD
-	scripts/check-instructions build
-	scripts/check-tidy build
+# Everything else: for the night, because it takes hours. See docs/testing.md.
+verify-all: verify separate-sources test-tsan valgrind coverage mutation fresh-machine
+	scripts/check-tidy build/separate analyzer
 
-# What follows is too slow, or too rarely of use, for every day: see docs/testing.md.
-test-tsan: packages
-	cmake --preset tsan $(launcher)
+# Each source on its own, so that an include that is missing fails.
+separate-sources:
+	@scripts/install-packages build olap-server test verify
+	@$(call configure,separate,)
+	cmake --build --preset separate -j $(JOBS)
+
+test-tsan: sanitized
+	@$(call configure,tsan,)
 	cmake --build --preset tsan -j $(JOBS)
 	ctest --preset tsan -j $(JOBS)
 
-valgrind: packages
-	@scripts/install-packages valgrind
-	$(MAKE) build
+valgrind: build
+	@scripts/install-packages verify
 	scripts/check-memory build
 
-coverage: packages
-	@scripts/install-packages gcovr
-	cmake --preset coverage $(launcher)
+coverage:
+	@scripts/install-packages build olap-server test verify-all
+	@$(call configure,coverage,)
 	cmake --build --preset coverage -j $(JOBS)
 	find build/coverage -name '*.gcda' -delete
 	ctest --preset coverage -j $(JOBS)
@@ -79,27 +96,37 @@ coverage: packages
 
 # ONLY=1..60 takes a slice of the list.
 ONLY ?=
-mutation: packages
+mutation:
+	@scripts/install-packages build olap-server test
 	tests/mutation/mutate.py --jobs $(JOBS) --only '$(ONLY)' build/mutation
 
+# That a new machine suffices, for root and for an ordinary user.
+fresh-machine:
+	@scripts/install-packages verify-all
+	scripts/fresh-machine root make demo
+	scripts/fresh-machine user make test
+
 # Pictures of the window and its dialogs for the documentation.
-screenshots: configure
+screenshots: build
 	cmake --build --preset release -j $(JOBS) --target screenshots
 
 # The size of the large documents, in megabytes, and the number of runs that a median is taken of.
 MEGABYTES ?= 100
 ROUNDS ?= 5
-bench: packages
-	cmake --preset bench $(launcher)
+bench:
+	@scripts/install-packages build verify-all
+	@$(call configure,bench,)
 	cmake --build --preset bench -j $(JOBS)
 	scripts/run-benchmarks build/benchmarks
 	bench/whole_program.py build/benchmarks --megabytes $(MEGABYTES) --rounds $(ROUNDS)
 
 # Instructions of three imports against those on record; `make record-instructions` records anew.
 check-instructions: build
+	@scripts/install-packages verify
 	scripts/check-instructions build
 
 record-instructions: build
+	@scripts/install-packages verify
 	scripts/check-instructions build --record
 
 clean:

@@ -78,6 +78,10 @@ function(importkcd_library name)
   importkcd_sources(sources ${ARGN})
   add_library(${name} STATIC ${sources})
   target_link_libraries(${name} PUBLIC importkcd_settings)
+  if(IMPORTKCD_FUZZ)
+    # Tells a fuzz program which code an input reached.
+    target_compile_options(${name} PRIVATE -fsanitize=fuzzer-no-link)
+  endif()
 endfunction()
 
 # importkcd_test(NAME [FOLDERS folder...] [EXCLUDE source...] [SHARDS count] [FILTER filter]): the

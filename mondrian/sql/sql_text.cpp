@@ -5,6 +5,7 @@
 
 #include "base/name_folding.h"
 #include "base/quoting.h"
+#include "base/text.h"
 
 namespace importkcd {
 namespace {
@@ -14,13 +15,11 @@ constexpr std::string_view digits = "0123456789";
 
 /// Characters beyond ASCII belong to names.
 bool begins_bare_name(char c) {
-  return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_' || c == '@' || c == '#' ||
+  return is_ascii_letter(c) || c == '_' || c == '@' || c == '#' ||
          static_cast<unsigned char>(c) >= 0x80;
 }
 
-bool continues_bare_name(char c) {
-  return begins_bare_name(c) || (c >= '0' && c <= '9') || c == '$';
-}
+bool continues_bare_name(char c) { return begins_bare_name(c) || is_ascii_digit(c) || c == '$'; }
 
 bool begins_quoted_name(char c) { return c == '"' || c == '`' || c == '['; }
 

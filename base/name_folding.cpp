@@ -6,6 +6,8 @@
 #include <array>
 #include <cstddef>
 
+#include "base/text.h"
+
 namespace importkcd {
 namespace {
 
@@ -15,18 +17,14 @@ constexpr char ascii_lower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<c
 
 void append_lower_cased(std::string_view text, std::string& result) {
   while (!text.empty()) {
-    utf8proc_int32_t character = 0;
-    const auto length = utf8proc_iterate(reinterpret_cast<const utf8proc_uint8_t*>(text.data()),
-                                         static_cast<utf8proc_ssize_t>(text.size()), &character);
-    if (length <= 0) {
-      result.push_back(text.front());
-      text.remove_prefix(1);
+    const auto character = take_character(text);
+    if (character.code < 0) {
+      result.append(character.bytes);
       continue;
     }
     std::array<utf8proc_uint8_t, 4> bytes{};
-    const auto written = utf8proc_encode_char(utf8proc_tolower(character), bytes.data());
+    const auto written = utf8proc_encode_char(utf8proc_tolower(character.code), bytes.data());
     result.append(reinterpret_cast<const char*>(bytes.data()), static_cast<std::size_t>(written));
-    text.remove_prefix(static_cast<std::size_t>(length));
   }
 }
 
@@ -48,6 +46,18 @@ std::string lower_cased(std::string_view text) {
     append_lower_cased(text.substr(ascii_size), result);
   }
   return result;
+}
+
+std::string ascii_lower_cased(std::string text) {
+  std::transform(text.begin(), text.end(), text.begin(), ascii_lower);
+  return text;
+}
+
+std::string ascii_upper_cased(std::string text) {
+  std::transform(text.begin(), text.end(), text.begin(), [](char c) {
+    return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c;
+  });
+  return text;
 }
 
 bool same_name(std::string_view left, std::string_view right) {

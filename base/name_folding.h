@@ -9,6 +9,10 @@ namespace importkcd {
 /// Bytes that are not UTF-8 are kept as they are.
 std::string lower_cased(std::string_view text);
 
+/// The text with its ASCII letters alone in lower or upper case, as databases fold bare names.
+std::string ascii_lower_cased(std::string text);
+std::string ascii_upper_cased(std::string text);
+
 /// Whether two names are equal once both are lower-cased; this is how the OLAP model and the engine
 /// compare names.
 bool same_name(std::string_view left, std::string_view right);

@@ -5,8 +5,12 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdint>
 #include <cstring>
 #include <utility>
+
+#include "base/name_folding.h"
+#include "base/text.h"
 
 namespace importkcd {
 namespace {
@@ -64,23 +68,9 @@ class Converter {
   iconv_t handle_;
 };
 
-struct Character {
-  std::string_view bytes;
-  /// The code point; negative for a byte that is no UTF-8.
-  utf8proc_int32_t code = -1;
-};
-
-Character take_character(std::string_view& text) {
-  Character character;
-  const auto length = utf8proc_iterate(reinterpret_cast<const utf8proc_uint8_t*>(text.data()),
-                                       static_cast<utf8proc_ssize_t>(text.size()), &character.code);
-  character.bytes = text.substr(0, length > 0 ? static_cast<std::size_t>(length) : 1);
-  text.remove_prefix(character.bytes.size());
-  return character;
-}
+constexpr std::int32_t replacement_character = 0xFFFD;
 
 std::string reference(const Character& character) {
-  constexpr int replacement_character = 0xFFFD;
   return "&#" + std::to_string(character.code < 0 ? replacement_character : character.code) + ";";
 }
 
@@ -108,8 +98,6 @@ std::optional<std::string> convert_all(const std::string& encoding, std::string_
   return result;
 }
 
-constexpr std::string_view white_space = " \t\r\n";
-
 /// The value of the declaration's pseudo attribute `encoding`; empty when there is none.
 std::string_view declared_encoding(std::string_view text) {
   constexpr std::string_view beginning = "<?xml";
@@ -119,7 +107,7 @@ std::string_view declared_encoding(std::string_view text) {
   auto rest = text.substr(beginning.size(), text.find("?>") - beginning.size());
   constexpr std::string_view attribute = "encoding";
   const auto skip_white_space = [&rest] {
-    rest.remove_prefix(std::min(rest.find_first_not_of(white_space), rest.size()));
+    rest.remove_prefix(std::min(rest.find_first_not_of(blanks), rest.size()));
   };
   rest.remove_prefix(std::min(rest.find(attribute), rest.size()));
   rest.remove_prefix(std::min(attribute.size(), rest.size()));
@@ -139,9 +127,22 @@ std::string_view declared_encoding(std::string_view text) {
 /// Anything else would mean more to iconv than a name.
 bool is_encoding_name(std::string_view name) {
   return !name.empty() && std::all_of(name.begin(), name.end(), [](char c) {
-    return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') || c == '.' ||
-           c == '_' || c == '-';
+    return is_ascii_letter(c) || is_ascii_digit(c) || c == '.' || c == '_' || c == '-';
   });
+}
+
+constexpr std::int32_t first_of_two_units = 0x10000;
+constexpr std::int32_t first_surrogate = 0xD800;
+constexpr std::int32_t first_low_surrogate = 0xDC00;
+constexpr std::int32_t behind_surrogates = 0xE000;
+constexpr int low_bits = 10;
+
+bool is_surrogate(std::int32_t unit) { return unit >= first_surrogate && unit < behind_surrogates; }
+
+void append_utf8(std::string& result, std::int32_t code) {
+  std::array<utf8proc_uint8_t, 4> bytes{};
+  const auto length = utf8proc_encode_char(code, bytes.data());
+  result.append(bytes.begin(), bytes.begin() + length);
 }
 
 }  // namespace
@@ -170,13 +171,7 @@ void TextEncoding::take_declaration(std::string_view text) {
   }
 }
 
-bool TextEncoding::is_utf8() const {
-  constexpr std::string_view lower_case = "utf-8";
-  return std::equal(name_.begin(), name_.end(), lower_case.begin(), lower_case.end(),
-                    [](char left, char right) {
-                      return (left >= 'A' && left <= 'Z' ? left + 32 : left) == right;
-                    });
-}
+bool TextEncoding::is_utf8() const { return same_name(name_, "UTF-8"); }
 
 std::optional<std::string> TextEncoding::encode(std::string_view text) const {
   if (is_utf8()) {
@@ -209,6 +204,42 @@ std::size_t find_on_unit(std::string_view text, std::string_view wanted, std::si
     start = at + 1;
   }
   return std::string_view::npos;
+}
+
+std::u16string utf16_text(std::string_view text) {
+  std::u16string result;
+  result.reserve(text.size());
+  while (!text.empty()) {
+    auto code = take_character(text).code;
+    code = code < 0 ? replacement_character : code;
+    if (code < first_of_two_units) {
+      result += static_cast<char16_t>(code);
+      continue;
+    }
+    code -= first_of_two_units;
+    result += static_cast<char16_t>(first_surrogate + (code >> low_bits));
+    result += static_cast<char16_t>(first_low_surrogate + (code & ((1 << low_bits) - 1)));
+  }
+  return result;
+}
+
+std::string utf8_text(std::u16string_view text) {
+  std::string result;
+  result.reserve(text.size());
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    const std::int32_t unit = text[i];
+    const std::int32_t next = i + 1 < text.size() ? text[i + 1] : 0;
+    if (!is_surrogate(unit)) {
+      append_utf8(result, unit);
+    } else if (unit < first_low_surrogate && is_surrogate(next) && next >= first_low_surrogate) {
+      append_utf8(result, first_of_two_units + ((unit - first_surrogate) << low_bits) +
+                              (next - first_low_surrogate));
+      ++i;
+    } else {
+      append_utf8(result, replacement_character);
+    }
+  }
+  return result;
 }
 
 }  // namespace importkcd

@@ -4,7 +4,7 @@
 #include <utility>
 #include <vector>
 
-#include "base/password_mask.h"
+#include "base/connection_text.h"
 #include "cli/code_words.h"
 #include "cli/cube_tree.h"
 #include "cli/tree_texts.h"

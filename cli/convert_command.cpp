@@ -5,7 +5,7 @@
 #include <ostream>
 #include <utility>
 
-#include "base/printable_text.h"
+#include "base/text.h"
 #include "cli/connection_text_file.h"
 #include "cli/kci_file.h"
 #include "labels/kci_conversion.h"
@@ -35,7 +35,6 @@ class CommandLineView : public LabelsView {
   // What a server offers is for people who choose by mouse.
   void add_entry(LabelsList /*list*/, const std::string& /*text*/) override {}
   void select_first(LabelsList /*list*/) override {}
-  void enable_sql_login(bool /*enabled*/) override {}
   void set_default_pointer() override {}
 
   void show_labels_message(const LabelsMessage& message) override {

@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "base/import_error.h"
-#include "base/printable_text.h"
+#include "base/text.h"
 #include "cli/text_width.h"
 
 namespace importkcd {

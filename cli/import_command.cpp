@@ -6,7 +6,7 @@
 #include <string_view>
 
 #include "base/import_error.h"
-#include "base/printable_text.h"
+#include "base/text.h"
 #include "cli/connection_text_file.h"
 #include "cli/kci_file.h"
 #include "importer/import_olapdb_from_kcd_doc.h"

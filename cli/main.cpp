@@ -6,8 +6,8 @@
 #include <string_view>
 #include <utility>
 
-#include "base/password_mask.h"
-#include "base/printable_text.h"
+#include "base/connection_text.h"
+#include "base/text.h"
 #include "cli/argument_list.h"
 #include "cli/convert_command.h"
 #include "cli/import_command.h"

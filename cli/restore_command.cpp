@@ -4,7 +4,7 @@
 #include <ostream>
 #include <utility>
 
-#include "base/printable_text.h"
+#include "base/text.h"
 
 namespace importkcd {
 namespace {

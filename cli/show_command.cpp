@@ -6,7 +6,7 @@
 
 #include "base/import_error.h"
 #include "base/name_folding.h"
-#include "base/printable_text.h"
+#include "base/text.h"
 #include "cli/catalogue_json.h"
 #include "cli/catalogue_tree.h"
 #include "cli/xmla_tree.h"

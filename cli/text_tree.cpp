@@ -5,7 +5,7 @@
 
 #include <ostream>
 
-#include "base/printable_text.h"
+#include "base/text.h"
 
 namespace importkcd {
 namespace {

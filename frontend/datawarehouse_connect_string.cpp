@@ -3,6 +3,7 @@
 #include <string_view>
 
 #include "base/name_folding.h"
+#include "base/quoting.h"
 
 namespace importkcd {
 namespace {
@@ -10,14 +11,7 @@ namespace {
 std::string quoted_where_needed(std::string_view value) {
   const bool plain = value.empty() || (value.find_first_of(";\"'") == std::string_view::npos &&
                                        value.front() != ' ' && value.back() != ' ');
-  if (plain) {
-    return std::string(value);
-  }
-  std::string text = "\"";
-  for (const char character : value) {
-    text += character == '"' ? std::string_view("\"\"") : std::string_view(&character, 1);
-  }
-  return text + '"';
+  return plain ? std::string(value) : in_quotes(value, '"');
 }
 
 void add_property(std::string& text, std::string_view name, std::string_view value) {

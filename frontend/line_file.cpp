@@ -6,7 +6,7 @@
 #include <cerrno>
 #include <system_error>
 
-#include "base/printable_text.h"
+#include "base/text.h"
 
 namespace importkcd {
 namespace {

@@ -4,7 +4,7 @@
 #include <exception>
 #include <utility>
 
-#include "base/printable_text.h"
+#include "base/text.h"
 #include "frontend/engine_settings.h"
 #include "frontend/field_validation.h"
 #include "frontend/status_file.h"

@@ -1,12 +1,12 @@
 #include "frontend/text_characters.h"
 
-#include "base/trimmed.h"
+#include "base/text.h"
 
 namespace importkcd {
 namespace {
 
 bool starts_character(std::string_view text, std::size_t place) {
-  return place == 0 || (static_cast<unsigned char>(text[place]) & 0xC0U) != 0x80U;
+  return place == 0 || begins_character(text[place]);
 }
 
 std::size_t start_of_last(std::string_view text, std::size_t count) {

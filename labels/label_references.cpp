@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "base/text.h"
 #include "labels/label_id.h"
 
 namespace importkcd {
@@ -12,8 +13,8 @@ constexpr auto npos = std::string_view::npos;
 
 /// Whether label_id may accept a text with this character.
 constexpr bool may_stand_in_number(char character) {
-  return (character >= '0' && character <= '9') || character == ' ' || character == '-' ||
-         character == '+' || character == '.';
+  return is_ascii_digit(character) || character == ' ' || character == '-' || character == '+' ||
+         character == '.';
 }
 
 }  // namespace

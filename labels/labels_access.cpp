@@ -4,8 +4,8 @@
 #include <utility>
 #include <vector>
 
+#include "base/connection_text.h"
 #include "base/import_error.h"
-#include "base/password_mask.h"
 #include "document/apostrophes.h"
 #include "labels/label_id.h"
 #include "labels/xml_escape_text.h"
@@ -165,8 +165,6 @@ bool LabelsAccess::LoadLabels() {
   labels_ = table_of(rows);
   return true;
 }
-
-void LabelsAccess::SetLoginMode(bool secure_login) { view_.enable_sql_login(!secure_login); }
 
 bool LabelsAccess::connect_with_fields() {
   const auto chosen = view_.labels_fields();

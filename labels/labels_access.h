@@ -33,9 +33,6 @@ class LabelsAccess {
   /// ImportError for every other failure; then nothing is loaded.
   bool LoadLabels();
 
-  /// After a click on one of the two login buttons.
-  void SetLoginMode(bool secure_login);
-
   /// Does what opening the database list and then the language list does, and keeps the chosen
   /// database and language. False after a failure, which has been shown in a message box.
   bool connect_with_fields();

@@ -1,9 +1,8 @@
 #include "labels/labels_connection.h"
 
-#include "base/password_mask.h"
+#include "base/connection_text.h"
 #include "labels/odbc_connection.h"
 #include "labels/odbc_connection_string.h"
-#include "labels/sql_server_address.h"
 #include "labels/sqlite_connection.h"
 
 namespace importkcd {

@@ -47,8 +47,6 @@ class LabelsView {
   virtual void select_first(LabelsList list) = 0;
   /// Sets the text of a list, whether an entry has it or not.
   virtual void set_list_text(LabelsList list, const std::string& text) = 0;
-  /// Enables or disables the labels and boxes of user name and password.
-  virtual void enable_sql_login(bool enabled) = 0;
 
   /// Shows a message box and waits for its answer.
   virtual void show_labels_message(const LabelsMessage& message) = 0;

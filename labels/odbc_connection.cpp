@@ -8,7 +8,7 @@
 
 #include "base/import_error.h"
 #include "base/name_folding.h"
-#include "base/utf16_text.h"
+#include "base/text_encoding.h"
 #include "labels/odbc_handle.h"
 #include "labels/odbc_library.h"
 

@@ -2,21 +2,10 @@
 
 #include <string>
 #include <string_view>
-#include <vector>
 
 #include "labels/labels_connection.h"
 
 namespace importkcd {
-
-/// One `KEY=VALUE` of an ODBC connection string; the value as it stands there, braces included.
-struct OdbcItem {
-  std::string key;
-  std::string value;
-};
-
-/// Takes an ODBC connection string apart. A value in braces, where closing braces are doubled, may
-/// hold semicolons. Empty items are left out.
-std::vector<OdbcItem> odbc_items(std::string_view connection_string);
 
 /// How a driver reads a value in braces.
 enum class OdbcQuoting {
@@ -36,5 +25,10 @@ std::string quoted_odbc_value(std::string_view value, OdbcQuoting quoting);
 /// knows them by attributes only.
 std::string completed_connection_string(std::string_view connection_string,
                                         const LabelsLogin& login);
+
+/// The connection string with which the FreeTDS driver reaches the login's SQL Server, at its
+/// default port if the login names neither a port nor an instance. Throws ImportError for a login
+/// that no server could accept.
+std::string sql_server_connection_string(const LabelsLogin& login);
 
 }  // namespace importkcd

@@ -4,7 +4,7 @@
 #include <array>
 
 #include "base/import_error.h"
-#include "base/utf16_text.h"
+#include "base/text_encoding.h"
 
 namespace importkcd {
 namespace {

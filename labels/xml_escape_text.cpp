@@ -3,6 +3,7 @@
 #include <cstddef>
 
 #include "base/import_error.h"
+#include "base/text.h"
 #include "labels/labels_connection.h"
 
 namespace importkcd {
@@ -25,10 +26,6 @@ constexpr std::string_view reference_for(char character) {
     default:
       return {};
   }
-}
-
-constexpr bool begins_character(char byte) {
-  return (static_cast<unsigned char>(byte) & 0xC0U) != 0x80U;
 }
 
 }  // namespace

@@ -8,6 +8,7 @@
 #include <unordered_map>
 
 #include "base/import_error.h"
+#include "base/quoting.h"
 #include "xmla/xmla_error.h"
 
 namespace importkcd {
@@ -43,11 +44,7 @@ std::string last_part(std::string_view name) {
   }
   const auto start = name.rfind(".[");
   const auto from = start == std::string_view::npos ? name.find('[') + 1 : start + 2;
-  std::string part(name.substr(from, name.size() - 1 - from));
-  for (auto at = part.find("]]"); at != std::string::npos; at = part.find("]]", at + 1)) {
-    part.erase(at, 1);
-  }
-  return part;
+  return undoubled(name.substr(from, name.size() - 1 - from), ']');
 }
 
 /// What the answer says beforehand about an axis.

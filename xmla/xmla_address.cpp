@@ -1,16 +1,12 @@
 #include "xmla/xmla_address.h"
 
-#include <algorithm>
+#include "base/name_folding.h"
 
 namespace importkcd {
 namespace {
 
-char lower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
-
-bool begins_with(std::string_view text, std::string_view lower_case_start) {
-  return text.size() >= lower_case_start.size() &&
-         std::equal(lower_case_start.begin(), lower_case_start.end(), text.begin(),
-                    [](char expected, char c) { return expected == lower(c); });
+bool begins_with(std::string_view text, std::string_view start) {
+  return same_name(text.substr(0, start.size()), start);
 }
 
 struct AddressParts {

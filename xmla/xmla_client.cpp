@@ -3,7 +3,7 @@
 #include <utility>
 
 #include "base/import_error.h"
-#include "base/percent_encoding.h"
+#include "base/text.h"
 #include "xmla/dataset_reader.h"
 #include "xmla/xmla_address.h"
 #include "xmla/xmla_error.h"

@@ -69,10 +69,7 @@ void switch_companions(const WindowControls& controls, ControlName check_box) {
 }
 
 void SetLoginMode(const WindowControls& controls, ControlName option_button) {
-  enable_sql_login(controls, option_button == optSQLLogin);
-}
-
-void enable_sql_login(const WindowControls& controls, bool enabled) {
+  const bool enabled = option_button == optSQLLogin;
   controls.widget(lblSQLUsername).setEnabled(enabled);
   controls.widget(lblSQLPassword).setEnabled(enabled);
   SetControlEnabled(controls.widget(txtSQLUsername), enabled);

@@ -37,9 +37,6 @@ void switch_companions(const WindowControls& controls, ControlName check_box);
 /// latter.
 void SetLoginMode(const WindowControls& controls, ControlName option_button);
 
-/// Makes user name and password of the labels database usable or not.
-void enable_sql_login(const WindowControls& controls, bool enabled);
-
 /// Switches all of the labels group off.
 void switch_labels_group_off(const WindowControls& controls);
 

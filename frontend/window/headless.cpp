@@ -4,7 +4,7 @@
 #include <iostream>
 #include <ostream>
 
-#include "base/printable_text.h"
+#include "base/text.h"
 
 namespace importkcd {
 namespace {

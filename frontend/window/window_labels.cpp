@@ -2,7 +2,6 @@
 
 #include <utility>
 
-#include "frontend/window/document_box.h"
 #include "frontend/window/drop_down_list.h"
 
 namespace importkcd {
@@ -52,10 +51,6 @@ void WindowLabels::select_first(LabelsList list) {
 
 void WindowLabels::set_list_text(LabelsList list, const std::string& text) {
   surroundings_.controls.set_text(control_of(list), text);
-}
-
-void WindowLabels::enable_sql_login(bool enabled) {
-  importkcd::enable_sql_login(surroundings_.controls, enabled);
 }
 
 void WindowLabels::show_labels_message(const LabelsMessage& message) {

@@ -43,7 +43,6 @@ class WindowLabels : public LabelsView, public KciConverter {
   void add_entry(LabelsList list, const std::string& text) override;
   void select_first(LabelsList list) override;
   void set_list_text(LabelsList list, const std::string& text) override;
-  void enable_sql_login(bool enabled) override;
   void show_labels_message(const LabelsMessage& message) override;
   bool ask_yes_no(const std::string& title, const std::string& question) override;
   void PutProgressMsg(const std::string& strMessage) override;

@@ -7,7 +7,7 @@
 
 #include "base/import_error.h"
 #include "base/name_folding.h"
-#include "base/trimmed.h"
+#include "base/text.h"
 #include "mondrian/mdx/mdx_check.h"
 #include "mondrian/mdx/mdx_names.h"
 #include "mondrian/not_expressible.h"

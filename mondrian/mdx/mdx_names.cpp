@@ -4,7 +4,7 @@
 #include <cstddef>
 
 #include "base/name_folding.h"
-#include "base/trimmed.h"
+#include "base/text.h"
 
 namespace importkcd {
 namespace {

@@ -7,6 +7,7 @@
 
 #include "base/import_error.h"
 #include "base/name_folding.h"
+#include "base/text.h"
 #include "mondrian/mapping/virtual_cube_mapping.h"
 #include "mondrian/publication/data_source_connections.h"
 
@@ -86,17 +87,11 @@ class Grouping {
   std::vector<std::string> virtual_cubes_;
 };
 
-bool is_plain(char c) {
-  return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '-' ||
-         c == '_';
-}
+bool is_plain(char c) { return is_ascii_letter(c) || is_ascii_digit(c) || c == '-' || c == '_'; }
 
-/// A fixed hash (FNV-1a): the same name has the same file in every version.
+/// The same name has the same file in every version.
 std::string hash_text(const std::string& name) {
-  std::uint64_t hash = 0xcbf29ce484222325;
-  for (const char c : name) {
-    hash = (hash ^ static_cast<unsigned char>(c)) * 0x100000001b3;
-  }
+  const auto hash = lasting_hash(name);
   constexpr std::string_view digits = "0123456789abcdef";
   std::string result;
   for (int shift = 60; shift >= 0; shift -= 4) {

@@ -5,10 +5,10 @@
 #include <initializer_list>
 #include <optional>
 
-#include "base/connection_items.h"
+#include "base/connection_text.h"
 #include "base/import_error.h"
 #include "base/name_folding.h"
-#include "base/percent_encoding.h"
+#include "base/text.h"
 #include "mondrian/not_expressible.h"
 
 namespace importkcd {
@@ -68,37 +68,16 @@ void check_part(std::string_view part, const char* what, std::string_view forbid
   }
 }
 
-struct Address {
-  std::string host;
-  std::string instance;
-  std::string port;
-};
-
-/// HOST, HOST\INSTANCE or HOST,PORT, with "(local)" and "." for this computer and an optional
-/// "tcp:" in front.
-Address address_of(std::string server) {
-  Address address;
-  if (lower_cased(server).starts_with("tcp:")) {
-    server.erase(0, 4);
-  }
-  if (const auto comma = server.find(','); comma != std::string::npos) {
-    address.port = server.substr(comma + 1);
-    address.port.erase(0, address.port.find_first_not_of(' '));
-    server.resize(comma);
-  }
-  if (const auto backslash = server.find('\\'); backslash != std::string::npos) {
-    address.instance = server.substr(backslash + 1);
-    server.resize(backslash);
-  }
-  const bool is_local = server.empty() || server == "." || same_name(server, "(local)");
-  address.host = is_local ? "localhost" : server;
+/// The address of a server, each part fit to stand in a JDBC address.
+ServerAddress checked_address(std::string_view server) {
+  auto address = server_address(server);
   check_part(address.host, "server", "/;?# ");
   check_part(address.port, "port", "/;?# ");
   check_part(address.instance, "instance", "/;?# ");
   return address;
 }
 
-std::string with_port(const Address& address) {
+std::string with_port(const ServerAddress& address) {
   return address.host + (address.port.empty() ? "" : ":" + address.port);
 }
 
@@ -108,15 +87,15 @@ bool is_yes(const std::string& value) {
          folded == "mandatory" || folded == "strict";
 }
 
-void take_login(const ConnectionItems& items, JdbcConnection& connection) {
+void take_login(const ConnectionValues& items, JdbcConnection& connection) {
   connection.user = items.value({"User ID", "UID", "User", "Username", "User Name"});
   connection.password = items.value({"Password", "PWD"});
 }
 
-JdbcConnection sql_server(const ConnectionItems& items) {
+JdbcConnection sql_server(const ConnectionValues& items) {
   JdbcConnection connection{DatabaseKind::sql_server, {}, std::string(sql_server_driver), {}, {}};
   auto address =
-      address_of(items.value({"Data Source", "Server", "Address", "Addr", "Network Address"}));
+      checked_address(items.value({"Data Source", "Server", "Address", "Addr", "Network Address"}));
   if (address.port.empty()) {
     address.port = items.value({"Port"});
   }
@@ -140,9 +119,9 @@ JdbcConnection sql_server(const ConnectionItems& items) {
   return connection;
 }
 
-JdbcConnection postgresql(const ConnectionItems& items) {
+JdbcConnection postgresql(const ConnectionValues& items) {
   JdbcConnection connection{DatabaseKind::postgresql, {}, std::string(postgresql_driver), {}, {}};
-  auto address = address_of(items.value({"Server", "Servername", "Data Source", "Host"}));
+  auto address = checked_address(items.value({"Server", "Servername", "Data Source", "Host"}));
   if (address.port.empty()) {
     address.port = items.value({"Port"});
   }
@@ -156,9 +135,10 @@ JdbcConnection postgresql(const ConnectionItems& items) {
   return connection;
 }
 
-JdbcConnection mariadb(const ConnectionItems& items) {
+JdbcConnection mariadb(const ConnectionValues& items) {
   JdbcConnection connection{DatabaseKind::mariadb, {}, std::string(mariadb_driver), {}, {}};
-  auto address = address_of(items.value({"Server", "Servername", "TCPIP", "Data Source", "Host"}));
+  auto address =
+      checked_address(items.value({"Server", "Servername", "TCPIP", "Data Source", "Host"}));
   if (address.port.empty()) {
     address.port = items.value({"Port"});
   }
@@ -169,18 +149,16 @@ JdbcConnection mariadb(const ConnectionItems& items) {
   return connection;
 }
 
-std::string in_apostrophes(std::string_view value) { return sql_string(value); }
-
 }  // namespace
 
 JdbcConnection jdbc_connection(std::string_view connection_string) {
   if (lower_cased(connection_string.substr(0, jdbc_prefix.size())) == jdbc_prefix) {
     return connection_of_address(connection_string);
   }
-  ConnectionItems items(connection_string);
+  ConnectionValues items(connection_string);
   if (const auto inner = items.value({"Extended Properties"}); !inner.empty()) {
     // The bridge from OLE DB to ODBC carries the driver's own text inside.
-    items = ConnectionItems(std::string(connection_string) + ";" + inner);
+    items = ConnectionValues(std::string(connection_string) + ";" + inner);
   }
   const auto driver = lower_cased(items.value({"Driver"}));
   const auto reached_by = driver.empty() ? lower_cased(items.value({"Provider"})) : driver;
@@ -205,15 +183,15 @@ JdbcConnection jdbc_connection(std::string_view connection_string) {
 }
 
 std::string engine_connect_string(const JdbcConnection& connection) {
-  std::string result = "Provider=mondrian;Jdbc=" + in_apostrophes(connection.url);
+  std::string result = "Provider=mondrian;Jdbc=" + sql_string(connection.url);
   if (!connection.driver.empty()) {
     result += ";JdbcDrivers=" + connection.driver;
   }
   if (!connection.user.empty()) {
-    result += ";JdbcUser=" + in_apostrophes(connection.user);
+    result += ";JdbcUser=" + sql_string(connection.user);
   }
   if (!connection.password.empty()) {
-    result += ";JdbcPassword=" + in_apostrophes(connection.password);
+    result += ";JdbcPassword=" + sql_string(connection.password);
   }
   return result + ";UseContentChecksum=true";
 }

@@ -8,7 +8,7 @@
 
 #include "base/import_error.h"
 #include "base/name_folding.h"
-#include "base/percent_encoding.h"
+#include "base/text.h"
 #include "base/xml_element.h"
 #include "mondrian/mapping/schema_mapping.h"
 

@@ -3,35 +3,9 @@
 #include <algorithm>
 
 #include "base/name_folding.h"
+#include "base/quoting.h"
 
 namespace importkcd {
-namespace {
-
-std::string in_quotes(std::string_view text, char quote) {
-  std::string result(1, quote);
-  for (const char character : text) {
-    result.append(character == quote ? 2 : 1, character);
-  }
-  return result + quote;
-}
-
-/// Databases fold bare names by ASCII letters only.
-std::string ascii_upper_cased(std::string text) {
-  std::transform(text.begin(), text.end(), text.begin(), [](char c) {
-    return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c;
-  });
-  return text;
-}
-
-std::string ascii_lower_cased(std::string text) {
-  std::transform(text.begin(), text.end(), text.begin(), [](char c) {
-    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-  });
-  return text;
-}
-
-}  // namespace
-
 std::string known_name(DatabaseKind kind, const SqlName& name) {
   if (name.is_quoted) {
     return name.text;

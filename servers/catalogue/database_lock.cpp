@@ -9,18 +9,15 @@
 
 #include "base/import_error.h"
 #include "base/name_folding.h"
+#include "base/text.h"
 
 namespace importkcd {
 namespace {
 
 /// The byte of the lock file that stands for a name. The file needs no bytes for it. All versions
-/// of this program must agree on it, hence a fixed hash (FNV-1a).
+/// of this program must agree on it.
 off_t place_of(std::string_view database) {
-  std::uint64_t hash = 0xcbf29ce484222325;
-  for (const char c : lower_cased(database)) {
-    hash = (hash ^ static_cast<unsigned char>(c)) * 0x100000001b3;
-  }
-  return static_cast<off_t>(hash >> 1U);
+  return static_cast<off_t>(lasting_hash(lower_cased(database)) >> 1U);
 }
 
 }  // namespace

@@ -78,5 +78,10 @@ TEST(SameName, AgreesWithLowerCasing) {
   }
 }
 
+TEST(AsciiCase, OtherLettersAreKept) {
+  EXPECT_EQ(ascii_lower_cased("AZ[@äÄ"), "az[@äÄ");
+  EXPECT_EQ(ascii_upper_cased("az{`äÄ"), "AZ{`äÄ");
+}
+
 }  // namespace
 }  // namespace importkcd

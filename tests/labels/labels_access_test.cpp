@@ -282,13 +282,6 @@ TEST_F(LabelsAccessTest, AllIdsOf16BitsCanBeLoaded) {
   EXPECT_EQ(loaded.LabelTable.at(loaded.index_of(32767)), "L32767");
 }
 
-TEST_F(LabelsAccessTest, TheLoginModeEnablesTheUsersFields) {
-  access.SetLoginMode(true);
-  EXPECT_FALSE(view.sql_login_enabled);
-  access.SetLoginMode(false);
-  EXPECT_TRUE(view.sql_login_enabled);
-}
-
 TEST_F(LabelsAccessTest, ConnectingWithTheFieldsKeepsDatabaseAndLanguage) {
   view.fields.database = "Stock";
   view.fields.language = "English";

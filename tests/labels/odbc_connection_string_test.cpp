@@ -16,12 +16,10 @@ LabelsLogin sql_login(const std::string& user, const std::string& password) {
   return login;
 }
 
-TEST(OdbcConnectionString, IsTakenApartAtSemicolonsOutsideOfBraces) {
-  std::string shown;
-  for (const auto& [key, value] : odbc_items(" DSN = a b ;;PWD={x;}}=};flag;E=;Last={open")) {
-    shown.append("[").append(key).append("|").append(value).append("]");
-  }
-  EXPECT_EQ(shown, "[DSN|a b][PWD|{x;}}=}][flag|][E|][Last|{open]");
+TEST(OdbcConnectionString, IsPutTogetherFromItsItems) {
+  EXPECT_EQ(
+      completed_connection_string(" DSN = a b ;;PWD={x;}}=};flag;E=;Last={open", sql_login("", "")),
+      "DSN=a b;PWD={x;}}=};flag=;E=;Last={open");
 }
 
 TEST(OdbcConnectionString, NoValueCanAddAnAttribute) {
@@ -54,6 +52,42 @@ TEST(OdbcConnectionString, MariaDbLearnsTheTimeOutsByAttributes) {
 TEST(OdbcConnectionString, FreeTdsGetsItsFinalSemicolon) {
   EXPECT_EQ(completed_connection_string("DRIVER=FreeTDS;SERVER=s", sql_login("u", "p}")),
             "DRIVER=FreeTDS;SERVER=s;UID={u};PWD={p}};");
+}
+
+std::string server_part(const std::string& server) {
+  LabelsLogin login;
+  login.server = server;
+  login.secure_login = true;
+  const auto text = sql_server_connection_string(login);
+  return text.substr(0, text.find(";TDS_Version"));
+}
+
+TEST(SqlServerConnectionString, NamesThePortOrTheInstance) {
+  EXPECT_EQ(server_part("DB1"), "DRIVER={FreeTDS};SERVER={DB1};PORT={1433}");
+  EXPECT_EQ(server_part("DB1,2433"), "DRIVER={FreeTDS};SERVER={DB1};PORT={2433}");
+  EXPECT_EQ(server_part("DB1\\SALES"), "DRIVER={FreeTDS};SERVER={DB1\\SALES}");
+  EXPECT_EQ(server_part("DB1\\SALES,2433"), "DRIVER={FreeTDS};SERVER={DB1};PORT={2433}");
+}
+
+TEST(SqlServerConnectionString, QuotesEveryText) {
+  LabelsLogin login;
+  login.server = "DB1;UID=x,1";
+  login.user = "a b;c";
+  login.password = "{p}";
+  EXPECT_EQ(sql_server_connection_string(login),
+            "DRIVER={FreeTDS};SERVER={DB1;UID=x};PORT={1};TDS_Version=7.4;ClientCharset=UTF-8;"
+            "UID={a b;c};PWD={{p}};");
+  login.server = "DB1\\SALES";
+  login.secure_login = true;
+  EXPECT_EQ(sql_server_connection_string(login),
+            "DRIVER={FreeTDS};SERVER={DB1\\SALES};TDS_Version=7.4;ClientCharset=UTF-8;"
+            "Trusted_Connection=Yes;");
+}
+
+TEST(SqlServerConnectionString, ALoginWithoutAUserDoesNotBecomeIntegratedSecurity) {
+  LabelsLogin login;
+  login.server = "DB1";
+  EXPECT_THROW(sql_server_connection_string(login), ImportError);
 }
 
 TEST(LabelsServer, IsShownWithoutPasswords) {

@@ -21,7 +21,6 @@ class RecordingLabelsView : public LabelsView {
   }
   void select_first(LabelsList list) override { text_of(list) = entries.at(list).at(0); }
   void set_list_text(LabelsList list, const std::string& text) override { text_of(list) = text; }
-  void enable_sql_login(bool enabled) override { sql_login_enabled = enabled; }
   void show_labels_message(const LabelsMessage& message) override { boxes.push_back(message); }
   bool ask_yes_no(const std::string& title, const std::string& question) override {
     questions.push_back(title + ": " + question);
@@ -36,7 +35,6 @@ class RecordingLabelsView : public LabelsView {
   std::vector<std::string> questions;
   std::vector<std::string> messages;
   bool answer = true;
-  bool sql_login_enabled = true;
   int pointer_resets = 0;
 
  private:

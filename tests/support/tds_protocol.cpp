@@ -4,7 +4,7 @@
 
 #include <stdexcept>
 
-#include "base/utf16_text.h"
+#include "base/text_encoding.h"
 
 namespace importkcd::testing {
 namespace {

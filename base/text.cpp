@@ -1,7 +1,6 @@
-#include "base/printable_text.h"
+#include "base/text.h"
 
-#include <algorithm>
-#include <cstddef>
+#include <utf8proc.h>
 
 namespace importkcd {
 namespace {
@@ -34,6 +33,15 @@ constexpr bool may_be_blanked(char c) {
 
 }  // namespace
 
+Character take_character(std::string_view& text) {
+  Character character;
+  const auto length = utf8proc_iterate(reinterpret_cast<const utf8proc_uint8_t*>(text.data()),
+                                       static_cast<utf8proc_ssize_t>(text.size()), &character.code);
+  character.bytes = text.substr(0, length > 0 ? static_cast<std::size_t>(length) : 1);
+  text.remove_prefix(character.bytes.size());
+  return character;
+}
+
 std::string printable(std::string_view text) {
   const auto plain = static_cast<std::size_t>(
       std::find_if(text.begin(), text.end(), may_be_blanked) - text.begin());
@@ -47,6 +55,28 @@ std::string printable(std::string_view text) {
     text.remove_prefix(std::max<std::size_t>(blanked, 1));
   }
   return result;
+}
+
+std::string percent_encoded(std::string_view text, std::string_view marks) {
+  constexpr std::string_view digits = "0123456789ABCDEF";
+  std::string result;
+  for (const char c : text) {
+    if (is_ascii_letter(c) || is_ascii_digit(c) || marks.find(c) != std::string_view::npos) {
+      result += c;
+    } else {
+      const auto byte = static_cast<unsigned char>(c);
+      result.append({'%', digits[byte >> 4U], digits[byte & 15U]});
+    }
+  }
+  return result;
+}
+
+std::uint64_t lasting_hash(std::string_view text) {
+  std::uint64_t hash = 0xcbf29ce484222325;
+  for (const char c : text) {
+    hash = (hash ^ static_cast<unsigned char>(c)) * 0x100000001b3;
+  }
+  return hash;
 }
 
 }  // namespace importkcd

@@ -5,9 +5,9 @@
 #include <limits>
 #include <system_error>
 
+#include "base/apostrophes.h"
 #include "base/import_error.h"
 #include "base/trimmed.h"
-#include "document/apostrophes.h"
 
 namespace importkcd {
 namespace {

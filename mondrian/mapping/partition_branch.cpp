@@ -3,23 +3,13 @@
 #include <algorithm>
 #include <set>
 
+#include "base/apostrophes.h"
 #include "base/import_error.h"
 #include "mondrian/mapping/level_mapping.h"
 #include "mondrian/not_expressible.h"
 
 namespace importkcd {
 namespace {
-
-constexpr std::string_view apostrophe_placeholder = "@#$%";
-
-/// Slices are kept as the document writes them.
-std::string with_apostrophes(std::string text) {
-  for (auto at = text.find(apostrophe_placeholder); at != std::string::npos;
-       at = text.find(apostrophe_placeholder, at)) {
-    text.replace(at, apostrophe_placeholder.size(), "'");
-  }
-  return text;
-}
 
 bool is_decimal(const std::string& text) {
   const auto start = text.starts_with('-') ? 1U : 0U;
@@ -148,7 +138,8 @@ class Branch {
   /// A slice names a member: by its key when that is a number, or the only name it has.
   std::string slice(const LevelName& name, const PartitionLevelView& view) {
     const auto& level = cube_level(name);
-    const auto value = with_apostrophes(view.slice_value);
+    // Slices are kept as the document writes them.
+    const auto value = DecodeApostrophes(view.slice_value);
     const bool by_number = is_number_type(level) && is_decimal(value);
     const auto& key =
         view.member_key_column.empty() ? level.member_key_column : view.member_key_column;

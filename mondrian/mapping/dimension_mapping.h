@@ -24,7 +24,7 @@ struct MappedDimension {
 bool needs_fact_view(const DimensionPlan& plan, const CubeSource& source);
 
 /// `aliases` are those of the schema. `number` counts the cube's dimensions, from 1. Throws
-/// ImportError when the dimension's clause cannot be expressed.
+/// NotExpressible when the dimension's clause cannot be expressed.
 MappedDimension map_dimension(const DimensionPlan& plan, std::size_t number,
                               const CubeSource& source, FactSource& facts,
                               RelationAliases& aliases);

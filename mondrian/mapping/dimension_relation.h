@@ -24,7 +24,7 @@ struct DimensionRelation {
 
 /// A view is taken when a value is more than a column, when a level's values come from several
 /// tables, when the tables are no chain of single equalities, and when the clauses are no graph.
-/// Throws ImportError for a clause that no view could hold.
+/// Throws NotExpressible for a clause that no view could hold.
 DimensionRelation dimension_relation(const DimensionPlan& plan, DatabaseKind kind,
                                      RelationAliases& aliases);
 

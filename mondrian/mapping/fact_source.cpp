@@ -3,8 +3,9 @@
 #include <algorithm>
 #include <utility>
 
-#include "base/import_error.h"
+#include "base/name_folding.h"
 #include "mondrian/mapping/partition_branch.h"
+#include "mondrian/not_expressible.h"
 #include "mondrian/sql/sql_view.h"
 
 namespace importkcd {
@@ -102,7 +103,7 @@ XmlElement FactSource::relation() const {
     return table_element(source_.fact, alias_);
   }
   if (cube_.partitions.empty()) {
-    throw ImportError("it has no partition", error_source::olap_server);
+    throw NotExpressible("it has no partition");
   }
   std::string branches;
   for (const auto& partition : cube_.partitions) {

@@ -9,8 +9,9 @@
 
 namespace importkcd {
 
-/// What a measure aggregates. A count without a column, or of "*", counts rows. Throws ImportError
-/// when there is nothing to aggregate or the column's table is not in the cube's clauses.
+/// What a measure aggregates. A count without a column, or of "*", counts rows. Throws
+/// NotExpressible when there is nothing to aggregate or the column's table is not in the cube's
+/// clauses.
 SqlText measure_expression(const OlapMeasure& measure, const CubeSource& source);
 
 /// Whether the expression makes a view out of the fact table: it names other tables, or columns

@@ -32,7 +32,7 @@ struct FactColumn {
 JoinGraph names_of(const CubeSource& source);
 
 /// The rows of one partition as an SQL query: the columns, taken from the partition's own tables,
-/// under its slices. Throws ImportError, with the partition named, when it cannot be expressed.
+/// under its slices. Throws NotExpressible, with the partition named, when it cannot be expressed.
 std::string partition_branch(const CubeSource& cube_source, const OlapCube& cube,
                              const OlapPartition& partition,
                              const std::vector<FactColumn>& columns);

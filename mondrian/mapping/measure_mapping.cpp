@@ -1,23 +1,17 @@
 #include "mondrian/mapping/measure_mapping.h"
 
-#include <algorithm>
+#include <cstdint>
 
-#include "base/import_error.h"
+#include "model/vocabularies.h"
 #include "mondrian/not_expressible.h"
 
 namespace importkcd {
 namespace {
 
 std::string aggregator(OlapAggregateFunction function) {
-  switch (function) {
-    case OlapAggregateFunction::sum:
-      return "sum";
-    case OlapAggregateFunction::count:
-      return "count";
-    case OlapAggregateFunction::min:
-      return "min";
-    case OlapAggregateFunction::max:
-      return "max";
+  // The engine's words are those of the documents.
+  if (const auto word = aggregate_function_word(function)) {
+    return std::string(*word);
   }
   throw NotExpressible("the aggregate function of code " +
                        std::to_string(static_cast<std::int32_t>(function)) + " is not known");

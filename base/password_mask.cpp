@@ -15,7 +15,7 @@ bool names_a_password(std::string_view key) {
 }
 
 /// The character that closes a value beginning with `open`; 0 for a value without quotes.
-constexpr char closing_quote(char open) {
+constexpr char quote_that_closes(char open) {
   switch (open) {
     case '"':
     case '\'':
@@ -71,7 +71,7 @@ bool is_blank(std::string_view text) {
 /// Takes the value of an item, up to the next semicolon outside of quotes, off the front of `text`.
 std::string take_value(std::string_view& text, bool secret) {
   const auto start = std::min(text.find_first_not_of(blanks), text.size());
-  const char close = start < text.size() ? closing_quote(text[start]) : '\0';
+  const char close = start < text.size() ? quote_that_closes(text[start]) : '\0';
   std::size_t end = start;
   std::string shown(text.substr(0, start));
   if (close != 0) {

@@ -3,17 +3,10 @@
 #include <algorithm>
 
 #include "base/name_folding.h"
+#include "base/quoting.h"
 
 namespace importkcd {
 namespace {
-
-std::string in_quotes(std::string_view text, char quote) {
-  std::string result(1, quote);
-  for (const char character : text) {
-    result.append(character == quote ? 2 : 1, character);
-  }
-  return result + quote;
-}
 
 /// Databases fold bare names by ASCII letters only.
 std::string ascii_upper_cased(std::string text) {

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "base/name_folding.h"
+#include "base/quoting.h"
 
 namespace importkcd {
 namespace {
@@ -21,18 +22,7 @@ bool continues_bare_name(char c) {
   return begins_bare_name(c) || (c >= '0' && c <= '9') || c == '$';
 }
 
-/// The quote that closes a name that begins with `opening`; 0 when none does.
-char closing_quote(char opening) {
-  switch (opening) {
-    case '"':
-    case '`':
-      return opening;
-    case '[':
-      return ']';
-    default:
-      return '\0';
-  }
-}
+bool begins_quoted_name(char c) { return c == '"' || c == '`' || c == '['; }
 
 /// Walks over an SQL text.
 class SqlScanner {
@@ -73,9 +63,9 @@ class SqlScanner {
   SqlToken next() {
     const char c = rest_.front();
     if (c == '\'') {
-      return SqlToken{SqlToken::Kind::string, {}, "'" + quoted('\'') + "'"};
+      return SqlToken{SqlToken::Kind::string, {}, in_quotes(quoted(), '\'')};
     }
-    if (closing_quote(c) != '\0' || begins_bare_name(c)) {
+    if (begins_quoted_name(c) || begins_bare_name(c)) {
       return path();
     }
     if (digits.find(c) != std::string_view::npos) {
@@ -103,42 +93,22 @@ class SqlScanner {
     }
     const auto after = rest_.find_first_not_of(sql_blanks, at + 1);
     return after != std::string_view::npos &&
-           (begins_bare_name(rest_[after]) || closing_quote(rest_[after]) != '\0');
+           (begins_bare_name(rest_[after]) || begins_quoted_name(rest_[after]));
   }
 
   SqlName name() {
-    if (const char closing = closing_quote(rest_.front()); closing != '\0') {
-      const auto doubled = quoted(closing);
-      return {undoubled(doubled, closing), true};
+    if (begins_quoted_name(rest_.front())) {
+      return {quoted(), true};
     }
     const auto end = std::find_if_not(rest_.begin(), rest_.end(), continues_bare_name);
     const auto length = static_cast<std::size_t>(end - rest_.begin());
     return {take(length), false};
   }
 
-  /// What stands between the first character and the closing quote; a doubled one does not close.
-  std::string quoted(char closing) {
-    std::size_t end = 1;
-    while ((end = rest_.find(closing, end)) != std::string_view::npos &&
-           rest_.substr(end + 1, 1) == std::string_view(&closing, 1)) {
-      end += 2;
-    }
-    if (end == std::string_view::npos) {
-      failed_ = true;
-      return {};
-    }
-    std::string inner(rest_.substr(1, end - 1));
-    rest_.remove_prefix(end + 1);
-    return inner;
-  }
-
-  static std::string undoubled(const std::string& text, char quote) {
-    std::string result;
-    for (std::size_t i = 0; i < text.size(); ++i) {
-      result += text[i];
-      i += text[i] == quote ? 1 : 0;
-    }
-    return result;
+  std::string quoted() {
+    auto text = take_quoted_text(rest_);
+    failed_ = failed_ || !text;
+    return std::move(text).value_or("");
   }
 
   std::string number() {

@@ -7,7 +7,7 @@
 
 #include "base/import_error.h"
 #include "base/name_folding.h"
-#include "mondrian/mdx/mdx_names.h"
+#include "mondrian/mdx/mdx_scanner.h"
 #include "mondrian/not_expressible.h"
 
 namespace importkcd {

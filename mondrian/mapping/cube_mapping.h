@@ -6,7 +6,7 @@
 #include "base/xml_element.h"
 #include "model/olap_database.h"
 #include "mondrian/mapping/dimension_mapping.h"
-#include "mondrian/mapping/relation_aliases.h"
+#include "mondrian/mapping/schema_relations.h"
 #include "mondrian/publication/data_source_connections.h"
 
 namespace importkcd {

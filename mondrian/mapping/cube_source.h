@@ -23,6 +23,10 @@ struct CubeSource {
 CubeSource cube_source(DatabaseKind kind, const std::string& fact_table,
                        const std::string& from_clause, const std::string& join_clause);
 
+/// The tables that the expressions of a cube may name; of clauses that are taken as they stand,
+/// only the fact table is known.
+JoinGraph names_of(const CubeSource& source);
+
 /// A clause as SQL of the database, for a view that takes it as it stands. Throws NotExpressible
 /// for a quote that is not closed and for the outer joins "*=" and "=*", which no database has any
 /// more.

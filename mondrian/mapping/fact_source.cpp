@@ -5,8 +5,8 @@
 
 #include "base/name_folding.h"
 #include "mondrian/mapping/partition_branch.h"
+#include "mondrian/mapping/schema_relations.h"
 #include "mondrian/not_expressible.h"
-#include "mondrian/sql/sql_view.h"
 
 namespace importkcd {
 namespace {
@@ -113,7 +113,7 @@ XmlElement FactSource::relation() const {
   return view_element(alias_, branches);
 }
 
-bool needs_fact_view(const CubeSource& source, const OlapCube& cube) {
+bool cube_needs_fact_view(const CubeSource& source, const OlapCube& cube) {
   return !source.graph || source.fact.qualifiers.size() > 1 || cube.partitions.size() != 1 ||
          has_slice(cube, cube.partitions[0]) ||
          has_sources_of_its_own(source, cube, cube.partitions[0]);

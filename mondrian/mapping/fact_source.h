@@ -55,6 +55,6 @@ class FactSource {
 
 /// Whether a cube's clauses and partitions need more than its fact table. Throws NotExpressible
 /// when the clauses of a partition cannot be expressed.
-bool needs_fact_view(const CubeSource& source, const OlapCube& cube);
+bool cube_needs_fact_view(const CubeSource& source, const OlapCube& cube);
 
 }  // namespace importkcd

@@ -25,9 +25,10 @@ bool is_number_type(const OlapLevel& level) {
   return name == "Integer" || name == "Numeric";
 }
 
-class Branch {
+/// Writes the query of one partition, and notes on the way which of its tables are needed.
+class PartitionQuery {
  public:
-  Branch(const CubeSource& of_cube, const OlapCube& cube, const OlapPartition& partition)
+  PartitionQuery(const CubeSource& of_cube, const OlapCube& cube, const OlapPartition& partition)
       : cube_names_(names_of(of_cube)),
         cube_fact_(of_cube.fact.alias),
         cube_(cube),
@@ -37,7 +38,7 @@ class Branch {
                                                      partition.from_clause, partition.join_clause)),
         tables_{source_.fact.alias} {}
 
-  std::string query(const std::vector<FactColumn>& columns) {
+  std::string text_of(const std::vector<FactColumn>& columns) {
     std::string list;
     for (const auto& column : columns) {
       list.append(list.empty() ? "" : ", ").append(value(column)).append(" as ");
@@ -187,15 +188,11 @@ class Branch {
 
 }  // namespace
 
-JoinGraph names_of(const CubeSource& source) {
-  return source.graph ? *source.graph : JoinGraph{source.kind, {source.fact}, {}};
-}
-
-std::string partition_branch(const CubeSource& cube_source, const OlapCube& cube,
+std::string partition_branch(const CubeSource& of_cube, const OlapCube& cube,
                              const OlapPartition& partition,
                              const std::vector<FactColumn>& columns) {
   try {
-    return Branch(cube_source, cube, partition).query(columns);
+    return PartitionQuery(of_cube, cube, partition).text_of(columns);
   } catch (const ImportError& error) {
     throw NotExpressible("partition '" + partition.name + "': " + error.description());
   }

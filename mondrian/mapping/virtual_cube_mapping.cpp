@@ -37,6 +37,7 @@ const XmlElement* find_measure(const MappedCube& cube, const std::string& name) 
   return nullptr;
 }
 
+/// Collects the elements of a virtual cube, and the cubes that its measures come from.
 class VirtualCubeMapper {
  public:
   VirtualCubeMapper(const OlapCube& cube, const FindMappedCube& find_cube,

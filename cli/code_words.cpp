@@ -2,6 +2,8 @@
 
 #include <cstdint>
 
+#include "model/vocabularies.h"
+
 namespace importkcd {
 namespace {
 
@@ -40,17 +42,8 @@ std::string word_for(OlapMode mode) {
 }
 
 std::string word_for(OlapAggregateFunction function) {
-  switch (function) {
-    case OlapAggregateFunction::sum:
-      return "sum";
-    case OlapAggregateFunction::count:
-      return "count";
-    case OlapAggregateFunction::min:
-      return "min";
-    case OlapAggregateFunction::max:
-      return "max";
-  }
-  return number_of(function);
+  const auto word = aggregate_function_word(function);
+  return word ? std::string(*word) : number_of(function);
 }
 
 std::string word_for(OlapDimensionKind kind) {

@@ -4,10 +4,10 @@
 #include <limits>
 #include <system_error>
 
+#include "base/apostrophes.h"
 #include "base/import_error.h"
 #include "base/numbers.h"
 #include "base/text.h"
-#include "document/apostrophes.h"
 
 namespace importkcd {
 namespace {

@@ -5,8 +5,8 @@
 #include <string_view>
 #include <utility>
 
+#include "base/apostrophes.h"
 #include "base/import_error.h"
-#include "document/apostrophes.h"
 #include "document/attributes.h"
 
 namespace importkcd {

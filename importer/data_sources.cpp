@@ -3,7 +3,7 @@
 #include <string>
 #include <utility>
 
-#include "document/apostrophes.h"
+#include "base/apostrophes.h"
 #include "document/attributes.h"
 #include "importer/connection_string.h"
 #include "importer/create_update_skip.h"

@@ -4,9 +4,9 @@
 #include <utility>
 #include <vector>
 
+#include "base/apostrophes.h"
 #include "base/connection_text.h"
 #include "base/import_error.h"
-#include "document/apostrophes.h"
 #include "labels/label_id.h"
 #include "labels/xml_escape_text.h"
 

@@ -1,5 +1,6 @@
 #include "model/vocabularies.h"
 
+#include <algorithm>
 #include <array>
 #include <string>
 
@@ -80,6 +81,13 @@ OlapLevelType level_type(Word word) { return code(level_types, word); }
 OlapOrdering level_ordering(Word word) { return code(orderings, word); }
 
 OlapAggregateFunction aggregate_function(Word word) { return code(aggregate_functions, word); }
+
+Word aggregate_function_word(OlapAggregateFunction function) {
+  const auto* const found =
+      std::find_if(aggregate_functions.begin(), aggregate_functions.end(),
+                   [function](const auto& entry) { return entry.code == function; });
+  return found == aggregate_functions.end() ? std::nullopt : Word(found->word);
+}
 
 OlapMode olap_mode(Word word) { return exact_code(olap_modes, word.value_or("")); }
 

@@ -17,6 +17,9 @@ OlapLevelType level_type(Word word);
 OlapOrdering level_ordering(Word word);
 OlapAggregateFunction aggregate_function(Word word);
 
+/// The word of a code; nothing for a code that the vocabulary does not have.
+Word aggregate_function_word(OlapAggregateFunction function);
+
 /// Compared exactly, letter case and all.
 OlapMode olap_mode(Word word);
 

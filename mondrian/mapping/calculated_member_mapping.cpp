@@ -1,15 +1,19 @@
 #include "mondrian/mapping/calculated_member_mapping.h"
 
 #include <algorithm>
-#include <array>
 #include <cctype>
+#include <cstddef>
+#include <set>
 #include <string_view>
+#include <unordered_map>
+#include <unordered_set>
 
 #include "base/import_error.h"
 #include "base/name_folding.h"
+#include "base/quoting.h"
 #include "base/text.h"
 #include "mondrian/mdx/mdx_check.h"
-#include "mondrian/mdx/mdx_names.h"
+#include "mondrian/mdx/mdx_scanner.h"
 #include "mondrian/not_expressible.h"
 
 namespace importkcd {
@@ -26,40 +30,25 @@ void drop_word(std::string_view& text, std::string_view word) {
   }
 }
 
-/// Takes a text in quotes off the front of `rest`, undoubled.
 std::string take_quoted(std::string_view& rest) {
-  const char quote = rest.front();
-  std::string value;
-  for (std::size_t i = 1; i < rest.size(); ++i) {
-    if (rest[i] == quote) {
-      if (rest.substr(i + 1, 1) != std::string_view(&quote, 1)) {
-        rest.remove_prefix(i + 1);
-        return value;
-      }
-      ++i;
-    }
-    value += rest[i];
+  auto text = take_quoted_text(rest);
+  if (!text) {
+    throw NotExpressible("a quote is not closed");
   }
-  throw NotExpressible("a quote is not closed");
+  return std::move(*text);
 }
 
-/// Takes what stands before the next comma outside of brackets and quotes.
-std::string take_up_to_comma(std::string_view& rest) {
-  std::size_t end = 0;
-  do {
-    end = std::min(rest.find(',', end + (end == 0 ? 0 : 1)), rest.size());
-  } while (end < rest.size() && !is_balanced_mdx(rest.substr(0, end)));
+std::string take_unquoted(std::string_view& rest) {
+  const auto end = end_of_mdx_item(rest);
   std::string value(trimmed(rest.substr(0, end), blanks));
   rest.remove_prefix(end);
   return value;
 }
 
-bool is_quote(char c) { return c == '\'' || c == '"'; }
-
-std::string take_value(std::string_view& rest) {
+std::string take_property_value(std::string_view& rest) {
   rest = trimmed(rest, blanks);
-  if (rest.empty() || !is_quote(rest.front())) {
-    return take_up_to_comma(rest);
+  if (!rest.starts_with('\'') && !rest.starts_with('"')) {
+    return take_unquoted(rest);
   }
   auto value = take_quoted(rest);
   rest = trimmed(rest, blanks);
@@ -105,7 +94,7 @@ void read_properties(std::string_view rest, MemberDefinition& member) {
     }
     auto name = upper_cased(std::string(trimmed(rest.substr(0, equals), blanks)));
     rest.remove_prefix(equals + 1);
-    member.properties.emplace_back(std::move(name), take_value(rest));
+    member.properties.emplace_back(std::move(name), take_property_value(rest));
   }
 }
 
@@ -122,8 +111,8 @@ std::string without_double_quotes(const std::string& format) {
              : format;
 }
 
-XmlElement property_element(const std::string& name, const std::string& attribute,
-                            const std::string& value) {
+XmlElement member_attribute_element(const std::string& name, const std::string& attribute,
+                                    const std::string& value) {
   auto element = text_element("CalculatedMemberProperty", {});
   element.set("name", name).set(attribute, value);
   return element;
@@ -134,38 +123,136 @@ bool is_no(const std::string& value) {
   return folded == "0" || folded == "false" || folded == "no";
 }
 
-bool contains(const std::vector<std::string>& names, const std::string& name) {
-  return std::any_of(names.begin(), names.end(),
-                     [&](const std::string& known) { return same_name(known, name); });
+bool is_of_measures(const MemberDefinition& member) {
+  return same_name(member.dimension, measures_dimension);
 }
 
-struct ReadMember {
-  std::string name;
-  MemberDefinition definition;
-};
-
-/// What is wrong with a member among the cube's measures; empty when nothing is.
-std::string fault_of(const MemberDefinition& member, const OlapCube& cube,
-                     const std::vector<std::string>& measures) {
+/// What is wrong with a member, whatever other members there are; empty when nothing is.
+std::string own_fault(const MemberDefinition& member, const OlapCube& cube) {
   if (auto fault = mdx_fault(member.formula); !fault.empty()) {
     return fault;
   }
   for (const auto& [name, value] : member.properties) {
-    if (name == "FORMAT_STRING" && is_expression(value) && !mdx_fault(value).empty()) {
-      return "its format: " + mdx_fault(value);
+    if (name != "FORMAT_STRING" || !is_expression(value)) {
+      continue;
+    }
+    if (const auto fault = mdx_fault(value); !fault.empty()) {
+      return "its format: " + fault;
     }
   }
-  if (!same_name(member.dimension, measures_dimension) &&
-      !cube.dimensions.contains(member.dimension)) {
+  if (!is_of_measures(member) && !cube.dimensions.contains(member.dimension)) {
     return "the cube has no dimension '" + member.dimension + "'";
-  }
-  for (const auto& measure : measures_named_in(member.formula)) {
-    if (!contains(measures, measure)) {
-      return "there is no measure '" + measure + "' in the cube";
-    }
   }
   return {};
 }
+
+/// Chooses the members of a cube that the engine can serve.
+///
+/// A member that is left out may take a measure away from others. All formulas are read once;
+/// behind each measure stands who refers to it, so that only those are looked at again when it
+/// goes. Members go in the order in which somebody would meet them who, after each, reads the list
+/// again from its top.
+class MemberChoice {
+ public:
+  MemberChoice(const OlapCube& cube, const std::vector<std::string>& measures,
+               std::vector<std::string>& remarks)
+      : cube_(cube), remarks_(remarks) {
+    for (const auto& measure : measures) {
+      known_.insert(lower_cased(measure));
+    }
+    for (const auto& member : cube.calculated_members) {
+      take(member);
+    }
+    leave_out_faulty();
+  }
+
+  std::vector<XmlElement> elements() const {
+    std::vector<XmlElement> result;
+    for (const auto& member : members_) {
+      if (!member.is_left_out) {
+        result.push_back(calculated_member_element(member.definition));
+      }
+    }
+    return result;
+  }
+
+ private:
+  struct Member {
+    std::string name;
+    MemberDefinition definition;
+    std::string fault;
+    /// The measures that its formula names.
+    std::vector<std::string> measures;
+    bool is_left_out = false;
+  };
+
+  void remark(const std::string& member, const std::string& reason) {
+    remarks_.push_back("Cube '" + cube_.name + "' is published without its calculated member '" +
+                       member + "': " + reason);
+  }
+
+  void take(const OlapCalculatedMember& member) {
+    try {
+      auto definition = parse_calculated_member(member.statement, cube_.name);
+      if (is_of_measures(definition) && !known_.insert(lower_cased(definition.name)).second) {
+        throw NotExpressible("a measure of the name '" + definition.name + "' is there already");
+      }
+      auto fault = own_fault(definition, cube_);
+      auto measures = measures_named_in(definition.formula);
+      members_.push_back(
+          {member.name, std::move(definition), std::move(fault), std::move(measures), false});
+    } catch (const ImportError& error) {
+      remark(member.name, error.description());
+    }
+  }
+
+  std::string fault_of(const Member& member) const {
+    if (!member.fault.empty()) {
+      return member.fault;
+    }
+    const auto missing = std::find_if(
+        member.measures.begin(), member.measures.end(),
+        [&](const std::string& measure) { return !known_.contains(lower_cased(measure)); });
+    return missing == member.measures.end() ? std::string()
+                                            : "there is no measure '" + *missing + "' in the cube";
+  }
+
+  void leave_out_faulty() {
+    // Lower-cased measure -> the positions of the members that refer to it.
+    std::unordered_map<std::string, std::vector<std::size_t>> users;
+    std::set<std::size_t> faulty;
+    for (std::size_t i = 0; i < members_.size(); ++i) {
+      for (const auto& measure : members_[i].measures) {
+        users[lower_cased(measure)].push_back(i);
+      }
+      if (!fault_of(members_[i]).empty()) {
+        faulty.insert(i);
+      }
+    }
+    while (!faulty.empty()) {
+      auto& member = members_[*faulty.begin()];
+      faulty.erase(faulty.begin());
+      remark(member.name, fault_of(member));
+      member.is_left_out = true;
+      if (!is_of_measures(member.definition)) {
+        continue;
+      }
+      const auto measure = lower_cased(member.definition.name);
+      known_.erase(measure);
+      for (const auto user : users[measure]) {
+        if (!members_[user].is_left_out) {
+          faulty.insert(user);
+        }
+      }
+    }
+  }
+
+  const OlapCube& cube_;
+  std::vector<std::string>& remarks_;
+  /// The lower-cased names of measures, calculated ones included.
+  std::unordered_set<std::string> known_;
+  std::vector<Member> members_;
+};
 
 }  // namespace
 
@@ -182,7 +269,7 @@ MemberDefinition parse_calculated_member(const std::string& statement,
   path.pop_back();
   member.parent = path.size() > 1 ? mdx_path(path) : "";
   auto rest = trimmed(std::string_view(statement).substr(at + separator.size()), blanks);
-  member.formula = rest.starts_with('\'') ? take_quoted(rest) : take_up_to_comma(rest);
+  member.formula = rest.starts_with('\'') ? take_quoted(rest) : take_unquoted(rest);
   member.formula = trimmed(member.formula, blanks);
   if (member.formula.empty() || !is_balanced_mdx(member.formula)) {
     throw NotExpressible("its formula is not complete: " + member.formula);
@@ -194,7 +281,7 @@ MemberDefinition parse_calculated_member(const std::string& statement,
 XmlElement calculated_member_element(const MemberDefinition& member) {
   auto element = text_element("CalculatedMember", {});
   element.set("name", member.name);
-  if (same_name(member.dimension, measures_dimension)) {
+  if (is_of_measures(member)) {
     element.set("dimension", measures_dimension);
   } else {
     element.set("hierarchy", mdx_name(member.dimension));
@@ -204,11 +291,11 @@ XmlElement calculated_member_element(const MemberDefinition& member) {
   children.push_back(text_element("Formula", member.formula));
   for (const auto& [name, value] : member.properties) {
     if (name == "FORMAT_STRING" && is_expression(value)) {
-      children.push_back(property_element(name, "expression", value));
+      children.push_back(member_attribute_element(name, "expression", value));
     } else if (name == "FORMAT_STRING") {
       element.set_if_any("formatString", without_double_quotes(value));
     } else if (name == "SOLVE_ORDER") {
-      children.push_back(property_element(name, "value", value));
+      children.push_back(member_attribute_element(name, "value", value));
     } else if (name == "VISIBLE" && is_no(value)) {
       element.set("visible", "false");
     }
@@ -220,47 +307,7 @@ XmlElement calculated_member_element(const MemberDefinition& member) {
 std::vector<XmlElement> map_calculated_members(const OlapCube& cube,
                                                const std::vector<std::string>& measures,
                                                std::vector<std::string>& remarks) {
-  const auto leave_out = [&](const std::string& name, const std::string& reason) {
-    remarks.push_back("Cube '" + cube.name + "' is published without its calculated member '" +
-                      name + "': " + reason);
-  };
-  std::vector<ReadMember> members;
-  auto known = measures;
-  for (const auto& member : cube.calculated_members) {
-    try {
-      auto definition = parse_calculated_member(member.statement, cube.name);
-      if (same_name(definition.dimension, measures_dimension)) {
-        if (contains(known, definition.name)) {
-          throw NotExpressible("a measure of the name '" + definition.name + "' is there already");
-        }
-        known.push_back(definition.name);
-      }
-      members.push_back({member.name, std::move(definition)});
-    } catch (const ImportError& error) {
-      leave_out(member.name, error.description());
-    }
-  }
-  // Without one member others may lose what they refer to.
-  for (std::size_t i = 0; i < members.size();) {
-    const auto fault = fault_of(members[i].definition, cube, known);
-    if (fault.empty()) {
-      ++i;
-      continue;
-    }
-    leave_out(members[i].name, fault);
-    std::erase_if(known, [&](const std::string& name) {
-      return same_name(members[i].definition.dimension, measures_dimension) &&
-             same_name(name, members[i].definition.name);
-    });
-    members.erase(members.begin() + static_cast<std::ptrdiff_t>(i));
-    i = 0;
-  }
-  std::vector<XmlElement> elements;
-  elements.reserve(members.size());
-  for (const auto& member : members) {
-    elements.push_back(calculated_member_element(member.definition));
-  }
-  return elements;
+  return MemberChoice(cube, measures, remarks).elements();
 }
 
 }  // namespace importkcd

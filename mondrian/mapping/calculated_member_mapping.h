@@ -1,6 +1,5 @@
 #pragma once
 
-#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -24,7 +23,7 @@ struct MemberDefinition {
 
 /// Reads a statement "[CREATE] [MEMBER] PATH AS 'FORMULA' {, NAME = VALUE}". The path may begin
 /// with CURRENTCUBE or the cube's name. A formula in apostrophes has its own doubled. Throws
-/// ImportError with the reason when the statement is anything else.
+/// NotExpressible with the reason when the statement is anything else.
 MemberDefinition parse_calculated_member(const std::string& statement,
                                          const std::string& cube_name);
 

@@ -1,19 +1,19 @@
 #include "mondrian/mapping/cube_mapping.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <utility>
 
 #include "base/import_error.h"
 #include "base/name_folding.h"
+#include "model/vocabularies.h"
 #include "mondrian/mapping/calculated_member_mapping.h"
-#include "mondrian/mapping/measure_mapping.h"
+#include "mondrian/mapping/fact_source.h"
+#include "mondrian/mdx/mdx_scanner.h"
 #include "mondrian/not_expressible.h"
 
 namespace importkcd {
 namespace {
-
-/// The engine keeps this name for the dimension of the measures.
-constexpr std::string_view reserved_dimension = "Measures";
 
 /// Calls `step`; a reason that it throws gets the name of what it is about.
 template <class Step>
@@ -25,15 +25,79 @@ auto about(const std::string& what, const Step& step) {
   }
 }
 
+std::string aggregator(OlapAggregateFunction function) {
+  // The engine's words are those of the documents.
+  if (const auto word = aggregate_function_word(function)) {
+    return std::string(*word);
+  }
+  throw NotExpressible("the aggregate function of code " +
+                       std::to_string(static_cast<std::int32_t>(function)) + " is not known");
+}
+
+bool counts_rows(const OlapMeasure& measure, const SqlText& expression) {
+  return measure.aggregate_function == OlapAggregateFunction::count &&
+         (expression.empty() || (expression.size() == 1 && is_symbol(expression[0], "*")));
+}
+
+/// What a measure aggregates. A count without a column, or of "*", counts rows.
+SqlText measure_expression(const OlapMeasure& measure, const CubeSource& source) {
+  auto expression = parse_expression(measure.source_column);
+  if (counts_rows(measure, expression)) {
+    return parse_expression("1");
+  }
+  if (expression.empty()) {
+    throw NotExpressible("it has no source column");
+  }
+  if (source.graph) {
+    if (const auto unknown = unknown_column(expression, *source.graph); !unknown.empty()) {
+      throw NotExpressible("it names " + unknown +
+                           ", whose table is not in the cube's from clause");
+    }
+  }
+  return expression;
+}
+
+/// Whether the expression makes a view out of the fact table: it names other tables, or columns
+/// that might be another table's.
+bool measure_needs_fact_view(const SqlText& expression, const CubeSource& source) {
+  if (only_name(expression) == nullptr && has_bare_names(expression)) {
+    return true;
+  }
+  auto tables = tables_of(expression, names_of(source));
+  tables.erase(source.fact.alias);
+  return !tables.empty();
+}
+
+/// `number` counts the cube's measures, from 1.
+XmlElement measure_element(const OlapMeasure& measure, const SqlText& expression,
+                           std::size_t number, FactSource& facts) {
+  auto element = text_element("Measure", {});
+  const auto value = facts.value(expression, "measure" + std::to_string(number));
+  element.set("name", measure.name).set_if_any("column", value.column);
+  element.set("aggregator", aggregator(measure.aggregate_function));
+  element.set_if_any("formatString", measure.format);
+  if (measure.internal) {
+    element.set("visible", "false");
+  }
+  element.set_if_any("description", measure.description);
+  if (!value.expression.empty()) {
+    element.add(sql_element("MeasureExpression", value.expression));
+  }
+  return element;
+}
+
+/// A measure with its source taken apart.
 struct MeasurePlan {
   const OlapMeasure* measure = nullptr;
   SqlText expression;
 };
 
-class Mapper {
+/// Maps one cube. All dimensions and measures are planned first, because one of them is enough to
+/// make a view out of the fact table, and the elements of all differ with that.
+class CubeMapper {
  public:
-  Mapper(OlapDatabase& database, const OlapCube& cube, DataSourceConnections& connections,
-         std::vector<std::string>& remarks)
+  CubeMapper(OlapDatabase& database, const OlapCube& cube, DataSourceConnections& connections,
+             std::vector<std::string>& remarks)
       : database_(database),
         cube_(cube),
         connections_(connections),
@@ -49,7 +113,7 @@ class Mapper {
     check_partitions();
     plan_dimensions();
     plan_measures();
-    const bool is_view = values_need_view() || needs_fact_view(source_, cube_);
+    const bool is_view = values_need_view() || cube_needs_fact_view(source_, cube_);
     FactSource facts(
         source_, cube_, is_view,
         is_view ? aliases.of_fact_view(source_.fact.alias) : aliases.of_table(source_.fact));
@@ -93,7 +157,7 @@ class Mapper {
     if (definition == nullptr) {
       throw NotExpressible("the database does not have it");
     }
-    if (same_name(used.name, reserved_dimension)) {
+    if (same_name(used.name, measures_dimension)) {
       throw NotExpressible("the engine keeps this name for the measures");
     }
     check_connection(definition->data_source);
@@ -118,11 +182,12 @@ class Mapper {
   }
 
   bool values_need_view() const {
-    return std::any_of(
-               dimensions_.begin(), dimensions_.end(),
-               [this](const DimensionPlan& plan) { return needs_fact_view(plan, source_); }) ||
+    return std::any_of(dimensions_.begin(), dimensions_.end(),
+                       [this](const DimensionPlan& plan) {
+                         return dimension_needs_fact_view(plan, source_);
+                       }) ||
            std::any_of(measures_.begin(), measures_.end(), [this](const MeasurePlan& plan) {
-             return needs_fact_view(plan.expression, source_);
+             return measure_needs_fact_view(plan.expression, source_);
            });
   }
 
@@ -162,7 +227,7 @@ MappedCube map_cube(OlapDatabase& database, const OlapCube& cube,
                     DataSourceConnections& connections, RelationAliases& aliases,
                     std::vector<std::string>& remarks) {
   return about("Cube '" + cube.name + "' cannot be published",
-               [&] { return Mapper(database, cube, connections, remarks).map(aliases); });
+               [&] { return CubeMapper(database, cube, connections, remarks).map(aliases); });
 }
 
 }  // namespace importkcd

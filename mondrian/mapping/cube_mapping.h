@@ -6,7 +6,7 @@
 #include "base/xml_element.h"
 #include "model/olap_database.h"
 #include "mondrian/mapping/dimension_mapping.h"
-#include "mondrian/mapping/relation_aliases.h"
+#include "mondrian/mapping/schema_relations.h"
 #include "mondrian/publication/data_source_connections.h"
 
 namespace importkcd {
@@ -28,8 +28,8 @@ struct MappedCube {
 };
 
 /// Maps a regular cube of a database. What is published without a part adds a sentence to
-/// `remarks`. Throws ImportError with the reason, cube, dimension and clause named, when the cube
-/// cannot be expressed.
+/// `remarks`. Throws NotExpressible with the reason, cube, dimension and clause named, when the
+/// cube cannot be expressed.
 MappedCube map_cube(OlapDatabase& database, const OlapCube& cube,
                     DataSourceConnections& connections, RelationAliases& aliases,
                     std::vector<std::string>& remarks);

@@ -78,6 +78,10 @@ CubeSource cube_source(DatabaseKind kind, const std::string& fact_table,
   return source;
 }
 
+JoinGraph names_of(const CubeSource& source) {
+  return source.graph ? *source.graph : JoinGraph{source.kind, {source.fact}, {}};
+}
+
 std::string clause_text(DatabaseKind kind, const std::string& clause) {
   const auto text = parse_sql_text(clause);
   if (!text) {

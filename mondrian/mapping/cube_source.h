@@ -19,12 +19,17 @@ struct CubeSource {
   std::string join_text;
 };
 
-/// Throws ImportError, with the clause in the description, for what no SQL view could express.
+/// Throws NotExpressible, with the clause in the description, for what no SQL view could express.
 CubeSource cube_source(DatabaseKind kind, const std::string& fact_table,
                        const std::string& from_clause, const std::string& join_clause);
 
-/// A clause as SQL of the database, for a view that takes it as it stands. Throws ImportError for a
-/// quote that is not closed and for the outer joins "*=" and "=*", which no database has any more.
+/// The tables that the expressions of a cube may name; of clauses that are taken as they stand,
+/// only the fact table is known.
+JoinGraph names_of(const CubeSource& source);
+
+/// A clause as SQL of the database, for a view that takes it as it stands. Throws NotExpressible
+/// for a quote that is not closed and for the outer joins "*=" and "=*", which no database has any
+/// more.
 std::string clause_text(DatabaseKind kind, const std::string& clause);
 
 /// The tables of a graph and their equalities as "A, B where A.x = B.x".

@@ -6,7 +6,7 @@
 #include "base/xml_element.h"
 #include "mondrian/mapping/dimension_plan.h"
 #include "mondrian/mapping/fact_source.h"
-#include "mondrian/mapping/relation_aliases.h"
+#include "mondrian/mapping/schema_relations.h"
 
 namespace importkcd {
 
@@ -21,10 +21,10 @@ struct MappedDimension {
 };
 
 /// Whether the dimension's values make a view out of the fact table.
-bool needs_fact_view(const DimensionPlan& plan, const CubeSource& source);
+bool dimension_needs_fact_view(const DimensionPlan& plan, const CubeSource& source);
 
 /// `aliases` are those of the schema. `number` counts the cube's dimensions, from 1. Throws
-/// ImportError when the dimension's clause cannot be expressed.
+/// NotExpressible when the dimension's clause cannot be expressed.
 MappedDimension map_dimension(const DimensionPlan& plan, std::size_t number,
                               const CubeSource& source, FactSource& facts,
                               RelationAliases& aliases);

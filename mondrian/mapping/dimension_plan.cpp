@@ -7,10 +7,19 @@
 #include "mondrian/mapping/level_mapping.h"
 #include "mondrian/not_expressible.h"
 
+// A plan is made in three steps. First the levels that the cube uses are taken, with the
+// expressions of their keys, names and properties; where a key is a column of the fact table that
+// equals the dimension's own key, which saves a join, the dimension's own is taken. Then the tables
+// that these expressions name are looked up in the cube's join graph and in the dimension's, whose
+// aliases are brought in line with the cube's. At last these tables decide where the values are
+// read: in the fact table alone, in a view together with the facts, or in tables of the dimension.
+// Such tables are tied to the fact table by one equality, which gives the foreign and the primary
+// key. It is looked for in the cube's clauses, in the two keys of a level, over further tables of
+// the cube, and in the dimension's clauses. Several equalities cannot be one key; then the values
+// come along with the facts.
+
 namespace importkcd {
 namespace {
-
-using Place = DimensionPlan::Place;
 
 std::set<std::string> aliases_of(const JoinGraph& graph) {
   std::set<std::string> result;
@@ -55,9 +64,12 @@ bool names_table(DatabaseKind kind, const std::string& clause, const std::string
          });
 }
 
-class Planner {
+/// Makes the plan of one dimension.
+class DimensionPlanner {
+  using Place = DimensionPlan::Place;
+
  public:
-  Planner(const OlapDimension& dimension, const CubeSource& source)
+  DimensionPlanner(const OlapDimension& dimension, const CubeSource& source)
       : source_(source),
         fact_(source.fact.alias),
         own_(parse_join_graph(dimension.from_clause, dimension.join_clause, source.kind)) {
@@ -325,7 +337,7 @@ class Planner {
 
 DimensionPlan plan_dimension(const OlapDimension& dimension,
                              const NamedCollection<OlapLevel>& levels, const CubeSource& source) {
-  return Planner(dimension, source).plan(levels);
+  return DimensionPlanner(dimension, source).plan(levels);
 }
 
 std::string default_table(const JoinGraph& graph) {

@@ -50,7 +50,7 @@ struct DimensionPlan {
 };
 
 /// Finds out how a dimension of a cube is to be read. `dimension` is the database's definition,
-/// `levels` the cube's copy of the levels. Throws ImportError with the reason, level or clause
+/// `levels` the cube's copy of the levels. Throws NotExpressible with the reason, level or clause
 /// named, when the dimension cannot be tied to the facts.
 DimensionPlan plan_dimension(const OlapDimension& dimension,
                              const NamedCollection<OlapLevel>& levels, const CubeSource& source);

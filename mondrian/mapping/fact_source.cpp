@@ -3,9 +3,10 @@
 #include <algorithm>
 #include <utility>
 
-#include "base/import_error.h"
+#include "base/name_folding.h"
 #include "mondrian/mapping/partition_branch.h"
-#include "mondrian/sql/sql_view.h"
+#include "mondrian/mapping/schema_relations.h"
+#include "mondrian/not_expressible.h"
 
 namespace importkcd {
 namespace {
@@ -102,7 +103,7 @@ XmlElement FactSource::relation() const {
     return table_element(source_.fact, alias_);
   }
   if (cube_.partitions.empty()) {
-    throw ImportError("it has no partition", error_source::olap_server);
+    throw NotExpressible("it has no partition");
   }
   std::string branches;
   for (const auto& partition : cube_.partitions) {
@@ -112,7 +113,7 @@ XmlElement FactSource::relation() const {
   return view_element(alias_, branches);
 }
 
-bool needs_fact_view(const CubeSource& source, const OlapCube& cube) {
+bool cube_needs_fact_view(const CubeSource& source, const OlapCube& cube) {
   return !source.graph || source.fact.qualifiers.size() > 1 || cube.partitions.size() != 1 ||
          has_slice(cube, cube.partitions[0]) ||
          has_sources_of_its_own(source, cube, cube.partitions[0]);

@@ -36,7 +36,7 @@ class FactSource {
   /// The same for the key of a level, which a partition may define in its own way.
   ValueSource level_key(const SqlText& expression, const std::string& name, const LevelName& level);
 
-  /// The element of the table or view. Throws ImportError when a partition cannot be expressed.
+  /// The element of the table or view. Throws NotExpressible when a partition cannot be expressed.
   XmlElement relation() const;
 
  private:
@@ -53,8 +53,8 @@ class FactSource {
   std::map<std::string, std::size_t> known_;
 };
 
-/// Whether a cube's clauses and partitions need more than its fact table. Throws ImportError when
-/// the clauses of a partition cannot be expressed.
-bool needs_fact_view(const CubeSource& source, const OlapCube& cube);
+/// Whether a cube's clauses and partitions need more than its fact table. Throws NotExpressible
+/// when the clauses of a partition cannot be expressed.
+bool cube_needs_fact_view(const CubeSource& source, const OlapCube& cube);
 
 }  // namespace importkcd

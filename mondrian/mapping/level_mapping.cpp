@@ -3,6 +3,8 @@
 #include <cstddef>
 #include <utility>
 
+#include "mondrian/mapping/schema_relations.h"
+
 namespace importkcd {
 namespace {
 
@@ -33,22 +35,15 @@ std::string time_level_name(OlapLevelType type) {
   return "TimeUndefined";
 }
 
-/// The element around an SQL expression; the text is for the one database of its data source.
-XmlElement expression_element(const std::string& name, const std::string& expression) {
-  auto element = text_element(name, {});
-  element.add(text_element("SQL", expression)).set("dialect", "generic");
-  return element;
-}
-
 void set_source(XmlElement& element, const std::string& attribute, const std::string& child,
                 const ValueSource& source, std::vector<XmlElement>& expressions) {
   element.set_if_any(attribute, source.column);
   if (!source.expression.empty()) {
-    expressions.push_back(expression_element(child, source.expression));
+    expressions.push_back(sql_element(child, source.expression));
   }
 }
 
-XmlElement property_element(const OlapMemberProperty& property, const std::string& column) {
+XmlElement member_property_element(const OlapMemberProperty& property, const std::string& column) {
   XmlElement element = text_element("Property", {});
   element.set("name", property.name).set("column", column);
   element.set_if_any("caption", property.caption == property.name ? "" : property.caption);
@@ -81,7 +76,7 @@ XmlElement level_element(const OlapLevel& level, const LevelPlace& place,
   element.set_if_any("description", level.description);
   element.children = std::move(expressions);
   for (std::size_t i = 0; i < level.member_properties.size(); ++i) {
-    element.add(property_element(level.member_properties[i], values.properties.at(i)));
+    element.add(member_property_element(level.member_properties[i], values.properties.at(i)));
   }
   return element;
 }

@@ -3,23 +3,13 @@
 #include <algorithm>
 #include <set>
 
+#include "base/apostrophes.h"
 #include "base/import_error.h"
 #include "mondrian/mapping/level_mapping.h"
 #include "mondrian/not_expressible.h"
 
 namespace importkcd {
 namespace {
-
-constexpr std::string_view apostrophe_placeholder = "@#$%";
-
-/// Slices are kept as the document writes them.
-std::string with_apostrophes(std::string text) {
-  for (auto at = text.find(apostrophe_placeholder); at != std::string::npos;
-       at = text.find(apostrophe_placeholder, at)) {
-    text.replace(at, apostrophe_placeholder.size(), "'");
-  }
-  return text;
-}
 
 bool is_decimal(const std::string& text) {
   const auto start = text.starts_with('-') ? 1U : 0U;
@@ -35,9 +25,10 @@ bool is_number_type(const OlapLevel& level) {
   return name == "Integer" || name == "Numeric";
 }
 
-class Branch {
+/// Writes the query of one partition, and notes on the way which of its tables are needed.
+class PartitionQuery {
  public:
-  Branch(const CubeSource& of_cube, const OlapCube& cube, const OlapPartition& partition)
+  PartitionQuery(const CubeSource& of_cube, const OlapCube& cube, const OlapPartition& partition)
       : cube_names_(names_of(of_cube)),
         cube_fact_(of_cube.fact.alias),
         cube_(cube),
@@ -47,7 +38,7 @@ class Branch {
                                                      partition.from_clause, partition.join_clause)),
         tables_{source_.fact.alias} {}
 
-  std::string query(const std::vector<FactColumn>& columns) {
+  std::string text_of(const std::vector<FactColumn>& columns) {
     std::string list;
     for (const auto& column : columns) {
       list.append(list.empty() ? "" : ", ").append(value(column)).append(" as ");
@@ -148,7 +139,8 @@ class Branch {
   /// A slice names a member: by its key when that is a number, or the only name it has.
   std::string slice(const LevelName& name, const PartitionLevelView& view) {
     const auto& level = cube_level(name);
-    const auto value = with_apostrophes(view.slice_value);
+    // Slices are kept as the document writes them.
+    const auto value = DecodeApostrophes(view.slice_value);
     const bool by_number = is_number_type(level) && is_decimal(value);
     const auto& key =
         view.member_key_column.empty() ? level.member_key_column : view.member_key_column;
@@ -196,15 +188,11 @@ class Branch {
 
 }  // namespace
 
-JoinGraph names_of(const CubeSource& source) {
-  return source.graph ? *source.graph : JoinGraph{source.kind, {source.fact}, {}};
-}
-
-std::string partition_branch(const CubeSource& cube_source, const OlapCube& cube,
+std::string partition_branch(const CubeSource& of_cube, const OlapCube& cube,
                              const OlapPartition& partition,
                              const std::vector<FactColumn>& columns) {
   try {
-    return Branch(cube_source, cube, partition).query(columns);
+    return PartitionQuery(of_cube, cube, partition).text_of(columns);
   } catch (const ImportError& error) {
     throw NotExpressible("partition '" + partition.name + "': " + error.description());
   }

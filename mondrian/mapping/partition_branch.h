@@ -27,13 +27,9 @@ struct FactColumn {
   LevelName level;
 };
 
-/// The tables that the expressions of a cube may name; of clauses that are taken as they stand,
-/// only the fact table is known.
-JoinGraph names_of(const CubeSource& source);
-
 /// The rows of one partition as an SQL query: the columns, taken from the partition's own tables,
-/// under its slices. Throws ImportError, with the partition named, when it cannot be expressed.
-std::string partition_branch(const CubeSource& cube_source, const OlapCube& cube,
+/// under its slices. Throws NotExpressible, with the partition named, when it cannot be expressed.
+std::string partition_branch(const CubeSource& of_cube, const OlapCube& cube,
                              const OlapPartition& partition,
                              const std::vector<FactColumn>& columns);
 

@@ -6,11 +6,17 @@
 
 #include "base/name_folding.h"
 #include "mondrian/mapping/cube_mapping.h"
-#include "mondrian/mapping/role_mapping.h"
 #include "mondrian/mapping/virtual_cube_mapping.h"
 
 namespace importkcd {
 namespace {
+
+constexpr const char* access_permission = "Access";
+
+bool may_read(const OlapRole& role) {
+  const auto* access = role.permissions.find(access_permission);
+  return access != nullptr && access->value.find_first_of("Rr") != std::string::npos;
+}
 
 /// A dimension in a cube: with the column that ties it behind its name.
 XmlElement tied(XmlElement dimension, const std::string& foreign_key) {
@@ -20,6 +26,7 @@ XmlElement tied(XmlElement dimension, const std::string& foreign_key) {
   return dimension;
 }
 
+/// Collects the elements of a schema, and what its cubes share.
 class SchemaMapper {
  public:
   SchemaMapper(OlapDatabase& database, const PublishedCatalogue& catalogue,
@@ -136,6 +143,31 @@ class SchemaMapper {
 };
 
 }  // namespace
+
+void RoleGrants::add_role(const std::string& name) { roles_.edit_or_add(name); }
+
+void RoleGrants::add_cube(const OlapCube& cube) {
+  for (const auto& role : cube.roles) {
+    auto& granted = roles_.edit_or_add(role.name);
+    if (may_read(role)) {
+      granted.cubes.push_back(cube.name);
+    }
+  }
+}
+
+std::vector<XmlElement> RoleGrants::elements() const {
+  std::vector<XmlElement> result;
+  for (const auto& role : roles_) {
+    auto element = text_element("Role", {});
+    element.set("name", role.name);
+    auto& schema = element.add(text_element("SchemaGrant", {})).set("access", "none");
+    for (const auto& cube : role.cubes) {
+      schema.add(text_element("CubeGrant", {})).set("cube", cube).set("access", "all");
+    }
+    result.push_back(std::move(element));
+  }
+  return result;
+}
 
 XmlElement schema_element(OlapDatabase& database, const PublishedCatalogue& catalogue,
                           std::vector<std::string>& remarks) {

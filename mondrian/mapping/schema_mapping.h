@@ -4,9 +4,32 @@
 #include <vector>
 
 #include "base/xml_element.h"
+#include "model/definitions.h"
 #include "mondrian/publication/catalogues.h"
 
 namespace importkcd {
+
+/// Collects which roles may see which cubes of a schema.
+class RoleGrants {
+ public:
+  /// A role of the database; it sees nothing until a cube names it.
+  void add_role(const std::string& name);
+
+  /// The roles of a published cube. A role that the database does not have is added. Permission to
+  /// read, with or without writing, grants the cube; anything else grants nothing.
+  void add_cube(const OlapCube& cube);
+
+  /// One element per role, in the order in which they were added.
+  std::vector<XmlElement> elements() const;
+
+ private:
+  struct Granted {
+    std::string name;
+    std::vector<std::string> cubes;
+  };
+
+  NamedCollection<Granted> roles_;
+};
 
 /// The schema of one catalogue of a database. Cubes that cannot be expressed are left out; why, and
 /// what else was left out, is added to `remarks`, one sentence each.

@@ -7,7 +7,7 @@
 
 #include "base/import_error.h"
 #include "base/name_folding.h"
-#include "mondrian/mdx/mdx_names.h"
+#include "mondrian/mdx/mdx_scanner.h"
 #include "mondrian/not_expressible.h"
 
 namespace importkcd {
@@ -37,6 +37,7 @@ const XmlElement* find_measure(const MappedCube& cube, const std::string& name) 
   return nullptr;
 }
 
+/// Collects the elements of a virtual cube, and the cubes that its measures come from.
 class VirtualCubeMapper {
  public:
   VirtualCubeMapper(const OlapCube& cube, const FindMappedCube& find_cube,

@@ -18,8 +18,8 @@ using IsShared = std::function<bool(const MappedCube& cube, const std::string& d
 /// ("[Cube].[Measure]"); empty when it names none.
 std::string cube_of_virtual_measure(const OlapMeasure& measure);
 
-/// The element of a virtual cube over cubes of the same schema. Throws ImportError with the reason
-/// when it cannot be expressed.
+/// The element of a virtual cube over cubes of the same schema. Throws NotExpressible with the
+/// reason when it cannot be expressed.
 XmlElement virtual_cube_element(const OlapCube& cube, const FindMappedCube& find_cube,
                                 const IsShared& is_shared);
 

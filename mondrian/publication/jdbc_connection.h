@@ -3,7 +3,7 @@
 #include <string>
 #include <string_view>
 
-#include "mondrian/sql/sql_names.h"
+#include "mondrian/sql/sql_text.h"
 
 namespace importkcd {
 

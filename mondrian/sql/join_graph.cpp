@@ -6,6 +6,14 @@
 #include <map>
 #include <utility>
 
+// The clauses are read by recursive descent over their SQL tokens; each method of ClauseParser
+// quotes the rule that it follows. What a parenthesis in a condition stands around, a conjunction
+// or a column, is known only behind it: a conjunction is tried first, and after a failure the
+// parser goes back to the parenthesis. The columns of equalities are looked up when all tables are
+// known; an equality that is not between columns of two of them makes the clauses no graph. In the
+// graph tables are nodes and equalities are edges; the way between two tables is searched breadth
+// first.
+
 namespace importkcd {
 namespace {
 

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <array>
 
-#include "base/import_error.h"
+#include "mondrian/not_expressible.h"
 
 namespace importkcd {
 namespace {
@@ -27,7 +27,7 @@ bool is_keyword(const SqlToken& token) {
 SqlText parse_expression(std::string_view text) {
   auto parsed = parse_sql_text(text);
   if (!parsed) {
-    throw ImportError("a quote is not closed in " + std::string(text), error_source::olap_server);
+    throw NotExpressible("a quote is not closed in " + std::string(text));
   }
   return std::move(*parsed);
 }

@@ -9,7 +9,7 @@
 
 namespace importkcd {
 
-/// The text of an expression taken apart. Throws ImportError when it cannot be.
+/// The text of an expression taken apart. Throws NotExpressible when it cannot be.
 SqlText parse_expression(std::string_view text);
 
 /// The name that an expression consists of, in any parentheses; null when it is more than a name.

@@ -2,8 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include "base/apostrophes.h"
 #include "base/import_error.h"
-#include "document/apostrophes.h"
 
 namespace importkcd {
 namespace {

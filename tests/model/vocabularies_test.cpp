@@ -53,6 +53,13 @@ TEST(Vocabularies, AggregateFunctions) {
   expect_codes(aggregate_function, {{"sum", 0}, {"count", 1}, {"min", 2}, {"max", 3}});
 }
 
+TEST(Vocabularies, AKnownAggregateFunctionHasItsWord) {
+  for (const std::string word : {"sum", "count", "min", "max"}) {
+    EXPECT_EQ(aggregate_function_word(aggregate_function(word)), word);
+  }
+  EXPECT_EQ(aggregate_function_word(static_cast<OlapAggregateFunction>(9)), std::nullopt);
+}
+
 TEST(Vocabularies, LetterCaseDoesNotMatter) {
   expect_codes(dimension_type, {{"Quantitative", 5}, {"TIME", 1}});
   expect_codes(level_type, {{"TIME_DAYS", 516}, {"All", 1}});

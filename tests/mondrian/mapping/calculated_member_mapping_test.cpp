@@ -158,6 +158,20 @@ TEST_F(CalculatedMembers, OneThatRefersToWhatIsNotThereIsLeftOutWithThoseThatRef
                           "has no dimension 'Customer'"));
 }
 
+TEST_F(CalculatedMembers, AreLeftOutInTheOrderOfALookFromTheTopAfterEach) {
+  EXPECT_THAT(published({{"A", "[A] AS '[Measures].[C] + [Measures].[B]'"},
+                         {"B", "[B] AS '[Measures].[Missing]'"},
+                         {"C", "[C] AS '[Measures].[B] + [Measures].[C]'"},
+                         {"D", "[D] AS '[Measures].[D] + [Measures].[Amount]'"},
+                         {"E", "[E] AS '[Measures].[Missing] + [Measures].[A]'"}}),
+              ElementsAre("D"));
+  const std::string front = "Cube 'Sales' is published without its calculated member ";
+  EXPECT_THAT(remarks, ElementsAre(front + "'B': there is no measure 'Missing' in the cube",
+                                   front + "'A': there is no measure 'B' in the cube",
+                                   front + "'C': there is no measure 'B' in the cube",
+                                   front + "'E': there is no measure 'Missing' in the cube"));
+}
+
 TEST_F(CalculatedMembers, OneWithTheNameOfAMeasureIsLeftOut) {
   EXPECT_THAT(published({{"amount", "[Measures].[AMOUNT] AS '1'"}}), IsEmpty());
   EXPECT_THAT(remarks,

@@ -36,7 +36,7 @@ class PartitionBranch : public testing::MappingTest {
     partition.slices.edit_or_add("Store").levels.add({on_level, key, value});
   }
 
-  /// The queries of the partitions, one a line; the whole element when the facts are no view.
+  /// The queries of the partitions, one per line; the whole element when the facts are no view.
   std::string queries() {
     const auto fact = map(*cube_).fact;
     return fact.name == "View" ? fact.children.at(0).text : xml_text(fact);

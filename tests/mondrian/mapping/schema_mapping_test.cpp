@@ -199,5 +199,63 @@ TEST_F(SchemaMapping, AVirtualCubeThatCannotBeExpressedIsLeftOutAndToldOf) {
           "dimension 'Customer'"));
 }
 
+OlapCube cube_with_roles(const std::string& name,
+                         const std::vector<std::pair<std::string, std::string>>& permissions) {
+  OlapCube result;
+  result.name = name;
+  for (const auto& [role, access] : permissions) {
+    result.roles.add_new(role).permissions.add({"Access", access});
+  }
+  return result;
+}
+
+std::string roles_text(const RoleGrants& grants) {
+  std::string result;
+  for (const auto& element : grants.elements()) {
+    result += xml_text(element);
+  }
+  return result;
+}
+
+TEST(RoleMapping, ARoleOfTheDatabaseSeesNothingOfItself) {
+  RoleGrants grants;
+  grants.add_role("O'Neill & <Co>");
+  EXPECT_EQ(roles_text(grants),
+            "<Role name=\"O'Neill &amp; &lt;Co&gt;\">\n"
+            "  <SchemaGrant access=\"none\"/>\n"
+            "</Role>\n");
+}
+
+TEST(RoleMapping, CubesGrantWhatTheirPermissionsSay) {
+  RoleGrants grants;
+  grants.add_role("Readers");
+  grants.add_cube(cube_with_roles("Sales", {{"readers", "R"}, {"Writers", "RW"}, {"Nobody", ""}}));
+  grants.add_cube(cube_with_roles("Stock", {{"READERS", "r"}, {"Writers", "W"}}));
+  EXPECT_EQ(roles_text(grants),
+            "<Role name=\"Readers\">\n"
+            "  <SchemaGrant access=\"none\">\n"
+            "    <CubeGrant cube=\"Sales\" access=\"all\"/>\n"
+            "    <CubeGrant cube=\"Stock\" access=\"all\"/>\n"
+            "  </SchemaGrant>\n"
+            "</Role>\n"
+            "<Role name=\"Writers\">\n"
+            "  <SchemaGrant access=\"none\">\n"
+            "    <CubeGrant cube=\"Sales\" access=\"all\"/>\n"
+            "  </SchemaGrant>\n"
+            "</Role>\n"
+            "<Role name=\"Nobody\">\n"
+            "  <SchemaGrant access=\"none\"/>\n"
+            "</Role>\n");
+}
+
+TEST(RoleMapping, ARoleWithoutAPermissionIsGrantedNothing) {
+  RoleGrants grants;
+  OlapCube sales = cube_with_roles("Sales", {});
+  sales.roles.add_new("Readers");
+  grants.add_cube(sales);
+  EXPECT_EQ(roles_text(grants),
+            "<Role name=\"Readers\">\n  <SchemaGrant access=\"none\"/>\n</Role>\n");
+}
+
 }  // namespace
 }  // namespace importkcd

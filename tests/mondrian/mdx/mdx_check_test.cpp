@@ -9,6 +9,7 @@ namespace importkcd {
 namespace {
 
 using ::testing::ElementsAre;
+using ::testing::IsEmpty;
 using ::testing::SizeIs;
 
 TEST(MdxCheck, WhatTheEngineReadsHasNoFault) {
@@ -52,6 +53,7 @@ TEST(MdxCheck, AFunctionThatTheEngineLacksIsNamed) {
             "the engine has no function 'LookupCube'");
   EXPECT_EQ(mdx_fault("[Product].CurrentMember.Foo(1)"), "the engine has no function 'Foo'");
   EXPECT_EQ(mdx_fault("VBA!Foo(1)"), "the engine has no function 'Foo'");
+  EXPECT_EQ(mdx_fault("İ(1)"), "the engine has no function 'İ'");
 }
 
 TEST(MdxCheck, AnExpressionThatEndsTooEarlyIsShown) {
@@ -87,6 +89,42 @@ TEST(MdxCheck, TheRestThatCannotBeReadIsShown) {
 TEST(MdxCheck, DeepNestingIsAFault) {
   EXPECT_EQ(mdx_fault(std::string(100, '(') + "1" + std::string(100, ')')), "");
   EXPECT_EQ(mdx_fault(std::string(100'000, '(')), "its formula is nested too deep");
+}
+
+TEST(MdxCheck, AnExpressionIsBalancedWhenEverythingIsClosedInItsOrder) {
+  for (const auto* text :
+       {"", "([a]+{[b]})", "[a)]]b]", "\"(\" + ')' ", "Iif(x, \"it''s\", 'a''b')"}) {
+    EXPECT_TRUE(is_balanced_mdx(text)) << text;
+  }
+  for (const auto* text : {"(", ")", "({)}", "[a", "a]", "\"a", "'a", "[a]]"}) {
+    EXPECT_FALSE(is_balanced_mdx(text)) << text;
+  }
+}
+
+TEST(MdxCheck, FindsTheMeasuresThatAnExpressionNames) {
+  EXPECT_THAT(measures_named_in("[Measures].[A] / measures.[B]]C] - [Store].[Measures].[D]"),
+              ElementsAre("A", "B]C", "D"));
+  EXPECT_THAT(measures_named_in("'x'||Measures.[A]"), ElementsAre("A"));
+  EXPECT_THAT(measures_named_in("\"[Measures].[A]\" + [Measures] + [Store].[All]"), IsEmpty());
+}
+
+TEST(MdxCheck, AMeasureInAMeasuresPathIsNoDimension) {
+  EXPECT_THAT(measures_named_in("[Measures].[Measures].[A]"), ElementsAre("Measures"));
+}
+
+TEST(MdxCheck, AnItemEndsAtACommaOutsideOfBracketsAndQuotes) {
+  EXPECT_EQ(end_of_mdx_item("Iif([a,b] = 'c,', {1, 2}), x"), 25U);
+  EXPECT_EQ(end_of_mdx_item(", x"), 0U);
+  EXPECT_EQ(end_of_mdx_item("x"), 1U);
+  EXPECT_EQ(end_of_mdx_item("(x, y"), 5U);
+  EXPECT_EQ(end_of_mdx_item("x), y"), 5U);
+  EXPECT_EQ(end_of_mdx_item("x 'y, z"), 7U);
+}
+
+TEST(MdxCheck, NothingCountsInAComment) {
+  EXPECT_TRUE(is_balanced_mdx("1 /* it's [ */"));
+  EXPECT_THAT(measures_named_in("1 -- [Measures].[A]"), IsEmpty());
+  EXPECT_EQ(end_of_mdx_item("1 /* a, b */, c"), 12U);
 }
 
 TEST(MdxCheck, AMemberWithAFaultIsLeftOutAndSoAreThoseThatNeedIt) {

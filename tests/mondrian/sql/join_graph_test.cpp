@@ -9,7 +9,7 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-/// The graph as text: tables with their aliases, then equalities, one a line.
+/// The graph as text: tables with their aliases, then equalities, one per line.
 std::string graph(std::string_view from, std::string_view join,
                   DatabaseKind kind = DatabaseKind::sql_server) {
   const auto parsed = parse_join_graph(from, join, kind);

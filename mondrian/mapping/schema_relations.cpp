@@ -1,8 +1,29 @@
-#include "mondrian/mapping/relation_aliases.h"
+#include "mondrian/mapping/schema_relations.h"
 
 #include "base/name_folding.h"
 
 namespace importkcd {
+
+XmlElement table_element(const SourceTable& table, const std::string& alias) {
+  auto element = text_element("Table", {});
+  element.set("name", table.name);
+  if (!table.qualifiers.empty()) {
+    element.set("schema", table.qualifiers.back());
+  }
+  return element.set_if_any("alias", alias == table.name ? std::string() : alias);
+}
+
+XmlElement view_element(const std::string& alias, const std::string& sql) {
+  auto element = sql_element("View", sql);
+  element.set("alias", alias);
+  return element;
+}
+
+XmlElement sql_element(const std::string& name, const std::string& expression) {
+  auto element = text_element(name, {});
+  element.add(text_element("SQL", expression)).set("dialect", "generic");
+  return element;
+}
 
 std::string RelationAliases::of_table(const SourceTable& table) {
   std::string identity;
@@ -16,7 +37,7 @@ std::string RelationAliases::of_fact_view(const std::string& wanted) {
   return give(wanted, "_", {});
 }
 
-// The engine itself numbers tables with "_1" and so on.
+// The engine numbers the tables of dimensions itself, with "_1" and so on.
 std::string RelationAliases::of_dimension_view(const std::string& wanted, const std::string& sql) {
   return give(wanted, "_view", "view\n" + sql);
 }

@@ -1,4 +1,4 @@
-#include "document/apostrophes.h"
+#include "base/apostrophes.h"
 
 #include <gtest/gtest.h>
 

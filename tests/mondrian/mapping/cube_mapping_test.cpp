@@ -1,4 +1,4 @@
-#include "mondrian/mapping/measure_mapping.h"
+#include "mondrian/mapping/cube_mapping.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "mondrian/mapping/relation_aliases.h"
+#include "mondrian/mapping/schema_relations.h"
 
 #include <gtest/gtest.h>
 
@@ -31,6 +31,19 @@ TEST(RelationAliases, ViewsOfDimensionsShareANameWhenTheirTextIsTheSame) {
   EXPECT_EQ(aliases.of_dimension_view("calendar", "select month"), "calendar");
   EXPECT_EQ(aliases.of_dimension_view("calendar", "select week"), "calendar_view2");
   EXPECT_EQ(aliases.of_dimension_view("calendar", "select month"), "calendar");
+}
+
+TEST(SqlView, ATableHasItsSchemaAndItsAliasWhenThatIsAnother) {
+  EXPECT_EQ(xml_text(table_element({{}, "sales", "sales"}, "sales")), "<Table name=\"sales\"/>\n");
+  EXPECT_EQ(xml_text(table_element({{"dbo"}, "sales", "s"}, "s")),
+            "<Table name=\"sales\" schema=\"dbo\" alias=\"s\"/>\n");
+}
+
+TEST(SqlView, AViewHoldsItsText) {
+  EXPECT_EQ(xml_text(view_element("v", "select '<' from t")),
+            "<View alias=\"v\">\n"
+            "  <SQL dialect=\"generic\">select '&lt;' from t</SQL>\n"
+            "</View>\n");
 }
 
 }  // namespace

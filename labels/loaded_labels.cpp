@@ -1,4 +1,4 @@
-#include "labels/label_id.h"
+#include "labels/loaded_labels.h"
 
 #include <algorithm>
 #include <charconv>
@@ -42,6 +42,29 @@ bool rounds_away(int whole, std::string_view decimals) {
   return !is_half || whole % 2 != 0;
 }
 
+constexpr std::size_t most_characters = 32767;
+
+constexpr std::string_view reference_for(char character) {
+  switch (character) {
+    case '"':
+      return "&#34;";
+    case '\'':
+      return "&#39;";
+    case '&':
+      return "&#38;";
+    case '<':
+      return "&#60;";
+    case '>':
+      return "&#62;";
+    default:
+      return {};
+  }
+}
+
+constexpr bool begins_character(char byte) {
+  return (static_cast<unsigned char>(byte) & 0xC0U) != 0x80U;
+}
+
 }  // namespace
 
 std::optional<std::int16_t> label_id(std::string_view text) {
@@ -74,6 +97,25 @@ std::optional<std::int16_t> label_id(std::string_view text) {
     fail_out_of_range(number);
   }
   return static_cast<std::int16_t>(id);
+}
+
+std::string XmlEscapeText(std::string_view text) {
+  std::string result;
+  result.reserve(text.size());
+  std::size_t characters = 0;
+  for (const char character : text) {
+    characters += begins_character(character) ? 1 : 0;
+    const auto reference = reference_for(character);
+    if (reference.empty()) {
+      result += character;
+    } else {
+      result += reference;
+    }
+  }
+  if (characters > most_characters) {
+    throw ImportError("A label is longer than 32767 characters", error_source::labels_database);
+  }
+  return result;
 }
 
 }  // namespace importkcd

@@ -6,6 +6,28 @@
 
 namespace importkcd {
 
+/// Lets the user pick one of the OLAP databases of a server (lblSearchOLAPDB, lstOLAPDB, cmdOk,
+/// cmdCancel). Made for one choice: constructed, shown by ShowDBs, read, destroyed.
+class frmSearchOLAPDB : public SearchListDialog {
+ public:
+  /// `factory` makes the server that is listed, opened to be looked at only.
+  explicit frmSearchOLAPDB(OlapServerFactory factory, ErrorBox error_box = show_error_box);
+
+  /// Lists the databases of the server and shows them modally over `frmParentForm` (which may be
+  /// null); returns when the dialog is closed. True when a choice was confirmed. A failure is shown
+  /// in one error box, without the dialog, and gives false. Never throws for the server's errors.
+  bool ShowDBs(const std::string& strOLAPServerName, QWidget* frmParentForm);
+
+  /// The server whose databases were listed last.
+  const std::string& strOLAPServerName() const { return server_name_; }
+
+  /// The chosen database's name; empty when OK was pressed without a choice.
+  const std::string& SelectedOLAPDB() const { return selected(); }
+
+ private:
+  std::string server_name_;
+};
+
 /// Lets the user pick one of the regular cubes of an OLAP database (lblSearchOLAPCube, lstOLAPCube,
 /// cmdOk, cmdCancel). Made for one choice: constructed, shown by ShowCubes, read, destroyed.
 class frmSearchOLAPCube : public SearchListDialog {

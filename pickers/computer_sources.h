@@ -3,6 +3,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace importkcd {
@@ -29,5 +30,18 @@ class ComputerSource {
 };
 
 using ComputerSources = std::vector<std::unique_ptr<ComputerSource>>;
+
+/// The computers that the text of a hosts file names: of each line the first name after a valid
+/// address, in the file's order, each once (letter case does not count). Comments, empty and
+/// malformed lines are passed over, and so are the names of the loopback and multicast addresses
+/// (127.x.x.x, ::1, fe00::, ff00:: and above, 0.0.0.0, 255.255.255.255), which are no computers on
+/// the network.
+std::vector<std::string> computers_in_hosts_file(std::string_view text);
+
+/// Finds this computer, under its own name.
+std::unique_ptr<ComputerSource> make_this_computer_source();
+
+/// Finds the computers that a hosts file names (see computers_in_hosts_file).
+std::unique_ptr<ComputerSource> make_hosts_file_source(std::string path = "/etc/hosts");
 
 }  // namespace importkcd

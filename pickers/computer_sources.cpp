@@ -1,11 +1,15 @@
-#include "pickers/hosts_file.h"
+#include "pickers/computer_sources.h"
 
 #include <arpa/inet.h>
 #include <netinet/in.h>
 
+#include <fstream>
+#include <sstream>
 #include <unordered_set>
+#include <utility>
 
 #include "base/name_folding.h"
+#include "servers/choice/server_choice.h"
 
 namespace importkcd {
 namespace {
@@ -54,6 +58,33 @@ bool is_network_address(std::string_view text) {
   return inet_pton(AF_INET6, address.c_str(), &v6) == 1 && is_on_the_network(v6);
 }
 
+class ThisComputerSource : public ComputerSource {
+ public:
+  void start(Found found, Finished finished) override {
+    found(this_computer_name());
+    finished();
+  }
+};
+
+class HostsFileSource : public ComputerSource {
+ public:
+  explicit HostsFileSource(std::string path) : path_(std::move(path)) {}
+
+  void start(Found found, Finished finished) override {
+    std::ifstream file(path_, std::ios::binary);
+    std::ostringstream text;
+    // Unlike the buffer itself this reports a failed read by the stream's state.
+    text << file.rdbuf();
+    for (const auto& name : computers_in_hosts_file(text.str())) {
+      found(name);
+    }
+    finished();
+  }
+
+ private:
+  std::string path_;
+};
+
 }  // namespace
 
 std::vector<std::string> computers_in_hosts_file(std::string_view text) {
@@ -71,6 +102,14 @@ std::vector<std::string> computers_in_hosts_file(std::string_view text) {
     }
   }
   return computers;
+}
+
+std::unique_ptr<ComputerSource> make_this_computer_source() {
+  return std::make_unique<ThisComputerSource>();
+}
+
+std::unique_ptr<ComputerSource> make_hosts_file_source(std::string path) {
+  return std::make_unique<HostsFileSource>(std::move(path));
 }
 
 }  // namespace importkcd

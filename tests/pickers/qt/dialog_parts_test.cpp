@@ -1,4 +1,4 @@
-#include "pickers/qt/error_box.h"
+#include "pickers/qt/dialog_parts.h"
 
 #include <gtest/gtest.h>
 

@@ -5,9 +5,9 @@
 namespace importkcd {
 namespace {
 
-/// A catalogue may hold codes that no word is known for.
+/// A database may hold codes that no word is known for.
 template <class Code>
-std::string number_of(Code code) {
+std::string code_text(Code code) {
   return std::to_string(static_cast<std::int32_t>(code));
 }
 
@@ -22,7 +22,7 @@ std::string word_for(OlapDimensionType type) {
     case OlapDimensionType::quantitative:
       return "quantitative";
   }
-  return number_of(type);
+  return code_text(type);
 }
 
 std::string word_for(OlapMode mode) {
@@ -36,7 +36,7 @@ std::string word_for(OlapMode mode) {
     case OlapMode::rolap:
       return "ROLAP";
   }
-  return number_of(mode);
+  return code_text(mode);
 }
 
 std::string word_for(OlapAggregateFunction function) {
@@ -50,7 +50,7 @@ std::string word_for(OlapAggregateFunction function) {
     case OlapAggregateFunction::max:
       return "max";
   }
-  return number_of(function);
+  return code_text(function);
 }
 
 std::string word_for(OlapDimensionKind kind) {
@@ -62,7 +62,7 @@ std::string word_for(OlapDimensionKind kind) {
     case OlapDimensionKind::is_virtual:
       return "virtual";
   }
-  return number_of(kind);
+  return code_text(kind);
 }
 
 std::string word_for(OlapCubeKind kind) {
@@ -72,7 +72,7 @@ std::string word_for(OlapCubeKind kind) {
     case OlapCubeKind::is_virtual:
       return "virtual";
   }
-  return number_of(kind);
+  return code_text(kind);
 }
 
 }  // namespace importkcd

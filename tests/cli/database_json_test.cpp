@@ -1,4 +1,4 @@
-#include "cli/catalogue_json.h"
+#include "cli/database_json.h"
 
 #include <gtest/gtest.h>
 
@@ -18,7 +18,7 @@ using Json = nlohmann::ordered_json;
 template <class... Databases>
 std::string text_of(Databases&... databases) {
   std::ostringstream out;
-  CatalogueJson json(out);
+  DatabaseJson json(out);
   (json.add(databases), ...);
   json.end();
   return out.str();
@@ -53,11 +53,11 @@ const auto* const year_json = R"({
   "member_properties": [
     {"name": "Leap", "description": "Leap year", "caption": "Leap?", "source_column": "t.leap"}]})";
 
-TEST(CatalogueJson, WithoutDatabasesIsAnEmptyList) {
+TEST(DatabaseJson, WithoutDatabasesIsAnEmptyList) {
   EXPECT_EQ(text_of(), "{\n  \"databases\": []\n}\n");
 }
 
-TEST(CatalogueJson, AnEmptyDatabaseHasAllItsLists) {
+TEST(DatabaseJson, AnEmptyDatabaseHasAllItsLists) {
   auto database = shop();
   EXPECT_EQ(text_of(database), R"({
   "databases": [
@@ -74,7 +74,7 @@ TEST(CatalogueJson, AnEmptyDatabaseHasAllItsLists) {
 )");
 }
 
-TEST(CatalogueJson, DatabasesFollowEachOther) {
+TEST(DatabaseJson, DatabasesFollowEachOther) {
   auto first = shop();
   OlapDatabase second("Office", "", {});
   const auto json = Json::parse(text_of(first, second));
@@ -83,7 +83,7 @@ TEST(CatalogueJson, DatabasesFollowEachOther) {
   EXPECT_EQ(json.at("databases").at(1).at("name"), "Office");
 }
 
-TEST(CatalogueJson, DataSourcesAreVerbatimAndIndented) {
+TEST(DatabaseJson, DataSourcesAreVerbatimAndIndented) {
   auto database = shop();
   database.data_sources().add({"DW", "Provider=P;Password=secret", "Warehouse"});
   database.data_sources().add({"Archive", "", ""});
@@ -113,7 +113,7 @@ TEST(CatalogueJson, DataSourcesAreVerbatimAndIndented) {
 )");
 }
 
-TEST(CatalogueJson, DimensionsHaveEveryKeyInOrder) {
+TEST(DatabaseJson, DimensionsHaveEveryKeyInOrder) {
   auto database = shop();
   OlapDimension dimension;
   dimension.name = "Time";
@@ -135,7 +135,7 @@ TEST(CatalogueJson, DimensionsHaveEveryKeyInOrder) {
   EXPECT_EQ(json_of(database).at("dimensions").dump(), expected.dump());
 }
 
-TEST(CatalogueJson, AKindIsAWordAndAnAbsentDataSourceIsNull) {
+TEST(DatabaseJson, AKindIsAWordAndAnAbsentDataSourceIsNull) {
   auto database = shop();
   auto own = named<OlapDimension>("Own");
   own.kind = OlapDimensionKind::is_private;
@@ -150,7 +150,7 @@ TEST(CatalogueJson, AKindIsAWordAndAnAbsentDataSourceIsNull) {
   EXPECT_EQ(dimensions.at(1).at("custom_properties").dump(), "{}");
 }
 
-TEST(CatalogueJson, RolesOfTheDatabaseHaveTheirUsers) {
+TEST(DatabaseJson, RolesOfTheDatabaseHaveTheirUsers) {
   auto database = shop();
   database.roles().add({"Clerks", "Everybody", "anna;bo", {}});
   EXPECT_EQ(json_of(database).at("roles").dump(),
@@ -175,7 +175,7 @@ OlapCube sales_cube() {
   return cube;
 }
 
-TEST(CatalogueJson, CubesHaveEveryKeyInOrder) {
+TEST(DatabaseJson, CubesHaveEveryKeyInOrder) {
   auto database = shop();
   auto cube = sales_cube();
   OlapPartition partition{"Sales", "f", "p_", "f", "j", "DW", OlapMode::hybrid, true, false, {}};
@@ -203,7 +203,7 @@ TEST(CatalogueJson, CubesHaveEveryKeyInOrder) {
   EXPECT_EQ(json_of(database).at("cubes").dump(), expected.dump());
 }
 
-TEST(CatalogueJson, APartitionWithoutSlicesHasTheLevelsOfTheCube) {
+TEST(DatabaseJson, APartitionWithoutSlicesHasTheLevelsOfTheCube) {
   auto database = shop();
   auto cube = sales_cube();
   cube.dimensions.edit("Time")->levels.edit("Year")->disabled = true;
@@ -214,7 +214,7 @@ TEST(CatalogueJson, APartitionWithoutSlicesHasTheLevelsOfTheCube) {
             R"("member_key_column":"t.y","slice_value":""}]}])");
 }
 
-TEST(CatalogueJson, AVirtualCubeSaysSo) {
+TEST(DatabaseJson, AVirtualCubeSaysSo) {
   auto database = shop();
   auto cube = named<OlapCube>("Both");
   cube.kind = OlapCubeKind::is_virtual;
@@ -223,7 +223,7 @@ TEST(CatalogueJson, AVirtualCubeSaysSo) {
   EXPECT_TRUE(json_of(database).at("cubes").at(0).at("data_source").is_null());
 }
 
-TEST(CatalogueJson, EstimatedRowsAreANumberThatLosesNothing) {
+TEST(DatabaseJson, EstimatedRowsAreANumberThatLosesNothing) {
   for (const double rows : {0.0, 0.5, 1e15, 1.5e300, -3.0}) {
     auto database = shop();
     auto cube = named<OlapCube>("Sales");
@@ -233,7 +233,7 @@ TEST(CatalogueJson, EstimatedRowsAreANumberThatLosesNothing) {
   }
 }
 
-TEST(CatalogueJson, TextsWithQuotesControlCharactersAndOtherScriptsSurvive) {
+TEST(DatabaseJson, TextsWithQuotesControlCharactersAndOtherScriptsSurvive) {
   const std::string text = "a\"b\\c\n\t\x01 Ærø 日本";
   OlapDatabase database(text, text, {});
   database.data_sources().add({"DW", text, text});
@@ -242,7 +242,7 @@ TEST(CatalogueJson, TextsWithQuotesControlCharactersAndOtherScriptsSurvive) {
   EXPECT_EQ(json.at("data_sources").at(0).at("connection_string"), text);
 }
 
-TEST(CatalogueJson, BytesThatAreNotUtf8AreReplacedInValuesAndKeys) {
+TEST(DatabaseJson, BytesThatAreNotUtf8AreReplacedInValuesAndKeys) {
   OlapDatabase database("a\xFFz", "", {});
   auto dimension = named<OlapDimension>("\xC3(");
   dimension.custom_properties.add({"k\xFE", "v\xFE"});
@@ -254,7 +254,7 @@ TEST(CatalogueJson, BytesThatAreNotUtf8AreReplacedInValuesAndKeys) {
             "{\"k\xEF\xBF\xBD\":\"v\xEF\xBF\xBD\"}");
 }
 
-TEST(CatalogueJson, ObjectsStandInCollectionOrder) {
+TEST(DatabaseJson, ObjectsStandInCollectionOrder) {
   auto database = shop();
   for (const auto* name : {"Zeta", "alpha", "Mid"}) {
     database.roles().add({name, "", "", {}});

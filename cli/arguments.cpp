@@ -1,5 +1,7 @@
-#include "cli/connection_text_file.h"
+#include "cli/arguments.h"
 
+#include <CLI/CLI.hpp>
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstddef>
@@ -9,9 +11,22 @@
 #include <system_error>
 
 #include "base/import_error.h"
+#include "base/name_folding.h"
 
 namespace importkcd {
 namespace {
+
+/// Whether the argument is the name of an option that has a value.
+bool names_valued_option(const CLI::App& program, const std::string& argument) {
+  if (!argument.starts_with("--")) {
+    return false;
+  }
+  const auto commands = program.get_subcommands([](const CLI::App*) { return true; });
+  return std::any_of(commands.begin(), commands.end(), [&](const CLI::App* command) {
+    const auto* option = command->get_option_no_throw(argument);
+    return option != nullptr && option->get_items_expected_max() > 0;
+  });
+}
 
 /// Where a text is read from, and what it is.
 struct Origin {
@@ -48,7 +63,7 @@ std::string read_file(const Origin& origin) {
   return read_all(origin, stream);
 }
 
-std::string read_line(const Origin& origin, std::istream& in) {
+std::string read_only_line(const Origin& origin, std::istream& in) {
   constexpr std::string_view line_ends = "\r\n";
   auto text = origin.file == "-" ? read_all(origin, in) : read_file(origin);
   const auto line_end = text.find_first_of(line_ends);
@@ -66,12 +81,41 @@ std::string read_line(const Origin& origin, std::istream& in) {
 
 }  // namespace
 
+std::vector<std::string> argument_list(const CLI::App& program, int count,
+                                       const char* const* arguments) {
+  std::vector<std::string> result;
+  bool is_value = false;
+  bool only_positionals = false;
+  for (int i = 1; i < count; ++i) {
+    std::string argument = arguments[i];
+    only_positionals = only_positionals || (!is_value && argument == "--");
+    if (is_value || only_positionals) {
+      is_value = false;
+    } else if (names_valued_option(program, argument)) {
+      is_value = true;
+    } else if (argument.size() > 1 && argument.back() == '=' &&
+               names_valued_option(program, argument.substr(0, argument.size() - 1))) {
+      argument.pop_back();
+      result.push_back(argument);
+      argument.clear();
+    }
+    result.push_back(argument);
+  }
+  return result;
+}
+
+bool is_kci_file(std::string_view file) {
+  constexpr std::string_view extension = ".kci";
+  return file.size() >= extension.size() &&
+         same_name(file.substr(file.size() - extension.size()), extension);
+}
+
 std::string read_connection_text(const std::string& file, std::istream& in) {
-  return read_line({file, "a connection string"}, in);
+  return read_only_line({file, "a connection string"}, in);
 }
 
 std::string read_password(const std::string& file, std::istream& in) {
-  return read_line({file, "a password"}, in);
+  return read_only_line({file, "a password"}, in);
 }
 
 }  // namespace importkcd

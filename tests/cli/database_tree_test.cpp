@@ -1,4 +1,4 @@
-#include "cli/catalogue_tree.h"
+#include "cli/database_tree.h"
 
 #include <gtest/gtest.h>
 
@@ -39,14 +39,14 @@ TEST(TextTree, ShowsControlCharactersAsBlanks) {
   EXPECT_EQ(drawn({"a\nb", {{"c\x1B[1m"}}}), "a b\n`- c [1m\n");
 }
 
-TEST(CatalogueTree, AnEmptyDatabaseIsItsNameAndDescription) {
+TEST(DatabaseTree, AnEmptyDatabaseIsItsNameAndDescription) {
   auto database = shop_tree_database();
   EXPECT_EQ(drawn(database_tree(database)), "Shop: All shops\n");
   OlapDatabase plain("Plain", "", {});
   EXPECT_EQ(drawn(database_tree(plain)), "Plain\n");
 }
 
-TEST(CatalogueTree, DataSourcesHideTheirPasswords) {
+TEST(DatabaseTree, DataSourcesHideTheirPasswords) {
   auto database = shop_tree_database();
   database.data_sources().add({"DW", "Provider=P;PWD='a;b';Data Source=S", "Warehouse"});
   database.data_sources().add({"Archive", "", ""});
@@ -58,7 +58,7 @@ TEST(CatalogueTree, DataSourcesHideTheirPasswords) {
             "   `- Archive\n");
 }
 
-TEST(CatalogueTree, DimensionsShowTypeSourceAndLevels) {
+TEST(DatabaseTree, DimensionsShowTypeSourceAndLevels) {
   auto database = shop_tree_database();
   auto time = named<OlapDimension>("Time");
   time.description = "Calendar";
@@ -83,7 +83,7 @@ TEST(CatalogueTree, DimensionsShowTypeSourceAndLevels) {
             "      `- Size\n");
 }
 
-TEST(CatalogueTree, RolesShowTheirUsers) {
+TEST(DatabaseTree, RolesShowTheirUsers) {
   auto database = shop_tree_database();
   database.roles().add({"Clerks", "Everybody", "anna;bo", {}});
   database.roles().add({"Nobody", "", "", {}});
@@ -116,7 +116,7 @@ OlapCube sales_tree_cube() {
   return cube;
 }
 
-TEST(CatalogueTree, CubesShowAllTheirParts) {
+TEST(DatabaseTree, CubesShowAllTheirParts) {
   auto database = shop_tree_database();
   auto own = named<OlapDimension>("Own");
   own.kind = OlapDimensionKind::is_private;
@@ -144,7 +144,7 @@ TEST(CatalogueTree, CubesShowAllTheirParts) {
             "            `- Time, Year = 2023\n");
 }
 
-TEST(CatalogueTree, AVirtualCubeHasNoSource) {
+TEST(DatabaseTree, AVirtualCubeHasNoSource) {
   auto database = shop_tree_database();
   auto cube = named<OlapCube>("Both");
   cube.kind = OlapCubeKind::is_virtual;
@@ -158,7 +158,7 @@ TEST(CatalogueTree, AVirtualCubeHasNoSource) {
             "         `- Time\n");
 }
 
-TEST(CatalogueTree, ACodeWithoutAWordIsANumber) {
+TEST(DatabaseTree, ACodeWithoutAWordIsANumber) {
   auto database = shop_tree_database();
   auto odd = named<OlapDimension>("Odd");
   odd.type = static_cast<OlapDimensionType>(77);

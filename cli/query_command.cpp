@@ -1,4 +1,4 @@
-#include "cli/mdx_query_command.h"
+#include "cli/query_command.h"
 
 #include <CLI/CLI.hpp>
 #include <chrono>
@@ -7,8 +7,7 @@
 #include <ostream>
 
 #include "base/import_error.h"
-#include "cli/dataset_json.h"
-#include "cli/dataset_table.h"
+#include "cli/dataset_output.h"
 #include "cli/olap_engine.h"
 #include "xmla/xmla_address.h"
 
@@ -92,8 +91,8 @@ int QueryCommand::run(const CommandEnvironment& environment) const {
     dataset = ask(engine.address(), environment);
   }
   if (as_json_) {
-    environment.out << to_json(dataset).dump(2, ' ', false,
-                                             nlohmann::ordered_json::error_handler_t::replace)
+    environment.out << dataset_json(dataset).dump(2, ' ', false,
+                                                  nlohmann::ordered_json::error_handler_t::replace)
                     << '\n';
   } else {
     print_table(dataset, environment.out);

@@ -1,14 +1,18 @@
-#include "cli/dataset_table.h"
+#include "cli/dataset_output.h"
+
+#include <utf8proc.h>
 
 #include <algorithm>
+#include <charconv>
+#include <cmath>
 #include <cstdint>
 #include <ostream>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "base/import_error.h"
 #include "base/printable_text.h"
-#include "cli/text_width.h"
 
 namespace importkcd {
 namespace {
@@ -96,7 +100,7 @@ std::vector<std::string> labels_of(const DatasetTuple& tuple, const DatasetAxis&
   return labels;
 }
 
-/// One line a hierarchy of the columns; the row labels' headings stand in the last one.
+/// One line per hierarchy of the columns; the row labels' headings stand in the last one.
 void add_headings(const DatasetAxis& columns, const std::vector<std::string>& row_headings,
                   Grid& grid) {
   const auto count = columns.hierarchies.size();
@@ -172,6 +176,105 @@ void print_table(const Dataset& dataset, std::ostream& out) {
     }
     print_page(dataset, page * page_cells, out);
   }
+}
+
+std::size_t text_width(std::string_view text) {
+  std::size_t width = 0;
+  while (!text.empty()) {
+    utf8proc_int32_t character = -1;
+    auto length = utf8proc_iterate(reinterpret_cast<const utf8proc_uint8_t*>(text.data()),
+                                   static_cast<utf8proc_ssize_t>(text.size()), &character);
+    if (length <= 0 || character < 0) {
+      length = 1;
+      ++width;
+    } else {
+      width += static_cast<std::size_t>(utf8proc_charwidth(character));
+    }
+    text.remove_prefix(static_cast<std::size_t>(length));
+  }
+  return width;
+}
+
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+template <class T>
+bool read_whole(std::string_view text, T& number) {
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+  return error == std::errc() && end == text.data() + text.size();
+}
+
+bool is_text_type(std::string_view type) {
+  return type.empty() || type.ends_with("string") || type.ends_with("dateTime") ||
+         type.ends_with("date");
+}
+
+Json value_of(const DatasetCell& cell) {
+  if (cell.type.ends_with("boolean")) {
+    return cell.value == "true" || cell.value == "1";
+  }
+  if (!is_text_type(cell.type)) {
+    if (std::int64_t whole = 0; read_whole(cell.value, whole)) {
+      return whole;
+    }
+    // JSON cannot express infinity.
+    if (double number = 0; read_whole(cell.value, number) && std::isfinite(number)) {
+      return number;
+    }
+  }
+  return cell.value;
+}
+
+Json json_of(const DatasetMember& member) {
+  Json properties = Json::object();
+  for (const auto& [name, value] : member.properties) {
+    properties[name] = value;
+  }
+  return {{"hierarchy", member.hierarchy},
+          {"unique_name", member.unique_name},
+          {"caption", member.caption},
+          {"level", member.level},
+          {"properties", std::move(properties)}};
+}
+
+Json json_of(const DatasetTuple& tuple) {
+  Json members = Json::array();
+  for (const auto& member : tuple) {
+    members.push_back(json_of(member));
+  }
+  return members;
+}
+
+Json json_of(const DatasetAxis& axis) {
+  Json hierarchies = Json::array();
+  for (const auto& hierarchy : axis.hierarchies) {
+    hierarchies.push_back(hierarchy.name);
+  }
+  Json tuples = Json::array();
+  for (const auto& tuple : axis.tuples) {
+    tuples.push_back(json_of(tuple));
+  }
+  return {
+      {"name", axis.name}, {"hierarchies", std::move(hierarchies)}, {"tuples", std::move(tuples)}};
+}
+
+}  // namespace
+
+Json dataset_json(const Dataset& dataset) {
+  Json axes = Json::array();
+  for (const auto& axis : dataset.axes) {
+    axes.push_back(json_of(axis));
+  }
+  Json cells = Json::array();
+  for (const auto& [ordinal, cell] : dataset.cells) {
+    cells.push_back(
+        {{"ordinal", ordinal}, {"value", value_of(cell)}, {"formatted", cell.formatted}});
+  }
+  return {{"cube", dataset.cube},
+          {"axes", std::move(axes)},
+          {"slicer", json_of(dataset.slicer)},
+          {"cells", std::move(cells)}};
 }
 
 }  // namespace importkcd

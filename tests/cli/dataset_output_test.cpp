@@ -1,18 +1,37 @@
-#include "cli/dataset_table.h"
+#include "cli/dataset_output.h"
 
 #include <gtest/gtest.h>
 
 #include <sstream>
+#include <string>
+#include <utility>
+#include <vector>
 
 #include "base/import_error.h"
-#include "tests/cli/dataset_samples.h"
+#include "xmla/dataset.h"
 
 namespace importkcd {
 namespace {
 
-using testing::sample_axis;
-using testing::sample_cell;
-using testing::sample_member;
+DatasetMember sample_member(const std::string& hierarchy, const std::string& caption,
+                            std::vector<std::pair<std::string, std::string>> properties = {}) {
+  return {hierarchy, "[" + hierarchy + "].[" + caption + "]", caption, "[" + hierarchy + "].[L]",
+          std::move(properties)};
+}
+
+/// An axis of one hierarchy with these members.
+DatasetAxis sample_axis(const std::string& name, const std::string& hierarchy,
+                        const std::vector<std::string>& captions) {
+  DatasetAxis axis{name, {{hierarchy, {}}}, {}};
+  for (const auto& caption : captions) {
+    axis.tuples.push_back({sample_member(hierarchy, caption)});
+  }
+  return axis;
+}
+
+DatasetCell sample_cell(const std::string& value, const std::string& formatted) {
+  return {value, "xsd:double", formatted};
+}
 
 std::string table_of(const Dataset& dataset) {
   std::ostringstream out;
@@ -122,6 +141,59 @@ TEST(DatasetTable, AnAnswerThatIsTooLargeIsRefused) {
   EXPECT_THROW(table_of(dataset), ImportError);
   dataset.axes = {sample_axis("Axis0", "M", {}), sample_axis("Axis1", "S", {"x"}), axis, axis};
   EXPECT_THROW(table_of(dataset), ImportError);
+}
+
+TEST(TextWidth, CountsWhatATerminalShows) {
+  EXPECT_EQ(text_width(""), 0U);
+  EXPECT_EQ(text_width("Kiel"), 4U);
+  EXPECT_EQ(text_width("Ørsted & Søn"), 12U);
+  EXPECT_EQ(text_width("日本"), 4U);
+  EXPECT_EQ(text_width("e\u0301"), 1U);
+}
+
+TEST(TextWidth, BytesThatAreNoUtf8CountOneEach) {
+  EXPECT_EQ(text_width("a\xFF\xFE"), 3U);
+  EXPECT_EQ(text_width("\xE2\x82"), 2U);
+}
+
+using Json = nlohmann::ordered_json;
+
+TEST(DatasetJson, HoldsAxesSlicerAndCells) {
+  Dataset dataset;
+  dataset.cube = "Sales";
+  dataset.axes = {sample_axis("Axis0", "Measures", {"Revenue"})};
+  dataset.slicer = {sample_member("Store", "Kiel", {{"Manager", "A. P."}})};
+  dataset.cells = {{0, {"1.5", "xsd:double", "1.50"}}};
+  EXPECT_EQ(dataset_json(dataset), Json::parse(R"({
+    "cube": "Sales",
+    "axes": [{"name": "Axis0", "hierarchies": ["Measures"], "tuples": [[
+      {"hierarchy": "Measures", "unique_name": "[Measures].[Revenue]", "caption": "Revenue",
+       "level": "[Measures].[L]", "properties": {}}]]}],
+    "slicer": [{"hierarchy": "Store", "unique_name": "[Store].[Kiel]", "caption": "Kiel",
+                "level": "[Store].[L]", "properties": {"Manager": "A. P."}}],
+    "cells": [{"ordinal": 0, "value": 1.5, "formatted": "1.50"}]})"));
+}
+
+Json value_of(const std::string& value, const std::string& type) {
+  Dataset dataset;
+  dataset.cells = {{0, {value, type, value}}};
+  return dataset_json(dataset)["cells"][0]["value"];
+}
+
+TEST(DatasetJson, ValuesAreNumbersWhereTheServerSaysSo) {
+  EXPECT_EQ(value_of("7", "xsd:int"), Json(7));
+  EXPECT_EQ(value_of("-9007199254740993", "xsd:long"), Json(-9007199254740993));
+  EXPECT_EQ(value_of("1.5E3", "xsd:double"), Json(1500.0));
+  EXPECT_EQ(value_of("true", "xsd:boolean"), Json(true));
+  EXPECT_EQ(value_of("0", "xsd:boolean"), Json(false));
+}
+
+TEST(DatasetJson, OtherValuesAreTexts) {
+  EXPECT_EQ(value_of("7", "xsd:string"), Json("7"));
+  EXPECT_EQ(value_of("7", ""), Json("7"));
+  EXPECT_EQ(value_of("Infinity", "xsd:double"), Json("Infinity"));
+  EXPECT_EQ(value_of("NaN", "xsd:double"), Json("NaN"));
+  EXPECT_EQ(value_of("abc", "xsd:int"), Json("abc"));
 }
 
 }  // namespace

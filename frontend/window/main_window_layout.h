@@ -18,4 +18,10 @@ constexpr double twips_of_pixels(int pixels) {
 }
 int pixels_of_twips(std::int32_t twips);
 
+/// Carries out the layout rule for the window's present size. The size inside the window's frame
+/// stands for the outer one: the frame is the same before and after, and unknown until the window
+/// is on the screen.
+void apply_layout_rule(QWidget& window, const WindowControls& controls,
+                       const RecordedLayout& recorded);
+
 }  // namespace importkcd

@@ -1,8 +1,9 @@
-#include "frontend/window/field_box.h"
+#include "frontend/window/input_boxes.h"
 
 #include <QFocusEvent>
 #include <QInputMethodEvent>
 #include <QKeyEvent>
+#include <QLineEdit>
 #include <algorithm>
 
 namespace importkcd {
@@ -45,6 +46,21 @@ bool FieldBox::takes_all(const QString& typed) const {
     // What does not print is a command: Tab, Return, Escape, Ctrl+V, Delete.
     return !QChar::isPrint(character) || takes_key(character);
   });
+}
+
+DropDownList::DropDownList(QWidget* parent) : QComboBox(parent) {
+  // As setEditable() does, which would also make the drop-down list's view at once.
+  setLineEdit(new QLineEdit(this));
+  setInsertPolicy(QComboBox::NoInsert);
+  // Completion would change what was typed into the name of something else.
+  setCompleter(nullptr);
+}
+
+void DropDownList::showPopup() {
+  if (opening) {
+    opening();
+  }
+  QComboBox::showPopup();
 }
 
 }  // namespace importkcd

@@ -1,7 +1,8 @@
-#include "frontend/engine_settings.h"
+#include "frontend/run_settings.h"
 
 #include "frontend/datawarehouse_connect_string.h"
 #include "frontend/text_characters.h"
+#include "importer/import_options.h"
 
 namespace importkcd {
 namespace {

@@ -1,11 +1,13 @@
-#include "frontend/engine_settings.h"
+#include "frontend/run_settings.h"
 
 #include <gtest/gtest.h>
+
+#include "importer/import_options.h"
 
 namespace importkcd {
 namespace {
 
-class EngineSettings : public ::testing::Test {
+class HandedOverSettings : public ::testing::Test {
  protected:
   void hand_over() { hand_over_settings(options, fields, settings, "/d/a.kcd", "HERE"); }
 
@@ -14,7 +16,7 @@ class EngineSettings : public ::testing::Test {
   ImportOptions options;
 };
 
-TEST_F(EngineSettings, CarryServerDocumentAndSwitches) {
+TEST_F(HandedOverSettings, CarryServerDocumentAndSwitches) {
   fields.olap_server = " SRV ";
   fields.kcd_filename = "/d/a.kci";
   fields.import_cube_partition_defs = true;
@@ -25,13 +27,13 @@ TEST_F(EngineSettings, CarryServerDocumentAndSwitches) {
   EXPECT_TRUE(options.virtual_cubes);
 }
 
-TEST_F(EngineSettings, VirtualCubesFollowTheHiddenSetting) {
+TEST_F(HandedOverSettings, VirtualCubesFollowTheHiddenSetting) {
   settings.ImportVirtualCubes = false;
   hand_over();
   EXPECT_FALSE(options.virtual_cubes);
 }
 
-TEST_F(EngineSettings, TheAlternateDatabaseNameIsHandedOverInEveryCase) {
+TEST_F(HandedOverSettings, TheAlternateDatabaseNameIsHandedOverInEveryCase) {
   fields.olap_database = "Other";
   hand_over();
   EXPECT_FALSE(options.use_alternate_database_name);
@@ -41,7 +43,7 @@ TEST_F(EngineSettings, TheAlternateDatabaseNameIsHandedOverInEveryCase) {
   EXPECT_TRUE(options.use_alternate_database_name);
 }
 
-TEST_F(EngineSettings, TheDataWarehouseServerIsHandedOverWhenItsBoxIsChecked) {
+TEST_F(HandedOverSettings, TheDataWarehouseServerIsHandedOverWhenItsBoxIsChecked) {
   fields.datawarehouse_server = "DW";
   options.data_source_name = "earlier";
   hand_over();
@@ -51,7 +53,7 @@ TEST_F(EngineSettings, TheDataWarehouseServerIsHandedOverWhenItsBoxIsChecked) {
   EXPECT_EQ(options.data_source_name, "DW");
 }
 
-TEST_F(EngineSettings, AConnectionStringNeedsADataWarehouseDatabase) {
+TEST_F(HandedOverSettings, AConnectionStringNeedsADataWarehouseDatabase) {
   fields.datawarehouse_server = "(Local)";
   settings.DwTrusted = true;
   hand_over();
@@ -63,12 +65,12 @@ TEST_F(EngineSettings, AConnectionStringNeedsADataWarehouseDatabase) {
             "Integrated Security=SSPI;Initial Catalog=Sales");
 }
 
-TEST_F(EngineSettings, NoSelectedOptionLeavesTheImportTypeAtNone) {
+TEST_F(HandedOverSettings, NoSelectedOptionLeavesTheImportTypeAtNone) {
   hand_over();
   EXPECT_EQ(options.ImportType, import_type::none);
 }
 
-TEST_F(EngineSettings, TheFirstSelectedOptionGivesTheImportType) {
+TEST_F(HandedOverSettings, TheFirstSelectedOptionGivesTheImportType) {
   fields.update = true;
   hand_over();
   EXPECT_EQ(options.ImportType, import_type::update);
@@ -80,7 +82,7 @@ TEST_F(EngineSettings, TheFirstSelectedOptionGivesTheImportType) {
   EXPECT_EQ(options.ImportType, import_type::incremental);
 }
 
-TEST_F(EngineSettings, DontUpdateLevelsIsHandedOverInUpdateModeOnly) {
+TEST_F(HandedOverSettings, DontUpdateLevelsIsHandedOverInUpdateModeOnly) {
   fields.dont_update_levels = true;
   fields.replace = true;
   hand_over();
@@ -91,14 +93,14 @@ TEST_F(EngineSettings, DontUpdateLevelsIsHandedOverInUpdateModeOnly) {
   EXPECT_TRUE(options.DontUpdateLevels);
 }
 
-TEST_F(EngineSettings, NeverSetTheTwoModeFlags) {
+TEST_F(HandedOverSettings, NeverSetTheTwoModeFlags) {
   fields.incremental = fields.replace = true;
   hand_over();
   EXPECT_FALSE(options.incremental);
   EXPECT_FALSE(options.replace_yn);
 }
 
-TEST_F(EngineSettings, PatternsAreTrimmedAndOnlyHandedOverWhenSwitchedOn) {
+TEST_F(HandedOverSettings, PatternsAreTrimmedAndOnlyHandedOverWhenSwitchedOn) {
   fields.replace_pattern_from = "  %XXX% ";
   fields.replace_pattern_to = " A B ";
   hand_over();
@@ -110,6 +112,19 @@ TEST_F(EngineSettings, PatternsAreTrimmedAndOnlyHandedOverWhenSwitchedOn) {
   EXPECT_TRUE(options.replace_pattern_yn());
   EXPECT_EQ(options.pattern_from, "%XXX%");
   EXPECT_EQ(options.pattern_to, "A B");
+}
+
+TEST(HiddenSettings, StartWithVirtualCubesAndNothingElse) {
+  const HiddenSettings settings;
+  EXPECT_TRUE(settings.ImportVirtualCubes);
+  EXPECT_FALSE(settings.CommandLineRun);
+  EXPECT_FALSE(settings.KeepOpen);
+  EXPECT_FALSE(settings.ImportTypeGiven);
+  EXPECT_FALSE(settings.DwTrusted);
+  EXPECT_EQ(settings.DwUser, "");
+  EXPECT_EQ(settings.DwPassword, "");
+  EXPECT_EQ(settings.DwDatabase, "");
+  EXPECT_EQ(settings.StatusFileName, "");
 }
 
 }  // namespace

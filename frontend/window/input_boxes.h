@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QComboBox>
 #include <QLineEdit>
 #include <functional>
 
@@ -25,6 +26,18 @@ class FieldBox : public QLineEdit {
 
  private:
   bool takes_all(const QString& typed) const;
+};
+
+/// A box with a list of choices that takes any text, and that may be filled when its list is
+/// opened.
+class DropDownList : public QComboBox {
+ public:
+  explicit DropDownList(QWidget* parent);
+
+  /// Called before each opening of the list.
+  std::function<void()> opening;
+
+  void showPopup() override;
 };
 
 }  // namespace importkcd

@@ -1,6 +1,8 @@
-#include "frontend/window/status_line_delegate.h"
+#include "frontend/window/status_list_painting.h"
 
 #include <QPainter>
+#include <QStyle>
+#include <QStyleOptionSlider>
 #include <QTextLayout>
 #include <QWidget>
 
@@ -25,7 +27,7 @@ void paint_text(QPainter& painter, const QStyleOptionViewItem& option, const QSt
   direction.setWrapMode(QTextOption::ManualWrap);
   QTextLayout text(line, option.font);
   text.setTextOption(direction);
-  text.setCacheEnabled(true);  // or it would be shaped again to be drawn
+  text.setCacheEnabled(true);  // else drawing shapes the text a second time
   text.beginLayout();
   text.createLine().setLineWidth(place.width());
   text.endLayout();
@@ -51,7 +53,7 @@ void paint_focus(QPainter& painter, const QStyleOptionViewItem& option) {
 
 void StatusLineDelegate::paint(QPainter* painter, const QStyleOptionViewItem& option,
                                const QModelIndex& index) const {
-  // It says that there is a text, for the style to leave room, and not which, for it to lay out.
+  // The style leaves room for a text that it does not know, and so does not lay out.
   QStyleOptionViewItem item = option;
   item.features |= QStyleOptionViewItem::HasDisplay;
   painter->save();
@@ -62,6 +64,31 @@ void StatusLineDelegate::paint(QPainter* painter, const QStyleOptionViewItem& op
     paint_focus(*painter, item);
   }
   painter->restore();
+}
+
+void SteadyScrollBar::sliderChange(SliderChange change) {
+  const bool numbers_alone = change == SliderRangeChange || change == SliderValueChange;
+  if (!numbers_alone || differs(look(), painted_)) {
+    QScrollBar::sliderChange(change);
+  }
+}
+
+bool SteadyScrollBar::differs(const Look& left, const Look& right) {
+  return left.can_scroll != right.can_scroll ||
+         (left.slider.topLeft() - right.slider.topLeft()).manhattanLength() > 1 ||
+         (left.slider.bottomRight() - right.slider.bottomRight()).manhattanLength() > 1;
+}
+
+void SteadyScrollBar::paintEvent(QPaintEvent* event) {
+  QScrollBar::paintEvent(event);
+  painted_ = look();
+}
+
+SteadyScrollBar::Look SteadyScrollBar::look() const {
+  QStyleOptionSlider option;
+  initStyleOption(&option);
+  return {style()->subControlRect(QStyle::CC_ScrollBar, &option, QStyle::SC_ScrollBarSlider, this),
+          minimum() != maximum()};
 }
 
 }  // namespace importkcd

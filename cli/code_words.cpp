@@ -7,9 +7,9 @@
 namespace importkcd {
 namespace {
 
-/// A catalogue may hold codes that no word is known for.
+/// A database may hold codes that no word is known for.
 template <class Code>
-std::string number_of(Code code) {
+std::string code_text(Code code) {
   return std::to_string(static_cast<std::int32_t>(code));
 }
 
@@ -24,7 +24,7 @@ std::string word_for(OlapDimensionType type) {
     case OlapDimensionType::quantitative:
       return "quantitative";
   }
-  return number_of(type);
+  return code_text(type);
 }
 
 std::string word_for(OlapMode mode) {
@@ -38,12 +38,12 @@ std::string word_for(OlapMode mode) {
     case OlapMode::rolap:
       return "ROLAP";
   }
-  return number_of(mode);
+  return code_text(mode);
 }
 
 std::string word_for(OlapAggregateFunction function) {
   const auto word = aggregate_function_word(function);
-  return word ? std::string(*word) : number_of(function);
+  return word ? std::string(*word) : code_text(function);
 }
 
 std::string word_for(OlapDimensionKind kind) {
@@ -55,7 +55,7 @@ std::string word_for(OlapDimensionKind kind) {
     case OlapDimensionKind::is_virtual:
       return "virtual";
   }
-  return number_of(kind);
+  return code_text(kind);
 }
 
 std::string word_for(OlapCubeKind kind) {
@@ -65,7 +65,7 @@ std::string word_for(OlapCubeKind kind) {
     case OlapCubeKind::is_virtual:
       return "virtual";
   }
-  return number_of(kind);
+  return code_text(kind);
 }
 
 }  // namespace importkcd

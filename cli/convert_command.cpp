@@ -6,8 +6,7 @@
 #include <utility>
 
 #include "base/text.h"
-#include "cli/connection_text_file.h"
-#include "cli/kci_file.h"
+#include "cli/arguments.h"
 #include "labels/kci_conversion.h"
 #include "labels/labels_access.h"
 #include "labels/labels_connection.h"
@@ -32,7 +31,7 @@ class CommandLineView : public LabelsView {
 
   void clear_list(LabelsList list) override { text_of(list).clear(); }
   void set_list_text(LabelsList list, const std::string& text) override { text_of(list) = text; }
-  // What a server offers is for people who choose by mouse.
+  // The lists of databases and languages are not shown: the options name the choice.
   void add_entry(LabelsList /*list*/, const std::string& /*text*/) override {}
   void select_first(LabelsList /*list*/) override {}
   void set_default_pointer() override {}

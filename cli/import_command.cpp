@@ -7,8 +7,7 @@
 
 #include "base/import_error.h"
 #include "base/text.h"
-#include "cli/connection_text_file.h"
-#include "cli/kci_file.h"
+#include "cli/arguments.h"
 #include "importer/import_olapdb_from_kcd_doc.h"
 
 namespace importkcd {
@@ -113,32 +112,32 @@ std::string ImportCommand::connection_text(const CommandEnvironment& environment
 }
 
 int ImportCommand::run(const CommandEnvironment& environment) const {
-  ImportOLAPDBFromKCDDoc engine(environment.open_for_change);
+  ImportOLAPDBFromKCDDoc importer(environment.open_for_change);
   StreamSink sink(environment);
-  engine.kcd_document_file_name = document_;
-  engine.machine_name = server_;
-  engine.ImportType = type_of_mode(mode_);
-  engine.incremental = engine.ImportType == import_type::incremental;
-  engine.replace_yn = engine.ImportType == import_type::replace;
-  engine.DontUpdateLevels = dont_update_levels_;
-  engine.import_partitions = partitions_;
-  engine.alternate_database_name = database_;
-  engine.use_alternate_database_name = command_->count("--database") > 0;
-  engine.data_source_name = data_source_;
-  engine.datawarehouse_connectstring = connection_text(environment);
-  engine.replace_pattern(command_->count("--pattern-from") > 0);
-  engine.pattern_from = pattern_from_;
-  engine.pattern_to = pattern_to_;
-  engine.progres_window = &sink;
-  engine.notifications = &sink;
+  importer.kcd_document_file_name = document_;
+  importer.machine_name = server_;
+  importer.ImportType = type_of_mode(mode_);
+  importer.incremental = importer.ImportType == import_type::incremental;
+  importer.replace_yn = importer.ImportType == import_type::replace;
+  importer.DontUpdateLevels = dont_update_levels_;
+  importer.import_partitions = partitions_;
+  importer.alternate_database_name = database_;
+  importer.use_alternate_database_name = command_->count("--database") > 0;
+  importer.data_source_name = data_source_;
+  importer.datawarehouse_connectstring = connection_text(environment);
+  importer.replace_pattern(command_->count("--pattern-from") > 0);
+  importer.pattern_from = pattern_from_;
+  importer.pattern_to = pattern_to_;
+  importer.progres_window = &sink;
+  importer.notifications = &sink;
 
-  engine.succeeded = true;
-  engine.ReleaseDocument();
-  engine.make();
-  if (!engine.last_error.empty()) {
-    environment.err << printable(engine.last_error) << '\n';
+  importer.succeeded = true;
+  importer.ReleaseDocument();
+  importer.make();
+  if (!importer.last_error.empty()) {
+    environment.err << printable(importer.last_error) << '\n';
   }
-  return engine.succeeded ? exit_status::success : exit_status::failure;
+  return importer.succeeded ? exit_status::success : exit_status::failure;
 }
 
 }  // namespace importkcd

@@ -11,7 +11,7 @@ class Option;
 
 namespace importkcd {
 
-/// `kcd import`: runs the import engine once. Standard output carries the progress messages, one a
+/// `kcd import`: runs the importer once. Standard output carries the progress messages, one per
 /// line; everything else goes to standard error.
 class ImportCommand {
  public:

@@ -8,10 +8,10 @@
 
 #include "base/connection_text.h"
 #include "base/text.h"
-#include "cli/argument_list.h"
+#include "cli/arguments.h"
 #include "cli/convert_command.h"
 #include "cli/import_command.h"
-#include "cli/mdx_query_command.h"
+#include "cli/query_command.h"
 #include "cli/restore_command.h"
 #include "cli/serve_command.h"
 #include "cli/show_command.h"
@@ -39,7 +39,7 @@ CommandEnvironment environment_of_process() {
 std::string usage_message(const CLI::App* program, const CLI::Error& error) {
   const auto chosen = program->get_subcommands();
   const auto name = chosen.empty() ? "kcd" : "kcd " + chosen.front()->get_name();
-  // A connection string in the wrong place is named like any other argument.
+  // The message may quote a connection string that stands in the wrong place.
   return "kcd: " + printable(mask_passwords(error.what())) + "\nTry '" + name + " --help'.\n";
 }
 
@@ -81,7 +81,7 @@ int run(int argument_count, const char* const* arguments) {
   return query_command.chosen() ? query_command.run(environment) : show_command.run(environment);
 }
 
-/// A success whose output did not arrive is none.
+/// Output that could not be written turns a success into a failure.
 int checked(int status) {
   if (std::cout.flush() || status != exit_status::success) {
     return status;

@@ -16,6 +16,7 @@
 #include <utility>
 
 #include "base/import_error.h"
+#include "base/program_texts.h"
 
 namespace importkcd {
 namespace {
@@ -114,18 +115,11 @@ void check_directory(const std::string& directory) {
   }
 }
 
-std::vector<char*> pointers_to(std::vector<std::string>& texts) {
-  std::vector<char*> pointers;
-  pointers.reserve(texts.size() + 1);
-  for (auto& text : texts) {
-    pointers.push_back(text.data());
-  }
-  pointers.push_back(nullptr);
-  return pointers;
-}
+/// The engine decodes file names by the character set of its locale, which has to be UTF-8.
+std::vector<std::string> engine_environment() { return environment_with({{"LC_ALL", "C.UTF-8"}}); }
 
 /// Everything that the other side writes until it closes its end.
-std::string read_all(int pipe_end) {
+std::string read_pipe_to_end(int pipe_end) {
   std::string text;
   std::array<char, 4096> buffer{};
   ssize_t count = 0;
@@ -140,7 +134,7 @@ std::string read_all(int pipe_end) {
 }
 
 /// The first line that the other side writes; less than a line when it ends before.
-std::string read_line(int pipe_end) {
+std::string read_pipe_line(int pipe_end) {
   std::string line;
   char c = '\0';
   ssize_t count = 0;
@@ -193,17 +187,6 @@ struct Pipe {
   _exit(1);
 }
 
-/// The engine reads file names as the character set of its locale says.
-std::vector<std::string> engine_environment() {
-  std::vector<std::string> result{"LC_ALL=C.UTF-8"};
-  for (char** entry = environ; *entry != nullptr; ++entry) {
-    if (!std::string_view(*entry).starts_with("LC_ALL=")) {
-      result.emplace_back(*entry);
-    }
-  }
-  return result;
-}
-
 }  // namespace
 
 std::string engine_directory(std::string_view text) {
@@ -243,11 +226,11 @@ OlapEngine::OlapEngine(const std::string& directory) {
   }
   output.close_writing();
   errors.close_writing();
-  const auto line = read_line(output.reading);
+  const auto line = read_pipe_line(output.reading);
   const auto address = line.rfind(" at http://");
   if (address == std::string::npos) {
     stop();
-    auto reason = read_all(errors.reading);
+    auto reason = read_pipe_to_end(errors.reading);
     reason.erase(reason.find_last_not_of('\n') + 1);
     fail(reason.empty() ? "the OLAP engine does not start" : reason);
   }

@@ -17,7 +17,7 @@ constexpr std::uint16_t default_engine_port = 8712;
 /// server's text is dropped.
 std::string engine_directory(std::string_view text);
 
-/// The command that serves a directory's catalogues over XMLA: program and arguments. Port 0 is any
+/// The command that serves a directory's databases over XMLA: program and arguments. Port 0 is any
 /// free one. Throws ImportError, whose description says what is missing, when it cannot be carried
 /// out: the directory, its datasources.xml, Java, the engine's host or its libraries.
 std::vector<std::string> engine_command(const std::string& directory, const std::string& address,

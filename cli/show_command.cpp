@@ -7,9 +7,8 @@
 #include "base/import_error.h"
 #include "base/name_folding.h"
 #include "base/text.h"
-#include "cli/catalogue_json.h"
-#include "cli/catalogue_tree.h"
-#include "cli/xmla_tree.h"
+#include "cli/database_json.h"
+#include "cli/database_tree.h"
 #include "xmla/xmla_address.h"
 
 namespace importkcd {
@@ -71,7 +70,7 @@ void ShowCommand::show_tree(OlapServer& server, std::ostream& out) const {
 
 void ShowCommand::show_json(OlapServer& server, std::ostream& out) const {
   const auto names = chosen_of(databases_of(server));
-  CatalogueJson json(out);
+  DatabaseJson json(out);
   for (const auto& name : names) {
     json.add(server.open_database(name));
   }

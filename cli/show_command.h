@@ -33,7 +33,7 @@ class ShowCommand {
   std::vector<std::string> chosen_of(std::vector<std::string> names) const;
   void show_tree(OlapServer& server, std::ostream& out) const;
   void show_json(OlapServer& server, std::ostream& out) const;
-  /// What a running XMLA server offers; it tells less than a catalogue does.
+  /// What a running XMLA server offers; it tells less than a server of this system does.
   void show_xmla_tree(const XmlaClient& client, std::ostream& out) const;
   void show_xmla_json(const XmlaClient& client, std::ostream& out) const;
 

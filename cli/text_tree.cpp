@@ -4,6 +4,7 @@
 #include <locale.h>  // NOLINT(modernize-deprecated-headers): newlocale is POSIX
 
 #include <ostream>
+#include <utility>
 
 #include "base/text.h"
 
@@ -34,6 +35,32 @@ TreeStyle style_of_locale() {
 void draw_tree(const TreeNode& root, const TreeStyle& style, std::ostream& out) {
   out << printable(root.text) << '\n';
   draw_children(root, "", style, out);
+}
+
+void add_group(TreeNode& parent, std::string_view title, std::vector<TreeNode> children) {
+  if (children.empty()) {
+    return;
+  }
+  const auto count = std::to_string(children.size());
+  parent.children.push_back({with_facts(std::string(title), {count}), std::move(children)});
+}
+
+std::string joined(const std::vector<std::string>& parts, std::string_view separator) {
+  std::string result;
+  for (const auto& part : parts) {
+    if (!part.empty()) {
+      result.append(result.empty() ? std::string_view() : separator).append(part);
+    }
+  }
+  return result;
+}
+
+std::string with_detail(const std::string& text, const std::string& detail) {
+  return joined({text, detail}, ": ");
+}
+
+std::string with_facts(const std::string& text, const std::vector<std::string>& facts) {
+  return facts.empty() ? text : text + " (" + joined(facts, ", ") + ")";
 }
 
 }  // namespace importkcd

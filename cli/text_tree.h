@@ -34,4 +34,18 @@ struct TreeNode {
 /// Draws a node and everything below it, one line each.
 void draw_tree(const TreeNode& root, const TreeStyle& style, std::ostream& out);
 
+/// Adds a node "Title (count)" with these children; nothing when there are none.
+void add_group(TreeNode& parent, std::string_view title, std::vector<TreeNode> children);
+
+// The forms of text that lines are made of.
+
+/// The parts joined by `separator`; empty parts are left out.
+std::string joined(const std::vector<std::string>& parts, std::string_view separator);
+
+/// "text: detail", or the text alone when there is no detail.
+std::string with_detail(const std::string& text, const std::string& detail);
+
+/// "text (fact, fact)", or the text alone when there are no facts.
+std::string with_facts(const std::string& text, const std::vector<std::string>& facts);
+
 }  // namespace importkcd

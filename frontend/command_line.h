@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "frontend/command_line_target.h"
-#include "frontend/hidden_settings.h"
+#include "frontend/run_settings.h"
 
 namespace importkcd {
 

@@ -6,7 +6,6 @@
 
 #include "base/name_folding.h"
 #include "frontend/output_file_name.h"
-#include "frontend/start_up_error.h"
 #include "frontend/text_characters.h"
 
 namespace importkcd {

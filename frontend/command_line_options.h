@@ -1,13 +1,21 @@
 #pragma once
 
 #include <span>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 
 #include "frontend/command_line_target.h"
-#include "frontend/hidden_settings.h"
+#include "frontend/run_settings.h"
 
 namespace importkcd {
+
+/// A command line value that cannot be converted. Nothing traps it during start-up: the program
+/// shows what() in a message box and ends. what() never repeats the value, which may be a password.
+class StartUpError : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
 
 /// One command line option.
 struct CommandLineOption {

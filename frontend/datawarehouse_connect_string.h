@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "frontend/hidden_settings.h"
+#include "frontend/run_settings.h"
 
 namespace importkcd {
 

@@ -5,7 +5,7 @@
 #include <string_view>
 
 #include "frontend/controls.h"
-#include "frontend/run_fields.h"
+#include "frontend/run_settings.h"
 
 namespace importkcd {
 

@@ -8,8 +8,8 @@
 #include <vector>
 
 #include "frontend/command_line.h"
+#include "frontend/command_line_options.h"
 #include "frontend/output_file_name.h"
-#include "frontend/start_up_error.h"
 #include "frontend/time_stamp.h"
 #include "frontend/window/headless.h"
 #include "frontend/window/main_window.h"
@@ -80,7 +80,7 @@ int main(int argument_count, char** arguments) {
                                        arguments + argument_count);
   importkcd::choose_platform();
   try {
-    // Qt takes options for its own use from what it is given: none of them is meant for it here.
+    // Qt would take options of its own out of the arguments, so it gets the program's name alone.
     int program_name_only = argument_count > 0 ? 1 : 0;
     const QApplication application(program_name_only, arguments);
     QApplication::setApplicationName(QStringLiteral("ImportKCD"));

@@ -1,16 +1,25 @@
 #include "frontend/run_controller.h"
 
 #include <algorithm>
+#include <cmath>
 #include <exception>
 #include <utility>
 
 #include "base/text.h"
-#include "frontend/engine_settings.h"
 #include "frontend/field_validation.h"
+#include "frontend/run_settings.h"
 #include "frontend/status_file.h"
 #include "importer/import_olapdb_from_kcd_doc.h"
 
 namespace importkcd {
+
+std::optional<std::int32_t> StatusExtent::widen(std::int32_t width_twips, double twips_per_pixel) {
+  if (width_twips <= value_) {
+    return std::nullopt;
+  }
+  value_ = static_cast<std::int32_t>(std::nearbyint(width_twips / twips_per_pixel));
+  return value_;
+}
 
 class RunController::Nesting {
  public:
@@ -67,7 +76,7 @@ void RunController::cmdImport_Click() {
 
 void RunController::run_once() {
   view_.set_hourglass(true);
-  // Only a run that reaches the engine brings the minimum size back.
+  // Only a run that reaches the importer brings the minimum size back.
   view_.unhook_minimum_size();
   if (!inputs_are_valid()) {
     view_.set_hourglass(false);
@@ -107,24 +116,24 @@ void RunController::RunImport(const std::string& document_file_name) {
 }
 
 void RunController::import_document(const std::string& document_file_name) {
-  ImportOLAPDBFromKCDDoc engine(services_.open_server);
-  engine.succeeded = true;
-  engine.ReleaseDocument();
-  hand_over_settings(engine, view_.fields(), settings_, document_file_name,
+  ImportOLAPDBFromKCDDoc importer(services_.open_server);
+  importer.succeeded = true;
+  importer.ReleaseDocument();
+  hand_over_settings(importer, view_.fields(), settings_, document_file_name,
                      services_.computer_name);
-  engine.progres_window = this;
-  engine.notifications = this;
+  importer.progres_window = this;
+  importer.notifications = this;
 
   PutProgressMsg("Start");
   import_running_ = true;
-  engine.make();
+  importer.make();
   import_running_ = false;
   view_.hook_minimum_size();
   PutProgressMsg("Done");
 
-  last_run_succeeded_ = engine.succeeded;
+  last_run_succeeded_ = importer.succeeded;
   if (!last_run_succeeded_) {
-    report_failure(engine.last_error);
+    report_failure(importer.last_error);
     return;
   }
   PutProgressMsg("Import succeeded");

@@ -1,17 +1,33 @@
 #pragma once
 
+#include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
-#include "frontend/hidden_settings.h"
-#include "frontend/kci_converter.h"
 #include "frontend/output_file.h"
+#include "frontend/run_settings.h"
 #include "frontend/run_view.h"
-#include "frontend/status_extent.h"
 #include "importer/progress_sink.h"
 #include "model/olap_server.h"
 
 namespace importkcd {
+
+/// How far the status list can be scrolled to the right. One for the whole program.
+class StatusExtent {
+ public:
+  /// Takes the width of a new line, in twips. Gives the list's new extent in pixels when the width
+  /// exceeds what is stored, nothing otherwise.
+  ///
+  /// What is stored is the extent in pixels, so a width in twips is compared with pixels: nearly
+  /// every line counts as wider, and the extent follows the last one rather than the widest.
+  std::optional<std::int32_t> widen(std::int32_t width_twips, double twips_per_pixel);
+
+  std::int32_t value() const { return value_; }
+
+ private:
+  std::int32_t value_ = 0;
+};
 
 /// What the run controller needs of the world outside of the window.
 struct RunServices {
@@ -60,14 +76,14 @@ class RunController : public ProgressSink, public NotificationSink {
   /// Reports a field error: a status line "Error : MESSAGE" and a message box "CAPTION : MESSAGE".
   void ShowFieldError(const std::string& caption, const std::string& message);
 
-  /// The engine's messages arrive here.
+  /// The importer's messages arrive here.
   void put_progres_message(const std::string& message) override { PutProgressMsg(message); }
   void show_message(const std::string& text) override;
   void show_messages(const std::vector<std::string>& texts) override;
 
-  /// True while the engine's `make` executes (but see nested runs above).
+  /// True while the importer's `make` executes (but see nested runs above).
   bool ImportRunning() const { return import_running_; }
-  /// Whether the last run that reached the engine succeeded; false before the first.
+  /// Whether the last run that reached the importer succeeded; false before the first.
   bool LastRunSucceeded() const { return last_run_succeeded_; }
 
   /// The program's exit status: 1 when the start was an unattended one whose run did not succeed

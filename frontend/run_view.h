@@ -5,7 +5,7 @@
 #include <string_view>
 
 #include "frontend/controls.h"
-#include "frontend/run_fields.h"
+#include "frontend/run_settings.h"
 
 namespace importkcd {
 
@@ -60,6 +60,16 @@ class RunView {
   virtual void close_window() = 0;
   /// Starts the desktop's text viewer on a file, named as typed, without waiting for it.
   virtual void start_viewer(const std::string& file_name) = 0;
+};
+
+/// Turns the label-reference file that the window names into a cube definition document.
+class KciConverter {
+ public:
+  virtual ~KciConverter() = default;
+
+  /// The name of the document that was written; empty on any failure, which the converter has
+  /// reported by itself.
+  virtual std::string ConvertKciToKcd() = 0;
 };
 
 }  // namespace importkcd

@@ -34,7 +34,7 @@ std::string without_time_zone(std::string_view format) {
   return std::string(trim_blanks(kept));
 }
 
-/// strftime has no way to say that a text is empty but right, so a mark is formatted with it.
+/// strftime gives 0 for an empty text as for a failure; a mark at the end tells them apart.
 std::string formatted(const std::string& format, const std::tm& time) {
   const std::string marked = format + "|";
   std::array<char, 512> text{};

@@ -12,7 +12,6 @@
 
 #include "frontend/command_line.h"
 #include "frontend/command_line_options.h"
-#include "frontend/start_up_error.h"
 #include "fuzz/fuzz_support.h"
 #include "tests/frontend/recording_target.h"
 

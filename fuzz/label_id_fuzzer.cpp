@@ -10,7 +10,7 @@
 
 #include "base/import_error.h"
 #include "fuzz/fuzz_support.h"
-#include "labels/label_id.h"
+#include "labels/loaded_labels.h"
 
 namespace {
 

@@ -11,7 +11,6 @@
 #include "base/import_error.h"
 #include "base/text_encoding.h"
 #include "fuzz/fuzz_support.h"
-#include "labels/label_id.h"
 #include "labels/label_references.h"
 #include "labels/loaded_labels.h"
 

@@ -9,7 +9,7 @@
 
 #include "base/import_error.h"
 #include "fuzz/fuzz_support.h"
-#include "labels/xml_escape_text.h"
+#include "labels/loaded_labels.h"
 
 namespace {
 

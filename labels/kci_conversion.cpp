@@ -1,5 +1,6 @@
 #include "labels/kci_conversion.h"
 
+#include <algorithm>
 #include <exception>
 #include <filesystem>
 #include <memory>
@@ -7,15 +8,44 @@
 
 #include "base/document_files.h"
 #include "base/import_error.h"
+#include "base/name_folding.h"
 #include "base/text_encoding.h"
 #include "base/whole_file.h"
 #include "document/kcd_document.h"
-#include "labels/kci_file_name.h"
 #include "labels/label_references.h"
-#include "labels/to_string.h"
 
 namespace importkcd {
 namespace {
+
+namespace fs = std::filesystem;
+
+/// Takes the part before the first separator off the front of `path`, the separator too.
+std::string_view take_part(std::string_view& path) {
+  const auto end = std::min(path.find('/'), path.size());
+  const auto part = path.substr(0, end);
+  path.remove_prefix(std::min(end + 1, path.size()));
+  return part;
+}
+
+/// The folder of that name in `parent`, whatever its letter case is; the name itself when there is
+/// none. Of several the first in the order of their bytes.
+std::string existing_folder(const std::string& parent, const std::string& name) {
+  std::error_code error;
+  if (fs::is_directory(parent + name, error)) {
+    return name;
+  }
+  std::string found;
+  fs::directory_iterator entries(parent.empty() ? "." : parent, error);
+  for (const fs::directory_iterator end; !error && entries != end; entries.increment(error)) {
+    const auto entry = entries->path().filename().string();
+    std::error_code ignored;
+    if (same_name(entry, name) && entries->is_directory(ignored) &&
+        (found.empty() || entry < found)) {
+      found = entry;
+    }
+  }
+  return found.empty() ? name : found;
+}
 
 namespace fs = std::filesystem;
 
@@ -73,6 +103,30 @@ bool substitute(const std::string& name, const LoadedLabels& labels, WholeFile& 
 
 }  // namespace
 
+std::string kcd_name_of(std::string_view kci_name) {
+  constexpr std::string_view from = ".kci";
+  constexpr std::string_view to = ".kcd";
+  auto name = lower_cased(kci_name);
+  for (auto found = name.find(from); found != std::string::npos; found = name.find(from, found)) {
+    name.replace(found, from.size(), to);
+  }
+  return name;
+}
+
+std::string kcd_path_of(std::string_view kci_name) {
+  std::string path;
+  auto typed = kci_name;
+  while (typed.find('/') != std::string_view::npos) {
+    const std::string part(take_part(typed));
+    const auto wanted = kcd_name_of(part);
+    std::error_code ignored;
+    const bool as_typed =
+        lower_cased(part) == wanted && (part.empty() || fs::is_directory(path + part, ignored));
+    path += (as_typed ? part : existing_folder(path, wanted)) + '/';
+  }
+  return path + kcd_name_of(typed);
+}
+
 std::string KciConversion::ConvertKciToKcd() {
   try {
     return convert();
@@ -94,7 +148,7 @@ std::string KciConversion::convert() {
   }
   const auto kci_name = view_.labels_fields().kci_filename;
   auto kcd_name = kcd_path_of(kci_name);
-  // Written while it is made instead of being kept. Nobody sees it before it is finished.
+  // Written piece by piece, not kept in memory. Nobody sees it before it is finished.
   WholeFile document(kcd_name);
   if (!substitute(kci_name, access_.labels(), document)) {
     view_.PutProgressMsg("No matching labels found in the chosen language");

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <optional>
 #include <string>
+#include <string_view>
 
 #include "labels/labels_access.h"
 #include "labels/labels_view.h"
@@ -30,5 +32,19 @@ class KciConversion {
   LabelsAccess& access_;
   LabelsView& view_;
 };
+
+/// The name of the document that a KCI file becomes: in lower case, with every ".kci" replaced by
+/// ".kcd", in the folder as well.
+std::string kcd_name_of(std::string_view kci_name);
+
+/// The same as a path on a file system where letter case counts: the folder is the one that exists
+/// under kcd_name_of's name without regard to case, preferably as it was typed; parts that do not
+/// exist stay in lower case.
+std::string kcd_path_of(std::string_view kci_name);
+
+/// A value that may be null as text: `strDefault` when it is null.
+inline std::string ToString(std::optional<std::string_view> varInput, std::string_view strDefault) {
+  return std::string(varInput.value_or(strDefault));
+}
 
 }  // namespace importkcd

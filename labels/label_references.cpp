@@ -4,7 +4,7 @@
 #include <utility>
 
 #include "base/text.h"
-#include "labels/label_id.h"
+#include "labels/loaded_labels.h"
 
 namespace importkcd {
 namespace {
@@ -72,7 +72,7 @@ std::size_t LabelSubstitution::find_marker(std::string_view bytes, std::size_t s
   return unit_ == 1 ? bytes.find(marker_, start) : find_on_unit(bytes, marker_, start, unit_);
 }
 
-/// The end of what may be a number at a place, which is all of it that may be an ID.
+/// The end of the characters from `at` on that may stand in a number: no others belong to an ID.
 std::size_t LabelSubstitution::end_of_number(std::string_view bytes, std::size_t at) const {
   while (at + unit_ <= bytes.size() && may_stand_in_number(ascii_at(bytes, at))) {
     at += unit_;

@@ -7,8 +7,7 @@
 #include "base/apostrophes.h"
 #include "base/connection_text.h"
 #include "base/import_error.h"
-#include "labels/label_id.h"
-#include "labels/xml_escape_text.h"
+#include "labels/loaded_labels.h"
 
 namespace importkcd {
 namespace {
@@ -17,7 +16,7 @@ constexpr const char* languages_statement =
     " SELECT DISTINCT Languages.LanguageName FROM Languages, Labels"
     " WHERE Labels.LanguageCode = Languages.LanguageCode";
 
-/// The language stands there as it is, apostrophes included.
+/// The language is put in as it is, apostrophes included.
 std::string labels_statement(const std::string& language) {
   return " SELECT Labels.LabelID, Labels.Label\r\n"
          " FROM Labels, Languages\r\n"
@@ -45,7 +44,7 @@ std::int16_t id_of(const LabelRow& row) {
   return *id;
 }
 
-/// All rows: nothing of a load counts before its last row has arrived.
+/// Reads all rows first, so that a load that fails midway changes nothing.
 std::vector<LabelRow> read_labels(LabelsConnection& connection, const std::string& language) {
   const auto rows = connection.execute(labels_statement(language));
   std::vector<LabelRow> result;

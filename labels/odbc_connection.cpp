@@ -1,19 +1,135 @@
 #include "labels/odbc_connection.h"
 
+#include <sql.h>
+#include <sqlext.h>
+
 #include <algorithm>
 #include <array>
 #include <cstdint>
 #include <limits>
+#include <string_view>
 #include <utility>
 
 #include "base/import_error.h"
 #include "base/name_folding.h"
+#include "base/shared_library.h"
 #include "base/text_encoding.h"
-#include "labels/odbc_handle.h"
-#include "labels/odbc_library.h"
 
 namespace importkcd {
 namespace {
+
+/// The functions of the ODBC driver manager.
+struct OdbcLibrary {
+  /// Throws ImportError when there is no driver manager; may be called from any thread.
+  static const OdbcLibrary& get() {
+    static const OdbcLibrary functions;
+    return functions;
+  }
+
+  SharedLibrary library{ODBC_LIBRARY, "ODBC", error_source::labels_database};
+  LibraryFunction<decltype(&SQLAllocHandle)> alloc_handle{library, "SQLAllocHandle"};
+  LibraryFunction<decltype(&SQLFreeHandle)> free_handle{library, "SQLFreeHandle"};
+  LibraryFunction<decltype(&SQLGetDiagRecW)> get_diag_rec{library, "SQLGetDiagRecW"};
+  LibraryFunction<decltype(&SQLSetEnvAttr)> set_env_attr{library, "SQLSetEnvAttr"};
+  LibraryFunction<decltype(&SQLSetConnectAttr)> set_connect_attr{library, "SQLSetConnectAttr"};
+  LibraryFunction<decltype(&SQLSetConnectAttrW)> set_connect_text{library, "SQLSetConnectAttrW"};
+  LibraryFunction<decltype(&SQLDriverConnectW)> driver_connect{library, "SQLDriverConnectW"};
+  LibraryFunction<decltype(&SQLDisconnect)> disconnect{library, "SQLDisconnect"};
+  LibraryFunction<decltype(&SQLTablesW)> tables{library, "SQLTablesW"};
+  LibraryFunction<decltype(&SQLSetStmtAttr)> set_stmt_attr{library, "SQLSetStmtAttr"};
+  LibraryFunction<decltype(&SQLExecDirectW)> exec_direct{library, "SQLExecDirectW"};
+  LibraryFunction<decltype(&SQLNumResultCols)> num_result_cols{library, "SQLNumResultCols"};
+  LibraryFunction<decltype(&SQLColAttributeW)> col_attribute{library, "SQLColAttributeW"};
+  LibraryFunction<decltype(&SQLFetch)> fetch{library, "SQLFetch"};
+  LibraryFunction<decltype(&SQLGetData)> get_data{library, "SQLGetData"};
+};
+
+constexpr std::size_t message_units = 1024;
+
+std::string utf8_of(const SQLWCHAR* units, std::size_t count) {
+  return utf8_text({reinterpret_cast<const char16_t*>(units), count});
+}
+
+bool read_diagnostic(SQLSMALLINT type, SQLHANDLE handle, SQLSMALLINT number, std::string& result) {
+  std::array<SQLWCHAR, 6> state{};
+  std::array<SQLWCHAR, message_units> message{};
+  SQLINTEGER native = 0;
+  SQLSMALLINT length = 0;
+  const auto outcome =
+      OdbcLibrary::get().get_diag_rec(type, handle, number, state.data(), &native, message.data(),
+                                      static_cast<SQLSMALLINT>(message.size()), &length);
+  if (!SQL_SUCCEEDED(outcome)) {
+    return false;
+  }
+  const auto end = std::find(message.begin(), message.end(), SQLWCHAR{0});
+  result = utf8_of(message.data(), static_cast<std::size_t>(end - message.begin()));
+  return true;
+}
+
+/// "Login failed" of "[unixODBC][FreeTDS][SQL Server]Login failed".
+std::string_view without_components(std::string_view message) {
+  while (message.substr(0, 1) == "[" && message.find(']') != std::string_view::npos) {
+    message.remove_prefix(message.find(']') + 1);
+  }
+  return message;
+}
+
+/// Owns an ODBC handle, from its allocation in the constructor to its release in the destructor.
+class OdbcHandle {
+ public:
+  /// Throws ImportError when the driver manager refuses; `owner` is the null handle for an
+  /// environment.
+  OdbcHandle(SQLSMALLINT type, SQLHANDLE owner);
+  ~OdbcHandle() { OdbcLibrary::get().free_handle(type_, handle_); }
+  OdbcHandle(const OdbcHandle&) = delete;
+  OdbcHandle& operator=(const OdbcHandle&) = delete;
+
+  SQLHANDLE get() const { return handle_; }
+
+  /// Passes a result on that is a success, with or without further information, or no data. Throws
+  /// ImportError with the driver's own description otherwise.
+  SQLRETURN check(SQLRETURN result) const;
+
+ private:
+  std::string description() const;
+
+  SQLSMALLINT type_;
+  SQLHANDLE handle_ = SQL_NULL_HANDLE;
+};
+
+OdbcHandle::OdbcHandle(SQLSMALLINT type, SQLHANDLE owner) : type_(type) {
+  if (!SQL_SUCCEEDED(OdbcLibrary::get().alloc_handle(type, owner, &handle_))) {
+    throw ImportError("The ODBC driver manager has no handle left", error_source::labels_database);
+  }
+}
+
+SQLRETURN OdbcHandle::check(SQLRETURN result) const {
+  if (SQL_SUCCEEDED(result) || result == SQL_NO_DATA) {
+    return result;
+  }
+  throw ImportError(description(), error_source::labels_database);
+}
+
+std::string OdbcHandle::description() const {
+  std::string result;
+  std::string message;
+  for (SQLSMALLINT i = 1; read_diagnostic(type_, handle_, i, message); ++i) {
+    result.append(result.empty() ? "" : "; ").append(without_components(message));
+  }
+  return result.empty() ? "The database driver failed without a reason" : result;
+}
+
+/// A text as the W functions of ODBC take it, valid for as long as this object.
+class OdbcText {
+ public:
+  explicit OdbcText(std::string_view text) : text_(utf16_text(text)) {}
+
+  SQLWCHAR* data() { return reinterpret_cast<SQLWCHAR*>(text_.data()); }
+  std::size_t units() const { return text_.size(); }
+
+ private:
+  std::u16string text_;
+};
 
 /// ODBC takes numbers as attribute values in the place of a pointer.
 SQLPOINTER as_pointer(std::int64_t number) {
@@ -156,7 +272,7 @@ class OdbcLabels : public LabelsConnection {
  private:
   std::unique_ptr<OdbcHandle> new_statement() const {
     auto statement = std::make_unique<OdbcHandle>(SQL_HANDLE_STMT, connection_.get());
-    // Drivers without such a limit say so; that is no reason to do without their data.
+    // A driver without such a limit reports an error, which does not matter.
     odbc_.set_stmt_attr(statement->get(), SQL_ATTR_QUERY_TIMEOUT,
                         as_pointer(timeouts_.answering.count()), SQL_IS_UINTEGER);
     odbc_.set_stmt_attr(statement->get(), SQL_ATTR_NOSCAN, as_pointer(SQL_NOSCAN_ON),

@@ -12,7 +12,7 @@
 namespace importkcd {
 namespace {
 
-/// The person waits for a list, and sees nothing of what the server does.
+/// The person waits for the list without seeing any progress.
 constexpr std::chrono::seconds longest_xmla_wait{30};
 
 XmlaClient xmla_client(const std::string& address) {
@@ -52,7 +52,7 @@ void add_cubes(OlapDatabase& database, std::vector<std::string>& names) {
   }
 }
 
-/// A server that does not know a database answers with an error, where no cubes are meant.
+/// A database that is not there has no cubes; asked for them, a server would answer with an error.
 std::vector<std::string> regular_cubes(const XmlaClient& client, const std::string& database) {
   std::vector<std::string> names;
   for (const auto& name : client.databases()) {

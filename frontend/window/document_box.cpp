@@ -5,7 +5,7 @@
 #include <array>
 
 #include "frontend/output_file_name.h"
-#include "frontend/window/set_control_enabled.h"
+#include "frontend/window/window_controls.h"
 
 namespace importkcd {
 namespace {

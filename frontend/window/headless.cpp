@@ -12,7 +12,7 @@ namespace {
 constexpr const char* platform_variable = "QT_QPA_PLATFORM";
 bool platform_was_chosen = false;
 
-/// Qt's own remarks on a desktop that is not there stay off standard error, which is for messages.
+/// Keeps Qt's remarks about a missing desktop off standard error, which is for messages.
 void drop_remarks_of_qt() {
   qInstallMessageHandler(
       [](QtMsgType type, const QMessageLogContext& /*context*/, const QString& message) {
@@ -59,7 +59,7 @@ void HeadlessDialogs::show_message(QWidget* /*owner*/, const MessageBox& box) {
 }
 
 bool HeadlessDialogs::ask_yes_no(QWidget* /*owner*/, const MessageBox& box) {
-  // The one question there is asks whether a document may be overwritten.
+  // The program asks one question only: whether a document may be overwritten.
   errors_ << message_line(box)
           << " (answered with No; 'kcd convert --overwrite' replaces the file)\n"
           << std::flush;

@@ -12,13 +12,11 @@
 #include "frontend/command_line.h"
 #include "frontend/output_file_name.h"
 #include "frontend/text_characters.h"
-#include "frontend/window/designed_layout.h"
-#include "frontend/window/drop_down_list.h"
-#include "frontend/window/field_box.h"
+#include "frontend/window/input_boxes.h"
 #include "frontend/window/main_window_frames.h"
-#include "frontend/window/set_control_enabled.h"
+#include "frontend/window/main_window_layout.h"
 #include "frontend/window/window_command_line.h"
-#include "frontend/window/window_layout_applier.h"
+#include "frontend/window/window_controls.h"
 
 namespace importkcd {
 
@@ -207,7 +205,7 @@ void frmImportKCDMain::limit_size(bool limited) {
   limits_.hook(*this, designed + frame, screen()->virtualSize());
 }
 
-void frmImportKCDMain::Form_Activate_soon() {
+void frmImportKCDMain::activate_soon() {
   // A window counts as activated when it is shown, too: not every desktop sends an activation.
   if (!loaded_ || std::exchange(activation_is_due_, true)) {
     return;
@@ -231,14 +229,14 @@ void frmImportKCDMain::Form_Unload() {
 
 bool frmImportKCDMain::event(QEvent* event) {
   if (event->type() == QEvent::WindowActivate) {
-    Form_Activate_soon();
+    activate_soon();
   }
   return QWidget::event(event);
 }
 
 void frmImportKCDMain::showEvent(QShowEvent* event) {
   QWidget::showEvent(event);
-  Form_Activate_soon();
+  activate_soon();
 }
 
 void frmImportKCDMain::changeEvent(QEvent* event) {

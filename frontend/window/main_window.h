@@ -6,8 +6,8 @@
 #include <memory>
 #include <string>
 
-#include "frontend/hidden_settings.h"
 #include "frontend/run_controller.h"
+#include "frontend/run_settings.h"
 #include "frontend/window/dialogs.h"
 #include "frontend/window/document_box.h"
 #include "frontend/window/window_controls.h"
@@ -83,7 +83,7 @@ class frmImportKCDMain : public QWidget, public ProgressSink {
   void cmdBrowseOLAPDatabase_Click();
   void trim_box(ControlName box);
   void limit_size(bool limited);
-  void Form_Activate_soon();
+  void activate_soon();
   void Form_Unload();
 
   Dialogs& dialogs_;

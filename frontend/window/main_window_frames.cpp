@@ -8,10 +8,9 @@
 #include <array>
 #include <span>
 
-#include "frontend/window/drop_down_list.h"
-#include "frontend/window/field_box.h"
-#include "frontend/window/set_control_enabled.h"
+#include "frontend/window/input_boxes.h"
 #include "frontend/window/status_list.h"
+#include "frontend/window/window_controls.h"
 
 namespace importkcd {
 namespace {
@@ -144,8 +143,7 @@ constexpr std::array buddies{Buddy{lblKCDFilename, txtKCDFilename},
 QWidget* make_text_box(const char* text, bool password, QWidget* parent) {
   auto* box = new FieldBox(QString::fromUtf8(text), parent);
   if (password) {
-    // The look alone (a star for each character) is the style's; the rest of what makes a password
-    // field comes with the echo mode.
+    // The style sheet chooses the character shown, a star; the echo mode does the rest.
     box->setEchoMode(QLineEdit::Password);
     box->setStyleSheet(QStringLiteral("lineedit-password-character: 42"));
   }

@@ -9,12 +9,12 @@
 #include <utility>
 
 #include "pickers/qt/browse_for_computer.h"
-#include "pickers/qt/search_olap_db.h"
+#include "pickers/qt/search_olap.h"
 
 namespace importkcd {
 namespace {
 
-/// The arrow, while a message that can be clicked away is shown over the hourglass of a run.
+/// Shows the arrow pointer in place of a run's hourglass as long as it lives.
 class ArrowPointer {
  public:
   ArrowPointer() { QApplication::setOverrideCursor(Qt::ArrowCursor); }
@@ -41,7 +41,7 @@ QMessageBox::StandardButton show_box(QWidget* owner, const MessageBox& box,
   const ArrowPointer arrow;
   QMessageBox message(qt_icon(box.icon), QString::fromStdString(box.title),
                       QString::fromStdString(box.text).remove(QLatin1Char('\r')), buttons, owner);
-  // Names in a message are no markup.
+  // Names in a message must not be taken for markup.
   message.setTextFormat(Qt::PlainText);
   message.setDefaultButton(safe);
   return static_cast<QMessageBox::StandardButton>(message.exec());
@@ -88,7 +88,7 @@ std::optional<std::string> QtDialogs::pick_database(QWidget* owner, const std::s
 }
 
 void QtDialogs::start_viewer(const std::string& file_name) {
-  // The viewer runs in a folder of its own.
+  // The viewer has a current folder of its own, so the name has to be absolute.
   const QFileInfo file(QString::fromStdString(file_name));
   QDesktopServices::openUrl(QUrl::fromLocalFile(file.absoluteFilePath()));
 }

@@ -1,10 +1,26 @@
 #pragma once
 
+#include <QAbstractListModel>
 #include <QListView>
-
-#include "frontend/window/status_list_model.h"
+#include <QString>
+#include <vector>
 
 namespace importkcd {
+
+/// The lines of the status list. Lines are only ever added, at a cost that does not depend on how
+/// many there are.
+class StatusListModel : public QAbstractListModel {
+ public:
+  using QAbstractListModel::QAbstractListModel;
+
+  void append(const QString& line);
+
+  int rowCount(const QModelIndex& parent = QModelIndex()) const override;
+  QVariant data(const QModelIndex& index, int role) const override;
+
+ private:
+  std::vector<QString> lines_;
+};
 
 /// The list of status lines, built for very long runs: all lines have one height, so that neither
 /// adding a line nor painting depends on how many lines there are. (QListView itself lays out all

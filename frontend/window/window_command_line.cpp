@@ -28,7 +28,7 @@ void WindowCommandLine::select(ControlName option_button) {
 }
 
 void WindowCommandLine::clear_selection(ControlName option_button) {
-  // An exclusive button refuses to be the last one that is cleared.
+  // The selected button of an exclusive group cannot be cleared.
   auto& button = controls_.as<QRadioButton>(option_button);
   button.setAutoExclusive(false);
   button.setChecked(false);

@@ -2,7 +2,8 @@
 
 #include <utility>
 
-#include "frontend/window/drop_down_list.h"
+#include "frontend/window/document_box.h"
+#include "frontend/window/input_boxes.h"
 
 namespace importkcd {
 namespace {
@@ -39,7 +40,7 @@ void WindowLabels::add_entry(LabelsList list, const std::string& text) {
   auto& box = surroundings_.controls.as<DropDownList>(control_of(list));
   box.addItem(QString::fromStdString(text));
   if (box.count() == 1) {
-    // A first entry would become the list's text by itself.
+    // Qt selects the first entry that a list gets.
     box.setCurrentIndex(-1);
     box.clearEditText();
   }

@@ -3,7 +3,6 @@
 #include <QWidget>
 #include <string>
 
-#include "frontend/kci_converter.h"
 #include "frontend/run_view.h"
 #include "frontend/window/dialogs.h"
 #include "frontend/window/window_controls.h"

@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <limits>
 
-#include "frontend/window/designed_layout.h"
+#include "frontend/window/main_window_layout.h"
 #include "frontend/window/status_list.h"
 
 namespace importkcd {

@@ -58,7 +58,8 @@ void AvahiComputerSource::start(Found found, Finished finished) {
   found_ = std::move(found);
   finished_ = std::move(finished);
   if (bus_.isConnected()) {
-    // Avahi signals as soon as it has made a browser, so the ears are opened first, for any path.
+    // Avahi signals as soon as it has made a browser: the signals are connected first, for any
+    // path.
     const auto listen = [this](const char* signal, const char* slot) {
       bus_.connect(service_name, QString(), browser_interface, QLatin1String(signal), this, slot);
     };
@@ -77,7 +78,7 @@ void AvahiComputerSource::browse(const QString& service_type) {
       call_to_avahi(QStringLiteral("/"), server_interface, QStringLiteral("ServiceBrowserNew"));
   call << unspecified << unspecified << service_type << QString() << no_flags;
   ++pending_calls_;
-  // The answer is awaited beyond this object's end, for the browser would stay with Avahi.
+  // The answer is awaited even when this object is gone: Avahi would keep the browser otherwise.
   auto* watcher = new QDBusPendingCallWatcher(bus_.asyncCall(call, answer_timeout_ms));
   connect(watcher, &QDBusPendingCallWatcher::finished, watcher,
           [self = QPointer<AvahiComputerSource>(this), bus = bus_](auto* answered) {

@@ -6,7 +6,7 @@
 #include <QSet>
 #include <QString>
 
-#include "pickers/computer_source.h"
+#include "pickers/computer_sources.h"
 
 class QDBusPendingCallWatcher;
 

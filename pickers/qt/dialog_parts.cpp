@@ -3,7 +3,9 @@
 #include <QDialogButtonBox>
 #include <QFontMetrics>
 #include <QListWidget>
+#include <QMessageBox>
 #include <QPushButton>
+#include <QString>
 
 namespace importkcd {
 namespace {
@@ -40,6 +42,14 @@ QDialogButtonBox* make_ok_and_cancel(const QString& ok_description) {
   name_button(*buttons->button(QDialogButtonBox::Cancel), QStringLiteral("cmdCancel"),
               QObject::tr("Closes the dialog without a choice"));
   return buttons;
+}
+
+void show_error_box(QWidget* owner, const std::string& title, const std::string& text) {
+  QMessageBox box(QMessageBox::Critical, QString::fromStdString(title),
+                  QString::fromStdString(text), QMessageBox::Ok, owner);
+  // Names in a message must not be taken for markup.
+  box.setTextFormat(Qt::PlainText);
+  box.exec();
 }
 
 }  // namespace importkcd

@@ -1,8 +1,12 @@
 #pragma once
 
+#include <functional>
+#include <string>
+
 class QDialogButtonBox;
 class QListWidget;
 class QString;
+class QWidget;
 
 namespace importkcd {
 
@@ -15,5 +19,13 @@ void set_up_list(QListWidget& list, const QString& object_name, const QString& a
 /// The buttons cmdOk, which Return presses, and cmdCancel. The caller puts them into a layout,
 /// which then owns them.
 QDialogButtonBox* make_ok_and_cancel(const QString& ok_description);
+
+/// Shows a message with the critical-stop icon and returns when the person has closed it. `owner`
+/// may be null. Texts are plain UTF-8 and may hold carriage return + line feed pairs.
+using ErrorBox =
+    std::function<void(QWidget* owner, const std::string& title, const std::string& text)>;
+
+/// The message box of the desktop.
+void show_error_box(QWidget* owner, const std::string& title, const std::string& text);
 
 }  // namespace importkcd

@@ -47,7 +47,7 @@ void LimitResizing::unhook(QWidget& window) {
 bool LimitResizing::is_hooked(const QWidget& window) const { return window_ == &window; }
 
 bool LimitResizing::eventFilter(QObject* watched, QEvent* event) {
-  // A window that is being destroyed still sends events, when it is forgotten already.
+  // A window that is being destroyed still sends events after window_ has been cleared.
   if (!window_.isNull() && (watched == window_ || watched == handle_) &&
       concerns_the_size(event->type())) {
     watch_handle();

@@ -6,7 +6,7 @@
 
 #include "model/olap_server.h"
 #include "pickers/olap_listing.h"
-#include "pickers/qt/error_box.h"
+#include "pickers/qt/dialog_parts.h"
 
 class QLabel;
 class QListWidget;

@@ -9,7 +9,7 @@ using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::Not;
 
-/// The sales example in a directory of the engine, or a damaged one.
+/// The sales example in a directory of the OLAP engine, or a damaged one.
 class KcdMondrian : public KcdTest {
  protected:
   KcdMondrian() : example_(read_file(std::string(EXAMPLES_FOLDER) + "/sales.kcd")) {}

@@ -20,7 +20,7 @@ const std::string data_set = soap_answer(
     "</Axes><CellData><Cell CellOrdinal=\"0\"><Value xsi:type=\"xsd:double\">674.2</Value>"
     "<FmtValue>674.20</FmtValue></Cell></CellData></root></return></ExecuteResponse>");
 
-std::string catalogues(const std::vector<std::string>& names) {
+std::string offer_of(const std::vector<std::string>& names) {
   std::vector<std::string> rows;
   rows.reserve(names.size());
   for (const auto& name : names) {
@@ -33,7 +33,7 @@ std::string catalogues(const std::vector<std::string>& names) {
 HttpServer::Script offering(const std::vector<std::string>& names) {
   return [names](const std::string& request) {
     if (request.find("DBSCHEMA_CATALOGS") != std::string::npos) {
-      return catalogues(names);
+      return offer_of(names);
     }
     if (request.find("MDSCHEMA_CUBES") != std::string::npos) {
       const auto* const name = request.find("<Catalog>Läden<") == std::string::npos ? "A" : "Läden";

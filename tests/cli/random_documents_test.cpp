@@ -6,7 +6,7 @@
 #include <string>
 #include <tuple>
 
-#include "cli/catalogue_json.h"
+#include "cli/database_json.h"
 #include "servers/catalogue/catalogue_store.h"
 #include "servers/memory/memory_server.h"
 #include "servers/working_copy_server.h"
@@ -20,7 +20,7 @@ std::string json_of(const OlapServerFactory& open_server) {
   const auto server = open_server("");
   server->connect("");
   std::ostringstream out;
-  CatalogueJson json(out);
+  DatabaseJson json(out);
   for (const auto& object : server->stored_objects()) {
     json.add(server->open_database(object.name));
   }

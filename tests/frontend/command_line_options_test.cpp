@@ -3,7 +3,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "frontend/start_up_error.h"
 #include "tests/frontend/recording_target.h"
 
 namespace importkcd {

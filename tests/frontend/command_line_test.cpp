@@ -3,7 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "frontend/start_up_error.h"
+#include "frontend/command_line_options.h"
 #include "tests/frontend/recording_target.h"
 
 namespace importkcd {

@@ -5,7 +5,6 @@
 #include <string>
 #include <vector>
 
-#include "frontend/kci_converter.h"
 #include "frontend/run_view.h"
 
 namespace importkcd::testing {

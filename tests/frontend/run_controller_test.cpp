@@ -84,7 +84,7 @@ TEST_F(RunControllerTest, AFieldFailureLeavesTheStatusFileAlone) {
 
 TEST_F(RunControllerTest, ALabelReferenceFileIsConvertedFirst) {
   std::string document = view.typed.kcd_filename;
-  view.typed.kcd_filename = folder.write("a.kci", "not read by the engine");
+  view.typed.kcd_filename = folder.write("a.kci", "not read by the importer");
   view.typed.kci_input = true;
   view.typed.labels_server = view.typed.labels_database = view.typed.language = "x";
   converter.convert = [&document] { return document; };

@@ -1,6 +1,6 @@
-#include "frontend/status_extent.h"
-
 #include <gtest/gtest.h>
+
+#include "frontend/run_controller.h"
 
 namespace importkcd {
 namespace {

@@ -6,7 +6,6 @@
 #include <filesystem>
 
 #include "base/text_encoding.h"
-#include "labels/to_string.h"
 #include "tests/labels/labels_content.h"
 #include "tests/labels/recording_labels_view.h"
 

@@ -1,9 +1,8 @@
-#include "labels/kci_file_name.h"
-
 #include <gtest/gtest.h>
 
 #include <filesystem>
 
+#include "labels/kci_conversion.h"
 #include "tests/support/temporary_folder.h"
 
 namespace importkcd {

@@ -14,6 +14,8 @@
 #include <system_error>
 #include <utility>
 
+#include "base/program_texts.h"
+
 namespace importkcd::testing {
 namespace {
 
@@ -56,39 +58,10 @@ std::string content_of(int file) {
   return content;
 }
 
-std::vector<char*> pointers_to(std::vector<std::string>& texts) {
-  std::vector<char*> pointers;
-  pointers.reserve(texts.size() + 1);
-  for (auto& text : texts) {
-    pointers.push_back(text.data());
-  }
-  pointers.push_back(nullptr);
-  return pointers;
-}
-
-std::vector<std::string> environment_of(const ProcessStart& start) {
-  std::vector<std::string> entries;
-  for (const auto& [name, value] : start.environment) {
-    entries.push_back(name);
-    entries.back().append("=").append(value);
-  }
-  for (char** entry = environ; *entry != nullptr; ++entry) {
-    const std::string_view text(*entry);
-    bool replaced = false;
-    for (const auto& [name, value] : start.environment) {
-      replaced = replaced || text.substr(0, text.find('=')) == name;
-    }
-    if (!replaced) {
-      entries.emplace_back(text);
-    }
-  }
-  return entries;
-}
-
 pid_t spawn(const ProcessStart& start, const std::array<int, 3>& streams) {
   std::vector<std::string> arguments{start.program};
   arguments.insert(arguments.end(), start.arguments.begin(), start.arguments.end());
-  auto environment = environment_of(start);
+  auto environment = environment_with(start.environment);
 
   posix_spawn_file_actions_t actions{};
   posix_spawn_file_actions_init(&actions);

@@ -1,7 +1,7 @@
 #include <QPushButton>
 #include <array>
 
-#include "frontend/start_up_error.h"
+#include "frontend/command_line_options.h"
 #include "tests/frontend/window/window_fixture.h"
 
 namespace importkcd::testing {

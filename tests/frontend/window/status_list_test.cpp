@@ -7,7 +7,7 @@
 #include <QStyledItemDelegate>
 #include <QTest>
 
-#include "frontend/window/steady_scroll_bar.h"
+#include "frontend/window/status_list_painting.h"
 
 namespace importkcd::testing {
 namespace {

@@ -5,7 +5,6 @@
 #include <QStyle>
 #include <QStyleOptionButton>
 
-#include "frontend/window/set_control_enabled.h"
 #include "frontend/window/window_controls.h"
 
 namespace importkcd::testing {

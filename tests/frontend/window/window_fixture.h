@@ -149,7 +149,7 @@ class WindowTest : public ::testing::Test {
   WindowServices services;
   std::unique_ptr<frmImportKCDMain> window;
   bool unloaded = false;
-  /// Called when the engine opens its server, that is, in the middle of a run.
+  /// Called when the importer opens its server, that is, in the middle of a run.
   std::function<void()> during_run;
   int servers_opened = 0;
   int labels_connections = 0;

@@ -10,7 +10,6 @@
 #include <QTest>
 #include <utility>
 
-#include "pickers/qt/computer_dialog.h"
 #include "servers/choice/server_choice.h"
 #include "tests/pickers/qt/modal_driver.h"
 

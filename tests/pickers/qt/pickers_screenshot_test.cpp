@@ -7,8 +7,7 @@
 #include <utility>
 
 #include "pickers/qt/browse_for_computer.h"
-#include "pickers/qt/search_olap_cube.h"
-#include "pickers/qt/search_olap_db.h"
+#include "pickers/qt/search_olap.h"
 #include "pickers/qt/shangle.h"
 #include "tests/pickers/picker_server.h"
 #include "tests/pickers/qt/modal_driver.h"

@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "pickers/qt/error_box.h"
+#include "pickers/qt/dialog_parts.h"
 
 namespace importkcd::testing {
 

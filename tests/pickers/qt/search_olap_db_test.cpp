@@ -1,5 +1,3 @@
-#include "pickers/qt/search_olap_db.h"
-
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -8,6 +6,7 @@
 #include <QPushButton>
 #include <QTest>
 
+#include "pickers/qt/search_olap.h"
 #include "tests/pickers/picker_server.h"
 #include "tests/pickers/qt/modal_driver.h"
 #include "tests/pickers/qt/recorded_boxes.h"

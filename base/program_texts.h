@@ -1,0 +1,19 @@
+#pragma once
+
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace importkcd {
+
+// Arguments and environment of a program that is to be started.
+
+/// Pointers to the texts with a null pointer after the last one, as exec and its kin take them.
+/// Valid as long as the texts are neither changed nor moved.
+std::vector<char*> pointers_to(std::vector<std::string>& texts);
+
+/// This process's environment as "NAME=value" entries, with these variables set.
+std::vector<std::string> environment_with(
+    const std::vector<std::pair<std::string, std::string>>& variables);
+
+}  // namespace importkcd

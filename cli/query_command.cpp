@@ -1,0 +1,103 @@
+#include "cli/query_command.h"
+
+#include <CLI/CLI.hpp>
+#include <chrono>
+#include <istream>
+#include <iterator>
+#include <ostream>
+
+#include "base/import_error.h"
+#include "cli/dataset_output.h"
+#include "cli/olap_engine.h"
+#include "xmla/xmla_address.h"
+
+namespace importkcd {
+namespace {
+
+constexpr std::uint32_t longest_timeout_seconds = 7 * 24 * 3600;
+
+std::string listed(const std::vector<std::string>& names) {
+  std::string list;
+  for (const auto& name : names) {
+    list += list.empty() ? "" : ", ";
+    list += "'" + name + "'";
+  }
+  return list;
+}
+
+}  // namespace
+
+QueryCommand::QueryCommand(CLI::App& program)
+    : command_(program.add_subcommand("query", "Ask an MDX question")) {
+  command_
+      ->add_option("SERVER", source_,
+                   "The address of an XMLA server (http://...), or the directory that documents "
+                   "were imported into: an engine is started for the question")
+      ->required()
+      ->type_name("URL|DIRECTORY");
+  command_->add_option("MDX", mdx_, "The question; - reads it from standard input")
+      ->required()
+      ->type_name("");
+  command_
+      ->add_option("--database", database_,
+                   "The database to ask; needed when the server offers several")
+      ->type_name("NAME");
+  command_->add_option("--role", role_, "Ask as this role sees the cubes (kcd serve only)")
+      ->type_name("NAME");
+  command_->add_option("--timeout", timeout_seconds_, "The longest wait for the answer")
+      ->type_name("SECONDS")
+      ->check(CLI::Range(std::uint32_t{1}, longest_timeout_seconds))
+      ->capture_default_str();
+  command_->add_flag("--json", as_json_, "JSON for programs")->disable_flag_override();
+}
+
+bool QueryCommand::chosen() const { return command_->parsed(); }
+
+std::string QueryCommand::question(const CommandEnvironment& environment) const {
+  if (mdx_ != "-") {
+    return mdx_;
+  }
+  return {std::istreambuf_iterator<char>(environment.in), {}};
+}
+
+std::string QueryCommand::database_to_ask(const XmlaClient& client) const {
+  if (command_->count("--database") > 0) {
+    return database_;
+  }
+  const auto names = client.databases();
+  if (names.empty()) {
+    throw ImportError("the server offers no database", "kcd");
+  }
+  if (names.size() > 1) {
+    throw ImportError(
+        "the server offers several databases; --database names one of " + listed(names), "kcd");
+  }
+  return names.front();
+}
+
+Dataset QueryCommand::ask(const std::string& address, const CommandEnvironment& environment) const {
+  HttpLimits limits;
+  limits.time = std::chrono::seconds(timeout_seconds_);
+  const XmlaClient client(address, limits);
+  return client.execute(question(environment), database_to_ask(client), role_);
+}
+
+int QueryCommand::run(const CommandEnvironment& environment) const {
+  Dataset dataset;
+  if (is_xmla_address(source_)) {
+    dataset = ask(source_, environment);
+  } else {
+    const OlapEngine engine(engine_directory(source_));
+    dataset = ask(engine.address(), environment);
+  }
+  if (as_json_) {
+    environment.out << dataset_json(dataset).dump(2, ' ', false,
+                                                  nlohmann::ordered_json::error_handler_t::replace)
+                    << '\n';
+  } else {
+    print_table(dataset, environment.out);
+  }
+  return exit_status::success;
+}
+
+}  // namespace importkcd

@@ -12,7 +12,7 @@ constexpr std::string_view olap_server = "OLAP server";
 constexpr std::string_view kcd_document = "KCD document";
 }  // namespace error_source
 
-/// The one exception type that travels inside the engine and the OLAP model.
+/// The one exception type that travels inside the importer and the OLAP model.
 ///
 /// It is caught at the traps of the import's sections and never leaves
 /// `ImportOLAPDBFromKCDDoc::make`.

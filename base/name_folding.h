@@ -13,8 +13,8 @@ std::string lower_cased(std::string_view text);
 std::string ascii_lower_cased(std::string text);
 std::string ascii_upper_cased(std::string text);
 
-/// Whether two names are equal once both are lower-cased; this is how the OLAP model and the engine
-/// compare names.
+/// Whether two names are equal once both are lower-cased; this is how the OLAP model and the
+/// importer compare names.
 bool same_name(std::string_view left, std::string_view right);
 
 }  // namespace importkcd

@@ -51,16 +51,16 @@ class DocumentFile {
 /// One import as a program runs it, without anybody watching the messages.
 void import(const DocumentFile& document, std::int32_t type, const OlapServerFactory& open_server,
             benchmark::State& state) {
-  ImportOLAPDBFromKCDDoc engine(open_server);
-  engine.kcd_document_file_name = document.path();
-  engine.ImportType = type;
-  engine.import_partitions = true;
+  ImportOLAPDBFromKCDDoc importer(open_server);
+  importer.kcd_document_file_name = document.path();
+  importer.ImportType = type;
+  importer.import_partitions = true;
   // Levels are added, never replaced, so that an update of dimensions that have some must not.
-  engine.DontUpdateLevels = type == import_type::update;
-  engine.succeeded = true;
-  engine.make();
-  if (!engine.succeeded) {
-    state.SkipWithError(engine.last_error.c_str());
+  importer.DontUpdateLevels = type == import_type::update;
+  importer.succeeded = true;
+  importer.make();
+  if (!importer.succeeded) {
+    state.SkipWithError(importer.last_error.c_str());
   }
 }
 

@@ -43,14 +43,15 @@ class KcdElement {
  private:
   friend class KcdDocumentBuilder;
 
-  /// What elements of one kind share: documents repeat few kinds very often.
+  /// What elements with the same tag and the same attribute names share. Documents have few such
+  /// kinds of elements, and many elements of each.
   struct Shape {
     const std::string* tag = nullptr;
     /// The attributes' names, in document order.
     std::span<const std::string* const> names;
   };
 
-  /// Where each attribute's value ends among the texts; both stand right behind the element.
+  /// Where each attribute's value ends among the texts; both arrays follow the element in memory.
   using TextEnd = std::uint32_t;
   const TextEnd* text_ends() const { return reinterpret_cast<const TextEnd*>(this + 1); }
   const char* texts() const {
@@ -84,7 +85,7 @@ class KcdChildren {
     const KcdElement* element_;
   };
 
-  explicit KcdChildren(const KcdElement& parent) : first_(parent.first_child()) {}
+  explicit KcdChildren(const KcdElement* first) : first_(first) {}
   Iterator begin() const { return Iterator(first_); }
   Iterator end() const { return Iterator(nullptr); }
 
@@ -92,7 +93,14 @@ class KcdChildren {
   const KcdElement* first_;
 };
 
-inline KcdChildren children_of(const KcdElement& element) { return KcdChildren(element); }
+inline KcdChildren children_of(const KcdElement& element) {
+  return KcdChildren(element.first_child());
+}
+
+/// The same of an element that may be absent: null has no children.
+inline KcdChildren children_of(const KcdElement* element) {
+  return KcdChildren(element == nullptr ? nullptr : element->first_child());
+}
 
 /// A loaded cube definition document: a compact, read-only tree that owns all its texts.
 class KcdDocument {

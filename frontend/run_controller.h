@@ -8,7 +8,7 @@
 #include "frontend/output_file.h"
 #include "frontend/run_settings.h"
 #include "frontend/run_view.h"
-#include "importer/progress_sink.h"
+#include "importer/import_options.h"
 #include "model/olap_server.h"
 
 namespace importkcd {

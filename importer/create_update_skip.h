@@ -37,13 +37,15 @@ struct ObjectMessages {
 /// Sends `text` + `name` + "'".
 void report_object(const ImportRun& run, std::string_view text, std::string_view name);
 
-/// Applies the rule to one object directly under the database, with its messages: adds `fresh`, or
-/// takes the existing object of its name. Returns the object to be set; null when there is nothing
-/// to set, which is also the case when `may_update`, asked about the existing object after the
-/// updating message, says no. Throws ImportError when the object can be neither added nor read.
+/// Prepares one object directly under the database (a data source, a dimension, a role) for being
+/// set from its element, with the messages about it: by the rule above `fresh` is added, or the
+/// existing object of its name is taken for editing. Returns that object, owned by `objects`; null
+/// when there is nothing to set, which is also the case when `may_update`, asked about the existing
+/// object after the updating message, says no. Throws ImportError when the object can be neither
+/// added nor read.
 template <class T, class MayUpdate>
-T* object_to_set(const ImportRun& run, const ObjectMessages& messages, DatabaseObjects<T>& objects,
-                 T fresh, MayUpdate may_update) {
+T* prepare_database_object(const ImportRun& run, const ObjectMessages& messages,
+                           DatabaseObjects<T>& objects, T fresh, MayUpdate may_update) {
   const std::string name = fresh.name;
   report_object(run, messages.searching, name);
   switch (action_for(objects.contains(name), run.options().ImportType)) {
@@ -69,9 +71,10 @@ T* object_to_set(const ImportRun& run, const ObjectMessages& messages, DatabaseO
 
 /// The same for a kind of object that may always be updated.
 template <class T>
-T* object_to_set(const ImportRun& run, const ObjectMessages& messages, DatabaseObjects<T>& objects,
-                 T fresh) {
-  return object_to_set(run, messages, objects, std::move(fresh), [](const T&) { return true; });
+T* prepare_database_object(const ImportRun& run, const ObjectMessages& messages,
+                           DatabaseObjects<T>& objects, T fresh) {
+  return prepare_database_object(run, messages, objects, std::move(fresh),
+                                 [](const T&) { return true; });
 }
 
 }  // namespace importkcd

@@ -1,9 +1,6 @@
 #include "importer/cube_dimensions.h"
 
 #include <algorithm>
-#include <array>
-#include <cstddef>
-#include <memory_resource>
 #include <string>
 #include <utility>
 #include <vector>
@@ -23,7 +20,7 @@ void build_level(const KcdElement& element, OlapDimension& dimension) {
   level.column_type = int16_number(element, "column_type");
   level.description = decoded_text(element, "description");
   level.estimated_size = int32_number(element, "estimated_size");
-  // Set again on purpose: whatever the sizes did to the type, the document's type stands.
+  // Set again on purpose: on some servers setting the sizes changes the type.
   level.type = level_type(raw_text(element, "type"));
   level.member_key_column = decoded_text(element, "member_key_column");
   if (level.type == OlapLevelType::regular) {
@@ -42,7 +39,8 @@ OlapDimension& add_private_dimension(ImportRun& run, const std::string& name) {
   return run.database().dimensions().add(std::move(added));
 }
 
-void write_properties(const ImportRun& run, const KcdElement& element, OlapDimension& dimension) {
+void write_dimension_properties(const ImportRun& run, const KcdElement& element,
+                                OlapDimension& dimension) {
   dimension.description = decoded_text(element, "description");
   dimension.type = dimension_type(raw_text(element, "type"));
   dimension.data_source = run.database().data_source_name(decoded_text(element, "data_source"));
@@ -56,7 +54,7 @@ void write_properties(const ImportRun& run, const KcdElement& element, OlapDimen
 void build_private_dimension(ImportRun& run, const KcdElement& element) {
   const auto name = decoded_text(element, "name");
   OlapDimension& made = add_private_dimension(run, name);
-  write_properties(run, element, made);
+  write_dimension_properties(run, element, made);
   run.server().write_back_dimension(run.database(), made);
 
   OlapDimension& dimension = *run.database().dimensions().edit(name);
@@ -64,7 +62,7 @@ void build_private_dimension(ImportRun& run, const KcdElement& element) {
     build_level(level, dimension);
   }
   run.server().write_back_dimension(run.database(), dimension);
-  // Last, because the cube copies the levels as they stand now.
+  // Last, because the cube copies the levels as they are at this moment.
   run.database().add_cube_dimension(*run.current_cube, name);
 }
 
@@ -81,11 +79,9 @@ void adjust_level(const KcdElement& element, OlapCubeDimension& dimension) {
   level->disabled = boolean(raw_text(element, "disabled"));
 }
 
+/// Adjusts the levels from the last to the first.
 void adjust_levels(const KcdElement& cube_levels_reference, OlapCubeDimension& dimension) {
-  // A dimension rarely has so many levels that they do not fit in here.
-  std::array<std::byte, 256> room{};
-  std::pmr::monotonic_buffer_resource memory(room.data(), room.size());
-  std::pmr::vector<const KcdElement*> levels(&memory);
+  std::vector<const KcdElement*> levels;
   for (const KcdElement& level : children_of(cube_levels_reference)) {
     levels.push_back(&level);
   }
@@ -114,7 +110,7 @@ void build_cube_dimension(ImportRun& run, const KcdElement& element) {
 
 }  // namespace
 
-void BuildCubeDimensions(ImportRun& run, const KcdElement& cube_dimensions) {
+void build_cube_dimensions(ImportRun& run, const KcdElement& cube_dimensions) {
   for (const KcdElement& element : children_of(cube_dimensions)) {
     build_cube_dimension(run, element);
   }

@@ -13,8 +13,8 @@ namespace importkcd {
 /// has and adjusts the cube's copy of its levels. Tags are compared without regard to letter case;
 /// elements of any other tag are passed over.
 ///
-/// Everything is added anew. Throws ImportError for an absent attribute or child, a number that is
-/// none, a name that is taken, and a data source, dimension or level that is not there.
-void BuildCubeDimensions(ImportRun& run, const KcdElement& cube_dimensions);
+/// Everything is added anew. Throws ImportError for an absent attribute or child, a text that
+/// is no number, a name that is taken, and a data source, dimension or level that does not exist.
+void build_cube_dimensions(ImportRun& run, const KcdElement& cube_dimensions);
 
 }  // namespace importkcd

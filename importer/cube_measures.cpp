@@ -1,8 +1,11 @@
 #include "importer/cube_measures.h"
 
-#include <exception>
+#include <string>
+#include <string_view>
 #include <utility>
 
+#include "base/apostrophes.h"
+#include "base/import_error.h"
 #include "document/attributes.h"
 #include "model/vocabularies.h"
 
@@ -18,15 +21,44 @@ void build_measure(const KcdElement& element, OlapCube& cube) {
   measure.aggregate_function = aggregate_function(raw_text(element, "aggregate_function"));
 }
 
+constexpr std::string_view separator = " AS ";
+
+/// The stored form of a calculated member's definition "MEMBER AS FORMULA". Whatever follows a
+/// second separator is not part of it. The formula is quoted on the server, which is why its
+/// apostrophes are doubled.
+std::string member_statement(std::string_view text) {
+  const auto at = text.find(separator);
+  if (at == std::string_view::npos) {
+    throw ImportError("Subscript out of range", error_source::kcd_document);
+  }
+  auto formula = text.substr(at + separator.size());
+  formula = formula.substr(0, formula.find(separator));
+  auto statement = DecodeApostrophes(text.substr(0, at));
+  statement.append(separator).append(DecodeApostrophesForStatement(formula));
+  return statement;
+}
+
+void build_calculated_member(const KcdElement& element, OlapCube& cube) {
+  OlapCalculatedMember member;
+  member.name = decoded_text(element, "name");
+  member.statement = member_statement(raw_text(element, "statement"));
+  cube.calculated_members.add(std::move(member));
+}
+
 }  // namespace
 
-void BuildMeasures(ImportRun& run, const KcdElement& cube_measures) {
+// A cube is still of use without a broken measure or calculated member, so their errors are
+// ignored; whoever uses the cube sees what is missing.
+
+void build_measures(ImportRun& run, const KcdElement& cube_measures) {
   for (const KcdElement& element : children_of(cube_measures)) {
-    try {
-      build_measure(element, *run.current_cube);
-    } catch (const std::exception&) {
-      // A broken measure is not worth the cube: whoever uses the cube sees what is missing.
-    }
+    ignore_errors([&] { build_measure(element, *run.current_cube); });
+  }
+}
+
+void build_calculated_members(ImportRun& run, const KcdElement& cube_calculated_members) {
+  for (const KcdElement& element : children_of(cube_calculated_members)) {
+    ignore_errors([&] { build_calculated_member(element, *run.current_cube); });
   }
 }
 

@@ -9,7 +9,8 @@
 namespace importkcd {
 namespace {
 
-void write_properties(const ImportRun& run, const KcdElement& element, OlapPartition& partition) {
+void write_partition_properties(const ImportRun& run, const KcdElement& element,
+                                OlapPartition& partition) {
   partition.fact_table = raw_text(element, "fact_table");
   partition.aggregation_prefix = decoded_text(element, "aggregation_prefix");
   partition.from_clause = raw_text(element, "from_clause");
@@ -51,7 +52,7 @@ void build_partition(ImportRun& run, const KcdElement& element) {
   OlapCube& cube = *run.current_cube;
   const auto name = decoded_text(element, "name");
   OlapPartition& written = cube.partitions.edit_or_add(name);
-  write_properties(run, element, written);
+  write_partition_properties(run, element, written);
   run.server().write_back_partition(run.database(), cube, written);
 
   OlapPartition& sliced = *cube.partitions.edit(name);
@@ -62,12 +63,9 @@ void build_partition(ImportRun& run, const KcdElement& element) {
 
 }  // namespace
 
-void CreateCubePartitions(ImportRun& run, const KcdElement* cube_partitions) {
+void create_cube_partitions(ImportRun& run, const KcdElement* cube_partitions) {
   run.ReportProgress("Creating cube partitions");
-  if (cube_partitions == nullptr) {
-    return;
-  }
-  for (const KcdElement& element : children_of(*cube_partitions)) {
+  for (const KcdElement& element : children_of(cube_partitions)) {
     build_partition(run, element);
   }
 }

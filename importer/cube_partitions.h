@@ -14,7 +14,7 @@ namespace importkcd {
 /// not sliced.
 ///
 /// Throws ImportError for an absent attribute or child and for a data source, dimension or level
-/// that is not there.
-void CreateCubePartitions(ImportRun& run, const KcdElement* cube_partitions);
+/// that does not exist.
+void create_cube_partitions(ImportRun& run, const KcdElement* cube_partitions);
 
 }  // namespace importkcd

@@ -1,37 +1,25 @@
 #include "importer/cubes.h"
 
 #include <cstdint>
-#include <exception>
 #include <string>
 
 #include "document/attributes.h"
-#include "importer/calculated_members.h"
 #include "importer/create_update_skip.h"
 #include "importer/cube_dimensions.h"
 #include "importer/cube_measures.h"
 #include "importer/cube_partitions.h"
-#include "importer/cube_roles.h"
+#include "importer/roles.h"
 #include "model/vocabularies.h"
+
+// Each cube definition goes through the same steps: decide by name and mode which cube it is
+// written to (cube_to_write), write the cube's own properties, write it back so that the server
+// knows it, build its parts, write it back again, and ask the server whether the result is a valid
+// cube. A cube that is updated is locked and emptied first, because parts are always added anew.
+// The cube at hand is run.current_cube; it deliberately outlives its definition, because in replace
+// mode a second definition of the same name is written to the cube that is current then.
 
 namespace importkcd {
 namespace {
-
-/// Runs `step`; an error of the server ends there. Returns whether the step came through.
-template <class Step>
-bool accepted_by_server(Step step) {
-  try {
-    step();
-    return true;
-  } catch (const std::exception&) {
-    return false;
-  }
-}
-
-void remove_all(const ImportRun& run, OlapCube& cube, OlapCubeContent content) {
-  for (auto left = count_of(cube, content); left > 0; --left) {
-    run.server().remove_first(run.database(), cube, content);
-  }
-}
 
 void empty_cube(const ImportRun& run, OlapCube& cube) {
   remove_all(run, cube, OlapCubeContent::dimensions);
@@ -46,11 +34,11 @@ void empty_cube(const ImportRun& run, OlapCube& cube) {
 
 /// Whether the server let the cube be locked and emptied; reports why not.
 bool make_room(const ImportRun& run, OlapCube& cube, const std::string& name) {
-  const bool locked = accepted_by_server([&] { run.server().lock_cube(run.database(), cube); });
+  const bool locked = ignore_errors([&] { run.server().lock_cube(run.database(), cube); });
   if (!locked) {
     report_object(run, "Error : Can't update Cube '", name);
   }
-  const bool emptied = locked && accepted_by_server([&] { empty_cube(run, cube); });
+  const bool emptied = locked && ignore_errors([&] { empty_cube(run, cube); });
   if (!emptied) {
     run.ReportProgress("           Updating cube '" + name + "' canceled");
   }
@@ -93,7 +81,7 @@ OlapCube* cube_to_write(ImportRun& run, const std::string& name) {
   return run.options().ImportType == import_type::replace ? run.current_cube : nullptr;
 }
 
-void write_properties(const ImportRun& run, const KcdElement& element, OlapCube& cube) {
+void write_cube_properties(const ImportRun& run, const KcdElement& element, OlapCube& cube) {
   cube.description = decoded_text(element, "description");
   cube.data_source = run.database().data_source_name(decoded_text(element, "data_source"));
   cube.fact_table = raw_text(element, "fact_table");
@@ -106,13 +94,13 @@ void write_properties(const ImportRun& run, const KcdElement& element, OlapCube&
 }
 
 void build_parts(ImportRun& run, const KcdElement& element, OlapCube& cube) {
-  BuildCubeDimensions(run, required_child(element, "cube_dimensions"));
-  BuildMeasures(run, required_child(element, "cube_measures"));
-  BuildCalculatedMembers(run, required_child(element, "cube_calculated_members"));
+  build_cube_dimensions(run, required_child(element, "cube_dimensions"));
+  build_measures(run, required_child(element, "cube_measures"));
+  build_calculated_members(run, required_child(element, "cube_calculated_members"));
   if (run.options().import_partitions) {
-    CreateCubePartitions(run, element.child("cube_partitions"));
+    create_cube_partitions(run, element.child("cube_partitions"));
   }
-  BuildCubeRoles(run, required_child(element, "cube_roles"), cube);
+  build_cube_roles(run, required_child(element, "cube_roles"), cube);
 }
 
 void import_cube(ImportRun& run, const KcdElement& element) {
@@ -122,7 +110,7 @@ void import_cube(ImportRun& run, const KcdElement& element) {
   if (cube == nullptr) {
     return;
   }
-  write_properties(run, element, *cube);
+  write_cube_properties(run, element, *cube);
   run.server().write_back_cube(run.database(), *cube);
   build_parts(run, element, *cube);
   run.server().write_back_cube(run.database(), *cube);
@@ -133,12 +121,15 @@ void import_cube(ImportRun& run, const KcdElement& element) {
 
 }  // namespace
 
-void ImportCubes(ImportRun& run, const KcdElement* cubes) {
-  run.ReportProgress("Creating cubes");
-  if (cubes == nullptr) {
-    return;
+void remove_all(const ImportRun& run, OlapCube& cube, OlapCubeContent content) {
+  for (auto left = count_of(cube, content); left > 0; --left) {
+    run.server().remove_first(run.database(), cube, content);
   }
-  for (const KcdElement& element : children_of(*cubes)) {
+}
+
+void import_cubes(ImportRun& run, const KcdElement* cubes) {
+  run.ReportProgress("Creating cubes");
+  for (const KcdElement& element : children_of(cubes)) {
     import_cube(run, element);
   }
 }

@@ -11,11 +11,10 @@
 #include "document/document_preparation.h"
 #include "importer/cubes.h"
 #include "importer/data_sources.h"
+#include "importer/dimensions.h"
 #include "importer/import_run.h"
 #include "importer/roles.h"
-#include "importer/shared_dimensions.h"
 #include "importer/virtual_cubes.h"
-#include "importer/virtual_dimensions.h"
 
 namespace importkcd {
 namespace {
@@ -24,7 +23,7 @@ constexpr std::string_view current_version = "1.0.1073";
 /// Documents of this older version are accepted as well.
 constexpr std::string_view older_version = "1.0.1051";
 
-/// What the trap around the processing of a document makes of an error.
+/// The run's error text for an error that ended the processing of the document.
 std::string processing_error(const std::exception& error) {
   const auto* raised = dynamic_cast<const ImportError*>(&error);
   const std::string source = raised != nullptr ? raised->source() : "ImportKCD";
@@ -52,7 +51,7 @@ void ImportLibrary(ImportRun& run, const ImportOutcome& outcome, const KcdElemen
     ImportSharedDimensions(run, collection("shared_dimensions"));
   }
   if (outcome.succeeded) {
-    ImportRoles(run, collection("roles"));
+    import_roles(run, collection("roles"));
   }
 }
 
@@ -71,14 +70,14 @@ std::int32_t ImportOLAPDBFromKCDDoc::make() {
   }
   std::string temporary_copy;
   if (succeeded) {
-    temporary_copy = PrepareTemporaryCopy();
+    temporary_copy = prepare_temporary_copy();
   }
   if (succeeded) {
     OpenKcdDocument(temporary_copy);
   }
   if (succeeded) {
     ProcessDocument();
-    DeleteTemporaryCopy(temporary_copy);
+    delete_temporary_copy(temporary_copy);
   }
   return 0;
 }
@@ -100,7 +99,7 @@ void ImportOLAPDBFromKCDDoc::OpenOlapServer() {
   }
 }
 
-std::string ImportOLAPDBFromKCDDoc::PrepareTemporaryCopy() {
+std::string ImportOLAPDBFromKCDDoc::prepare_temporary_copy() {
   std::optional<CompanyPattern> pattern;
   if (replace_pattern_yn()) {
     pattern = CompanyPattern{pattern_from, pattern_to};
@@ -128,7 +127,7 @@ void ImportOLAPDBFromKCDDoc::OpenKcdDocument(const std::string& path) {
 
 void ImportOLAPDBFromKCDDoc::ProcessDocument() {
   try {
-    ImportIntoDatabase();
+    import_into_database();
   } catch (const std::exception& error) {
     fail(processing_error(error));
   }
@@ -136,7 +135,7 @@ void ImportOLAPDBFromKCDDoc::ProcessDocument() {
   finish();
 }
 
-void ImportOLAPDBFromKCDDoc::ImportIntoDatabase() {
+void ImportOLAPDBFromKCDDoc::import_into_database() {
   ReportProgress("Processing document");
   const KcdElement& root = document_->root();
   const std::string version(root.attribute("version").value_or(""));
@@ -146,23 +145,23 @@ void ImportOLAPDBFromKCDDoc::ImportIntoDatabase() {
   }
   const auto name =
       use_alternate_database_name ? alternate_database_name : decoded_text(root, "name");
-  // A document of a wrong version, too, makes way for its replacement.
+  // Deliberately before the version is judged: the old database is deleted in any case.
   if (ImportType == import_type::replace && DatabaseExists(name)) {
     DeleteDatabase(name);
   }
   if (!succeeded) {
     return;
   }
-  OlapDatabase& database = FindOrCreateDatabase(name);
+  OlapDatabase& database = find_or_create_database(name);
   database_name_ = database.name();
   ImportRun run(*this, *this, *server_, database);
   ImportLibrary(run, *this, root.child("library"));
   if (succeeded) {
-    ImportCubes(run, root.child("cubes"));
+    import_cubes(run, root.child("cubes"));
   }
 }
 
-OlapDatabase& ImportOLAPDBFromKCDDoc::FindOrCreateDatabase(const std::string& name) {
+OlapDatabase& ImportOLAPDBFromKCDDoc::find_or_create_database(const std::string& name) {
   if (OlapDatabase* existing = FindDatabase(name)) {
     ReportProgress("Searching database '" + name + "'");
     return *existing;
@@ -179,24 +178,22 @@ bool ImportOLAPDBFromKCDDoc::DatabaseExists(const std::string& name) {
 }
 
 OlapDatabase* ImportOLAPDBFromKCDDoc::FindDatabase(const std::string& name) {
-  // Held before it is looked up, so that no other run comes in between.
+  // Held before it is looked up, so that no other run can change it in between.
   server_->hold_database(name);
   const auto stored = stored_name(*server_, name);
   return stored ? &server_->open_database(*stored) : nullptr;
 }
 
 void ImportOLAPDBFromKCDDoc::DeleteDatabase(const std::string& name) {
-  try {
+  // If that fails, the run goes on over the database that is still there.
+  ignore_errors([&] {
     if (const auto stored = stored_name(*server_, name)) {
       server_->remove_database(*stored);
     }
-  } catch (const std::exception&) {
-    // The run goes on over the database that is still there.
-    return;
-  }
+  });
 }
 
-void ImportOLAPDBFromKCDDoc::DeleteTemporaryCopy(const std::string& path) {
+void ImportOLAPDBFromKCDDoc::delete_temporary_copy(const std::string& path) {
   try {
     DeleteTempDocument(path);
   } catch (const std::exception& error) {
@@ -229,8 +226,8 @@ void ImportOLAPDBFromKCDDoc::ImportVirtualDimensions(const KcdElement* collectio
   import_alone([&](ImportRun& run) { importkcd::ImportVirtualDimensions(run, collection); });
 }
 
-void ImportOLAPDBFromKCDDoc::ImportVirtualCubes(const KcdElement* collection) {
-  import_alone([&](ImportRun& run) { importkcd::ImportVirtualCubes(run, collection); });
+void ImportOLAPDBFromKCDDoc::import_virtual_cubes(const KcdElement* collection) {
+  import_alone([&](ImportRun& run) { importkcd::import_virtual_cubes(run, collection); });
 }
 
 void ImportOLAPDBFromKCDDoc::finish() {
@@ -242,22 +239,11 @@ void ImportOLAPDBFromKCDDoc::finish() {
       last_error = processing_error(error);
     }
   }
-  // All at once: a window shows one box, however many cubes they are about.
+  // All at once, so that a window shows one box for all cubes.
   const auto messages = server_->take_messages();
   if (notifications != nullptr && !messages.empty()) {
     notifications->show_messages(messages);
   }
-}
-
-void ImportOLAPDBFromKCDDoc::ReportProgress(const std::string& text) const {
-  if (progres_window != nullptr) {
-    progres_window->put_progres_message(text);
-  }
-}
-
-void ImportOLAPDBFromKCDDoc::fail(const std::string& error) {
-  succeeded = false;
-  last_error = error;
 }
 
 }  // namespace importkcd

@@ -10,7 +10,7 @@
 
 namespace importkcd {
 
-/// The import engine: brings one cube definition document into an OLAP server.
+/// The importer: brings one cube definition document into an OLAP server.
 ///
 /// One instance serves one run: set `succeeded` to true, call ReleaseDocument, set the options,
 /// call `make`, read `succeeded` and `last_error`. No exception leaves it.
@@ -38,16 +38,16 @@ class ImportOLAPDBFromKCDDoc : public ImportOptions, public ImportOutcome {
 
   /// The same for a `virtual_cubes` element, whose errors are ignored; only a failure to store the
   /// result is reported.
-  void ImportVirtualCubes(const KcdElement* collection);
+  void import_virtual_cubes(const KcdElement* collection);
 
  private:
   void OpenOlapServer();
-  std::string PrepareTemporaryCopy();
+  std::string prepare_temporary_copy();
   void OpenKcdDocument(const std::string& path);
   void ProcessDocument();
-  void DeleteTemporaryCopy(const std::string& path);
-  void ImportIntoDatabase();
-  OlapDatabase& FindOrCreateDatabase(const std::string& name);
+  void delete_temporary_copy(const std::string& path);
+  void import_into_database();
+  OlapDatabase& find_or_create_database(const std::string& name);
   bool DatabaseExists(const std::string& name);
   OlapDatabase* FindDatabase(const std::string& name);
   void DeleteDatabase(const std::string& name);
@@ -55,8 +55,6 @@ class ImportOLAPDBFromKCDDoc : public ImportOptions, public ImportOutcome {
   template <class Section>
   void import_alone(Section section);
   void finish();
-  void ReportProgress(const std::string& text) const;
-  void fail(const std::string& error);
 
   OlapServerFactory open_server_;
   std::unique_ptr<OlapServer> server_;

@@ -2,14 +2,36 @@
 
 #include <cstdint>
 #include <string>
-
-#include "importer/progress_sink.h"
+#include <vector>
 
 namespace importkcd {
 
+/// Receives the one-line progress messages of a run, in order. Messages are UTF-8 without a line
+/// end; names in them may hold control characters, which whoever shows a message replaces by
+/// blanks.
+class ProgressSink {
+ public:
+  virtual ~ProgressSink() = default;
+  virtual void put_progres_message(const std::string& message) = 0;
+};
+
+/// Receives the rare messages that ask for a person's attention without ending the run; a window
+/// shows them as a message box.
+class NotificationSink {
+ public:
+  virtual ~NotificationSink() = default;
+  virtual void show_message(const std::string& text) = 0;
+  /// Several at once, in order: a window may show them together.
+  virtual void show_messages(const std::vector<std::string>& texts) {
+    for (const auto& text : texts) {
+      show_message(text);
+    }
+  }
+};
+
 /// Values of ImportOptions::ImportType.
 namespace import_type {
-/// No mode was chosen: existing objects get nothing at all.
+/// No mode was chosen: existing objects are left as they are, without a message.
 constexpr std::int32_t none = 0;
 /// Existing objects are skipped.
 constexpr std::int32_t incremental = 1;
@@ -33,7 +55,7 @@ struct ImportOptions {
   bool replace_yn = false;
   bool virtual_cubes = false;
 
-  /// Leave the levels of shared dimensions alone; new ones stay without levels.
+  /// Leave the levels of shared dimensions as they are; new dimensions stay without levels.
   bool DontUpdateLevels = false;
   bool import_partitions = false;
 
@@ -56,6 +78,13 @@ struct ImportOptions {
   /// Where messages for a person go; not owned, may be null.
   NotificationSink* notifications = nullptr;
 
+  /// Sends one message to the progress window, if there is one.
+  void ReportProgress(const std::string& text) const {
+    if (progres_window != nullptr) {
+      progres_window->put_progres_message(text);
+    }
+  }
+
   void replace_pattern(bool apply) { replace_pattern_ = apply; }
   bool replace_pattern_yn() const { return replace_pattern_; }
 
@@ -70,6 +99,12 @@ struct ImportOutcome {
   bool succeeded = false;
   /// The text of the error that stopped the run; empty when there was none.
   std::string last_error;
+
+  /// Ends the run's success with this error text.
+  void fail(const std::string& error) {
+    succeeded = false;
+    last_error = error;
+  }
 };
 
 }  // namespace importkcd

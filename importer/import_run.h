@@ -13,7 +13,8 @@ class ImportRun {
  public:
   /// All arguments outlive the run's sections.
   ImportRun(const ImportOptions& options, ImportOutcome& outcome, OlapServer& server,
-            OlapDatabase& database);
+            OlapDatabase& database)
+      : options_(options), outcome_(outcome), server_(server), database_(database) {}
 
   const ImportOptions& options() const { return options_; }
   OlapServer& server() const { return server_; }
@@ -23,15 +24,23 @@ class ImportRun {
   bool server_is_version_8() const { return server_.version() == "8.0"; }
 
   /// Sends one message to the progress window, if there is one.
-  void ReportProgress(const std::string& text) const;
+  void ReportProgress(const std::string& text) const { options_.ReportProgress(text); }
 
   /// Ends the run's success with this error text.
-  void fail(const std::string& error) const;
+  void fail(const std::string& error) const { outcome_.fail(error); }
 
-  /// Runs `step` under the trap of a routine: an error ends there and its bare description becomes
-  /// the run's error. Returns whether the step came through.
+  /// Runs `step`; an error is caught here, and its description becomes the run's error text.
+  /// Returns whether the step ended without an error.
   template <class Step>
-  bool trap(Step step) const;
+  bool trap(Step step) const {
+    try {
+      step();
+      return true;
+    } catch (const std::exception& error) {
+      fail(error.what());
+      return false;
+    }
+  }
 
   /// The cube that the cubes section works on; null when there is none. It outlives the cube
   /// definition that set it.
@@ -44,13 +53,14 @@ class ImportRun {
   OlapDatabase& database_;
 };
 
+/// Runs a step whose error does not count as an error of the run: it is caught here and not
+/// reported. Returns whether the step ended without an error.
 template <class Step>
-bool ImportRun::trap(Step step) const {
+bool ignore_errors(Step step) {
   try {
     step();
     return true;
-  } catch (const std::exception& error) {
-    fail(error.what());
+  } catch (const std::exception&) {
     return false;
   }
 }

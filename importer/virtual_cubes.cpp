@@ -1,27 +1,22 @@
 #include "importer/virtual_cubes.h"
 
 #include <cstdint>
-#include <exception>
 #include <string>
 
 #include "document/attributes.h"
-#include "importer/cube_roles.h"
+#include "importer/create_update_skip.h"
+#include "importer/cubes.h"
+#include "importer/roles.h"
+
+// Every statement that can fail is a step of its own: its error is ignored (ignore_errors), and the
+// next statement runs all the same. After an error the cube may be null or the name empty. Only a
+// server that refuses to lock or to empty a virtual cube makes a difference: that cancels its
+// update.
 
 namespace importkcd {
 namespace {
 
 constexpr auto virtual_state_code = static_cast<std::int32_t>(OlapCubeKind::is_virtual);
-
-/// Runs one statement; whether it came through. Its error goes no further.
-template <class Statement>
-bool ignore_errors(Statement statement) {
-  try {
-    statement();
-    return true;
-  } catch (const std::exception&) {
-    return false;
-  }
-}
 
 void report(const ImportRun& run, const std::string& message) {
   ignore_errors([&] { run.ReportProgress(message); });
@@ -33,7 +28,7 @@ OlapCube* add_virtual_cube(ImportRun& run, const std::string& name) {
   return cube;
 }
 
-bool lock(ImportRun& run, const OlapCube& cube, const std::string& name) {
+bool lock_virtual_cube(const ImportRun& run, const OlapCube& cube, const std::string& name) {
   const bool locked = ignore_errors([&] { run.server().lock_cube(run.database(), cube); });
   if (!locked) {
     report(run, "Error : Can't update Virtual Cube '" + name + "'");
@@ -41,23 +36,20 @@ bool lock(ImportRun& run, const OlapCube& cube, const std::string& name) {
   return locked;
 }
 
-/// Whether the collection could be emptied; it stops at the first refusal.
-bool empty_content(ImportRun& run, OlapCube& cube, OlapCubeContent content) {
+/// Whether the server let the cube be emptied; it stops at the first refusal.
+bool empty_virtual_cube(const ImportRun& run, OlapCube& cube) {
   return ignore_errors([&] {
-    for (auto left = count_of(cube, content); left > 0; --left) {
-      run.server().remove_first(run.database(), cube, content);
-    }
+    remove_all(run, cube, OlapCubeContent::measures);
+    remove_all(run, cube, OlapCubeContent::dimensions);
   });
 }
 
 /// The existing virtual cube, emptied; null when its update was canceled.
 OlapCube* take_over_virtual_cube(ImportRun& run, const std::string& name) {
   report(run, "Update virtual cube '" + name + "'");
-  OlapCube* cube = nullptr;
-  if (lock(run, *run.database().cubes().find(name), name)) {
-    cube = run.database().cubes().edit(name);
-    if (empty_content(run, *cube, OlapCubeContent::measures) &&
-        empty_content(run, *cube, OlapCubeContent::dimensions)) {
+  if (lock_virtual_cube(run, *run.database().cubes().find(name), name)) {
+    OlapCube* cube = run.database().cubes().edit(name);
+    if (empty_virtual_cube(run, *cube)) {
       return cube;
     }
   }
@@ -83,20 +75,21 @@ OlapCube* update_virtual_cube(ImportRun& run, const std::string& name) {
 OlapCube* prepare_virtual_cube(ImportRun& run, const std::string& name) {
   bool exists = false;
   ignore_errors([&] { exists = run.database().cubes().contains(name); });
-  if (!exists) {
-    OlapCube* cube = add_virtual_cube(run, name);
-    report(run, "Creating virtual cube '" + name + "'");
-    return cube;
-  }
-  switch (run.options().ImportType) {
-    case import_type::incremental:
+  switch (action_for(exists, run.options().ImportType)) {
+    case Action::create: {
+      OlapCube* cube = add_virtual_cube(run, name);
+      report(run, "Creating virtual cube '" + name + "'");
+      return cube;
+    }
+    case Action::skip:
       report(run, "Skipping virtual cube '" + name + "'");
       return nullptr;
-    case import_type::update:
+    case Action::update:
       return update_virtual_cube(run, name);
-    default:
-      return nullptr;
+    case Action::none:
+      break;
   }
+  return nullptr;
 }
 
 void create_measure_reference(const KcdElement& element, OlapCube& cube) {
@@ -109,20 +102,14 @@ void create_measure_reference(const KcdElement& element, OlapCube& cube) {
 
 void create_measure_references(ImportRun& run, const KcdElement* references, OlapCube& cube) {
   report(run, "Creating measure references");
-  if (references == nullptr) {
-    return;
-  }
-  for (const KcdElement& element : children_of(*references)) {
+  for (const KcdElement& element : children_of(references)) {
     create_measure_reference(element, cube);
   }
 }
 
 void create_dimension_references(ImportRun& run, const KcdElement* references, OlapCube& cube) {
   report(run, "Creating dimension references");
-  if (references == nullptr) {
-    return;
-  }
-  for (const KcdElement& element : children_of(*references)) {
+  for (const KcdElement& element : children_of(references)) {
     ignore_errors([&] { run.database().add_cube_dimension(cube, decoded_text(element, "name")); });
   }
 }
@@ -137,18 +124,15 @@ void import_virtual_cube(ImportRun& run, const KcdElement& element) {
   }
   create_measure_references(run, element.child("measure_references"), *cube);
   create_dimension_references(run, element.child("dimension_references"), *cube);
-  ignore_errors([&] { BuildCubeRoles(run, required_child(element, "cube_roles"), *cube); });
+  ignore_errors([&] { build_cube_roles(run, required_child(element, "cube_roles"), *cube); });
   ignore_errors([&] { run.server().write_back_database(run.database()); });
 }
 
 }  // namespace
 
-void ImportVirtualCubes(ImportRun& run, const KcdElement* virtual_cubes) {
+void import_virtual_cubes(ImportRun& run, const KcdElement* virtual_cubes) {
   report(run, "Creating virtual cubes");
-  if (virtual_cubes == nullptr) {
-    return;
-  }
-  for (const KcdElement& element : children_of(*virtual_cubes)) {
+  for (const KcdElement& element : children_of(virtual_cubes)) {
     import_virtual_cube(run, element);
   }
 }

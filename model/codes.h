@@ -49,7 +49,7 @@ enum class OlapCubeKind : std::int32_t { regular = 0, is_virtual = 1 };
 /// Where a database dimension comes from.
 enum class OlapDimensionKind : std::int32_t {
   shared = 0,
-  /// Defined inside one cube; it goes away with its place in that cube.
+  /// Defined inside one cube; it is removed when that cube stops using it.
   is_private = 1,
   is_virtual = 2,
 };

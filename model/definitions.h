@@ -11,7 +11,7 @@ namespace importkcd {
 /// The definitions that an OLAP database consists of: plain values, all text UTF-8. The values
 /// given here are those of a newly added object.
 
-/// A named text: a custom property of a dimension or cube, a permission of a role.
+/// A named text: a custom property of a dimension or cube, or a permission of a role.
 struct OlapProperty {
   std::string name;
   std::string value;
@@ -78,7 +78,7 @@ struct OlapMeasure {
   std::string description;
   std::string format;
   std::string source_column;
-  /// An internal measure is hidden from people.
+  /// An internal measure is not shown to users.
   bool internal = false;
   OlapAggregateFunction aggregate_function = OlapAggregateFunction::sum;
 };

@@ -33,8 +33,9 @@ enum class OlapCubeContent {
 /// The working copy of one OLAP database: what a run sees and changes. Only a write back of the
 /// OlapServer makes a change exist on the server; roles take effect when they are set.
 ///
-/// The rules that hold between the objects of a database are kept here: which names may be
-/// referred to, what leaves together with what. Operations throw ImportError.
+/// The rules that hold between the objects of a database are kept here: a definition refers only to
+/// objects that are there, and a removed cube takes its private dimensions with it. Operations
+/// throw ImportError.
 class OlapDatabase {
  public:
   OlapDatabase(std::string name, std::string description, DatabaseSources sources);
@@ -54,7 +55,7 @@ class OlapDatabase {
   std::string data_source_name(std::string_view name);
 
   /// Adds an empty cube; it takes the place of a cube that has its name, whose private dimensions
-  /// leave. A regular cube comes with its own partition. Throws ImportError on an empty name.
+  /// are removed. A regular cube comes with its own partition. Throws ImportError on an empty name.
   OlapCube& add_cube(const std::string& name, OlapCubeKind kind);
 
   /// Adds the dimension `name` of this database to a cube, with the cube's own copy of its levels.
@@ -63,11 +64,11 @@ class OlapDatabase {
   OlapCubeDimension& add_cube_dimension(OlapCube& cube, const std::string& name);
 
   /// Removes the first member of one of the cube's content collections, if it has one. A private
-  /// dimension leaves the database together with its place in the cube.
+  /// dimension is removed from the database, too.
   void remove_first(OlapCube& cube, OlapCubeContent content);
 
-  /// The private dimensions that left with what was removed from `cube` since the last call. They
-  /// leave the server when the cube is written back.
+  /// The private dimensions that were removed from the database together with content of `cube`
+  /// since the last call. The server removes them when the cube is written back.
   std::vector<std::string> take_released_dimensions(const OlapCube& cube);
 
  private:

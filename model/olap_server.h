@@ -17,12 +17,12 @@ struct StoredObject {
   std::string name;
 };
 
-/// An OLAP server as the engine sees it.
+/// An OLAP server as the importer sees it.
 ///
-/// The engine changes the working copy of a database (OlapDatabase); a write back makes the object,
-/// as it stands at that moment, part of the run's result; finish() stores that result as one unit.
-/// A run that ends without finish() leaves the server as it was. Every operation throws ImportError
-/// when it fails. One server object serves one thread.
+/// The importer changes the working copy of a database (OlapDatabase); a write back makes the
+/// object, as it stands at that moment, part of the run's result; finish() stores that result as
+/// one unit. A run that ends without finish() leaves the server as it was. Every operation throws
+/// ImportError when it fails. One server object serves one thread.
 class OlapServer {
  public:
   OlapServer() = default;
@@ -55,7 +55,8 @@ class OlapServer {
   /// Fails on an empty name and on one that is in use.
   virtual OlapDatabase& add_database(const std::string& name) = 0;
 
-  /// Removes a stored database with all that is in it; OlapDatabase references to it end.
+  /// Removes a stored database with all that is in it; OlapDatabase references to it become
+  /// invalid.
   virtual void remove_database(const std::string& name) = 0;
 
   /// Writes back the database's own properties, its roles and its virtual cubes.
@@ -88,12 +89,12 @@ class OlapServer {
   /// the database has all its dimensions.
   virtual bool structure_is_valid(OlapDatabase& database, const OlapCube& cube) = 0;
 
-  /// What a person should know about structure_is_valid() and finish(), such as why a structure is
-  /// not valid: the sentences since the last call, each without a line end.
+  /// The messages for a person that structure_is_valid() and finish() have left since the last
+  /// call, such as why a structure is not valid; each is one sentence without a line end.
   virtual std::vector<std::string> take_messages() { return {}; }
 
   /// Stores everything that was written back or removed since connect() or the last finish(), all
-  /// of it or nothing, and lets go of the held databases. Ends all OlapDatabase references. Does
+  /// of it or nothing, and releases the held databases. Ends all OlapDatabase references. Does
   /// nothing when nothing was written back.
   virtual void finish() = 0;
 };

@@ -13,7 +13,7 @@
 #include "frontend/window/window_controls.h"
 #include "frontend/window/window_labels.h"
 #include "frontend/window/window_run_view.h"
-#include "importer/progress_sink.h"
+#include "importer/import_options.h"
 #include "model/olap_server.h"
 #include "pickers/qt/limit_resizing.h"
 #include "pickers/window_layout.h"

@@ -6,7 +6,7 @@
 #include "frontend/run_view.h"
 #include "frontend/window/dialogs.h"
 #include "frontend/window/window_controls.h"
-#include "importer/progress_sink.h"
+#include "importer/import_options.h"
 #include "labels/kci_conversion.h"
 #include "labels/labels_access.h"
 #include "labels/labels_view.h"

@@ -9,10 +9,10 @@ namespace importkcd {
 namespace {
 
 using testing::bare_document;
-using testing::known_version;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
+using testing::known_version;
 using testing::lines_of;
 using ::testing::StartsWith;
 using testing::whole_document;
@@ -114,7 +114,7 @@ TEST_F(KcdImport, RewritesExistingObjectsInUpdateMode) {
   EXPECT_THAT(result.output, HasSubstr("\nUpdating cube 'Sales'\n"));
 }
 
-TEST_F(KcdImport, DontUpdateLevelsReachesTheEngine) {
+TEST_F(KcdImport, DontUpdateLevelsReachesTheImporter) {
   import(whole_document(), {"--mode", "update", "--dont-update-levels"});
   const auto shop = shown().at("databases").at(0);
   EXPECT_THAT(shop.at("dimensions").at(0).at("levels"), IsEmpty());

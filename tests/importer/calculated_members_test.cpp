@@ -1,9 +1,8 @@
-#include "importer/calculated_members.h"
-
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "importer/cube_measures.h"
 #include "tests/support/import_fixture.h"
 
 namespace importkcd::testing {
@@ -20,7 +19,7 @@ class CalculatedMembers : public SectionTest {
   void build(std::string_view children) {
     const auto xml =
         "<cube_calculated_members>" + std::string(children) + "</cube_calculated_members>";
-    BuildCalculatedMembers(run(), parse(xml));
+    build_calculated_members(run(), parse(xml));
   }
 
   void build_statement(std::string_view statement) {

@@ -1,6 +1,6 @@
-#include "importer/connection_string.h"
-
 #include <gtest/gtest.h>
+
+#include "importer/data_sources.h"
 
 namespace importkcd {
 namespace {

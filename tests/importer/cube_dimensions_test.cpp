@@ -20,7 +20,7 @@ class CubeDimensions : public CubeTest {
   OlapCube& cube() { return *run().current_cube; }
 
   void build(const std::string& dimensions) {
-    BuildCubeDimensions(run(), parse("<cube_dimensions>" + dimensions + "</cube_dimensions>"));
+    build_cube_dimensions(run(), parse("<cube_dimensions>" + dimensions + "</cube_dimensions>"));
   }
 
   std::string build_error(const std::string& dimensions) {

@@ -13,7 +13,7 @@ class CubeMeasures : public CubeTest {
   /// Builds the measures into a fresh current cube.
   const NamedCollection<OlapMeasure>& build(const std::string& measures) {
     OlapCube& cube = add_current_cube();
-    BuildMeasures(run(), parse("<cube_measures>" + measures + "</cube_measures>"));
+    build_measures(run(), parse("<cube_measures>" + measures + "</cube_measures>"));
     return cube.measures;
   }
 

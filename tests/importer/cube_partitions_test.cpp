@@ -26,7 +26,7 @@ class CubePartitions : public CubeTest {
   OlapCube& cube() { return *run().current_cube; }
 
   void build(const std::string& partitions) {
-    CreateCubePartitions(run(), &parse("<cube_partitions>" + partitions + "</cube_partitions>"));
+    create_cube_partitions(run(), &parse("<cube_partitions>" + partitions + "</cube_partitions>"));
   }
 
   std::string build_error(const std::string& partitions) {
@@ -68,7 +68,7 @@ class CubePartitions : public CubeTest {
 };
 
 TEST_F(CubePartitions, AbsentCollectionYieldsOnlyTheHeading) {
-  CreateCubePartitions(run(), nullptr);
+  create_cube_partitions(run(), nullptr);
   EXPECT_THAT(timeline, ElementsAre("Creating cube partitions"));
   EXPECT_THAT(names_of(cube().partitions), ElementsAre("Sales"));
 }

@@ -1,11 +1,10 @@
-#include "importer/cube_roles.h"
-
 #include <cstdint>
 #include <string>
 #include <string_view>
 #include <utility>
 #include <vector>
 
+#include "importer/roles.h"
 #include "tests/support/import_fixture.h"
 
 namespace importkcd::testing {
@@ -28,7 +27,7 @@ class CubeRoles : public SectionTest {
     cube.roles.add(std::move(role));
   }
 
-  void build(std::string_view xml) { BuildCubeRoles(run(), parse(xml), cube); }
+  void build(std::string_view xml) { build_cube_roles(run(), parse(xml), cube); }
 
   /// "role: key=value ..." of every role of the cube.
   std::vector<std::string> roles() const {
@@ -126,7 +125,7 @@ TEST_F(CubeRoles, AnElementWithoutChildrenDoesNothing) {
 /// Builds roles and gives the error that ended it, with its source.
 std::string error_of(ImportRun& run, const KcdElement& cube_roles, OlapCube& cube) {
   try {
-    BuildCubeRoles(run, cube_roles, cube);
+    build_cube_roles(run, cube_roles, cube);
   } catch (const ImportError& error) {
     return error.description() + " in " + error.source();
   }

@@ -77,7 +77,7 @@ class CubesTest : public CubeTest {
   void import(const std::string& cubes) {
     timeline.clear();
     sink.messages.clear();
-    ImportCubes(run(), &parse("<cubes>" + cubes + "</cubes>"));
+    import_cubes(run(), &parse("<cubes>" + cubes + "</cubes>"));
   }
 
   /// The same as a run of its own: its result is stored and the database opened again.

@@ -13,7 +13,7 @@ using Cubes = CubesTest;
 // The section and its elements.
 
 TEST_F(Cubes, AbsentCollectionYieldsOnlyTheHeading) {
-  ImportCubes(run(), nullptr);
+  import_cubes(run(), nullptr);
   EXPECT_THAT(timeline, ElementsAre("Creating cubes"));
   EXPECT_TRUE(outcome.succeeded);
 }

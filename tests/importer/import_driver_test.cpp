@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "tests/support/database_text.h"
-#include "tests/support/engine_fixture.h"
+#include "tests/support/importer_fixture.h"
 #include "tests/support/whole_document.h"
 
 namespace importkcd::testing {
@@ -28,23 +28,23 @@ std::vector<std::string> bare_messages(const std::string& database_message) {
   return messages;
 }
 
-class ImportDriver : public EngineTest {
+class ImportDriver : public ImporterTest {
  protected:
   void expect_success() const {
-    EXPECT_TRUE(engine->succeeded);
-    EXPECT_EQ(engine->last_error, "");
+    EXPECT_TRUE(importer->succeeded);
+    EXPECT_EQ(importer->last_error, "");
     EXPECT_THAT(sink.notifications, IsEmpty());
   }
   void expect_failure(const std::string& last_error) const {
-    EXPECT_FALSE(engine->succeeded);
-    EXPECT_EQ(engine->last_error, last_error);
+    EXPECT_FALSE(importer->succeeded);
+    EXPECT_EQ(importer->last_error, last_error);
   }
 
   /// Stores a database by an import of its own.
   void store_database(const std::string& name, const std::string& description) {
     import(R"(<database version="1.0.1073" name=")" + name + "\" description=\"" + description +
            "\"/>");
-    ASSERT_TRUE(engine->succeeded) << engine->last_error;
+    ASSERT_TRUE(importer->succeeded) << importer->last_error;
   }
 };
 
@@ -109,18 +109,18 @@ TEST_F(ImportDriver, AFirstLineThatBeginsADocumentTypeIsDropped) {
 TEST_F(ImportDriver, ADocumentTypeOnALaterLineIsKept) {
   import("<?xml version=\"1.0\"?>\n<!DOCnothing that XML knows>\n" +
          bare_document("1.0.1073", "D"));
-  EXPECT_FALSE(engine->succeeded);
-  EXPECT_THAT(engine->last_error, HasSubstr("Cannot open kcd document file "));
+  EXPECT_FALSE(importer->succeeded);
+  EXPECT_THAT(importer->last_error, HasSubstr("Cannot open kcd document file "));
 }
 
 TEST_F(ImportDriver, OnlyOneLineIsDropped) {
   import("<!DOC\n<!DOC\n" + bare_document("1.0.1073", "D"));
-  EXPECT_FALSE(engine->succeeded);
+  EXPECT_FALSE(importer->succeeded);
 }
 
 TEST_F(ImportDriver, TheDocumentTypeIsComparedExactly) {
   import("<!doc\n" + bare_document("1.0.1073", "D"));
-  EXPECT_FALSE(engine->succeeded);
+  EXPECT_FALSE(importer->succeeded);
 }
 
 TEST_F(ImportDriver, TheCompanyPatternIsReplacedEverywhereBeforeTheDocumentIsRead) {
@@ -131,7 +131,7 @@ TEST_F(ImportDriver, TheCompanyPatternIsReplacedEverywhereBeforeTheDocumentIsRea
       "<Foo:database xmlns:Foo=\"x\" version=\"1.0.1073\" name=\"FooFoo foo\" "
       "description=\"aFoo\"/>");
   expect_success();
-  EXPECT_EQ(engine->document()->root().tag(), "Bar:database");
+  EXPECT_EQ(importer->document()->root().tag(), "Bar:database");
   EXPECT_EQ(stored_text(), "database | BarBar foo | aBar\n");
 }
 
@@ -330,13 +330,13 @@ TEST_F(ImportDriver, ADatabaseThatAnotherRunHoldsFailsBeforeAnythingIsDeleted) {
   other_run->hold_database("Shop");
   options.ImportType = import_type::replace;
   import(bare_document("2.0", "Shop"));
-  EXPECT_FALSE(engine->succeeded);
-  EXPECT_THAT(engine->last_error, HasSubstr("Cannot create DSS database because of "));
-  EXPECT_THAT(engine->last_error, HasSubstr(" in OLAP server"));
+  EXPECT_FALSE(importer->succeeded);
+  EXPECT_THAT(importer->last_error, HasSubstr("Cannot create DSS database because of "));
+  EXPECT_THAT(importer->last_error, HasSubstr(" in OLAP server"));
   EXPECT_EQ(stored_text(), "database | Shop | kept\n");
 }
 
-TEST_F(ImportDriver, AFinishedRunLetsGoOfItsDatabaseWhileTheEngineLives) {
+TEST_F(ImportDriver, AFinishedRunLetsGoOfItsDatabaseWhileTheImporterLives) {
   import(whole_document());
   EXPECT_NO_THROW(look()->hold_database("Shop"));
   import(bare_document("2.0", "Shop"));
@@ -453,15 +453,15 @@ TEST_F(ImportDriver, WhatWasWrittenBackBeforeAnErrorStays) {
 
 TEST_F(ImportDriver, TheDocumentStaysLoadedUntilItIsReleased) {
   import(whole_document());
-  ASSERT_NE(engine->document(), nullptr);
-  EXPECT_EQ(engine->document()->root().tag(), "database");
-  engine->ReleaseDocument();
-  EXPECT_EQ(engine->document(), nullptr);
+  ASSERT_NE(importer->document(), nullptr);
+  EXPECT_EQ(importer->document()->root().tag(), "database");
+  importer->ReleaseDocument();
+  EXPECT_EQ(importer->document(), nullptr);
 }
 
 TEST_F(ImportDriver, ADocumentThatCannotBeLoadedLeavesNone) {
   import("<database");
-  EXPECT_EQ(engine->document(), nullptr);
+  EXPECT_EQ(importer->document(), nullptr);
 }
 
 // The importers that a run does not call
@@ -469,14 +469,14 @@ TEST_F(ImportDriver, ADocumentThatCannotBeLoadedLeavesNone) {
 class ImportersOnTheirOwn : public ImportDriver {
  protected:
   const KcdElement* collection(std::string_view tag) const {
-    return engine->document()->root().child(tag);
+    return importer->document()->root().child(tag);
   }
 };
 
 TEST_F(ImportersOnTheirOwn, VirtualDimensionsAreImportedAfterARun) {
   import(whole_document());
   sink.messages.clear();
-  engine->ImportVirtualDimensions(collection("virtual_dimensions"));
+  importer->ImportVirtualDimensions(collection("virtual_dimensions"));
   expect_success();
   EXPECT_THAT(sink.messages,
               ElementsAre("Creating virtual dimensions", "Searching virtual dimension 'Colours'",
@@ -487,7 +487,7 @@ TEST_F(ImportersOnTheirOwn, VirtualDimensionsAreImportedAfterARun) {
 TEST_F(ImportersOnTheirOwn, VirtualCubesAreImportedAfterARun) {
   import(whole_document());
   sink.messages.clear();
-  engine->ImportVirtualCubes(collection("virtual_cubes"));
+  importer->import_virtual_cubes(collection("virtual_cubes"));
   expect_success();
   EXPECT_THAT(sink.messages,
               ElementsAre("Creating virtual cubes", "Searching virtual cube 'Overview'",
@@ -501,8 +501,8 @@ TEST_F(ImportersOnTheirOwn, EachIsAUnitOfItsOwn) {
   hook = record_operations(operations);
   import(whole_document());
   operations.clear();
-  engine->ImportVirtualDimensions(nullptr);
-  engine->ImportVirtualCubes(nullptr);
+  importer->ImportVirtualDimensions(nullptr);
+  importer->import_virtual_cubes(nullptr);
   EXPECT_THAT(operations,
               ElementsAre("hold_database Shop", "stored_objects", "open_database Shop", "finish",
                           "hold_database Shop", "stored_objects", "open_database Shop", "finish"));
@@ -516,7 +516,7 @@ TEST_F(ImportersOnTheirOwn, BothFailBeforeADatabaseWasOpened) {
   EXPECT_EQ(unused.last_error, "No database to import into: none was opened before");
   unused.succeeded = true;
   unused.last_error.clear();
-  unused.ImportVirtualCubes(nullptr);
+  unused.import_virtual_cubes(nullptr);
   EXPECT_FALSE(unused.succeeded);
   EXPECT_EQ(unused.last_error, "No database to import into: none was opened before");
 }
@@ -526,7 +526,7 @@ TEST_F(ImportersOnTheirOwn, BothFailWhenTheDatabaseIsGone) {
   const auto other = look();
   other->remove_database("Shop");
   other->finish();
-  engine->ImportVirtualCubes(collection("virtual_cubes"));
+  importer->import_virtual_cubes(collection("virtual_cubes"));
   expect_failure("No database to import into: 'Shop' is gone");
   EXPECT_NO_THROW(look()->hold_database("Shop"));
 }
@@ -534,7 +534,7 @@ TEST_F(ImportersOnTheirOwn, BothFailWhenTheDatabaseIsGone) {
 TEST_F(ImportersOnTheirOwn, AnErrorOfAVirtualDimensionIsItsBareText) {
   import(bare_document("1.0.1073", "D",
                        "<virtual_dimensions><virtual_dimension/></virtual_dimensions>"));
-  engine->ImportVirtualDimensions(collection("virtual_dimensions"));
+  importer->ImportVirtualDimensions(collection("virtual_dimensions"));
   expect_failure("Invalid use of Null");
 }
 
@@ -542,9 +542,9 @@ TEST_F(ImportersOnTheirOwn, ADatabaseThatAnotherRunHoldsIsToldInTheDriversWords)
   import(whole_document());
   const auto other = look();
   other->hold_database("Shop");
-  engine->ImportVirtualCubes(collection("virtual_cubes"));
-  EXPECT_FALSE(engine->succeeded);
-  EXPECT_THAT(engine->last_error, HasSubstr("Cannot create DSS database because of "));
+  importer->import_virtual_cubes(collection("virtual_cubes"));
+  EXPECT_FALSE(importer->succeeded);
+  EXPECT_THAT(importer->last_error, HasSubstr("Cannot create DSS database because of "));
 }
 
 TEST_F(ImportersOnTheirOwn, OnlyAFailureToStoreVirtualCubesIsReported) {
@@ -558,7 +558,7 @@ TEST_F(ImportersOnTheirOwn, OnlyAFailureToStoreVirtualCubesIsReported) {
     }
   };
   import(whole_document());
-  engine->ImportVirtualCubes(collection("virtual_cubes"));
+  importer->import_virtual_cubes(collection("virtual_cubes"));
   expect_failure("Cannot create DSS database because of disk full in OLAP server");
 }
 

@@ -12,7 +12,7 @@
 
 #include "servers/catalogue/catalogue_store.h"
 #include "servers/working_copy_server.h"
-#include "tests/support/engine_fixture.h"
+#include "tests/support/importer_fixture.h"
 #include "tests/support/whole_document.h"
 
 namespace importkcd::testing {
@@ -26,11 +26,11 @@ using ::testing::StartsWith;
 
 constexpr const char* opening_server = "Opening DSO server on machine 'memory:'";
 
-class ImportFailures : public EngineTest {
+class ImportFailures : public ImporterTest {
  protected:
   void expect_failure(const std::string& last_error) const {
-    EXPECT_FALSE(engine->succeeded);
-    EXPECT_EQ(engine->last_error, last_error);
+    EXPECT_FALSE(importer->succeeded);
+    EXPECT_EQ(importer->last_error, last_error);
   }
 };
 
@@ -54,8 +54,8 @@ TEST_F(ImportFailures, AServerThatCannotBeConnectedIsToldWithItsMachine) {
   };
   options.machine_name = "catalogue:missing";
   import(whole_document());
-  EXPECT_FALSE(engine->succeeded);
-  EXPECT_THAT(engine->last_error,
+  EXPECT_FALSE(importer->succeeded);
+  EXPECT_THAT(importer->last_error,
               StartsWith("Cannot open DSO server on machine 'catalogue:missing' because: "));
   EXPECT_THAT(sink.messages, ElementsAre("Opening DSO server on machine 'catalogue:missing'"));
 }
@@ -119,9 +119,9 @@ TEST_F(ImportFailures, AFolderForTemporaryFilesThatTakesNone) {
   options.kcd_document_file_name = folder.write("document.kcd", whole_document());
   const ScopedEnvironment read_only("TMPDIR", "/proc");
   import_file();
-  EXPECT_FALSE(engine->succeeded);
-  EXPECT_THAT(engine->last_error, StartsWith("Error in opening file for writing /proc/"));
-  EXPECT_THAT(engine->last_error, ::testing::EndsWith(" No such file or directory"));
+  EXPECT_FALSE(importer->succeeded);
+  EXPECT_THAT(importer->last_error, StartsWith("Error in opening file for writing /proc/"));
+  EXPECT_THAT(importer->last_error, ::testing::EndsWith(" No such file or directory"));
   EXPECT_THAT(sink.messages, ElementsAre(opening_server));
 }
 
@@ -155,8 +155,8 @@ TEST_F(ImportFailures, AFailedWriteDoesNotEndTheRun) {
     const FileSizeLimit limit(text.size());
     import_file();
   }
-  EXPECT_TRUE(engine->succeeded);
-  EXPECT_EQ(engine->last_error, "Error in writing to file " + copy_path() + " File too large");
+  EXPECT_TRUE(importer->succeeded);
+  EXPECT_EQ(importer->last_error, "Error in writing to file " + copy_path() + " File too large");
   EXPECT_EQ(processing_messages(), whole_document_messages(false));
   EXPECT_THAT(stored_databases(), ElementsAre("Shop"));
   EXPECT_THAT(temporary_files(), IsEmpty());
@@ -168,8 +168,8 @@ TEST_F(ImportFailures, AFailedWriteLetsTheRunGoOnWithWhatWasWritten) {
     const FileSizeLimit limit(100);
     import_file();
   }
-  EXPECT_FALSE(engine->succeeded);
-  EXPECT_THAT(engine->last_error,
+  EXPECT_FALSE(importer->succeeded);
+  EXPECT_THAT(importer->last_error,
               StartsWith("Cannot open kcd document file " + copy_path() + " because "));
   EXPECT_THAT(temporary_files(), ElementsAre(copy_path()));
   EXPECT_EQ(std::filesystem::file_size(copy_path()), 100U);
@@ -204,8 +204,8 @@ TEST_F(ImportFailures, BrokenDocumentsAreToldWithTheCopyAndLeaveIt) {
                            R"(<database a="1" a="2"/>)", "<database/><database/>",
                            "<database a=\"&unknown;\"/>", "<x:database/>"}) {
     import(text);
-    EXPECT_FALSE(engine->succeeded) << text;
-    EXPECT_THAT(engine->last_error,
+    EXPECT_FALSE(importer->succeeded) << text;
+    EXPECT_THAT(importer->last_error,
                 StartsWith("Cannot open kcd document file " + copy_path() + " because "))
         << text;
     EXPECT_THAT(sink.messages,
@@ -239,8 +239,8 @@ TEST_F(ImportFailures, ACopyThatIsGoneBeforeItIsOpened) {
                     [&] { std::filesystem::remove(temporary_files().at(0)); });
   options.progres_window = &acting;
   import(whole_document());
-  EXPECT_FALSE(engine->succeeded);
-  EXPECT_THAT(engine->last_error, StartsWith("Cannot open kcd document file "));
+  EXPECT_FALSE(importer->succeeded);
+  EXPECT_THAT(importer->last_error, StartsWith("Cannot open kcd document file "));
 }
 
 // Deleting the copy
@@ -253,8 +253,8 @@ TEST_F(ImportFailures, ACopyThatIsGoneBeforeItIsDeletedIsANotificationOnly) {
   });
   options.progres_window = &acting;
   import(whole_document());
-  EXPECT_TRUE(engine->succeeded);
-  EXPECT_EQ(engine->last_error, "");
+  EXPECT_TRUE(importer->succeeded);
+  EXPECT_EQ(importer->last_error, "");
   EXPECT_THAT(sink.notifications,
               ElementsAre("Error in deleting file " + path + " (No such file or directory)"));
   EXPECT_THAT(acting.notifications, IsEmpty());
@@ -268,8 +268,8 @@ TEST_F(ImportFailures, AReadOnlyCopyIsNotDeleted) {
   });
   options.progres_window = &acting;
   import(whole_document());
-  EXPECT_TRUE(engine->succeeded);
-  EXPECT_EQ(engine->last_error, "");
+  EXPECT_TRUE(importer->succeeded);
+  EXPECT_EQ(importer->last_error, "");
   EXPECT_THAT(sink.notifications,
               ElementsAre("Error in deleting file " + path + " (Permission denied)"));
   EXPECT_THAT(temporary_files(), ElementsAre(path));
@@ -290,7 +290,7 @@ TEST_F(ImportFailures, ACopyThatCannotBeDeletedNeedsNobodyToTell) {
   options.progres_window = &acting;
   options.notifications = nullptr;
   import(whole_document());
-  EXPECT_TRUE(engine->succeeded);
+  EXPECT_TRUE(importer->succeeded);
 }
 
 // Processing the document
@@ -309,9 +309,9 @@ TEST_F(ImportFailures, AnAbsentDatabaseNameOutdoesAWrongVersion) {
 
 TEST_F(ImportFailures, AnEmptyDatabaseName) {
   import(bare_document("1.0.1073", ""));
-  EXPECT_FALSE(engine->succeeded);
-  EXPECT_THAT(engine->last_error, StartsWith("Cannot create DSS database because of "));
-  EXPECT_THAT(engine->last_error, HasSubstr(" in OLAP server"));
+  EXPECT_FALSE(importer->succeeded);
+  EXPECT_THAT(importer->last_error, StartsWith("Cannot create DSS database because of "));
+  EXPECT_THAT(importer->last_error, HasSubstr(" in OLAP server"));
   EXPECT_THAT(stored_databases(), IsEmpty());
 }
 
@@ -323,7 +323,7 @@ TEST_F(ImportFailures, AnAbsentDescriptionCreatesNoDatabase) {
   EXPECT_THAT(temporary_files(), IsEmpty());
 }
 
-TEST_F(ImportFailures, AnErrorThatIsNoneOfTheEnginesOwnNamesTheProgram) {
+TEST_F(ImportFailures, AnErrorThatIsNoneOfTheImportersOwnNamesTheProgram) {
   ActingSink acting("Creating roles", [] { throw std::runtime_error("window gone"); });
   options.progres_window = &acting;
   import(whole_document());
@@ -336,8 +336,8 @@ TEST_F(ImportFailures, NoExceptionOfTheSinkLeavesTheEarlierSteps) {
     ActingSink acting(message, [] { throw std::runtime_error("window gone"); });
     options.progres_window = &acting;
     import(whole_document());
-    EXPECT_FALSE(engine->succeeded);
-    EXPECT_THAT(engine->last_error, HasSubstr("window gone"));
+    EXPECT_FALSE(importer->succeeded);
+    EXPECT_THAT(importer->last_error, HasSubstr("window gone"));
   }
 }
 

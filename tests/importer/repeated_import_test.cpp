@@ -1,7 +1,7 @@
 #include <string>
 #include <vector>
 
-#include "tests/support/engine_fixture.h"
+#include "tests/support/importer_fixture.h"
 #include "tests/support/whole_document.h"
 
 namespace importkcd::testing {
@@ -10,14 +10,14 @@ namespace {
 using ::testing::ElementsAre;
 
 /// Every test runs without and with partitions.
-class RepeatedImport : public EngineTest, public ::testing::WithParamInterface<bool> {
+class RepeatedImport : public ImporterTest, public ::testing::WithParamInterface<bool> {
  protected:
   RepeatedImport() { options.import_partitions = GetParam(); }
 
   void import_successfully() {
     import(whole_document());
-    EXPECT_TRUE(engine->succeeded);
-    EXPECT_EQ(engine->last_error, "");
+    EXPECT_TRUE(importer->succeeded);
+    EXPECT_EQ(importer->last_error, "");
   }
 
   /// The messages that precede and follow those of the partitions, joined with them.
@@ -145,7 +145,7 @@ TEST_P(RepeatedImport, AnUpdateFollowsTheDocument) {
   options.ImportType = import_type::update;
   options.DontUpdateLevels = true;
   import(text);
-  EXPECT_TRUE(engine->succeeded) << engine->last_error;
+  EXPECT_TRUE(importer->succeeded) << importer->last_error;
   auto expected = first;
   for (const std::string word : {"Unused", "What was sold", "anna;bert", "dw1"}) {
     expected.replace(expected.find(word), word.size(), "changed");
@@ -158,13 +158,13 @@ TEST_P(RepeatedImport, AnUpdateWithLevelsFailsOnLevelsThatAreThere) {
   const auto first = stored_text();
   options.ImportType = import_type::update;
   import(whole_document());
-  EXPECT_FALSE(engine->succeeded);
-  EXPECT_EQ(engine->last_error, "'Region' already exists");
+  EXPECT_FALSE(importer->succeeded);
+  EXPECT_EQ(importer->last_error, "'Region' already exists");
   EXPECT_EQ(processing_messages().back(), "Updating shared dimension 'Region'");
   EXPECT_EQ(stored_text(), first);
 }
 
-using OrderOfOperations = EngineTest;
+using OrderOfOperations = ImporterTest;
 
 TEST_F(OrderOfOperations, AFirstImport) {
   std::vector<std::string> operations;

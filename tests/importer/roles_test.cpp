@@ -15,7 +15,7 @@ const std::string readers =
 class Roles : public SectionTest {
  protected:
   void import(const std::string& roles) {
-    ImportRoles(run(), &parse("<roles>" + roles + "</roles>"));
+    import_roles(run(), &parse("<roles>" + roles + "</roles>"));
   }
 
   /// Imports roles of which one fails, and gives the error's description.
@@ -49,7 +49,7 @@ class Roles : public SectionTest {
 };
 
 TEST_F(Roles, AbsentCollectionYieldsOnlyTheHeading) {
-  ImportRoles(run(), nullptr);
+  import_roles(run(), nullptr);
   EXPECT_THAT(sink.messages, ElementsAre("Creating roles"));
   expect_no_error();
 }

@@ -74,7 +74,7 @@ class VirtualCubes : public SectionTest {
     operations.clear();
   }
 
-  void import(std::string_view xml) { ImportVirtualCubes(run(), &parse(xml)); }
+  void import(std::string_view xml) { import_virtual_cubes(run(), &parse(xml)); }
 
   /// The cubes of the working copy.
   std::vector<std::string> cubes() {
@@ -134,7 +134,7 @@ TEST_F(VirtualCubes, TheDatabaseIsSavedAndTheVirtualCubeIsNot) {
 }
 
 TEST_F(VirtualCubes, AbsentElementAndEmptyElementYieldOnlyTheHeading) {
-  ImportVirtualCubes(run(), nullptr);
+  import_virtual_cubes(run(), nullptr);
   import("<virtual_cubes/>");
   EXPECT_THAT(sink.messages, ElementsAre("Creating virtual cubes", "Creating virtual cubes"));
 }

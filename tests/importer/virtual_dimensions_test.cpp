@@ -1,8 +1,7 @@
-#include "importer/virtual_dimensions.h"
-
 #include <memory>
 #include <new>
 
+#include "importer/dimensions.h"
 #include "tests/importer/changed_text.h"
 #include "tests/importer/dimensions_fixture.h"
 

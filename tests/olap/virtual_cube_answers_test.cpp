@@ -14,22 +14,22 @@ constexpr const char* virtual_cubes_database = "Virtual Retail";
 class VirtualCubeAnswers : public ::testing::Test {
  protected:
   static void SetUpTestSuite() {
-    ImportOLAPDBFromKCDDoc engine([](std::string_view machine) {
+    ImportOLAPDBFromKCDDoc importer([](std::string_view machine) {
       return make_olap_server(machine, ServerAccess::read_write);
     });
-    engine.kcd_document_file_name = EXAMPLES_FOLDER "/sales.kcd";
-    engine.machine_name = "mondrian:" + world().directory();
-    engine.ImportType = import_type::incremental;
-    engine.import_partitions = true;
-    engine.alternate_database_name = virtual_cubes_database;
-    engine.use_alternate_database_name = true;
-    engine.datawarehouse_connectstring = world().postgres().connection_string(sales_warehouse);
-    engine.succeeded = true;
-    engine.make();
-    ASSERT_EQ(engine.last_error, "");
+    importer.kcd_document_file_name = EXAMPLES_FOLDER "/sales.kcd";
+    importer.machine_name = "mondrian:" + world().directory();
+    importer.ImportType = import_type::incremental;
+    importer.import_partitions = true;
+    importer.alternate_database_name = virtual_cubes_database;
+    importer.use_alternate_database_name = true;
+    importer.datawarehouse_connectstring = world().postgres().connection_string(sales_warehouse);
+    importer.succeeded = true;
+    importer.make();
+    ASSERT_EQ(importer.last_error, "");
     const auto document = KcdDocument::load(EXAMPLES_FOLDER "/sales.kcd");
-    engine.ImportVirtualCubes(document->root().child("virtual_cubes"));
-    ASSERT_EQ(engine.last_error, "");
+    importer.import_virtual_cubes(document->root().child("virtual_cubes"));
+    ASSERT_EQ(importer.last_error, "");
     wait_for_database(virtual_cubes_database);
   }
 

@@ -96,16 +96,16 @@ ImportResult import_text(std::string_view xml, ImportOptions options,
                          OlapServerFactory open_server) {
   const TemporaryFolder folder;
   RecordingSink sink;
-  ImportOLAPDBFromKCDDoc engine(std::move(open_server));
-  static_cast<ImportOptions&>(engine) = std::move(options);
-  engine.kcd_document_file_name = folder.write("document.kcd", xml);
-  engine.progres_window = &sink;
-  engine.notifications = &sink;
-  engine.succeeded = true;
-  engine.ReleaseDocument();
-  engine.make();
+  ImportOLAPDBFromKCDDoc importer(std::move(open_server));
+  static_cast<ImportOptions&>(importer) = std::move(options);
+  importer.kcd_document_file_name = folder.write("document.kcd", xml);
+  importer.progres_window = &sink;
+  importer.notifications = &sink;
+  importer.succeeded = true;
+  importer.ReleaseDocument();
+  importer.make();
 
-  ImportResult result{engine.succeeded, engine.last_error, sink.messages, sink.notifications};
+  ImportResult result{importer.succeeded, importer.last_error, sink.messages, sink.notifications};
   const auto path = temporary_path(result.messages);
   replace_path(result.last_error, path);
   for (auto& message : result.messages) {

@@ -66,7 +66,7 @@ class SectionTest : public ::testing::Test {
   std::vector<std::unique_ptr<KcdDocument>> documents_;
 };
 
-/// What a whole run through the engine gave.
+/// What a whole run through the importer gave.
 struct ImportResult {
   bool succeeded = false;
   std::string last_error;
@@ -75,7 +75,7 @@ struct ImportResult {
   std::vector<std::string> notifications;
 };
 
-/// Runs the engine on a document's text, with `options` and a server made by `open_server`.
+/// Runs the importer on a document's text, with `options` and a server made by `open_server`.
 ImportResult import_text(std::string_view xml, ImportOptions options,
                          OlapServerFactory open_server);
 

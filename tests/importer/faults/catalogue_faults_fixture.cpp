@@ -132,15 +132,15 @@ void CatalogueFaultsTest::make_start(Start start) {
   options.use_alternate_database_name = true;
   options.alternate_database_name = "Other";
   import(whole_document());
-  engine.reset();
+  importer.reset();
   options.use_alternate_database_name = false;
   const auto import_older = [this] {
     import(older_document());
-    EXPECT_TRUE(engine->succeeded) << engine->last_error;
+    EXPECT_TRUE(importer->succeeded) << importer->last_error;
   };
   if (start == Start::stored) {
     import_older();
-    engine.reset();
+    importer.reset();
     return;
   }
   // The end of the child leaves both connections as they are.
@@ -162,9 +162,9 @@ void CatalogueFaultsTest::restore() const {
 void CatalogueFaultsTest::import_and_close() {
   import_file();
   ended_at_ = vfs.count();
-  succeeded = engine->succeeded;
-  last_error = engine->last_error;
-  engine.reset();
+  succeeded = importer->succeeded;
+  last_error = importer->last_error;
+  importer.reset();
 }
 
 int CatalogueFaultsTest::import_in_child() {

@@ -6,8 +6,8 @@
 #include <unordered_map>
 #include <vector>
 
-#include "tests/support/engine_fixture.h"
 #include "tests/support/faulty_vfs.h"
+#include "tests/support/importer_fixture.h"
 
 namespace importkcd::testing {
 
@@ -33,7 +33,7 @@ std::string name_of(const CatalogueCase& tested);
 /// Imports whole_document() into a catalogue over a file system that fails, and compares what is
 /// left with the states before and after an undisturbed import. Unless it is missing at the start,
 /// the catalogue holds an older state of the document's database, and another database.
-class CatalogueFaultsTest : public EngineTest {
+class CatalogueFaultsTest : public ImporterTest {
  protected:
   CatalogueFaultsTest();
 

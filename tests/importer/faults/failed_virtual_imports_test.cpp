@@ -109,9 +109,10 @@ using VirtualCase = std::tuple<std::int32_t, bool, Thrown, bool>;
 class FailedVirtualImports : public ScriptedRunTest,
                              public ::testing::WithParamInterface<VirtualCase> {
  protected:
-  using Importer = void (ImportOLAPDBFromKCDDoc::*)(const KcdElement*);
+  using ImportCollection = void (ImportOLAPDBFromKCDDoc::*)(const KcdElement*);
 
-  void import_virtually(Importer importer, std::string_view tag, const Failure& failure) {
+  void import_virtually(ImportCollection import_collection, std::string_view tag,
+                        const Failure& failure) {
     const auto thrown = std::get<Thrown>(GetParam());
     clear_store();
     options.ImportType = import_type::incremental;
@@ -127,26 +128,27 @@ class FailedVirtualImports : public ScriptedRunTest,
           });
     };
     import(virtual_document);
-    const auto* collection = engine->document()->root().child(tag);
+    const auto* collection = importer->document()->root().child(tag);
     if (std::get<1>(GetParam())) {
-      ((*engine).*importer)(collection);
+      ((*importer).*import_collection)(collection);
     }
-    ASSERT_EQ(engine->last_error, "");
+    ASSERT_EQ(importer->last_error, "");
     begin();
     armed = true;
-    engine->ImportType = std::get<0>(GetParam());
-    ((*engine).*importer)(collection);
+    importer->ImportType = std::get<0>(GetParam());
+    ((*importer).*import_collection)(collection);
     armed = false;
   }
 
-  void expect_roads(Importer importer, std::string_view tag, const RunScript& script) {
+  void expect_roads(ImportCollection import_collection, std::string_view tag,
+                    const RunScript& script) {
     auto failure = failure_with(std::get<Thrown>(GetParam()));
     failure.lasting = std::get<3>(GetParam());
     bool befell = true;
     while (befell) {
       ++failure.operation;
       SCOPED_TRACE("operation " + std::to_string(failure.operation));
-      import_virtually(importer, tag, failure);
+      import_virtually(import_collection, tag, failure);
       const auto expected = play(script, failure);
       expect_run(expected);
       befell = expected.disturbed;
@@ -160,7 +162,7 @@ TEST_P(FailedVirtualImports, OfDimensionsEndAsTheRulesSay) {
 }
 
 TEST_P(FailedVirtualImports, OfCubesEndAsTheRulesSay) {
-  expect_roads(&ImportOLAPDBFromKCDDoc::ImportVirtualCubes, "virtual_cubes",
+  expect_roads(&ImportOLAPDBFromKCDDoc::import_virtual_cubes, "virtual_cubes",
                virtual_cubes(std::get<0>(GetParam()), std::get<1>(GetParam())));
 }
 

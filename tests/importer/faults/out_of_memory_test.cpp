@@ -7,7 +7,7 @@
 #include <string_view>
 
 #include "tests/importer/faults/written_content.h"
-#include "tests/support/engine_fixture.h"
+#include "tests/support/importer_fixture.h"
 #include "tests/support/whole_document.h"
 
 namespace {
@@ -42,7 +42,7 @@ namespace importkcd::testing {
 namespace {
 
 /// An import whose Nth allocation fails, for every N. The parameter is its mode.
-class OutOfMemory : public EngineTest, public ::testing::WithParamInterface<std::int32_t> {
+class OutOfMemory : public ImporterTest, public ::testing::WithParamInterface<std::int32_t> {
  protected:
   OutOfMemory() { options.import_partitions = true; }
 
@@ -50,7 +50,7 @@ class OutOfMemory : public EngineTest, public ::testing::WithParamInterface<std:
     clear_store();
     options.ImportType = import_type::incremental;
     import(older_document());
-    engine.reset();
+    importer.reset();
   }
 
   void import_whole_document(std::int32_t type) {
@@ -120,7 +120,7 @@ TEST_P(OutOfMemory, EndsTheRunAndHarmsNothing) {
     }
     EXPECT_NO_THROW(look()->hold_database("Shop"));
     import_whole_document(import_type::replace);
-    EXPECT_TRUE(engine->succeeded) << engine->last_error;
+    EXPECT_TRUE(importer->succeeded) << importer->last_error;
     EXPECT_EQ(content_of(*look()), replaced);
   }
   EXPECT_TRUE(succeeded);

@@ -50,11 +50,11 @@ void ScriptedRunTest::fill_store(const ScriptCase& tested) {
   options.DontUpdateLevels = false;
   if (tested.holds_database) {
     import(older_document());
-    EXPECT_TRUE(engine->succeeded) << engine->last_error;
+    EXPECT_TRUE(importer->succeeded) << importer->last_error;
   }
   import(bare_document("1.0.1073", "Other"));
-  EXPECT_TRUE(engine->succeeded) << engine->last_error;
-  engine.reset();
+  EXPECT_TRUE(importer->succeeded) << importer->last_error;
+  importer.reset();
 }
 
 void ScriptedRunTest::import_with(const ScriptCase& tested, const OlapServerFactory& make_server) {
@@ -76,15 +76,15 @@ std::unique_ptr<OlapServer> ScriptedRunTest::booked(std::unique_ptr<OlapServer> 
 
 void ScriptedRunTest::expect_run(const ExpectedRun& expected) {
   EXPECT_THAT(steps, ::testing::ElementsAreArray(expected.steps));
-  EXPECT_EQ(engine->succeeded, expected.succeeded);
-  EXPECT_EQ(engine->last_error, expected.last_error);
+  EXPECT_EQ(importer->succeeded, expected.succeeded);
+  EXPECT_EQ(importer->last_error, expected.last_error);
   EXPECT_THAT(temporary_files(), ::testing::IsEmpty());
   if (expected.stored) {
     EXPECT_EQ(content_of(*connected()), written_);
   } else {
     EXPECT_EQ(content_of(*connected()), before_);
     // A server that was not finished holds the database until its end.
-    engine.reset();
+    importer.reset();
   }
   EXPECT_NO_THROW(connected()->hold_database("Shop"));
 
@@ -92,9 +92,9 @@ void ScriptedRunTest::expect_run(const ExpectedRun& expected) {
   options.ImportType = import_type::replace;
   options.DontUpdateLevels = false;
   import(scripted_document());
-  EXPECT_TRUE(engine->succeeded) << engine->last_error;
-  EXPECT_EQ(engine->last_error, "");
-  engine.reset();
+  EXPECT_TRUE(importer->succeeded) << importer->last_error;
+  EXPECT_EQ(importer->last_error, "");
+  importer.reset();
 }
 
 void ScriptedRunTest::StepsSink::put_progres_message(const std::string& message) {

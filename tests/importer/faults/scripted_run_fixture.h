@@ -6,7 +6,7 @@
 
 #include "tests/importer/faults/whole_document_script.h"
 #include "tests/importer/faults/written_content.h"
-#include "tests/support/engine_fixture.h"
+#include "tests/support/importer_fixture.h"
 
 namespace importkcd::testing {
 
@@ -23,7 +23,7 @@ Failure failure_with(Thrown thrown);
 
 /// Imports scripted_document() with a failure and compares everything that the run does and leaves
 /// with what a script and the book of its write backs say.
-class ScriptedRunTest : public EngineTest {
+class ScriptedRunTest : public ImporterTest {
  protected:
   ScriptedRunTest();
 

@@ -55,12 +55,12 @@ void HostileDocuments::expect(const HostileDocument& hostile) {
   SCOPED_TRACE(hostile.name);
   clear_store();
   import(hostile.document);
-  auto error = engine->last_error;
+  auto error = importer->last_error;
   if (const auto at = error.find(copy_path()); at != std::string::npos && !copy_path().empty()) {
     error.replace(at, copy_path().size(), "COPY");
   }
   EXPECT_EQ(error, hostile.error);
-  EXPECT_EQ(engine->succeeded, error.empty());
+  EXPECT_EQ(importer->succeeded, error.empty());
   if (!hostile.message.empty()) {
     EXPECT_THAT(sink.messages, ::testing::Contains(hostile.message));
   }

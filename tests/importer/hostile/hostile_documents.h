@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "tests/support/engine_fixture.h"
+#include "tests/support/importer_fixture.h"
 
 namespace importkcd::testing {
 
@@ -35,7 +35,7 @@ inline std::string stopped(const std::string& description,
 }
 
 /// Runs documents into a server that is empty each time, partitions included.
-class HostileDocuments : public EngineTest {
+class HostileDocuments : public ImporterTest {
  protected:
   HostileDocuments() { options.import_partitions = true; }
 

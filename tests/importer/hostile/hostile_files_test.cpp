@@ -17,14 +17,14 @@
 namespace importkcd::testing {
 namespace {
 
-class HostileFiles : public EngineTest {
+class HostileFiles : public ImporterTest {
  protected:
   /// Runs on a file as it is and gives the error.
   std::string error_of(const std::string& path) {
     options.kcd_document_file_name = path;
     import_file();
-    EXPECT_EQ(engine->succeeded, engine->last_error.empty());
-    return engine->last_error;
+    EXPECT_EQ(importer->succeeded, importer->last_error.empty());
+    return importer->last_error;
   }
 
   static std::string cannot_open(const std::string& path, const std::string& reason) {

@@ -179,7 +179,7 @@ TEST_F(HostileSizes, AValueOfAGigabyteEndsTheRun) {
   auto outcome = outcome_of(document, [this](const std::string& path) {
     options.kcd_document_file_name = path;
     import_file();
-    auto error = engine->last_error;
+    auto error = importer->last_error;
     if (const auto at = error.find(copy_path()); at != std::string::npos) {
       error.replace(at, copy_path().size(), "COPY");
     }

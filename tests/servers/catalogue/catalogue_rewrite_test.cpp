@@ -11,7 +11,7 @@
 #include "servers/working_copy_server.h"
 #include "tests/servers/catalogue/catalogue_test_support.h"
 #include "tests/support/document_generator.h"
-#include "tests/support/engine_fixture.h"
+#include "tests/support/importer_fixture.h"
 #include "tests/support/temporary_folder.h"
 
 namespace importkcd {
@@ -314,18 +314,18 @@ TEST_F(CatalogueRewrite, DimensionsThatComeBackStandInTheirNewOrderAmongAddedOne
 
 /// Imports a document with every section, private dimensions too, in a mode.
 void import(const std::string& document, const std::string& catalogue, std::int32_t mode) {
-  ImportOLAPDBFromKCDDoc engine([&](std::string_view) {
+  ImportOLAPDBFromKCDDoc importer([&](std::string_view) {
     return std::make_unique<WorkingCopyServer>(
         make_catalogue_store(catalogue, CatalogueAccess::read_write));
   });
-  engine.kcd_document_file_name = document;
-  engine.ImportType = mode;
-  engine.import_partitions = true;
+  importer.kcd_document_file_name = document;
+  importer.ImportType = mode;
+  importer.import_partitions = true;
   // Levels are added, never replaced, so an update must leave them alone.
-  engine.DontUpdateLevels = mode == import_type::update;
-  engine.succeeded = true;
-  engine.make();
-  EXPECT_EQ(engine.last_error, "");
+  importer.DontUpdateLevels = mode == import_type::update;
+  importer.succeeded = true;
+  importer.make();
+  EXPECT_EQ(importer.last_error, "");
 }
 
 TEST_F(CatalogueRewrite, AnImportRepeatedInUpdateModeWritesNothing) {

@@ -1,6 +1,6 @@
-// Any bytes as a document for whole runs of the engine into in-memory servers, in all modes. What a
-// run does depends on nothing but its input; a second run in incremental mode changes nothing, one
-// in replace mode gives what a first one gave.
+// Any bytes as a document for whole runs of the importer into in-memory servers, in all modes. What
+// a run does depends on nothing but its input; a second run in incremental mode changes nothing,
+// one in replace mode gives what a first one gave.
 //
 // An input is what the further run is (a byte), the settings (a byte), the old text and the new
 // text of the company pattern (a line each), and the document.
@@ -69,18 +69,18 @@ void check_error(const Outcome& outcome, std::size_t files_left) {
 Outcome run(const std::string& document, const ImportOptions& options,
             const std::shared_ptr<MemoryStorage>& store) {
   Messages messages;
-  ImportOLAPDBFromKCDDoc engine([&store](std::string_view) { return make_memory_server(store); });
-  static_cast<ImportOptions&>(engine) = options;
-  engine.kcd_document_file_name = document;
-  engine.progres_window = &messages;
-  engine.notifications = &messages;
-  engine.succeeded = true;
-  engine.ReleaseDocument();
-  require(engine.make() == 0);
+  ImportOLAPDBFromKCDDoc importer([&store](std::string_view) { return make_memory_server(store); });
+  static_cast<ImportOptions&>(importer) = options;
+  importer.kcd_document_file_name = document;
+  importer.progres_window = &messages;
+  importer.notifications = &messages;
+  importer.succeeded = true;
+  importer.ReleaseDocument();
+  require(importer.make() == 0);
 
   const auto server = make_memory_server(store);
   server->connect("memory:");
-  Outcome outcome{engine.succeeded, without_copy_path(engine.last_error), messages.lines,
+  Outcome outcome{importer.succeeded, without_copy_path(importer.last_error), messages.lines,
                   testing::server_text(*server)};
   check_error(outcome, fuzz::empty_temporary_folder());
   return outcome;

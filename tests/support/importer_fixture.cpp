@@ -1,4 +1,4 @@
-#include "tests/support/engine_fixture.h"
+#include "tests/support/importer_fixture.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -35,7 +35,7 @@ ScopedEnvironment::~ScopedEnvironment() {
   }
 }
 
-EngineTest::EngineTest() : temporary_files_("TMPDIR", folder.file("temporary")) {
+ImporterTest::ImporterTest() : temporary_files_("TMPDIR", folder.file("temporary")) {
   std::filesystem::create_directory(temporary_folder());
   options.machine_name = "memory:";
   options.ImportType = import_type::incremental;
@@ -43,23 +43,23 @@ EngineTest::EngineTest() : temporary_files_("TMPDIR", folder.file("temporary")) 
   options.notifications = &sink;
 }
 
-void EngineTest::import(std::string_view xml) {
+void ImporterTest::import(std::string_view xml) {
   options.kcd_document_file_name = folder.write("document.kcd", xml);
   import_file();
 }
 
-void EngineTest::import_file() {
+void ImporterTest::import_file() {
   sink.messages.clear();
   sink.notifications.clear();
   const OlapServerFactory own_server = [this](std::string_view) { return make_server(); };
-  engine = std::make_unique<ImportOLAPDBFromKCDDoc>(server_factory ? server_factory : own_server);
-  static_cast<ImportOptions&>(*engine) = options;
-  engine->succeeded = true;
-  engine->ReleaseDocument();
-  EXPECT_EQ(engine->make(), 0);
+  importer = std::make_unique<ImportOLAPDBFromKCDDoc>(server_factory ? server_factory : own_server);
+  static_cast<ImportOptions&>(*importer) = options;
+  importer->succeeded = true;
+  importer->ReleaseDocument();
+  EXPECT_EQ(importer->make(), 0);
 }
 
-std::string EngineTest::copy_path() const {
+std::string ImporterTest::copy_path() const {
   for (const auto& message : sink.messages) {
     if (starts_with(message, opening_copy)) {
       return message.substr(opening_copy.size(), message.size() - opening_copy.size() - 1);
@@ -68,7 +68,7 @@ std::string EngineTest::copy_path() const {
   return {};
 }
 
-std::vector<std::string> EngineTest::processing_messages() const {
+std::vector<std::string> ImporterTest::processing_messages() const {
   std::vector<std::string> result;
   std::copy_if(sink.messages.begin(), sink.messages.end(), std::back_inserter(result),
                [](const std::string& message) {
@@ -78,7 +78,7 @@ std::vector<std::string> EngineTest::processing_messages() const {
   return result;
 }
 
-std::vector<std::string> EngineTest::temporary_files() const {
+std::vector<std::string> ImporterTest::temporary_files() const {
   std::vector<std::string> result;
   for (const auto& entry : std::filesystem::directory_iterator(temporary_folder())) {
     result.push_back(entry.path().string());
@@ -86,9 +86,9 @@ std::vector<std::string> EngineTest::temporary_files() const {
   return result;
 }
 
-std::string EngineTest::stored_text() const { return server_text(*look()); }
+std::string ImporterTest::stored_text() const { return server_text(*look()); }
 
-std::vector<std::string> EngineTest::stored_databases() const {
+std::vector<std::string> ImporterTest::stored_databases() const {
   std::vector<std::string> result;
   for (const auto& object : look()->stored_objects()) {
     result.push_back(object.name);
@@ -96,13 +96,13 @@ std::vector<std::string> EngineTest::stored_databases() const {
   return result;
 }
 
-std::unique_ptr<OlapServer> EngineTest::look() const {
+std::unique_ptr<OlapServer> ImporterTest::look() const {
   auto server = make_memory_server(store_);
   server->connect("memory:");
   return server;
 }
 
-std::unique_ptr<OlapServer> EngineTest::make_server() const {
+std::unique_ptr<OlapServer> ImporterTest::make_server() const {
   return std::make_unique<ForwardingServer>(make_memory_server(store_), hook);
 }
 

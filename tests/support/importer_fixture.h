@@ -24,13 +24,13 @@ class ScopedEnvironment {
   std::optional<std::string> former_;
 };
 
-/// A fixture for whole runs of the engine. Their temporary copies go into a folder of the fixture,
-/// and all servers work on one in-memory store.
-class EngineTest : public ::testing::Test {
+/// A fixture for whole runs of the importer. Their temporary copies go into a folder of the
+/// fixture, and all servers work on one in-memory store.
+class ImporterTest : public ::testing::Test {
  protected:
-  EngineTest();
+  ImporterTest();
 
-  /// Runs a fresh engine on a document's text, or on `options.kcd_document_file_name` as it is.
+  /// Runs a fresh importer on a document's text, or on `options.kcd_document_file_name` as it is.
   /// Messages of earlier runs are forgotten.
   void import(std::string_view xml);
   void import_file();
@@ -58,8 +58,8 @@ class EngineTest : public ::testing::Test {
   OlapServerFactory server_factory;
   RecordingSink sink;
   TemporaryFolder folder;
-  /// The engine of the last run.
-  std::unique_ptr<ImportOLAPDBFromKCDDoc> engine;
+  /// The importer of the last run.
+  std::unique_ptr<ImportOLAPDBFromKCDDoc> importer;
 
  private:
   std::unique_ptr<OlapServer> make_server() const;

@@ -1,11 +1,10 @@
 #include "mondrian/sql/sql_names.h"
 
-#include <algorithm>
-
 #include "base/name_folding.h"
 #include "base/quoting.h"
 
 namespace importkcd {
+
 std::string known_name(DatabaseKind kind, const SqlName& name) {
   if (name.is_quoted) {
     return name.text;

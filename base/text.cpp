@@ -57,6 +57,7 @@ std::string printable(std::string_view text) {
   return result;
 }
 
+// By hand: libxml2 would leave "@" and the marks "!*'()" as they are.
 std::string percent_encoded(std::string_view text, std::string_view marks) {
   constexpr std::string_view digits = "0123456789ABCDEF";
   std::string result;

@@ -3,7 +3,6 @@
 #include <utf8proc.h>
 
 #include <algorithm>
-#include <charconv>
 #include <cmath>
 #include <cstdint>
 #include <ostream>
@@ -12,6 +11,7 @@
 #include <vector>
 
 #include "base/import_error.h"
+#include "base/numbers.h"
 #include "base/text.h"
 
 namespace importkcd {
@@ -191,12 +191,6 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-template <class T>
-bool read_whole(std::string_view text, T& number) {
-  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-  return error == std::errc() && end == text.data() + text.size();
-}
-
 bool is_text_type(std::string_view type) {
   return type.empty() || type.ends_with("string") || type.ends_with("dateTime") ||
          type.ends_with("date");
@@ -207,12 +201,13 @@ Json value_of(const DatasetCell& cell) {
     return cell.value == "true" || cell.value == "1";
   }
   if (!is_text_type(cell.type)) {
-    if (std::int64_t whole = 0; read_whole(cell.value, whole)) {
-      return whole;
+    if (const auto whole = exact_number<std::int64_t>(cell.value)) {
+      return *whole;
     }
     // JSON cannot express infinity.
-    if (double number = 0; read_whole(cell.value, number) && std::isfinite(number)) {
-      return number;
+    const auto number = exact_number<double>(cell.value);
+    if (number && std::isfinite(*number)) {
+      return *number;
     }
   }
   return cell.value;

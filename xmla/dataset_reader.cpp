@@ -2,12 +2,12 @@
 
 #include <algorithm>
 #include <array>
-#include <charconv>
 #include <limits>
 #include <string_view>
 #include <unordered_map>
 
 #include "base/import_error.h"
+#include "base/numbers.h"
 #include "base/quoting.h"
 #include "xmla/xmla_error.h"
 
@@ -164,12 +164,11 @@ void read_cells(const AnswerElement& root, Dataset& dataset) {
   const auto count = cell_count(dataset);
   for (const auto& element : required(root, "CellData").children) {
     const auto text = element.attribute("CellOrdinal");
-    std::uint64_t ordinal = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), ordinal);
-    if (error != std::errc() || end != text.data() + text.size() || ordinal >= count) {
+    const auto ordinal = exact_number<std::uint64_t>(text);
+    if (!ordinal || *ordinal >= count) {
       refuse_data_set("there is no place for the cell '" + std::string(text) + "'");
     }
-    dataset.cells.insert_or_assign(ordinal, read_cell(element));
+    dataset.cells.insert_or_assign(*ordinal, read_cell(element));
   }
 }
 

@@ -35,5 +35,14 @@ TEST(RoundedNumber, OtherTextsAreNone) {
   }
 }
 
+TEST(ExactNumber, IsAllOfItsText) {
+  EXPECT_EQ(exact_number<std::uint64_t>("18446744073709551615"), UINT64_MAX);
+  EXPECT_EQ(exact_number<double>("-1.5E+2"), -150.0);
+  EXPECT_EQ(exact_number<std::uint64_t>("18446744073709551616"), std::nullopt);
+  for (const auto* text : {"", "1 ", " 1", "+1", "1x"}) {
+    EXPECT_EQ(exact_number<double>(text), std::nullopt) << text;
+  }
+}
+
 }  // namespace
 }  // namespace importkcd

@@ -148,10 +148,10 @@ std::string own_fault(const MemberDefinition& member, const OlapCube& cube) {
 
 /// Chooses the members of a cube that the engine can serve.
 ///
-/// A member that is left out may take a measure away from others. All formulas are read once;
-/// behind each measure stands who refers to it, so that only those are looked at again when it
-/// goes. Members go in the order in which somebody would meet them who, after each, reads the list
-/// again from its top.
+/// Without one member, others may lack a measure that they refer to. So the first member with a
+/// fault is left out, and then again the first, until none has a fault. Every formula is read only
+/// once: an index from measures to the members that refer to them tells which ones to look at
+/// again.
 class MemberChoice {
  public:
   MemberChoice(const OlapCube& cube, const std::vector<std::string>& measures,

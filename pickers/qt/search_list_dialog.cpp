@@ -49,7 +49,8 @@ void SearchListDialog::build(const Controls& controls) {
   connect(buttons, &QDialogButtonBox::rejected, this, &SearchListDialog::reject);
 }
 
-void SearchListDialog::reset() {
+void SearchListDialog::reset(const std::string& server_name) {
+  server_name_ = server_name;
   // The owner shows an hourglass while it waits for this dialog.
   setCursor(Qt::ArrowCursor);
   list_->clear();

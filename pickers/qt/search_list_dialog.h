@@ -21,6 +21,9 @@ class SearchListDialog : public QDialog {
  public:
   ~SearchListDialog() override;
 
+  /// The server whose objects were listed last.
+  const std::string& strOLAPServerName() const { return server_name_; }
+
   /// Whether the dialog was last closed with OK or a double click.
   bool confirmed() const { return confirmed_; }
 
@@ -55,8 +58,8 @@ class SearchListDialog : public QDialog {
   /// closed, or, when the listing failed, shows the error box instead. Answers confirmed().
   bool show_listing(OlapListing listing, const Texts& texts, QWidget* owner);
 
-  /// Makes the dialog ready for another listing, unconfirmed and empty.
-  void reset();
+  /// Makes the dialog ready for a listing of that server, unconfirmed and empty.
+  void reset(const std::string& server_name);
 
   /// The chosen name; empty without a choice.
   const std::string& selected() const { return selected_; }
@@ -73,6 +76,7 @@ class SearchListDialog : public QDialog {
 
   OlapServerFactory factory_;
   ErrorBox error_box_;
+  std::string server_name_;
   std::vector<std::string> names_;
   std::string selected_;
   bool confirmed_ = false;

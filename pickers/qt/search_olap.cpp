@@ -14,12 +14,12 @@ frmSearchOLAPDB::frmSearchOLAPDB(OlapServerFactory factory, ErrorBox error_box)
                        std::move(factory), std::move(error_box)) {}
 
 bool frmSearchOLAPDB::ShowDBs(const std::string& strOLAPServerName, QWidget* frmParentForm) {
-  server_name_ = strOLAPServerName;
-  reset();
-  return show_listing(list_olap_databases(factory(), server_name_),
-                      {.caption = tr("&Databases on %1:").arg(quoted_for_caption(server_name_)),
-                       .failure = "Error Connecting to OLAP Server " + server_name_},
-                      frmParentForm);
+  reset(strOLAPServerName);
+  return show_listing(
+      list_olap_databases(factory(), strOLAPServerName),
+      {.caption = tr("&Databases on %1:").arg(quoted_for_caption(strOLAPServerName)),
+       .failure = "Error Connecting to OLAP Server " + strOLAPServerName},
+      frmParentForm);
 }
 
 frmSearchOLAPCube::frmSearchOLAPCube(OlapServerFactory factory, ErrorBox error_box)
@@ -33,14 +33,14 @@ frmSearchOLAPCube::frmSearchOLAPCube(OlapServerFactory factory, ErrorBox error_b
 
 bool frmSearchOLAPCube::ShowCubes(const std::string& strOLAPServerName,
                                   const std::string& strOLAPDB, QWidget* frmParentForm) {
-  server_name_ = strOLAPServerName;
   database_name_ = strOLAPDB;
-  reset();
-  OlapListing listing = list_olap_cubes(factory(), server_name_, database_name_);
+  reset(strOLAPServerName);
+  OlapListing listing = list_olap_cubes(factory(), strOLAPServerName, database_name_);
   const Texts texts{
-      .caption = tr("&Cubes of %1 on %2:")
-                     .arg(quoted_for_caption(database_name_), quoted_for_caption(server_name_)),
-      .failure = "Error Reading Cube info from " + server_name_ + "\r\n" + listing.failure};
+      .caption =
+          tr("&Cubes of %1 on %2:")
+              .arg(quoted_for_caption(database_name_), quoted_for_caption(strOLAPServerName)),
+      .failure = "Error Reading Cube info from " + strOLAPServerName + "\r\n" + listing.failure};
   return show_listing(std::move(listing), texts, frmParentForm);
 }
 

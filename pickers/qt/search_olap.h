@@ -18,14 +18,8 @@ class frmSearchOLAPDB : public SearchListDialog {
   /// in one error box, without the dialog, and gives false. Never throws for the server's errors.
   bool ShowDBs(const std::string& strOLAPServerName, QWidget* frmParentForm);
 
-  /// The server whose databases were listed last.
-  const std::string& strOLAPServerName() const { return server_name_; }
-
   /// The chosen database's name; empty when OK was pressed without a choice.
   const std::string& SelectedOLAPDB() const { return selected(); }
-
- private:
-  std::string server_name_;
 };
 
 /// Lets the user pick one of the regular cubes of an OLAP database (lblSearchOLAPCube, lstOLAPCube,
@@ -42,15 +36,13 @@ class frmSearchOLAPCube : public SearchListDialog {
   bool ShowCubes(const std::string& strOLAPServerName, const std::string& strOLAPDB,
                  QWidget* frmParentForm);
 
-  /// The server and the database whose cubes were listed last.
-  const std::string& strOLAPServerName() const { return server_name_; }
+  /// The database whose cubes were listed last.
   const std::string& strOLAPDB() const { return database_name_; }
 
   /// The chosen cube's name; empty when OK was pressed without a choice.
   const std::string& SelectedOLAPCube() const { return selected(); }
 
  private:
-  std::string server_name_;
   std::string database_name_;
 };
 

@@ -15,7 +15,7 @@
 #include <string_view>
 #include <vector>
 
-#include "base/document_files.h"
+#include "base/files.h"
 #include "base/import_error.h"
 #include "base/shared_library.h"
 
@@ -89,7 +89,7 @@ std::string without_bytes(std::string message) {
 class DocumentParse {
  public:
   DocumentParse(const std::string& path, KcdDocumentBuilder& builder)
-      : reader_(path), builder_(builder) {}
+      : reader_(path, error_source::kcd_document), builder_(builder) {}
 
   /// Throws as parse_document does.
   void run();

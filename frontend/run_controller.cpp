@@ -7,7 +7,6 @@
 #include "base/printable_text.h"
 #include "frontend/engine_settings.h"
 #include "frontend/field_validation.h"
-#include "frontend/status_file.h"
 #include "importer/import_olapdb_from_kcd_doc.h"
 
 namespace importkcd {

@@ -5,7 +5,7 @@
 
 #include "frontend/hidden_settings.h"
 #include "frontend/kci_converter.h"
-#include "frontend/output_file.h"
+#include "frontend/run_files.h"
 #include "frontend/run_view.h"
 #include "frontend/status_extent.h"
 #include "importer/progress_sink.h"

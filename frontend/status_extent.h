@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cmath>
 #include <cstdint>
 #include <optional>
 
@@ -13,7 +14,13 @@ class StatusExtent {
   ///
   /// What is stored is the extent in pixels, so a width in twips is compared with pixels: nearly
   /// every line counts as wider, and the extent follows the last one rather than the widest.
-  std::optional<std::int32_t> widen(std::int32_t width_twips, double twips_per_pixel);
+  std::optional<std::int32_t> widen(std::int32_t width_twips, double twips_per_pixel) {
+    if (width_twips <= value_) {
+      return std::nullopt;
+    }
+    value_ = static_cast<std::int32_t>(std::nearbyint(width_twips / twips_per_pixel));
+    return value_;
+  }
 
   std::int32_t value() const { return value_; }
 

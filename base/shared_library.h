@@ -10,8 +10,8 @@ namespace importkcd {
 /// unloaded.
 class SharedLibrary {
  public:
-  /// `file` is the library's name with the number of its interface ("libxml2.so.2"), `kind` what it
-  /// is for people ("XML"). Throws ImportError of the component `source` when it cannot be loaded.
+  /// `file` is the library's name with the number of its interface ("libcurl.so.4"), `kind` what it
+  /// is for people ("HTTP"). Throws ImportError of the component `source` when it cannot be loaded.
   SharedLibrary(const char* file, std::string_view kind, std::string_view source);
 
   /// The address of a function. Throws ImportError when the library has no such function.
@@ -26,7 +26,7 @@ class SharedLibrary {
 };
 
 /// A function of such a library, called like the one that its header declares:
-///   LibraryFunction<decltype(&xmlFreeDoc)> free_doc{library, "xmlFreeDoc"};
+///   LibraryFunction<decltype(&curl_version)> version{library, "curl_version"};
 template <class Pointer>
 class LibraryFunction {
  public:

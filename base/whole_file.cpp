@@ -1,6 +1,5 @@
 #include "base/whole_file.h"
 
-#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -9,7 +8,6 @@
 #include <utility>
 
 #include "base/import_error.h"
-#include "labels/labels_connection.h"
 
 namespace importkcd {
 namespace {
@@ -30,19 +28,19 @@ fs::path target_of(const std::string& path) {
 
 }  // namespace
 
-WholeFile::WholeFile(std::string path) : path_(std::move(path)), target_(target_of(path_)) {
+WholeFile::WholeFile(std::string path, std::string_view source)
+    : path_(std::move(path)), source_(source), target_(target_of(path_)) {
   const auto folder = target_.has_parent_path() ? target_.parent_path() : fs::path(".");
-  int number = -1;
-  for (int attempt = 0; number < 0 && error_number_ == 0; ++attempt) {
-    auto name = folder / (".importkcd-" + std::to_string(getpid()) + "-" + std::to_string(attempt));
-    number =
-        ::open(name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, everyone_may_read_and_write);
-    if (number >= 0) {
-      writer_.emplace(FileDescriptor(number));
-      beside_ = std::move(name);
-    } else if (errno != EEXIST) {
-      error_number_ = errno;
-    }
+  const auto path_of = [&](int attempt) {
+    const auto name = ".importkcd-" + std::to_string(getpid()) + "-" + std::to_string(attempt);
+    return (folder / name).string();
+  };
+  auto fresh = make_fresh_file(path_of, everyone_may_read_and_write);
+  if (fresh.file.is_open()) {
+    writer_.emplace(std::move(fresh.file));
+    beside_ = std::move(fresh.path);
+  } else {
+    error_number_ = errno;
   }
 }
 
@@ -77,7 +75,7 @@ void WholeFile::finish() {
 }
 
 void WholeFile::fail(const std::string& reason) const {
-  throw ImportError("Cannot write '" + path_ + "': " + reason, error_source::labels_database);
+  throw ImportError("Cannot write '" + path_ + "': " + reason, source_);
 }
 
 }  // namespace importkcd

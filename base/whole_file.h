@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-#include "base/document_files.h"
+#include "base/files.h"
 
 namespace importkcd {
 
@@ -13,8 +13,9 @@ namespace importkcd {
 /// replaced keeps its permissions; a symbolic link stays one.
 class WholeFile {
  public:
-  /// Begins the file beside its place. A failure, of this and of append(), waits for finish().
-  explicit WholeFile(std::string path);
+  /// Begins the file beside its place. A failure, of this and of append(), waits for finish(), and
+  /// then is one of the component `source`.
+  WholeFile(std::string path, std::string_view source);
   /// Leaves everything as it was, unless finish() has been called.
   ~WholeFile();
   WholeFile(const WholeFile&) = delete;
@@ -30,9 +31,10 @@ class WholeFile {
   [[noreturn]] void fail(const std::string& reason) const;
 
   std::string path_;
+  std::string source_;
   std::filesystem::path target_;
   /// The file beside; empty when there is none.
-  std::filesystem::path beside_;
+  std::string beside_;
   std::optional<FileWriter> writer_;
   /// Why there is no file beside.
   int error_number_ = 0;

@@ -1,95 +1,74 @@
 #include "base/xml_element.h"
 
+#include <libxml/xmlreader.h>
 #include <libxml/xmlwriter.h>
 
+#include <algorithm>
+#include <climits>
 #include <memory>
 
 #include "base/import_error.h"
-#include "base/shared_library.h"
 
 namespace importkcd {
 namespace {
-
-/// What writing calls of the XML library.
-struct XmlWriter {
-  static const XmlWriter& get() {
-    static const XmlWriter functions;
-    return functions;
-  }
-
-  SharedLibrary library{XML_LIBRARY, "XML", error_source::olap_server};
-  LibraryFunction<decltype(&xmlBufferCreate)> create_buffer{library, "xmlBufferCreate"};
-  LibraryFunction<decltype(&xmlBufferContent)> content{library, "xmlBufferContent"};
-  LibraryFunction<decltype(&xmlBufferLength)> length{library, "xmlBufferLength"};
-  LibraryFunction<decltype(&xmlBufferFree)> free_buffer{library, "xmlBufferFree"};
-  LibraryFunction<decltype(&xmlNewTextWriterMemory)> create{library, "xmlNewTextWriterMemory"};
-  LibraryFunction<decltype(&xmlFreeTextWriter)> free{library, "xmlFreeTextWriter"};
-  LibraryFunction<decltype(&xmlTextWriterSetIndent)> set_indent{library, "xmlTextWriterSetIndent"};
-  LibraryFunction<decltype(&xmlTextWriterSetIndentString)> set_indent_string{
-      library, "xmlTextWriterSetIndentString"};
-  LibraryFunction<decltype(&xmlTextWriterStartDocument)> start_document{
-      library, "xmlTextWriterStartDocument"};
-  LibraryFunction<decltype(&xmlTextWriterWriteComment)> comment{library,
-                                                                "xmlTextWriterWriteComment"};
-  LibraryFunction<decltype(&xmlTextWriterStartElement)> start_element{library,
-                                                                      "xmlTextWriterStartElement"};
-  LibraryFunction<decltype(&xmlTextWriterWriteAttribute)> attribute{library,
-                                                                    "xmlTextWriterWriteAttribute"};
-  LibraryFunction<decltype(&xmlTextWriterWriteString)> text{library, "xmlTextWriterWriteString"};
-  LibraryFunction<decltype(&xmlTextWriterEndElement)> end_element{library,
-                                                                  "xmlTextWriterEndElement"};
-  LibraryFunction<decltype(&xmlCheckUTF8)> is_utf8{library, "xmlCheckUTF8"};
-};
 
 const xmlChar* xml_chars(const std::string& text) {
   return reinterpret_cast<const xmlChar*>(text.c_str());
 }
 
+std::string text_of(const xmlChar* text) {
+  return text == nullptr ? std::string() : reinterpret_cast<const char*>(text);
+}
+
+struct FreeXml {
+  void operator()(xmlBuffer* buffer) const { xmlBufferFree(buffer); }
+  void operator()(xmlTextWriter* writer) const { xmlFreeTextWriter(writer); }
+  void operator()(xmlTextReader* reader) const { xmlFreeTextReader(reader); }
+};
+
 /// Writes elements into memory; every refusal of the library is an error.
-class Writer {
+class XmlWriter {
  public:
-  Writer() : buffer_(xml_.create_buffer()), writer_(xml_.create(buffer_.get(), 0)) {
+  explicit XmlWriter(XmlLayout layout)
+      : buffer_(xmlBufferCreate()), writer_(xmlNewTextWriterMemory(buffer_.get(), 0)) {
     require(writer_ != nullptr);
-    require(xml_.set_indent(writer_.get(), 1) >= 0);
-    require(xml_.set_indent_string(writer_.get(), xml_chars("  ")) >= 0);
+    require(xmlTextWriterSetIndent(writer_.get(), layout == XmlLayout::indented ? 1 : 0) >= 0);
+    require(xmlTextWriterSetIndentString(writer_.get(), xml_chars("  ")) >= 0);
   }
 
   void start_document() {
-    require(xml_.start_document(writer_.get(), nullptr, "UTF-8", nullptr) >= 0);
+    require(xmlTextWriterStartDocument(writer_.get(), nullptr, "UTF-8", nullptr) >= 0);
   }
 
+  void end_document() { require(xmlTextWriterEndDocument(writer_.get()) >= 0); }
+
   void comment(const std::string& text) {
-    require(xml_.comment(writer_.get(), xml_chars(text)) >= 0);
+    require(xmlTextWriterWriteComment(writer_.get(), xml_chars(text)) >= 0);
   }
 
   void element(const XmlElement& element) {
-    require(xml_.start_element(writer_.get(), xml_chars(element.name)) >= 0);
+    require(xmlTextWriterStartElement(writer_.get(), xml_chars(element.name)) >= 0);
     for (const auto& [name, value] : element.attributes) {
       check(value);
-      require(xml_.attribute(writer_.get(), xml_chars(name), xml_chars(value)) >= 0);
+      require(xmlTextWriterWriteAttribute(writer_.get(), xml_chars(name), xml_chars(value)) >= 0);
     }
     if (!element.text.empty()) {
       check(element.text);
-      require(xml_.text(writer_.get(), xml_chars(element.text)) >= 0);
+      require(xmlTextWriterWriteString(writer_.get(), xml_chars(element.text)) >= 0);
     }
     for (const auto& child : element.children) {
       this->element(child);
     }
-    require(xml_.end_element(writer_.get()) >= 0);
+    require(xmlTextWriterEndElement(writer_.get()) >= 0);
   }
 
   std::string text() {
     writer_.reset();
-    return {reinterpret_cast<const char*>(xml_.content(buffer_.get())),
-            static_cast<std::size_t>(xml_.length(buffer_.get()))};
+    return {reinterpret_cast<const char*>(xmlBufferContent(buffer_.get())),
+            static_cast<std::size_t>(xmlBufferLength(buffer_.get()))};
   }
 
  private:
-  struct Free {
-    void operator()(xmlBuffer* buffer) const { XmlWriter::get().free_buffer(buffer); }
-    void operator()(xmlTextWriter* writer) const { XmlWriter::get().free(writer); }
-  };
-
   static void require(bool done) {
     if (!done) {
       throw ImportError("XML could not be written", error_source::olap_server);
@@ -97,8 +76,8 @@ class Writer {
   }
 
   /// The library writes bytes that no XML reader would take.
-  void check(const std::string& text) const {
-    bool fine = xml_.is_utf8(xml_chars(text)) != 0;
+  static void check(const std::string& text) {
+    bool fine = xmlCheckUTF8(xml_chars(text)) != 0;
     for (const char character : text) {
       const auto byte = static_cast<unsigned char>(character);
       fine = fine && (byte >= 0x20 || byte == '\t' || byte == '\n' || byte == '\r');
@@ -108,25 +87,143 @@ class Writer {
     }
   }
 
-  const XmlWriter& xml_ = XmlWriter::get();
-  std::unique_ptr<xmlBuffer, Free> buffer_;
-  std::unique_ptr<xmlTextWriter, Free> writer_;
+  std::unique_ptr<xmlBuffer, FreeXml> buffer_;
+  std::unique_ptr<xmlTextWriter, FreeXml> writer_;
+};
+
+/// Keeps the first message; the later ones only follow from it.
+void note_error(void* context, xmlErrorPtr error) {
+  auto& message = *static_cast<std::string*>(context);
+  if (message.empty() && error != nullptr && error->level >= XML_ERR_ERROR) {
+    message = error->message == nullptr ? "" : error->message;
+    while (!message.empty() && (message.back() == '\n' || message.back() == ' ')) {
+      message.pop_back();
+    }
+    std::replace(message.begin(), message.end(), '\n', ' ');
+    message += " (line " + std::to_string(error->line) + ")";
+  }
+}
+
+/// Builds the elements of a text while the library's reader walks over it.
+class XmlRead {
+ public:
+  XmlRead(std::string_view text, std::string_view source) : text_(text), source_(source) {}
+
+  XmlElement run() {
+    if (text_.size() > INT_MAX) {
+      refuse("it is too large");
+    }
+    reader_.reset(xmlReaderForMemory(text_.data(), static_cast<int>(text_.size()), nullptr, nullptr,
+                                     XML_PARSE_NONET));
+    if (!reader_) {
+      refuse("it cannot be read");
+    }
+    std::string message;
+    xmlTextReaderSetStructuredErrorHandler(reader_.get(), note_error, &message);
+    int state = 0;
+    while ((state = xmlTextReaderRead(reader_.get())) == 1) {
+      take_node();
+    }
+    if (state != 0 || !message.empty()) {
+      const auto start = text_.find_first_not_of(" \t\r\n");
+      const bool is_markup = start != std::string_view::npos && text_[start] == '<';
+      refuse(is_markup && !message.empty() ? message : "it is no XML");
+    }
+    return std::move(root_);
+  }
+
+ private:
+  [[noreturn]] void refuse(const std::string& reason) const { throw ImportError(reason, source_); }
+
+  void take_node() {
+    switch (xmlTextReaderNodeType(reader_.get())) {
+      case XML_READER_TYPE_ELEMENT:
+        begin_element();
+        break;
+      case XML_READER_TYPE_END_ELEMENT:
+        open_.pop_back();
+        break;
+      case XML_READER_TYPE_TEXT:
+      case XML_READER_TYPE_CDATA:
+      case XML_READER_TYPE_SIGNIFICANT_WHITESPACE:
+        open_.back()->text += text_of(xmlTextReaderConstValue(reader_.get()));
+        break;
+      case XML_READER_TYPE_DOCUMENT_TYPE:
+        refuse("it declares a document type");
+      case XML_READER_TYPE_ENTITY_REFERENCE:
+        refuse("it refers to an entity");
+      default:
+        break;
+    }
+  }
+
+  void begin_element() {
+    XmlElement& element = open_.empty() ? root_ : open_.back()->add({});
+    element.name = name_at_hand();
+    const bool is_empty = xmlTextReaderIsEmptyElement(reader_.get()) == 1;
+    while (xmlTextReaderMoveToNextAttribute(reader_.get()) == 1) {
+      if (xmlTextReaderIsNamespaceDecl(reader_.get()) != 1) {
+        element.set(name_at_hand(), text_of(xmlTextReaderConstValue(reader_.get())));
+      }
+    }
+    if (!is_empty) {
+      // The address holds: a parent gets its next child only after this one was closed.
+      open_.push_back(&element);
+    }
+  }
+
+  std::string name_at_hand() const { return text_of(xmlTextReaderConstLocalName(reader_.get())); }
+
+  std::string_view text_;
+  std::string_view source_;
+  std::unique_ptr<xmlTextReader, FreeXml> reader_;
+  XmlElement root_;
+  std::vector<XmlElement*> open_;
 };
 
 }  // namespace
 
-XmlElement& XmlElement::set(std::string attribute, std::string value) {
-  attributes.emplace_back(std::move(attribute), std::move(value));
+XmlElement& XmlElement::set(std::string attribute_name, std::string value) {
+  attributes.emplace_back(std::move(attribute_name), std::move(value));
   return *this;
 }
 
-XmlElement& XmlElement::set_if_any(std::string attribute, std::string value) {
-  return value.empty() ? *this : set(std::move(attribute), std::move(value));
+XmlElement& XmlElement::set_if_any(std::string attribute_name, std::string value) {
+  return value.empty() ? *this : set(std::move(attribute_name), std::move(value));
 }
 
-XmlElement& XmlElement::add(XmlElement child) {
-  children.push_back(std::move(child));
+XmlElement& XmlElement::add(XmlElement child_element) {
+  children.push_back(std::move(child_element));
   return children.back();
+}
+
+const XmlElement* XmlElement::child(std::string_view child_name) const {
+  const auto found = std::find_if(children.begin(), children.end(),
+                                  [&](const XmlElement& c) { return c.name == child_name; });
+  return found == children.end() ? nullptr : &*found;
+}
+
+std::string_view XmlElement::child_text(std::string_view child_name) const {
+  const auto* const found = child(child_name);
+  return found == nullptr ? std::string_view() : std::string_view(found->text);
+}
+
+std::string_view XmlElement::attribute(std::string_view attribute_name) const {
+  const auto found = std::find_if(attributes.begin(), attributes.end(),
+                                  [&](const auto& a) { return a.first == attribute_name; });
+  return found == attributes.end() ? std::string_view() : std::string_view(found->second);
+}
+
+const XmlElement* XmlElement::find(std::string_view element_name) const {
+  if (name == element_name) {
+    return this;
+  }
+  for (const auto& element : children) {
+    if (const auto* const found = element.find(element_name)) {
+      return found;
+    }
+  }
+  return nullptr;
 }
 
 XmlElement text_element(std::string name, std::string text) {
@@ -137,19 +234,24 @@ XmlElement text_element(std::string name, std::string text) {
 }
 
 std::string xml_text(const XmlElement& element) {
-  Writer writer;
+  XmlWriter writer(XmlLayout::indented);
   writer.element(element);
   return writer.text();
 }
 
-std::string xml_document(const XmlElement& root, const std::string& comment) {
-  Writer writer;
+std::string xml_document(const XmlElement& root, const std::string& comment, XmlLayout layout) {
+  XmlWriter writer(layout);
   writer.start_document();
   if (!comment.empty()) {
     writer.comment(comment);
   }
   writer.element(root);
+  writer.end_document();
   return writer.text();
+}
+
+XmlElement read_xml(std::string_view text, std::string_view source) {
+  return XmlRead(text, source).run();
 }
 
 }  // namespace importkcd

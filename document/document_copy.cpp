@@ -1,10 +1,35 @@
+// How a document is copied, whatever its size, in bounded memory.
+//
+// The document is read as a window of bytes that moves on. Its first bytes tell how wide a code
+// unit is and in which order its bytes come; the XML declaration, which may follow a dropped first
+// line, tells the encoding. Into that encoding the pattern and the line ends are brought, once, so
+// that the text itself is never converted: it is searched for their bytes, at places where a code
+// unit begins. The rules speak of lines, but no line is ever held: a pattern with a line end never
+// matches, so that no match crosses a line, and matches can be found in the running text. Between
+// two matches the text is copied as it is, except that a carriage return, with the line feed behind
+// it if there is one, becomes a line feed. Three things carry over from one window to the next: the
+// last bytes of a window, too few for a match, are looked at again with those that follow; whether
+// a carriage return came last, whose line feed may stand at the beginning of the next window; and
+// whether a line has just ended, because the last line gets its line feed if it has none.
+
 #include "document/document_copy.h"
 
-#include <algorithm>
-#include <cstddef>
-#include <string>
-#include <string_view>
+#include <sys/stat.h>
+#include <unistd.h>
 
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <charconv>
+#include <cstddef>
+#include <cstdint>
+#include <filesystem>
+#include <random>
+#include <string_view>
+#include <system_error>
+#include <utility>
+
+#include "base/import_error.h"
 #include "base/text_encoding.h"
 
 namespace importkcd {
@@ -14,8 +39,7 @@ bool starts_with(std::string_view text, std::string_view beginning) {
   return text.substr(0, beginning.size()) == beginning;
 }
 
-/// Copying of one document. Since no match of the pattern holds a line end, matches are found in
-/// the running text; lines matter only where they end.
+/// The copying of one document.
 class DocumentCopy {
  public:
   DocumentCopy(FileReader& from, FileWriter& to)
@@ -149,10 +173,73 @@ void DocumentCopy::copy_lines(std::string_view text) {
   }
 }
 
+PreparedDocument failure(std::string path, std::string error) {
+  return {std::move(path), std::move(error), false};
+}
+
+std::string fresh_name() {
+  std::random_device random;
+  const auto number = (std::uint64_t{random()} << 32U) | random();
+  std::array<char, 16> digits{};
+  const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), number, 16).ptr;
+  return "importkcd-" + std::string(digits.data(), end) + ".tmp";
+}
+
+PreparedDocument copy_to_temporary_file(FileReader& reader, const std::string& document,
+                                        const std::filesystem::path& folder,
+                                        const std::optional<CompanyPattern>& pattern) {
+  auto [path, file] = make_fresh_file(
+      [&](int /*attempt*/) { return (folder / fresh_name()).string(); }, S_IRUSR | S_IWUSR);
+  if (!file.is_open()) {
+    return failure("",
+                   "Error in opening file for writing " + path + " " + system_description(errno));
+  }
+  FileWriter writer(std::move(file));
+  try {
+    copy_document(reader, writer, pattern);
+  } catch (const ImportError& error) {
+    return failure(path, "Error in reading document " + document + " " + error.description());
+  }
+  writer.close();
+  if (writer.failed()) {
+    return {path, "Error in writing to file " + path + " " + writer.error(), true};
+  }
+  return {path, "", true};
+}
+
 }  // namespace
 
 void copy_document(FileReader& from, FileWriter& to, const std::optional<CompanyPattern>& pattern) {
   DocumentCopy(from, to).run(pattern);
+}
+
+PreparedDocument PrepareDocument(const std::string& document,
+                                 const std::optional<CompanyPattern>& pattern) {
+  std::optional<FileReader> reader;
+  try {
+    reader.emplace(document, error_source::kcd_document);
+  } catch (const ImportError& error) {
+    return failure("", "Error in opening document " + document + " " + error.description());
+  }
+  std::error_code error;
+  const auto folder = std::filesystem::temp_directory_path(error);
+  if (error) {
+    return failure("", "Error in creating temporary file " + std::to_string(error.value()) + " : " +
+                           error.message());
+  }
+  return copy_to_temporary_file(*reader, document, folder, pattern);
+}
+
+void DeleteTempDocument(const std::string& path) {
+  struct stat status {};
+  const bool found = ::lstat(path.c_str(), &status) == 0;
+  if (found && (status.st_mode & S_IWUSR) == 0) {
+    // The system itself would delete a read-only file.
+    errno = EACCES;
+  } else if (found && ::unlink(path.c_str()) == 0) {
+    return;
+  }
+  throw ImportError(system_description(errno), error_source::kcd_document);
 }
 
 }  // namespace importkcd

@@ -1,15 +1,41 @@
 #pragma once
 
 #include <optional>
+#include <string>
 
-#include "base/document_files.h"
-#include "document/document_preparation.h"
+#include "base/files.h"
 
 namespace importkcd {
 
-/// Copies a document as PrepareDocument promises, in bounded memory however long its lines are.
-/// Stops at the first failed write, which the writer keeps. Throws ImportError when the document
-/// cannot be read.
+/// The company pattern: every occurrence of `from` in the document's text becomes `to`.
+struct CompanyPattern {
+  std::string from;
+  std::string to;
+};
+
+/// What became of the temporary copy of a document.
+struct PreparedDocument {
+  /// Path of the temporary copy; empty when none was made.
+  std::string path;
+  /// What went wrong, in full; empty when nothing did.
+  std::string error;
+  /// Whether the run may go on with the copy: a failed write ends the copying, not the run.
+  bool usable = true;
+};
+
+/// Copies a document line by line into a fresh file of the temporary folder, which only its owner
+/// can read. A first line that begins with "<!DOC" is dropped; the pattern, if any, is replaced
+/// within each line. The copy keeps the document's encoding and byte order mark; its lines end with
+/// a line feed. Never throws ImportError: failures are told in the result.
+PreparedDocument PrepareDocument(const std::string& document,
+                                 const std::optional<CompanyPattern>& pattern);
+
+/// Copies a document as PrepareDocument promises. Stops at the first failed write, which the writer
+/// keeps. Throws ImportError when the document cannot be read.
 void copy_document(FileReader& from, FileWriter& to, const std::optional<CompanyPattern>& pattern);
+
+/// Deletes a temporary copy, unless it is read-only. Throws ImportError, whose description is the
+/// system's own, when that fails.
+void DeleteTempDocument(const std::string& path);
 
 }  // namespace importkcd

@@ -1,23 +1,19 @@
-#include "document/document_parser.h"
-
+#include <libxml/SAX2.h>
+#include <libxml/dict.h>
 #include <libxml/parser.h>
 #include <libxml/xmlerror.h>
 
 #include <algorithm>
-#include <array>
-#include <cstdint>
-#include <cstring>
 #include <deque>
 #include <exception>
-#include <functional>
 #include <memory>
 #include <new>
 #include <string_view>
 #include <vector>
 
-#include "base/document_files.h"
+#include "base/files.h"
 #include "base/import_error.h"
-#include "base/shared_library.h"
+#include "document/kcd_document_builder.h"
 
 namespace importkcd {
 namespace {
@@ -42,28 +38,45 @@ constexpr const char* too_long_document_type = "the document type is longer than
 constexpr int entries_per_attribute = 5;
 constexpr int entries_per_namespace = 2;
 
-/// What a parse calls of the XML library.
-struct XmlParser {
-  static const XmlParser& get() {
-    static const XmlParser functions;
-    return functions;
-  }
-
-  SharedLibrary library{XML_LIBRARY, "XML", error_source::kcd_document};
-  LibraryFunction<decltype(&xmlCreateIOParserCtxt)> create{library, "xmlCreateIOParserCtxt"};
-  LibraryFunction<decltype(&xmlCtxtUseOptions)> use_options{library, "xmlCtxtUseOptions"};
-  LibraryFunction<decltype(&xmlParseDocument)> parse{library, "xmlParseDocument"};
-  LibraryFunction<decltype(&xmlFreeParserCtxt)> free{library, "xmlFreeParserCtxt"};
-  LibraryFunction<decltype(&xmlFreeDoc)> free_document{library, "xmlFreeDoc"};
-  LibraryFunction<decltype(&xmlFreeEnumeration)> free_enumeration{library, "xmlFreeEnumeration"};
-  LibraryFunction<decltype(&xmlBufUse)> bytes_in{library, "xmlBufUse"};
-  LibraryFunction<decltype(&xmlSetStructuredErrorFunc)> report_errors_to{
-      library, "xmlSetStructuredErrorFunc"};
-  // The library's variables of these names are calls of these functions.
-  LibraryFunction<decltype(&__xmlStructuredError)> error_handler{library, "__xmlStructuredError"};
-  LibraryFunction<decltype(&__xmlStructuredErrorContext)> error_context{
-      library, "__xmlStructuredErrorContext"};
+/// What a parse has to know of the library's parser and cannot ask it.
+struct ParserState {
+  /// How many entries the arrays of an element's attributes and of the name spaces have room for.
+  int attribute_room = 0;
+  int namespace_room = 0;
+  /// How many entries the name spaces in force take.
+  int namespaces = 0;
+  int depth = 0;
+  bool in_document_type = false;
+  bool in_attribute_value = false;
+  /// Whether bytes that were handed over wait to be read or to be converted.
+  bool has_input = false;
+  /// What holds all names that the parser hands over, each once.
+  xmlDict* names = nullptr;
+  /// Declared entities make the library begin a document, which it does not free after an error.
+  xmlDoc* document = nullptr;
 };
+
+/// The one place that looks into the library's parser. It has no functions for most of this, so
+/// that a newer release may keep these facts elsewhere or count them in another way: read its
+/// parser.c and run the tests of hostile documents before the bound is raised.
+ParserState state_of(const xmlParserCtxt& parser) {
+  static_assert(LIBXML_VERSION >= 20910 && LIBXML_VERSION < 21000,
+                "document_parser.cpp knows the parser of libxml2 2.9.10 to 2.9.14");
+  ParserState state;
+  state.attribute_room = parser.maxatts;
+  state.namespace_room = parser.nsMax;
+  state.namespaces = parser.nsNr;
+  state.depth = parser.nameNr;
+  state.in_document_type = parser.inSubset != 0;
+  state.in_attribute_value = parser.instate == XML_PARSER_ATTRIBUTE_VALUE;
+  const auto* const input = parser.input;
+  state.has_input =
+      input == nullptr || input->cur < input->end ||
+      (input->buf != nullptr && input->buf->raw != nullptr && xmlBufUse(input->buf->raw) != 0);
+  state.names = parser.dict;
+  state.document = parser.myDoc;
+  return state;
+}
 
 std::string_view text_of(const xmlChar* text) { return reinterpret_cast<const char*>(text); }
 
@@ -89,7 +102,7 @@ std::string without_bytes(std::string message) {
 class DocumentParse {
  public:
   DocumentParse(const std::string& path, KcdDocumentBuilder& builder)
-      : reader_(path), builder_(builder) {}
+      : reader_(path, error_source::kcd_document), builder_(builder) {}
 
   /// Throws as parse_document does.
   void run();
@@ -97,18 +110,9 @@ class DocumentParse {
  private:
   struct FreeContext {
     void operator()(xmlParserCtxt* context) const {
-      // Declared entities make the library begin a document of its own.
-      XmlParser::get().free_document(context->myDoc);
-      XmlParser::get().free(context);
+      xmlFreeDoc(state_of(*context).document);
+      xmlFreeParserCtxt(context);
     }
-  };
-
-  /// The last name met among those that fall on this place. The library keeps equal names at equal
-  /// addresses.
-  struct CachedName {
-    const xmlChar* prefix = nullptr;
-    const xmlChar* local = nullptr;
-    const std::string* name = nullptr;
   };
 
   static DocumentParse& self(void* context) { return *static_cast<DocumentParse*>(context); }
@@ -136,20 +140,20 @@ class DocumentParse {
   static xmlSAXHandler handlers();
 
   void parse();
+  void keep_names();
   bool has_more_input();
   void check_limits();
   std::size_t next_bytes(char* buffer, std::size_t size);
   void begin_element(const xmlChar* local, const xmlChar* prefix, const xmlChar** attributes,
                      std::size_t count);
-  const std::string* name(const xmlChar* prefix, const xmlChar* local);
+  std::string_view name(const xmlChar* prefix, const xmlChar* local);
   std::string_view value(std::string_view text);
-  bool stands_in_input(std::string_view text) const;
   void fail(const std::string& reason);
 
   FileReader reader_;
   KcdDocumentBuilder& builder_;
   std::unique_ptr<xmlParserCtxt, FreeContext> parser_;
-  std::array<CachedName, 512> names_{};
+  std::shared_ptr<xmlDict> names_;
   std::vector<KcdAttribute> attributes_;
   /// Values of the element at hand that differ from what the library hands over.
   std::deque<std::string> values_;
@@ -164,11 +168,10 @@ class DocumentParse {
 class ErrorRoute {
  public:
   ErrorRoute(void* context, xmlStructuredErrorFunc handler)
-      : old_context_(*XmlParser::get().error_context()),
-        old_handler_(*XmlParser::get().error_handler()) {
-    XmlParser::get().report_errors_to(context, handler);
+      : old_context_(xmlStructuredErrorContext), old_handler_(xmlStructuredError) {
+    xmlSetStructuredErrorFunc(context, handler);
   }
-  ~ErrorRoute() { XmlParser::get().report_errors_to(old_context_, old_handler_); }
+  ~ErrorRoute() { xmlSetStructuredErrorFunc(old_context_, old_handler_); }
   ErrorRoute(const ErrorRoute&) = delete;
   ErrorRoute& operator=(const ErrorRoute&) = delete;
 
@@ -190,30 +193,35 @@ void DocumentParse::parse() {
   constexpr std::string_view byte_order_mark = "\xEF\xBB\xBF";
   // Of a byte order mark and a declaration that contradict each other the library takes the latter.
   const bool is_marked = reader_.window(3).substr(0, 3) == byte_order_mark;
-  parser_.reset(XmlParser::get().create(&sax, this, read, nullptr, this, XML_CHAR_ENCODING_NONE));
+  parser_.reset(xmlCreateIOParserCtxt(&sax, this, read, nullptr, this, XML_CHAR_ENCODING_NONE));
   if (!parser_) {
     throw std::bad_alloc();
   }
-  XmlParser::get().use_options(parser_.get(), XML_PARSE_NONET | XML_PARSE_HUGE |
-                                                  XML_PARSE_BIG_LINES |
-                                                  (is_marked ? XML_PARSE_IGNORE_ENC : 0));
-  XmlParser::get().parse(parser_.get());
+  keep_names();
+  xmlCtxtUseOptions(parser_.get(), XML_PARSE_NONET | XML_PARSE_HUGE | XML_PARSE_BIG_LINES |
+                                       (is_marked ? XML_PARSE_IGNORE_ENC : 0));
+  const bool is_well_formed = xmlParseDocument(parser_.get()) == 0;
   if (failure_) {
     return;
   }
   if (has_more_input()) {
     fail("characters after the end of the document");
-  } else if (parser_->wellFormed == 0) {
+  } else if (!is_well_formed) {
     fail("the document is not well-formed");
   }
 }
 
+/// The document shares the names with the parser, which keeps equal ones at equal addresses.
+void DocumentParse::keep_names() {
+  auto* const names = state_of(*parser_).names;
+  xmlDictReference(names);
+  names_.reset(names, xmlDictFree);
+  builder_.keep_names(names_);
+}
+
 /// The library takes a NUL after the root element for the end, and forgets an incomplete character.
 bool DocumentParse::has_more_input() {
-  const auto* const input = parser_->input;
-  return input == nullptr || input->cur < input->end || !reader_.window(1).empty() ||
-         (input->buf != nullptr && input->buf->raw != nullptr &&
-          XmlParser::get().bytes_in(input->buf->raw) != 0);
+  return state_of(*parser_).has_input || !reader_.window(1).empty();
 }
 
 xmlSAXHandler DocumentParse::handlers() {
@@ -242,9 +250,6 @@ void DocumentParse::guarded(Step step) noexcept {
     step();
   } catch (...) {
     failure_ = std::current_exception();
-    if (parser_) {
-      parser_->disableSAX = 1;
-    }
   }
 }
 
@@ -263,9 +268,10 @@ void DocumentParse::check_limits() {
   if (!parser_) {
     return;
   }
-  if (parser_->maxatts > 2 * entries_per_attribute * most_attributes) {
+  const auto state = state_of(*parser_);
+  if (state.attribute_room > 2 * entries_per_attribute * most_attributes) {
     fail(too_many_attributes);
-  } else if (parser_->nsMax > 4 * entries_per_namespace * most_namespaces) {
+  } else if (state.namespace_room > 4 * entries_per_namespace * most_namespaces) {
     fail(too_many_namespaces);
   } else if (piece_ > longest_piece) {
     fail(too_long_piece);
@@ -280,7 +286,7 @@ std::size_t DocumentParse::next_bytes(char* buffer, std::size_t size) {
   std::copy(bytes.begin(), bytes.end(), buffer);
   reader_.skip(bytes.size());
   piece_ += bytes.size();
-  document_type_ += parser_ && parser_->inSubset != 0 ? bytes.size() : 0;
+  document_type_ += parser_ && state_of(*parser_).in_document_type ? bytes.size() : 0;
   return bytes.size();
 }
 
@@ -291,14 +297,15 @@ void DocumentParse::start_element(void* context, const xmlChar* local, const xml
   auto& parse = self(context);
   parse.piece_ = 0;
   parse.guarded([&] {
+    const auto state = state_of(*parse.parser_);
     if (attribute_count > most_attributes) {
       parse.fail(too_many_attributes);
-    } else if (parse.parser_->nsNr > entries_per_namespace * most_namespaces) {
+    } else if (state.namespaces > entries_per_namespace * most_namespaces) {
       parse.fail(too_many_namespaces);
-    } else if (parse.parser_->nameNr > most_depth) {
+    } else if (state.depth > most_depth) {
       parse.fail(too_deep);
     } else if (!parse.builder_.keeps_next()) {
-      parse.builder_.begin_element(nullptr, {});
+      parse.builder_.begin_element({}, {});
     } else {
       parse.begin_element(local, prefix, attributes, static_cast<std::size_t>(attribute_count));
     }
@@ -318,28 +325,21 @@ void DocumentParse::begin_element(const xmlChar* local, const xmlChar* prefix,
   builder_.begin_element(name(prefix, local), attributes_);
 }
 
-const std::string* DocumentParse::name(const xmlChar* prefix, const xmlChar* local) {
-  const auto address = reinterpret_cast<std::uintptr_t>(local);
-  auto& cached = names_.at((address ^ (address >> 9U)) % names_.size());
-  if (cached.local != local || cached.prefix != prefix) {
-    std::string full(prefix == nullptr ? std::string_view{} : text_of(prefix));
-    full.append(prefix == nullptr ? "" : ":").append(text_of(local));
-    cached = {prefix, local, builder_.name(full)};
+std::string_view DocumentParse::name(const xmlChar* prefix, const xmlChar* local) {
+  if (prefix == nullptr) {
+    return text_of(local);
   }
-  return cached.name;
-}
-
-/// Whether a value stands as it does in the document: only values without a reference do.
-bool DocumentParse::stands_in_input(std::string_view text) const {
-  const auto* const value = reinterpret_cast<const xmlChar*>(text.data());
-  const auto* const input = parser_->input;
-  return std::greater_equal<>{}(value, input->base) && std::less<>{}(value, input->end);
+  const auto* const qualified = xmlDictQLookup(names_.get(), prefix, local);
+  if (qualified == nullptr) {
+    throw std::bad_alloc();
+  }
+  return text_of(qualified);
 }
 
 /// Without expansion of entities the library writes every "&" of a value as "&#38;".
 std::string_view DocumentParse::value(std::string_view text) {
   constexpr std::string_view escaped = "&#38;";
-  auto found = stands_in_input(text) ? std::string_view::npos : text.find(escaped);
+  auto found = text.find(escaped);
   if (found == std::string_view::npos) {
     return text;
   }
@@ -375,7 +375,7 @@ void DocumentParse::unparsed_entity_declared(void* context, const xmlChar* name,
 void DocumentParse::attribute_declared(void* context, const xmlChar* /*element*/,
                                        const xmlChar* name, int /*type*/, int /*default_kind*/,
                                        const xmlChar* default_value, xmlEnumeration* values) {
-  XmlParser::get().free_enumeration(values);
+  xmlFreeEnumeration(values);
   if (default_value != nullptr) {
     self(context).guarded([&] {
       self(context).fail("a default of attribute '" + std::string(text_of(name)) +
@@ -389,7 +389,7 @@ void DocumentParse::attribute_declared(void* context, const xmlChar* /*element*/
 xmlEntity* DocumentParse::entity_used(void* context, const xmlChar* name) {
   self(context).guarded([&] {
     const auto& parser = self(context).parser_;
-    const bool in_value = parser && parser->instate == XML_PARSER_ATTRIBUTE_VALUE;
+    const bool in_value = parser && state_of(*parser).in_attribute_value;
     self(context).fail(in_value ? "an attribute's value uses an entity that is not declared"
                                 : "entity '" + std::string(text_of(name)) + "' is not declared");
   });
@@ -442,9 +442,9 @@ void DocumentParse::error_reported(void* context, xmlError* error) {
 /// Throws; for use inside of guarded() and outside of the library's calls.
 void DocumentParse::fail(const std::string& reason) {
   std::string place;
-  if (parser_ && parser_->input != nullptr) {
-    place = "line " + std::to_string(parser_->input->line) + ", column " +
-            std::to_string(parser_->input->col) + ": ";
+  if (const int line = xmlSAX2GetLineNumber(parser_.get()); line != 0) {
+    place = "line " + std::to_string(line) + ", column " +
+            std::to_string(xmlSAX2GetColumnNumber(parser_.get())) + ": ";
   }
   throw ImportError(place + reason, error_source::kcd_document);
 }

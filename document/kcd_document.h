@@ -1,7 +1,5 @@
 #pragma once
 
-#include <cstddef>
-#include <cstdint>
 #include <memory>
 #include <optional>
 #include <span>
@@ -12,7 +10,7 @@ namespace importkcd {
 
 /// An attribute of a KcdElement. Both texts live as long as the document.
 struct KcdAttribute {
-  const std::string* name = nullptr;
+  std::string_view name;
   /// The value with all references resolved, UTF-8.
   std::string_view value;
 };
@@ -22,17 +20,13 @@ struct KcdAttribute {
 class KcdElement {
  public:
   /// The qualified tag name.
-  const std::string& tag() const { return *shape_->tag; }
+  std::string_view tag() const { return tag_; }
+
+  /// The attributes in document order; name space declarations are none.
+  std::span<const KcdAttribute> attributes() const { return attributes_; }
 
   /// The attribute's value; nothing when it is absent. Names are compared exactly.
   std::optional<std::string_view> attribute(std::string_view name) const;
-
-  /// How many attributes there are; name space declarations are none.
-  std::size_t attribute_count() const { return shape_->names.size(); }
-  /// The attribute at a position below attribute_count(), in document order.
-  KcdAttribute attribute_at(std::size_t position) const {
-    return {shape_->names[position], value_at(position)};
-  }
 
   const KcdElement* first_child() const { return first_child_; }
   const KcdElement* next_sibling() const { return next_sibling_; }
@@ -43,26 +37,8 @@ class KcdElement {
  private:
   friend class KcdDocumentBuilder;
 
-  /// What elements with the same tag and the same attribute names share. Documents have few such
-  /// kinds of elements, and many elements of each.
-  struct Shape {
-    const std::string* tag = nullptr;
-    /// The attributes' names, in document order.
-    std::span<const std::string* const> names;
-  };
-
-  /// Where each attribute's value ends among the texts; both arrays follow the element in memory.
-  using TextEnd = std::uint32_t;
-  const TextEnd* text_ends() const { return reinterpret_cast<const TextEnd*>(this + 1); }
-  const char* texts() const {
-    return reinterpret_cast<const char*>(text_ends() + attribute_count());
-  }
-  std::string_view value_at(std::size_t position) const {
-    const auto begin = position == 0 ? 0 : text_ends()[position - 1];
-    return {texts() + begin, text_ends()[position] - begin};
-  }
-
-  const Shape* shape_ = nullptr;
+  std::string_view tag_;
+  std::span<const KcdAttribute> attributes_;
   KcdElement* first_child_ = nullptr;
   KcdElement* next_sibling_ = nullptr;
 };

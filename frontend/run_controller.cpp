@@ -7,8 +7,8 @@
 
 #include "base/text.h"
 #include "frontend/field_validation.h"
+#include "frontend/run_files.h"
 #include "frontend/run_settings.h"
-#include "frontend/status_file.h"
 #include "importer/import_olapdb_from_kcd_doc.h"
 
 namespace importkcd {

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "frontend/output_file.h"
+#include "frontend/run_files.h"
 #include "frontend/run_settings.h"
 #include "frontend/run_view.h"
 #include "importer/import_options.h"

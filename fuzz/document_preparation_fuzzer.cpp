@@ -14,7 +14,6 @@
 
 #include "base/text_encoding.h"
 #include "document/document_copy.h"
-#include "document/document_preparation.h"
 #include "fuzz/fuzz_support.h"
 
 namespace {
@@ -105,7 +104,7 @@ class Model {
 
 std::string copy_of(const std::string& path, const std::optional<CompanyPattern>& pattern) {
   static const MemoryFile target;
-  importkcd::FileReader reader(path);
+  importkcd::FileReader reader(path, "fuzz");
   importkcd::FileWriter writer{importkcd::FileDescriptor(target.writer())};
   importkcd::copy_document(reader, writer, pattern);
   writer.close();
@@ -129,7 +128,7 @@ void check_prepared(const std::string& document) {
   source.write(document);
   const auto prepared = importkcd::PrepareDocument(source.path(), std::nullopt);
   require(prepared.error.empty() && prepared.usable);
-  importkcd::FileReader copy(prepared.path);
+  importkcd::FileReader copy(prepared.path, "fuzz");
   require(copy.window(document.size() + 4) == Model(document, std::nullopt).copy());
   importkcd::DeleteTempDocument(prepared.path);
   require(importkcd::fuzz::empty_temporary_folder() == 0);

@@ -87,8 +87,8 @@ class Writer {
 
   void take_prefixes(const KcdElement& element) {
     take_prefix(element.tag());
-    for (std::size_t i = 0; i < element.attribute_count(); ++i) {
-      take_prefix(*element.attribute_at(i).name);
+    for (const auto& attribute : element.attributes()) {
+      take_prefix(attribute.name);
     }
   }
 
@@ -101,18 +101,17 @@ class Writer {
 
   void begin(const KcdElement& element, bool is_root) {
     require(is_utf8(element.tag()) && !element.tag().empty());
-    text_ += '<' + element.tag();
+    text_.append("<").append(element.tag());
     if (is_root) {
       for (const auto& prefix : prefixes_) {
         text_.append(" xmlns:").append(prefix).append("='urn:");
         text_.append(std::to_string(prefix.size())).append(prefix).append("'");
       }
     }
-    for (std::size_t i = 0; i < element.attribute_count(); ++i) {
-      const auto attribute = element.attribute_at(i);
-      require(is_utf8(*attribute.name) && is_utf8(attribute.value));
-      require(element.attribute(*attribute.name) == attribute.value);
-      text_ += ' ' + *attribute.name + "='";
+    for (const auto& attribute : element.attributes()) {
+      require(is_utf8(attribute.name) && is_utf8(attribute.value));
+      require(element.attribute(attribute.name) == attribute.value);
+      text_.append(" ").append(attribute.name).append("='");
       for (const char c : attribute.value) {
         // Whatever means something in XML, or would be read as a blank.
         const bool is_plain =
@@ -124,7 +123,7 @@ class Writer {
     text_ += '>';
   }
 
-  void end(const KcdElement& element) { text_ += "</" + element.tag() + ">"; }
+  void end(const KcdElement& element) { text_.append("</").append(element.tag()).append(">"); }
 
   std::set<std::string> prefixes_;
   std::string text_;

@@ -8,7 +8,7 @@
 #include "base/import_error.h"
 #include "base/name_folding.h"
 #include "document/attributes.h"
-#include "document/document_preparation.h"
+#include "document/document_copy.h"
 #include "importer/cubes.h"
 #include "importer/data_sources.h"
 #include "importer/dimensions.h"

@@ -6,7 +6,7 @@
 #include <memory>
 #include <system_error>
 
-#include "base/document_files.h"
+#include "base/files.h"
 #include "base/import_error.h"
 #include "base/name_folding.h"
 #include "base/text_encoding.h"
@@ -83,7 +83,7 @@ auto reading(const std::string& name, Step step) {
 
 /// Writes what becomes of a file. Tells whether one of its references was resolved.
 bool substitute(const std::string& name, const LoadedLabels& labels, WholeFile& result) {
-  auto reader = reading(name, [&] { return FileReader(name); });
+  auto reader = reading(name, [&] { return FileReader(name, error_source::labels_database); });
   const auto window = [&](std::size_t wanted) {
     return reading(name, [&] { return reader.window(wanted); });
   };
@@ -149,7 +149,7 @@ std::string KciConversion::convert() {
   const auto kci_name = view_.labels_fields().kci_filename;
   auto kcd_name = kcd_path_of(kci_name);
   // Written piece by piece, not kept in memory. Nobody sees it before it is finished.
-  WholeFile document(kcd_name);
+  WholeFile document(kcd_name, error_source::labels_database);
   if (!substitute(kci_name, access_.labels(), document)) {
     view_.PutProgressMsg("No matching labels found in the chosen language");
     return {};

@@ -6,6 +6,8 @@
 #include <utility>
 #include <vector>
 
+#include "base/xml_element.h"
+
 namespace importkcd {
 
 /// A member at a place of an axis.
@@ -18,7 +20,7 @@ struct DatasetMember {
   std::vector<std::pair<std::string, std::string>> properties;
 };
 
-/// One member a hierarchy of the axis.
+/// One member of each hierarchy of the axis.
 using DatasetTuple = std::vector<DatasetMember>;
 
 struct DatasetHierarchy {
@@ -52,5 +54,10 @@ struct Dataset {
   /// Empty cells are not there.
   std::map<std::uint64_t, DatasetCell> cells;
 };
+
+/// The data set of an answer to an Execute request, whose envelope is `envelope`. Throws
+/// ImportError when the answer carries none, or one that contradicts itself: an axis tuple with
+/// members of other hierarchies than its axis, a cell that lies outside.
+Dataset read_dataset(const XmlElement& envelope);
 
 }  // namespace importkcd

@@ -1,18 +1,52 @@
 #include "xmla/http_post.h"
 
+#include <curl/curl.h>
+
 #include <algorithm>
 #include <array>
 #include <memory>
+#include <new>
 
 #include "base/import_error.h"
-#include "xmla/curl_library.h"
+#include "base/shared_library.h"
 #include "xmla/xmla_address.h"
-#include "xmla/xmla_error.h"
 
 namespace importkcd {
 namespace {
 
 constexpr long connect_milliseconds = 15'000;
+
+/// The functions of the HTTP library, which brings thirty others along.
+struct CurlLibrary {
+  /// The library, set up for use. Throws ImportError when it cannot be; may be called from any
+  /// thread.
+  static const CurlLibrary& get();
+
+  SharedLibrary library{HTTP_LIBRARY, "HTTP", error_source::xmla_server};
+
+  LibraryFunction<decltype(&curl_global_init)> global_init{library, "curl_global_init"};
+  LibraryFunction<decltype(&curl_easy_init)> easy_init{library, "curl_easy_init"};
+  LibraryFunction<decltype(&curl_easy_cleanup)> easy_cleanup{library, "curl_easy_cleanup"};
+  LibraryFunction<decltype(&curl_easy_setopt)> easy_setopt{library, "curl_easy_setopt"};
+  LibraryFunction<decltype(&curl_easy_getinfo)> easy_getinfo{library, "curl_easy_getinfo"};
+  LibraryFunction<decltype(&curl_easy_perform)> easy_perform{library, "curl_easy_perform"};
+  LibraryFunction<decltype(&curl_easy_strerror)> easy_strerror{library, "curl_easy_strerror"};
+  LibraryFunction<decltype(&curl_slist_append)> slist_append{library, "curl_slist_append"};
+  LibraryFunction<decltype(&curl_slist_free_all)> slist_free_all{library, "curl_slist_free_all"};
+};
+
+CurlLibrary set_up() {
+  CurlLibrary curl;
+  if (curl.global_init(CURL_GLOBAL_DEFAULT) != CURLE_OK) {
+    throw ImportError("the HTTP library cannot be used", error_source::xmla_server);
+  }
+  return curl;
+}
+
+const CurlLibrary& CurlLibrary::get() {
+  static const CurlLibrary curl = set_up();
+  return curl;
+}
 
 struct Cleanup {
   void operator()(CURL* handle) const { CurlLibrary::get().easy_cleanup(handle); }
@@ -91,7 +125,7 @@ HttpAnswer http_post(const HttpRequest& request) {
   const auto& curl = CurlLibrary::get();
   const Handle handle(curl.easy_init());
   if (!handle) {
-    throw ImportError("the HTTP library cannot be used", xmla_server);
+    throw ImportError("the HTTP library cannot be used", error_source::xmla_server);
   }
   const auto headers = header_list(request.headers);
   Reception reception;
@@ -105,7 +139,7 @@ HttpAnswer http_post(const HttpRequest& request) {
   if (code != CURLE_OK) {
     throw ImportError(shown_address(request.address) + ": " +
                           failure_text(code, reception, request.limits, detail.data()),
-                      xmla_server);
+                      error_source::xmla_server);
   }
   HttpAnswer answer;
   curl.easy_getinfo(handle.get(), CURLINFO_RESPONSE_CODE, &answer.status);

@@ -3,9 +3,14 @@
 #include <chrono>
 #include <cstddef>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace importkcd {
+
+namespace error_source {
+constexpr std::string_view xmla_server = "XMLA server";
+}  // namespace error_source
 
 /// How long and how large an answer may be.
 struct HttpLimits {

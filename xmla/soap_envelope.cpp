@@ -1,68 +1,62 @@
 #include "xmla/soap_envelope.h"
 
+#include <algorithm>
+
+#include "base/text_encoding.h"
+
 namespace importkcd {
 namespace {
 
-/// Characters that XML cannot hold become U+FFFD: the server answers that it does not know the
-/// name.
-std::string escaped(std::string_view text) {
-  std::string result;
-  result.reserve(text.size());
-  for (const char c : text) {
-    const auto code = static_cast<unsigned char>(c);
-    if (c == '&') {
-      result += "&amp;";
-    } else if (c == '<') {
-      result += "&lt;";
-    } else if (c == '>') {
-      result += "&gt;";
-    } else if (c == '\r') {
-      result += "&#13;";
-    } else if (code < 0x20 && c != '\t' && c != '\n') {
-      result += "\xEF\xBF\xBD";
-    } else {
-      result += c;
-    }
+/// Characters that XML cannot hold, and bytes that are no UTF-8, become U+FFFD: the server answers
+/// that it does not know the name.
+std::string sendable(std::string_view text) {
+  auto units = utf16_text(text);
+  const auto is_control = [](char16_t unit) {
+    return unit < 0x20 && unit != u'\t' && unit != u'\n' && unit != u'\r';
+  };
+  std::replace_if(units.begin(), units.end(), is_control, u'\uFFFD');
+  return utf8_text(units);
+}
+
+/// An element with one child for each of the texts.
+XmlElement list_element(std::string name, const XmlaTexts& texts) {
+  auto list = text_element(std::move(name), {});
+  for (const auto& [text_name, text] : texts) {
+    list.add(text_element(text_name, sendable(text)));
   }
-  return result;
+  return list;
 }
 
-std::string elements(const XmlaTexts& texts) {
-  std::string result;
-  for (const auto& [name, value] : texts) {
-    result.append("<").append(name).append(">");
-    result.append(escaped(value)).append("</").append(name).append(">");
-  }
-  return result;
+XmlElement element_around(std::string name, XmlElement child) {
+  auto element = text_element(std::move(name), {});
+  element.add(std::move(child));
+  return element;
 }
 
-std::string enveloped(const std::string& method, const std::string& content) {
-  return "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
-         "<Envelope xmlns=\"http://schemas.xmlsoap.org/soap/envelope/\"><Body><" +
-         method + " xmlns=\"urn:schemas-microsoft-com:xml-analysis\">" + content + "</" + method +
-         "></Body></Envelope>\n";
-}
-
-std::string property_list(const XmlaTexts& properties) {
-  return "<Properties><PropertyList>" + elements(properties) + "</PropertyList></Properties>";
+/// A request: what it asks for, and the XMLA properties.
+std::string enveloped(XmlElement method, const XmlaTexts& properties) {
+  method.set("xmlns", "urn:schemas-microsoft-com:xml-analysis");
+  method.add(element_around("Properties", list_element("PropertyList", properties)));
+  auto envelope = element_around("Envelope", element_around("Body", std::move(method)));
+  envelope.set("xmlns", "http://schemas.xmlsoap.org/soap/envelope/");
+  return xml_document(envelope, "", XmlLayout::compact);
 }
 
 }  // namespace
 
 std::string execute_envelope(std::string_view statement, const XmlaTexts& properties) {
-  return enveloped("Execute", "<Command><Statement>" + escaped(statement) +
-                                  "</Statement></Command>" + property_list(properties));
+  auto command = element_around("Command", text_element("Statement", sendable(statement)));
+  return enveloped(element_around("Execute", std::move(command)), properties);
 }
 
 std::string discover_envelope(std::string_view request_type, const XmlaTexts& restrictions,
                               const XmlaTexts& properties) {
-  return enveloped("Discover", "<RequestType>" + escaped(request_type) +
-                                   "</RequestType><Restrictions><RestrictionList>" +
-                                   elements(restrictions) + "</RestrictionList></Restrictions>" +
-                                   property_list(properties));
+  auto discover = element_around("Discover", text_element("RequestType", sendable(request_type)));
+  discover.add(element_around("Restrictions", list_element("RestrictionList", restrictions)));
+  return enveloped(std::move(discover), properties);
 }
 
-std::string fault_text(const AnswerElement& envelope) {
+std::string fault_text(const XmlElement& envelope) {
   const auto* const body = envelope.child("Body");
   const auto* const fault = body == nullptr ? nullptr : body->child("Fault");
   if (fault == nullptr) {

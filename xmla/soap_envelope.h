@@ -5,7 +5,7 @@
 #include <utility>
 #include <vector>
 
-#include "xmla/answer_element.h"
+#include "base/xml_element.h"
 
 namespace importkcd {
 
@@ -21,6 +21,6 @@ std::string discover_envelope(std::string_view request_type, const XmlaTexts& re
 
 /// The text of the fault that an answer carries: the description in its details when it has one, or
 /// its own text. Empty when the answer carries no fault.
-std::string fault_text(const AnswerElement& envelope);
+std::string fault_text(const XmlElement& envelope);
 
 }  // namespace importkcd

@@ -4,17 +4,16 @@
 
 #include "base/import_error.h"
 #include "base/text.h"
-#include "xmla/dataset_reader.h"
+#include "xmla/dataset.h"
 #include "xmla/xmla_address.h"
-#include "xmla/xmla_error.h"
 
 namespace importkcd {
 namespace {
 
 constexpr long lowest_failure_status = 300;
 
-std::vector<const AnswerElement*> rows_of(const AnswerElement& envelope) {
-  std::vector<const AnswerElement*> rows;
+std::vector<const XmlElement*> rows_of(const XmlElement& envelope) {
+  std::vector<const XmlElement*> rows;
   if (const auto* const root = envelope.find("root")) {
     for (const auto& element : root->children) {
       if (element.name == "row") {
@@ -26,12 +25,12 @@ std::vector<const AnswerElement*> rows_of(const AnswerElement& envelope) {
 }
 
 /// Throws when a server reports an error inside of an answer that is no fault.
-void check_exceptions(const AnswerElement& envelope) {
+void check_exceptions(const XmlElement& envelope) {
   const auto* const root = envelope.find("root");
   const auto* const messages = root == nullptr ? nullptr : root->child("Messages");
   const auto* const error = messages == nullptr ? nullptr : messages->find("Error");
   if (error != nullptr) {
-    throw ImportError(std::string(error->attribute("Description")), xmla_server);
+    throw ImportError(std::string(error->attribute("Description")), error_source::xmla_server);
   }
 }
 
@@ -76,16 +75,16 @@ Dataset XmlaClient::execute(const std::string& mdx, const std::string& database,
   return read_dataset(ask("Execute", envelope, std::move(headers)));
 }
 
-AnswerElement XmlaClient::discover(const std::string& request_type, const XmlaTexts& restrictions,
-                                   const XmlaTexts& properties) const {
+XmlElement XmlaClient::discover(const std::string& request_type, const XmlaTexts& restrictions,
+                                const XmlaTexts& properties) const {
   auto all = properties;
   all.emplace_back("Format", "Tabular");
   all.emplace_back("Content", "Data");
   return ask("Discover", discover_envelope(request_type, restrictions, all), {});
 }
 
-AnswerElement XmlaClient::ask(const std::string& method, const std::string& envelope,
-                              std::vector<std::string> headers) const {
+XmlElement XmlaClient::ask(const std::string& method, const std::string& envelope,
+                           std::vector<std::string> headers) const {
   headers.emplace_back("Content-Type: text/xml; charset=utf-8");
   headers.push_back("SOAPAction: \"urn:schemas-microsoft-com:xml-analysis:" + method + "\"");
   // The library would wait for a permission that some servers never give.
@@ -96,11 +95,11 @@ AnswerElement XmlaClient::ask(const std::string& method, const std::string& enve
                             ? " (HTTP status " + std::to_string(answer.status) + ")"
                             : std::string();
     return {shown_address(address_) + " gives no XMLA answer" + status + ": " + reason,
-            xmla_server};
+            error_source::xmla_server};
   };
-  AnswerElement root;
+  XmlElement root;
   try {
-    root = parse_answer(answer.body);
+    root = read_xml(answer.body, error_source::xmla_server);
   } catch (const ImportError& error) {
     throw refuse(answer.body.empty() ? "it is empty" : error.description());
   }
@@ -108,7 +107,7 @@ AnswerElement XmlaClient::ask(const std::string& method, const std::string& enve
     throw refuse("it is an XML document of another kind (" + root.name + ")");
   }
   if (const auto fault = fault_text(root); !fault.empty()) {
-    throw ImportError(fault, xmla_server);
+    throw ImportError(fault, error_source::xmla_server);
   }
   check_exceptions(root);
   if (root.find("root") == nullptr) {

@@ -3,6 +3,7 @@
 #include <string>
 #include <vector>
 
+#include "base/xml_element.h"
 #include "xmla/dataset.h"
 #include "xmla/http_post.h"
 #include "xmla/soap_envelope.h"
@@ -35,10 +36,10 @@ class XmlaClient {
                   const std::string& role = {}) const;
 
  private:
-  AnswerElement discover(const std::string& request_type, const XmlaTexts& restrictions,
-                         const XmlaTexts& properties) const;
-  AnswerElement ask(const std::string& method, const std::string& envelope,
-                    std::vector<std::string> headers) const;
+  XmlElement discover(const std::string& request_type, const XmlaTexts& restrictions,
+                      const XmlaTexts& properties) const;
+  XmlElement ask(const std::string& method, const std::string& envelope,
+                 std::vector<std::string> headers) const;
 
   std::string address_;
   HttpLimits limits_;

@@ -9,6 +9,7 @@
 #include <set>
 #include <system_error>
 
+#include "base/files.h"
 #include "base/import_error.h"
 
 namespace importkcd {
@@ -20,41 +21,11 @@ constexpr mode_t everyone_may_read = S_IRUSR | S_IWUSR | S_IRGRP | S_IROTH;
 constexpr mode_t owner_may_read = S_IRUSR | S_IWUSR;
 
 [[noreturn]] void fail(const fs::path& path, int error) {
-  throw ImportError(
-      "cannot write '" + path.string() + "': " + std::generic_category().message(error),
-      error_source::olap_server);
+  throw ImportError("cannot write '" + path.string() + "': " + system_description(error),
+                    error_source::olap_server);
 }
 
 fs::path beside(const fs::path& path) { return path.string() + std::string(beside_suffix); }
-
-/// A file that is open as long as this object lives.
-class Descriptor {
- public:
-  explicit Descriptor(int number) : number_(number) {}
-  ~Descriptor() {
-    if (number_ >= 0) {
-      ::close(number_);
-    }
-  }
-  Descriptor(const Descriptor&) = delete;
-  Descriptor& operator=(const Descriptor&) = delete;
-
-  int number() const { return number_; }
-
- private:
-  int number_;
-};
-
-bool write_all(int descriptor, std::string_view bytes) {
-  while (!bytes.empty()) {
-    const auto written = ::write(descriptor, bytes.data(), bytes.size());
-    if (written < 0 && errno != EINTR) {
-      return false;
-    }
-    bytes.remove_prefix(written < 0 ? 0 : static_cast<std::size_t>(written));
-  }
-  return true;
-}
 
 }  // namespace
 
@@ -75,13 +46,13 @@ void FilesBeside::write(const fs::path& path, std::string_view bytes, Readers re
   }
   // A left-over may have other permissions.
   ::unlink(beside(path).c_str());
-  const Descriptor file(
+  const FileDescriptor file(
       ::open(beside(path).c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode));
-  if (file.number() < 0) {
+  if (!file.is_open()) {
     fail(path, errno);
   }
   paths_.push_back(path);
-  if (!write_all(file.number(), bytes) || ::fsync(file.number()) != 0) {
+  if (!write_all(file, bytes) || ::fsync(file.number()) != 0) {
     fail(path, errno);
   }
 }
@@ -92,8 +63,8 @@ void FilesBeside::secure() const {
     folders.insert(path.parent_path());
   }
   for (const auto& folder : folders) {
-    const Descriptor opened(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    if (opened.number() < 0 || ::fsync(opened.number()) != 0) {
+    const FileDescriptor opened(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (!opened.is_open() || ::fsync(opened.number()) != 0) {
       fail(folder, errno);
     }
   }
@@ -109,23 +80,19 @@ void FilesBeside::take_places() {
 }
 
 WaitingLock::WaitingLock(const fs::path& file, Wait wait)
-    : descriptor_(::open(file.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, owner_may_read)) {
-  if (descriptor_ < 0) {
+    : file_(::open(file.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, owner_may_read)) {
+  if (!file_.is_open()) {
     fail(file, errno);
   }
   const int operation = wait == Wait::yes ? LOCK_EX : LOCK_EX | LOCK_NB;
   int result = 0;
   do {
-    result = ::flock(descriptor_, operation);
+    result = ::flock(file_.number(), operation);
   } while (result != 0 && errno == EINTR);
   held_ = result == 0;
   if (!held_ && errno != EWOULDBLOCK) {
-    const int error = errno;
-    ::close(descriptor_);
-    fail(file, error);
+    fail(file, errno);
   }
 }
-
-WaitingLock::~WaitingLock() { ::close(descriptor_); }
 
 }  // namespace importkcd

@@ -5,6 +5,8 @@
 #include <string_view>
 #include <vector>
 
+#include "base/files.h"
+
 namespace importkcd {
 
 /// What the names of files end with that were written beside their places.
@@ -46,14 +48,11 @@ class WaitingLock {
   /// Makes the file, readable by its owner only, when it is missing. Throws ImportError when it
   /// cannot be locked. Without waiting, is_held() tells whether it was free.
   WaitingLock(const std::filesystem::path& file, Wait wait);
-  WaitingLock(const WaitingLock&) = delete;
-  WaitingLock& operator=(const WaitingLock&) = delete;
-  ~WaitingLock();
 
   bool is_held() const { return held_; }
 
  private:
-  int descriptor_ = -1;
+  FileDescriptor file_;
   bool held_ = false;
 };
 

@@ -11,6 +11,7 @@
 #include <system_error>
 #include <thread>
 
+#include "base/files.h"
 #include "servers/catalogue/catalogue_schema.h"
 
 namespace importkcd {
@@ -130,12 +131,10 @@ void CatalogueFile::open_to_write() {
 
 /// SQLite itself would make a file that others may read.
 void CatalogueFile::create_file() {
-  const int descriptor =
-      ::open(real_path_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, S_IRUSR | S_IWUSR);
-  if (descriptor >= 0) {
-    ::close(descriptor);
-  } else if (errno != EEXIST) {
-    fail(std::generic_category().message(errno));
+  const FileDescriptor file(
+      ::open(real_path_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, S_IRUSR | S_IWUSR));
+  if (!file.is_open() && errno != EEXIST) {
+    fail(system_description(errno));
   }
 }
 

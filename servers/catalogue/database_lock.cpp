@@ -1,9 +1,10 @@
 #include "servers/catalogue/database_lock.h"
 
 #include <fcntl.h>
-#include <unistd.h>
+#include <sys/stat.h>
 
 #include <cerrno>
+#include <cstdint>
 #include <system_error>
 
 #include "base/import_error.h"
@@ -28,32 +29,26 @@ void DatabaseLock::hold(std::string_view database) {
   range.l_whence = SEEK_SET;
   range.l_start = place_of(database);
   range.l_len = 1;
-  if (fcntl(descriptor_, F_OFD_SETLK, &range) == 0) {
+  if (fcntl(lock_file_.number(), F_OFD_SETLK, &range) == 0) {
     return;
   }
   if (errno == EAGAIN || errno == EACCES) {
     throw ImportError("database '" + std::string(database) + "' is in use by another import",
                       error_source::olap_server);
   }
-  throw ImportError("cannot lock '" + file_ + "': " + std::generic_category().message(errno),
+  throw ImportError("cannot lock '" + file_ + "': " + system_description(errno),
                     error_source::olap_server);
 }
 
 void DatabaseLock::open() {
-  if (descriptor_ >= 0) {
+  if (lock_file_.is_open()) {
     return;
   }
-  descriptor_ = ::open(file_.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, S_IRUSR | S_IWUSR);
-  if (descriptor_ < 0) {
-    throw ImportError("cannot open '" + file_ + "': " + std::generic_category().message(errno),
+  lock_file_ =
+      FileDescriptor(::open(file_.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, S_IRUSR | S_IWUSR));
+  if (!lock_file_.is_open()) {
+    throw ImportError("cannot open '" + file_ + "': " + system_description(errno),
                       error_source::olap_server);
-  }
-}
-
-void DatabaseLock::release_all() noexcept {
-  if (descriptor_ >= 0) {
-    ::close(descriptor_);
-    descriptor_ = -1;
   }
 }
 

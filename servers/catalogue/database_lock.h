@@ -3,6 +3,8 @@
 #include <string>
 #include <string_view>
 
+#include "base/files.h"
+
 namespace importkcd {
 
 /// Reserves names of databases among all runs over one catalogue, by locks on ranges of a lock file
@@ -13,21 +15,18 @@ class DatabaseLock {
   /// `file` is made, readable by its owner only, at the first hold; it stays afterwards, because a
   /// name that is taken away could be locked twice.
   explicit DatabaseLock(std::string file) : file_(std::move(file)) {}
-  DatabaseLock(const DatabaseLock&) = delete;
-  DatabaseLock& operator=(const DatabaseLock&) = delete;
-  ~DatabaseLock() { release_all(); }
 
   /// Reserves a name, letter case apart; reserving it again is no error. Throws ImportError when
   /// another object or process holds it, and when the file cannot be made.
   void hold(std::string_view database);
 
-  void release_all() noexcept;
+  void release_all() noexcept { lock_file_.close(); }
 
  private:
   void open();
 
   std::string file_;
-  int descriptor_ = -1;
+  FileDescriptor lock_file_;
 };
 
 }  // namespace importkcd

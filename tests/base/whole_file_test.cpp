@@ -21,13 +21,14 @@ std::string failure_of(Action action) {
   try {
     action();
   } catch (const ImportError& error) {
+    EXPECT_EQ(error.source(), "test");
     return error.description();
   }
   return "none";
 }
 
 void write_whole_file(const std::string& path, std::string_view bytes) {
-  WholeFile file(path);
+  WholeFile file(path, "test");
   file.append(bytes);
   file.finish();
 }
@@ -56,7 +57,7 @@ TEST_F(WholeFileTest, WritesAndReplaces) {
 TEST_F(WholeFileTest, ShowsNothingBeforeItIsFinished) {
   const auto path = folder.write("f", "former");
   {
-    WholeFile file(path);
+    WholeFile file(path, "test");
     file.append(std::string(1'000'000, 'x'));
     EXPECT_EQ(testing::read_file(path), "former");
     EXPECT_EQ(entries(), 2U);
@@ -66,8 +67,8 @@ TEST_F(WholeFileTest, ShowsNothingBeforeItIsFinished) {
 }
 
 TEST_F(WholeFileTest, TwoOfThemInOneFolderDoNotMeet) {
-  WholeFile first(folder.file("1"));
-  WholeFile second(folder.file("2"));
+  WholeFile first(folder.file("1"), "test");
+  WholeFile second(folder.file("2"), "test");
   first.append("first");
   second.append("second");
   second.finish();

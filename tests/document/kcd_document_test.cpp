@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "base/import_error.h"
-#include "document/document_preparation.h"
+#include "document/document_copy.h"
 #include "tests/importer/system_folder.h"
 #include "tests/support/temporary_folder.h"
 
@@ -47,7 +47,7 @@ using KcdDocumentErrors = KcdDocumentTest;
 
 /// An element's tags, attributes and children in a form that is easily compared.
 std::string outline(const KcdElement& element) {
-  std::string text = element.tag();
+  std::string text(element.tag());
   for (const auto& child : children_of(element)) {
     text += (&child == element.first_child() ? "(" : " ") + outline(child);
   }
@@ -111,11 +111,11 @@ TEST_F(KcdDocumentTest, ElementsOfOneTagHaveAttributesOfTheirOwn) {
   unsigned number = 0;
   for (const KcdElement& element : children_of(document->root())) {
     const auto names = names_by_bits(number);
-    ASSERT_EQ(element.attribute_count(), names.size());
+    ASSERT_EQ(element.attributes().size(), names.size());
     for (std::size_t i = 0; i < names.size(); ++i) {
       const auto value = names[i] + std::to_string(number);
-      EXPECT_EQ(*element.attribute_at(i).name, names[i]);
-      EXPECT_EQ(element.attribute_at(i).value, value);
+      EXPECT_EQ(element.attributes()[i].name, names[i]);
+      EXPECT_EQ(element.attributes()[i].value, value);
       EXPECT_EQ(element.attribute(names[i]), value);
     }
     EXPECT_EQ(element.attribute("bit0").has_value(), number % 2 == 1);

@@ -3,6 +3,7 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <malloc.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -13,6 +14,7 @@
 #include <cstddef>
 #include <cstdlib>
 #include <exception>
+#include <fstream>
 #include <functional>
 #include <string>
 #include <string_view>
@@ -44,7 +46,7 @@ struct BigDocument {
   std::string end;
   /// The whole error text of the reader; empty: it is read.
   std::string error;
-  /// What the process may need at most, in millions of bytes, all in all.
+  /// What the process may need at most, in millions of bytes, beyond what it begins with.
   long most_memory = 0;
 };
 
@@ -115,11 +117,27 @@ using Work = std::function<std::string(const std::string&)>;
   _exit(EXIT_SUCCESS);
 }
 
+/// What this process holds in memory of its own, in bytes; its programs and libraries, which it
+/// shares with others, are not counted.
+long own_memory() {
+  std::ifstream file("/proc/self/statm");
+  long size = 0;
+  long resident = 0;
+  long shared = 0;
+  file >> size >> resident >> shared;
+  EXPECT_TRUE(file);
+  return (resident - shared) * sysconf(_SC_PAGESIZE);
+}
+
 /// Has a child do the work, which ends after some processor time if need be.
 Outcome outcome_of(const BigDocument& document, const Work& work) {
   static_cast<void>(std::signal(SIGPIPE, SIG_IGN));
   const auto [document_out, document_in] = make_pipe();
   const auto [result_out, result_in] = make_pipe();
+  // A child begins with all that earlier tests left behind, and that counts to its peak. What they
+  // gave back goes to the system, or else the child would use it as if it cost nothing.
+  malloc_trim(0);
+  const auto memory_at_start = own_memory();
   const auto child = fork();
   if (child == 0) {
     close(document_in);
@@ -135,7 +153,7 @@ Outcome outcome_of(const BigDocument& document, const Work& work) {
   close(result_out);
   rusage used{};
   EXPECT_EQ(wait4(child, &outcome.status, 0, &used), child);
-  outcome.peak_memory = used.ru_maxrss * 1024L / static_cast<long>(megabyte);
+  outcome.peak_memory = (used.ru_maxrss * 1024L - memory_at_start) / static_cast<long>(megabyte);
   return outcome;
 }
 

@@ -1,4 +1,4 @@
-#include "xmla/dataset_reader.h"
+#include "xmla/dataset.h"
 
 #include <algorithm>
 #include <array>
@@ -9,7 +9,7 @@
 #include "base/import_error.h"
 #include "base/numbers.h"
 #include "base/quoting.h"
-#include "xmla/xmla_error.h"
+#include "xmla/http_post.h"
 
 namespace importkcd {
 namespace {
@@ -21,10 +21,10 @@ constexpr std::array<std::string_view, 5> standard_elements{"UName", "Caption", 
                                                             "DisplayInfo"};
 
 [[noreturn]] void refuse_data_set(const std::string& reason) {
-  throw ImportError("the answer is no data set: " + reason, xmla_server);
+  throw ImportError("the answer is no data set: " + reason, error_source::xmla_server);
 }
 
-const AnswerElement& required(const AnswerElement& parent, std::string_view name) {
+const XmlElement& required(const XmlElement& parent, std::string_view name) {
   const auto* const found = parent.child(name);
   if (found == nullptr) {
     refuse_data_set("no " + std::string(name) + " in " + parent.name);
@@ -54,7 +54,7 @@ struct AxisDescription {
   std::unordered_map<std::string, std::unordered_map<std::string, std::string>> properties;
 };
 
-AxisDescription description_of(const AnswerElement& axis_info) {
+AxisDescription description_of(const XmlElement& axis_info) {
   AxisDescription result;
   for (const auto& info : axis_info.children) {
     if (info.name != "HierarchyInfo") {
@@ -74,7 +74,7 @@ AxisDescription description_of(const AnswerElement& axis_info) {
   return result;
 }
 
-DatasetMember read_member(const AnswerElement& element, const AxisDescription& description) {
+DatasetMember read_member(const XmlElement& element, const AxisDescription& description) {
   DatasetMember member;
   member.hierarchy = element.attribute("Hierarchy");
   member.unique_name = element.child_text("UName");
@@ -93,7 +93,7 @@ DatasetMember read_member(const AnswerElement& element, const AxisDescription& d
   return member;
 }
 
-DatasetTuple read_tuple(const AnswerElement& element, const AxisDescription& description) {
+DatasetTuple read_tuple(const XmlElement& element, const AxisDescription& description) {
   DatasetTuple tuple;
   for (const auto& member : element.children) {
     if (member.name == "Member") {
@@ -103,7 +103,7 @@ DatasetTuple read_tuple(const AnswerElement& element, const AxisDescription& des
   return tuple;
 }
 
-DatasetAxis read_axis(const AnswerElement& element, const AxisDescription& description) {
+DatasetAxis read_axis(const XmlElement& element, const AxisDescription& description) {
   DatasetAxis axis;
   axis.name = element.attribute("name");
   axis.hierarchies = description.hierarchies;
@@ -121,7 +121,7 @@ DatasetAxis read_axis(const AnswerElement& element, const AxisDescription& descr
   return axis;
 }
 
-void read_axes(const AnswerElement& root, Dataset& dataset) {
+void read_axes(const XmlElement& root, Dataset& dataset) {
   std::unordered_map<std::string_view, AxisDescription> descriptions;
   for (const auto& info : required(required(root, "OlapInfo"), "AxesInfo").children) {
     descriptions[info.attribute("name")] = description_of(info);
@@ -149,7 +149,7 @@ std::uint64_t cell_count(const Dataset& dataset) {
   return count;
 }
 
-DatasetCell read_cell(const AnswerElement& element) {
+DatasetCell read_cell(const XmlElement& element) {
   DatasetCell cell;
   if (const auto* const value = element.child("Value")) {
     cell.value = value->text;
@@ -160,7 +160,7 @@ DatasetCell read_cell(const AnswerElement& element) {
   return cell;
 }
 
-void read_cells(const AnswerElement& root, Dataset& dataset) {
+void read_cells(const XmlElement& root, Dataset& dataset) {
   const auto count = cell_count(dataset);
   for (const auto& element : required(root, "CellData").children) {
     const auto text = element.attribute("CellOrdinal");
@@ -174,7 +174,7 @@ void read_cells(const AnswerElement& root, Dataset& dataset) {
 
 }  // namespace
 
-Dataset read_dataset(const AnswerElement& envelope) {
+Dataset read_dataset(const XmlElement& envelope) {
   const auto* const root = envelope.find("root");
   if (root == nullptr) {
     refuse_data_set("there is no root");

@@ -1,4 +1,4 @@
-#include "xmla/dataset_reader.h"
+#include "xmla/dataset.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -47,7 +47,7 @@ std::string cell(const std::string& ordinal, const std::string& content) {
   return "<Cell CellOrdinal=\"" + ordinal + "\">" + content + "</Cell>";
 }
 
-Dataset read(const std::string& text) { return read_dataset(parse_answer(text)); }
+Dataset read(const std::string& text) { return read_dataset(read_xml(text, "test")); }
 
 std::string data_set_refusal(const std::string& text) {
   try {

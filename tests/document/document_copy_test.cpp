@@ -1,4 +1,4 @@
-#include "document/document_preparation.h"
+#include "document/document_copy.h"
 
 #include <gtest/gtest.h>
 #include <sys/resource.h>

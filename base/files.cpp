@@ -1,4 +1,4 @@
-#include "base/document_files.h"
+#include "base/files.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -17,10 +17,6 @@ namespace {
 
 constexpr std::size_t buffer_size = std::size_t{1} << 16;
 
-[[noreturn]] void fail(int error_number) {
-  throw ImportError(system_description(error_number), error_source::kcd_document);
-}
-
 }  // namespace
 
 std::string system_description(int error_number) {
@@ -30,6 +26,14 @@ std::string system_description(int error_number) {
 FileDescriptor::FileDescriptor(FileDescriptor&& other) noexcept
     : number_(std::exchange(other.number_, -1)) {}
 
+FileDescriptor& FileDescriptor::operator=(FileDescriptor&& other) noexcept {
+  if (this != &other) {
+    close();
+    number_ = std::exchange(other.number_, -1);
+  }
+  return *this;
+}
+
 FileDescriptor::~FileDescriptor() { close(); }
 
 bool FileDescriptor::close() {
@@ -37,20 +41,47 @@ bool FileDescriptor::close() {
   return number < 0 || ::close(number) == 0;
 }
 
-FileReader::FileReader(const std::string& path)
-    // Without waiting: a named pipe that nobody writes to would never open.
-    : file_(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK)) {
+bool write_all(const FileDescriptor& file, std::string_view bytes) {
+  while (!bytes.empty()) {
+    const auto count = ::write(file.number(), bytes.data(), bytes.size());
+    if (count < 0 && errno != EINTR) {
+      return false;
+    }
+    bytes.remove_prefix(static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
+  }
+  return true;
+}
+
+FreshFile make_fresh_file(const std::function<std::string(int)>& path_of, mode_t permissions) {
+  // So many names are never taken, unless somebody wants no file to be made.
+  constexpr int attempts = 100;
+  FreshFile result;
+  for (int attempt = 0; attempt < attempts; ++attempt) {
+    result.path = path_of(attempt);
+    result.file = FileDescriptor(
+        ::open(result.path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, permissions));
+    if (result.file.is_open() || errno != EEXIST) {
+      break;
+    }
+  }
+  return result;
+}
+
+FileReader::FileReader(const std::string& path, std::string_view source)
+    : source_(source),
+      // Without waiting: a named pipe that nobody writes to would never open.
+      file_(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK)) {
   struct stat status {};
-  if (file_.number() < 0 || ::fstat(file_.number(), &status) != 0) {
-    fail(errno);
+  if (!file_.is_open() || ::fstat(file_.number(), &status) != 0) {
+    fail(system_description(errno));
   }
   if (S_ISCHR(status.st_mode) || S_ISBLK(status.st_mode)) {
-    throw ImportError("Is a device", error_source::kcd_document);
+    fail("Is a device");
   }
   // From here on there is somebody to wait for, or nothing to read.
   const int flags = ::fcntl(file_.number(), F_GETFL);
   if (flags < 0 || ::fcntl(file_.number(), F_SETFL, flags & ~O_NONBLOCK) != 0) {
-    fail(errno);
+    fail(system_description(errno));
   }
   buffer_.resize(buffer_size);
 }
@@ -65,12 +96,16 @@ std::string_view FileReader::window(std::size_t wanted) {
   while (end_ - begin_ < wanted && !at_end_) {
     const auto count = ::read(file_.number(), buffer_.data() + end_, buffer_.size() - end_);
     if (count < 0 && errno != EINTR) {
-      fail(errno);
+      fail(system_description(errno));
     }
     at_end_ = count == 0;
     end_ += static_cast<std::size_t>(std::max<ssize_t>(count, 0));
   }
   return {buffer_.data() + begin_, end_ - begin_};
+}
+
+void FileReader::fail(const std::string& description) const {
+  throw ImportError(description, source_);
 }
 
 FileWriter::FileWriter(FileDescriptor file) : file_(std::move(file)), buffer_(buffer_size) {}
@@ -98,13 +133,8 @@ void FileWriter::close() {
 void FileWriter::flush() { write({buffer_.data(), std::exchange(used_, 0)}); }
 
 void FileWriter::write(std::string_view bytes) {
-  while (!bytes.empty() && !failed()) {
-    const auto count = ::write(file_.number(), bytes.data(), bytes.size());
-    if (count < 0) {
-      error_number_ = errno == EINTR ? 0 : errno;
-      continue;
-    }
-    bytes.remove_prefix(static_cast<std::size_t>(count));
+  if (!failed() && !write_all(file_, bytes)) {
+    error_number_ = errno;
   }
 }
 

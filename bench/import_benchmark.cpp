@@ -67,7 +67,7 @@ void import(const DocumentFile& document, std::int32_t type, const OlapServerFac
 OlapServerFactory catalogue_factory(const DocumentFile& document) {
   return [path = document.catalogue()](std::string_view) {
     return std::make_unique<WorkingCopyServer>(
-        make_catalogue_store(path, CatalogueAccess::read_write));
+        make_catalogue_store(path, ServerAccess::read_write));
   };
 }
 

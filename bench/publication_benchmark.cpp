@@ -26,7 +26,7 @@ class Directory {
   void clear() const { fs::remove_all(path_); }
 
   std::unique_ptr<OlapServer> server() const {
-    auto server = make_mondrian_server(path_.string(), MondrianAccess::read_write);
+    auto server = make_mondrian_server(path_.string(), ServerAccess::read_write);
     server->connect("");
     return server;
   }

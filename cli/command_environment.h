@@ -2,11 +2,12 @@
 
 #include <functional>
 #include <iosfwd>
-#include <memory>
+#include <string>
 #include <string_view>
+#include <vector>
 
 #include "model/olap_server.h"
-#include "servers/catalogue/kept_copies.h"
+#include "servers/olap_store.h"
 
 namespace importkcd {
 
@@ -22,8 +23,10 @@ constexpr int usage = 2;
 struct CommandEnvironment {
   OlapServerFactory open_for_change;
   OlapServerFactory open_for_looking;
-  /// Throws ImportError for a server that keeps no copies.
-  std::function<std::unique_ptr<KeptCopies>(std::string_view machine)> open_kept_copies;
+  /// Those of the server that `machine` means; see server_choice.h.
+  std::function<std::vector<KeptCopy>(std::string_view machine)> kept_copies;
+  std::function<RestoredDatabase(std::string_view machine, const std::string& database)>
+      restore_database;
   std::istream& in;
   std::ostream& out;
   std::ostream& err;

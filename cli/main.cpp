@@ -21,16 +21,22 @@
 namespace importkcd {
 namespace {
 
-std::unique_ptr<OlapServer> open_for_change(std::string_view machine) {
-  return machine == "memory:" ? make_memory_server_until_exit()
-                              : make_olap_server(machine, ServerAccess::read_write);
+/// Databases in memory go with the process: to take them apart object by object before would cost a
+/// tenth of an import.
+std::unique_ptr<OlapServer> server_in_memory() {
+  static const auto& storage = *new std::shared_ptr<MemoryStorage>(make_memory_store());
+  return make_memory_server(storage);
 }
 
 CommandEnvironment environment_of_process() {
   return {
-      open_for_change,
+      [](std::string_view machine) {
+        return machine == "memory:" ? server_in_memory()
+                                    : make_olap_server(machine, ServerAccess::read_write);
+      },
       [](std::string_view machine) { return make_olap_server(machine, ServerAccess::read_only); },
-      open_kept_copies,
+      kept_copies,
+      restore_database,
       std::cin,
       std::cout,
       std::cerr};

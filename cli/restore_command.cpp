@@ -46,23 +46,21 @@ void RestoreCommand::sort_out_names() {
 
 bool RestoreCommand::chosen() const { return command_->parsed(); }
 
-void RestoreCommand::list(KeptCopies& copies, std::ostream& out) const {
-  const auto kept = copies.list();
-  if (kept.empty()) {
+void RestoreCommand::list(const std::vector<KeptCopy>& copies, std::ostream& out) const {
+  if (copies.empty()) {
     out << "No kept copies on " << printable(server_) << ".\n";
   }
-  for (const auto& copy : kept) {
+  for (const auto& copy : copies) {
     out << printable(copy.kept_since) << " UTC  " << printable(copy.name) << '\n';
   }
 }
 
 int RestoreCommand::run(const CommandEnvironment& environment) const {
-  const auto copies = environment.open_kept_copies(server_);
   if (list_) {
-    list(*copies, environment.out);
+    list(environment.kept_copies(server_), environment.out);
     return exit_status::success;
   }
-  const auto restored = copies->restore(database_);
+  const auto restored = environment.restore_database(server_, database_);
   environment.out << "Restored database '" << printable(restored.copy.name) << "', kept since "
                   << printable(restored.copy.kept_since) << " UTC"
                   << (restored.displaced_another ? "; the one in its place is kept now" : "")

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "cli/command_environment.h"
 
@@ -28,7 +29,7 @@ class RestoreCommand {
 
  private:
   void sort_out_names();
-  void list(KeptCopies& copies, std::ostream& out) const;
+  void list(const std::vector<KeptCopy>& copies, std::ostream& out) const;
 
   CLI::App* command_;
   std::string server_;

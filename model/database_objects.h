@@ -3,7 +3,6 @@
 #include <cstddef>
 #include <functional>
 #include <memory>
-#include <memory_resource>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -168,10 +167,8 @@ class DatabaseObjects {
   }
 
   std::unique_ptr<ObjectSource<T>> source_;
-  /// Where entries lie: together, so that a search finds most of them in the processor's caches.
-  std::pmr::monotonic_buffer_resource entry_nodes_;
   /// Lower-cased name -> working copy. Entries are never removed and stay where they are.
-  std::pmr::unordered_map<std::string, Entry> entries_{&entry_nodes_};
+  std::unordered_map<std::string, Entry> entries_;
   std::vector<std::string> added_;
   std::vector<const Entry*> changed_;
 };

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cstddef>
 #include <memory>
-#include <memory_resource>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -25,33 +24,17 @@ void check_new_name(std::string_view name, bool exists);
 /// compared without regard to letter case and found in constant time. References are valid until
 /// the next addition to or removal from the same collection.
 ///
-/// A copy costs next to nothing: it shares the objects with the original. Whichever of the two is
-/// changed first gets objects of its own, unless the change is an addition at the end, of which the
-/// other sees nothing. So, once a collection was copied, an object has to be asked for again (edit)
-/// to be changed further. Copies that share objects belong to one thread.
+/// A copy costs next to nothing: it shares the objects with the original, and whichever of the two
+/// is changed first gets objects of its own. So, once a collection was copied, an object has to be
+/// asked for again (edit) to be changed further. Copies that share objects belong to one thread.
 template <class T>
 class NamedCollection {
  public:
-  NamedCollection() = default;
-  NamedCollection(const NamedCollection& other) = default;
-  NamedCollection(NamedCollection&& other) noexcept
-      : items_(std::move(other.items_)),
-        first_(std::exchange(other.first_, 0)),
-        last_(std::exchange(other.last_, 0)) {}
-  NamedCollection& operator=(const NamedCollection& other) = default;
-  NamedCollection& operator=(NamedCollection&& other) noexcept {
-    items_ = std::move(other.items_);
-    first_ = std::exchange(other.first_, 0);
-    last_ = std::exchange(other.last_, 0);
-    return *this;
-  }
-  ~NamedCollection() = default;
-
-  std::size_t size() const { return last_ - first_; }
-  bool empty() const { return first_ == last_; }
-  const T* begin() const { return empty() ? nullptr : items_->objects.data() + first_; }
-  const T* end() const { return empty() ? nullptr : items_->objects.data() + last_; }
-  const T& operator[](std::size_t position) const { return items_->objects[first_ + position]; }
+  std::size_t size() const { return items_ ? items_->objects.size() : 0; }
+  bool empty() const { return size() == 0; }
+  const T* begin() const { return items_ ? items_->objects.data() : nullptr; }
+  const T* end() const { return begin() + size(); }
+  const T& operator[](std::size_t position) const { return items_->objects[position]; }
 
   /// The object of that name; null when there is none. Owned by the collection.
   const T* find(std::string_view name) const {
@@ -65,10 +48,7 @@ class NamedCollection {
     const auto position = position_of(name);
     return position == size() ? nullptr : &edit_at(position);
   }
-  T& edit_at(std::size_t position) {
-    make_own(0);
-    return items_->objects[first_ + position];
-  }
+  T& edit_at(std::size_t position) { return own_items().objects[position]; }
 
   /// Adds an object at the end. Throws ImportError when its name is empty or already in use.
   T& add(T object) {
@@ -93,26 +73,14 @@ class NamedCollection {
   T& put(T&& object) { return put_as(std::move(object)); }
   T& put(const T& object) { return put_as(object); }
 
-  /// Removes the first object; there must be one. Emptying a collection this way costs time in
-  /// proportion to its size.
-  void remove_first() {
-    ++first_;
-    if (empty()) {
-      *this = NamedCollection();
-    } else if (2 * first_ >= items_->objects.size() && is_own()) {
-      drop_removed();
-    }
-  }
+  /// Removes the first object; there must be one.
+  void remove_first() { remove_at(0); }
 
   /// Removes the object of that name; does nothing when there is none.
   void remove(std::string_view name) {
     const auto position = position_of(name);
     if (position != size()) {
-      make_own(0);
-      auto& objects = items_->objects;
-      objects.erase(objects.begin() + static_cast<std::ptrdiff_t>(first_ + position));
-      --last_;
-      items_->index.reset();
+      remove_at(position);
     }
   }
 
@@ -125,11 +93,10 @@ class NamedCollection {
     if (keys.empty() || empty()) {
       return;
     }
-    make_own(0);
-    drop_removed();
-    std::erase_if(items_->objects,
+    auto& items = own_items();
+    std::erase_if(items.objects,
                   [&](const T& object) { return keys.count(lower_cased(object.name)) != 0; });
-    last_ = items_->objects.size();
+    items.index.reset();
   }
 
   /// Puts all objects of another collection, in their order.
@@ -139,9 +106,9 @@ class NamedCollection {
       return;
     }
     if (!others.empty()) {
-      others.make_own(0);
-      std::for_each(others.items_->objects.begin() + static_cast<std::ptrdiff_t>(others.first_),
-                    others.items_->objects.end(), [this](T& object) { put(std::move(object)); });
+      for (auto& object : others.own_items().objects) {
+        put(std::move(object));
+      }
       others = NamedCollection();
     }
   }
@@ -150,22 +117,15 @@ class NamedCollection {
   /// Up to this size a search walks the objects; an index would cost more than it saves.
   static constexpr std::size_t walked_size = 12;
 
-  /// Lower-cased name -> position in objects. Its nodes lie together: scattered among the objects,
-  /// every search of a large collection would wait for memory several times.
-  struct Index {
-    std::pmr::monotonic_buffer_resource nodes;
-    std::pmr::unordered_map<std::string, std::size_t> positions{&nodes};
-  };
+  /// Lower-cased name -> position in objects.
+  using Index = std::unordered_map<std::string, std::size_t>;
 
-  /// What copies share. Objects outside of a collection's own range [first_, last_) are those that
-  /// it removed from the front, and those that a copy of it has added.
+  /// What copies share.
   struct Items {
     std::vector<T> objects;
     /// Made at the first search of a larger collection.
     std::unique_ptr<Index> index;
   };
-
-  bool is_own() const { return items_.use_count() == 1; }
 
   std::size_t position_of(std::string_view name) const {
     if (size() <= walked_size) {
@@ -178,55 +138,39 @@ class NamedCollection {
       return size() - 1;
     }
     build_index();
-    const auto& positions = items_->index->positions;
-    const auto found = positions.find(lower_cased(name));
-    const bool is_here =
-        found != positions.end() && found->second >= first_ && found->second < last_;
-    return is_here ? found->second - first_ : size();
+    const auto found = items_->index->find(lower_cased(name));
+    return found == items_->index->end() ? size() : found->second;
   }
 
   void build_index() const {
     if (items_->index) {
       return;
     }
-    auto& positions = (items_->index = std::make_unique<Index>())->positions;
-    positions.reserve(items_->objects.size());
+    items_->index = std::make_unique<Index>();
+    items_->index->reserve(items_->objects.size());
     for (std::size_t i = 0; i < items_->objects.size(); ++i) {
-      positions.insert_or_assign(lower_cased(items_->objects[i].name), i);
+      items_->index->emplace(lower_cased(items_->objects[i].name), i);
     }
   }
 
-  /// Sees to it that the objects are this collection's alone, none after its last one, so that they
-  /// may be changed. Copies them if need be, with room for `additions` more.
-  void make_own(std::size_t additions) {
-    if (!items_ || !is_own()) {
+  /// The objects, as this collection's alone, so that they may be changed. Copies them if need be,
+  /// with room for `additions` more.
+  Items& own_items(std::size_t additions = 0) {
+    if (!items_) {
+      items_ = std::make_shared<Items>();
+    } else if (items_.use_count() > 1) {
       auto own = std::make_shared<Items>();
       own->objects.reserve(size() + additions);
       own->objects.assign(begin(), end());
       items_ = std::move(own);
-      last_ = size();
-      first_ = 0;
-    } else if (last_ < items_->objects.size()) {
-      items_->objects.erase(items_->objects.begin() + static_cast<std::ptrdiff_t>(last_),
-                            items_->objects.end());
-      items_->index.reset();
     }
+    return *items_;
   }
 
-  /// Gives up the memory of what was removed from the front. The objects are this collection's own.
-  void drop_removed() {
-    auto& objects = items_->objects;
-    objects.erase(objects.begin(), objects.begin() + static_cast<std::ptrdiff_t>(first_));
-    last_ -= first_;
-    first_ = 0;
-    items_->index.reset();
-  }
-
-  /// Whether an object can be added behind shared ones: no copy has done so before, none is
-  /// referred to by a name that this collection may use again, and all stay where they are.
-  bool may_share_addition() const {
-    return items_ && first_ == 0 && last_ == items_->objects.size() &&
-           last_ < items_->objects.capacity();
+  void remove_at(std::size_t position) {
+    auto& items = own_items();
+    items.objects.erase(items.objects.begin() + static_cast<std::ptrdiff_t>(position));
+    items.index.reset();
   }
 
   template <class Object>
@@ -240,21 +184,16 @@ class NamedCollection {
   }
 
   T& append(T object) {
-    if (!may_share_addition()) {
-      make_own(size() + 1);
+    auto& items = own_items(1);
+    items.objects.push_back(std::move(object));
+    if (items.index) {
+      items.index->emplace(lower_cased(items.objects.back().name), items.objects.size() - 1);
     }
-    auto& objects = items_->objects;
-    objects.push_back(std::move(object));
-    last_ = objects.size();
-    if (items_->index) {
-      items_->index->positions.insert_or_assign(lower_cased(objects.back().name), last_ - 1);
-    }
-    return objects.back();
+    return items.objects.back();
   }
 
+  /// Null when nothing was added yet.
   std::shared_ptr<Items> items_;
-  std::size_t first_ = 0;
-  std::size_t last_ = 0;
 };
 
 }  // namespace importkcd

@@ -9,10 +9,27 @@
 
 namespace importkcd {
 
+/// How a store is opened, or the store of a server.
+enum class ServerAccess {
+  /// Changes and creates nothing; it is an error when there is nothing to open.
+  read_only,
+  /// The same, but nothing to open reads as a store without databases.
+  read_only_or_empty,
+  /// Changes what is there; it is an error when there is nothing to open.
+  read_write_existing,
+  /// Makes what is missing, for its owner only.
+  read_write,
+};
+
+/// Whether a store that is opened so may change anything.
+constexpr bool may_write(ServerAccess access) {
+  return access == ServerAccess::read_write || access == ServerAccess::read_write_existing;
+}
+
 /// What one run changes in one database, to be applied in the order of the members.
 struct DatabaseChanges {
   std::string name;
-  /// The stored database of that name goes first, with all that is in it.
+  /// The stored database of that name goes first, with all that is in it; see kept_copies().
   bool removes_stored = false;
   /// The database is there afterwards: it is added when it is not stored (any more). When false,
   /// nothing but the removal is to be done.
@@ -26,6 +43,22 @@ struct DatabaseChanges {
   NamedCollection<OlapDimension> dimensions;
   NamedCollection<OlapRole> roles;
   NamedCollection<OlapCube> cubes;
+};
+
+/// A database that was removed, as it was then.
+struct KeptCopy {
+  std::string name;
+  /// When it was removed, in UTC: "2026-11-21 06:30:00".
+  std::string kept_since;
+};
+
+struct RestoredDatabase {
+  /// What was brought back, as it was kept until then.
+  KeptCopy copy;
+  /// A database of that name had to make way and is the kept copy now.
+  bool displaced_another = false;
+  /// What a person should know about it.
+  std::vector<std::string> remarks = {};
 };
 
 /// Where a WorkingCopyServer keeps databases between runs: it only loads and stores.
@@ -63,6 +96,15 @@ class OlapStore {
   /// Stores all changes as one unit: after an error, or the end of the process at any moment,
   /// nothing of them is stored, and other readers never see a part of them.
   virtual void apply(std::vector<DatabaseChanges> changes) = 0;
+
+  /// The removed databases that are kept whole, the oldest first: of each name the one that was
+  /// removed last. They count as databases nowhere else. Fails when this kind of store keeps none.
+  virtual std::vector<KeptCopy> kept_copies() = 0;
+
+  /// Brings a kept copy back as the database of its name, as one unit; a database that is there
+  /// becomes the kept copy in turn, so restoring again undoes it. Fails when no copy is kept, and
+  /// while a store object holds the database.
+  virtual RestoredDatabase restore(const std::string& database) = 0;
 };
 
 }  // namespace importkcd

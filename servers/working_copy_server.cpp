@@ -2,9 +2,18 @@
 
 #include <algorithm>
 #include <array>
-#include <iterator>
 #include <tuple>
 #include <utility>
+
+// How it works. A run changes working copies (OlapDatabase), whose objects are read from the store
+// when they are first asked for. Nothing that happens to a working copy is stored by itself: a
+// write back puts the object, as it stands, into the DatabaseChanges of its database. That copy is
+// cheap, because collections share their objects until one side is changed. What was written back
+// twice is there once, as it stood last. finish() first settles what depends on the run as a whole
+// (roles, which take effect without a write back; private dimensions whose place in a cube was
+// never written back), then hands all changes to the store as one unit. A database that was removed
+// leaves an entry without a working copy: the store removes it before it adds one that has the name
+// again.
 
 namespace importkcd {
 
@@ -64,8 +73,7 @@ class HeldNamesGuard {
 
 }  // namespace
 
-WorkingCopyServer::WorkingCopyServer(std::shared_ptr<OlapStore> store, FinishedCopies* finished)
-    : store_(std::move(store)), finished_(finished) {}
+WorkingCopyServer::WorkingCopyServer(std::shared_ptr<OlapStore> store) : store_(std::move(store)) {}
 
 WorkingCopyServer::~WorkingCopyServer() { store_->release_all(); }
 
@@ -210,9 +218,6 @@ void WorkingCopyServer::finish() {
     if (open->changes.removes_stored || has_content(open->changes)) {
       changes.push_back(std::move(open->changes));
     }
-  }
-  if (finished_ != nullptr) {
-    std::move(databases_.begin(), databases_.end(), std::back_inserter(*finished_));
   }
   databases_.clear();
   const HeldNamesGuard let_go(*store_);

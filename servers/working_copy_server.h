@@ -12,18 +12,15 @@
 
 namespace importkcd {
 
-/// Working copies of finished runs, for whoever decides when they are taken apart. They may refer
-/// to what their store's readers refer to.
-using FinishedCopies = std::vector<std::shared_ptr<const void>>;
-
 /// The OlapServer over any OlapStore: keeps the working copies of a run, collects what is written
 /// back, and hands it to the store in finish(). It never refuses to lock a cube.
 class WorkingCopyServer : public OlapServer {
  public:
-  /// Working copies are taken apart when their run finishes, object by object, unless there is a
-  /// `finished`, which outlives the server, to take them over.
-  explicit WorkingCopyServer(std::shared_ptr<OlapStore> store, FinishedCopies* finished = nullptr);
+  explicit WorkingCopyServer(std::shared_ptr<OlapStore> store);
   ~WorkingCopyServer() override;
+
+  /// What is underneath; connect() opens it.
+  OlapStore& store() { return *store_; }
 
   void connect(const std::string& machine) override;
   OlapClassType class_type() const override { return OlapClassType::server; }
@@ -57,7 +54,6 @@ class WorkingCopyServer : public OlapServer {
   static void drop_displaced_dimensions(OpenDatabase& open);
 
   std::shared_ptr<OlapStore> store_;
-  FinishedCopies* finished_;
   /// The databases of this run in the order in which they were touched, removed ones included.
   std::vector<std::unique_ptr<OpenDatabase>> databases_;
 };

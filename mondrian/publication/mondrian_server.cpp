@@ -6,7 +6,8 @@
 
 #include "base/import_error.h"
 #include "mondrian/mapping/cube_mapping.h"
-#include "servers/working_copy_server.h"
+#include "mondrian/publication/data_source_connections.h"
+#include "mondrian/publication/mondrian_store.h"
 
 namespace importkcd {
 namespace {
@@ -28,7 +29,7 @@ class Messages {
 
 class MondrianServer : public WorkingCopyServer {
  public:
-  MondrianServer(const std::string& directory, MondrianAccess access,
+  MondrianServer(const std::string& directory, ServerAccess access,
                  const std::shared_ptr<Messages>& messages)
       : WorkingCopyServer(make_mondrian_store(
             directory, access, [messages](const std::string& remark) { messages->add(remark); })),
@@ -59,8 +60,8 @@ class MondrianServer : public WorkingCopyServer {
 
 }  // namespace
 
-std::unique_ptr<OlapServer> make_mondrian_server(const std::string& directory,
-                                                 MondrianAccess access) {
+std::unique_ptr<WorkingCopyServer> make_mondrian_server(const std::string& directory,
+                                                        ServerAccess access) {
   return std::make_unique<MondrianServer>(directory, access, std::make_shared<Messages>());
 }
 

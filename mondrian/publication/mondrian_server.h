@@ -3,8 +3,7 @@
 #include <memory>
 #include <string>
 
-#include "model/olap_server.h"
-#include "mondrian/publication/mondrian_store.h"
+#include "servers/working_copy_server.h"
 
 namespace importkcd {
 
@@ -12,7 +11,7 @@ namespace importkcd {
 ///
 /// finish() publishes what was written back. A cube that the engine could not serve has no valid
 /// structure; the reason comes with take_messages().
-std::unique_ptr<OlapServer> make_mondrian_server(const std::string& directory,
-                                                 MondrianAccess access);
+std::unique_ptr<WorkingCopyServer> make_mondrian_server(const std::string& directory,
+                                                        ServerAccess access);
 
 }  // namespace importkcd

@@ -16,22 +16,19 @@ namespace fs = std::filesystem;
 
 class MondrianStore : public OlapStore {
  public:
-  MondrianStore(fs::path directory, MondrianAccess access, TellRemark tell)
+  MondrianStore(fs::path directory, ServerAccess access, TellRemark tell)
       : directory_(std::move(directory)), access_(access), tell_(std::move(tell)) {}
 
   void open() override {
     std::error_code error;
     directory_ = fs::weakly_canonical(fs::absolute(directory_), error);
-    if (access_ == MondrianAccess::read_write) {
+    if (access_ == ServerAccess::read_write) {
       make_directory();
     }
-    definitions_ =
-        make_catalogue_store((directory_ / published::definitions).string(),
-                             access_ == MondrianAccess::read_write ? CatalogueAccess::read_write
-                                                                   : CatalogueAccess::read_only,
-                             [this](OlapStore& changed) { before_commit_(changed); });
+    definitions_ = make_catalogue_store((directory_ / published::definitions).string(), access_,
+                                        [this](OlapStore& changed) { before_commit_(changed); });
     definitions_->open();
-    if (access_ == MondrianAccess::read_write) {
+    if (may_write(access_)) {
       repair();
     }
   }
@@ -55,15 +52,25 @@ class MondrianStore : public OlapStore {
   }
 
   void apply(std::vector<DatabaseChanges> changes) override {
-    const WaitingLock lock(publication_lock(directory_), WaitingLock::Wait::yes);
     std::vector<std::string> touched;
     touched.reserve(changes.size());
     for (const auto& change : changes) {
       touched.push_back(change.name);
     }
-    for (const auto& remark : store_and_publish(std::move(changes), std::move(touched))) {
+    const WaitingLock lock(publication_lock(directory_), WaitingLock::Wait::yes);
+    for (const auto& remark : publish([&] { definitions_->apply(std::move(changes)); }, touched)) {
       tell_(remark);
     }
+  }
+
+  std::vector<KeptCopy> kept_copies() override { return definitions_->kept_copies(); }
+
+  RestoredDatabase restore(const std::string& database) override {
+    const WaitingLock lock(publication_lock(directory_), WaitingLock::Wait::yes);
+    RestoredDatabase restored;
+    auto remarks = publish([&] { restored = definitions_->restore(database); }, {{database}});
+    restored.remarks = std::move(remarks);
+    return restored;
   }
 
  private:
@@ -78,14 +85,15 @@ class MondrianStore : public OlapStore {
     }
   }
 
-  /// Gives what was left out, and why. Without names the publication is about all databases.
-  std::vector<std::string> store_and_publish(std::vector<DatabaseChanges> changes,
-                                             std::optional<std::vector<std::string>> touched) {
+  /// Publishes what a change of the definitions makes of these databases; without names, of all.
+  /// Gives what was left out, and why.
+  std::vector<std::string> publish(const std::function<void()>& change_definitions,
+                                   const std::optional<std::vector<std::string>>& touched) {
     Publication publication(directory_);
     before_commit_ = [&](OlapStore& changed) {
       publication.prepare(changed, touched ? *touched : changed.database_names());
     };
-    definitions_->apply(std::move(changes));
+    change_definitions();
     publication.carry_out();
     return publication.remarks();
   }
@@ -98,7 +106,7 @@ class MondrianStore : public OlapStore {
     const WaitingLock lock(publication_lock(directory_), WaitingLock::Wait::no);
     // Whoever holds the lock is at it; who held it a moment ago may have completed it.
     if (lock.is_held() && is_incomplete()) {
-      store_and_publish({}, std::nullopt);
+      publish([&] { definitions_->apply({}); }, std::nullopt);
     }
   }
 
@@ -110,7 +118,7 @@ class MondrianStore : public OlapStore {
   }
 
   fs::path directory_;
-  MondrianAccess access_;
+  ServerAccess access_;
   TellRemark tell_;
   std::shared_ptr<OlapStore> definitions_;
   /// What the definitions call inside of every change.
@@ -119,7 +127,7 @@ class MondrianStore : public OlapStore {
 
 }  // namespace
 
-std::shared_ptr<OlapStore> make_mondrian_store(std::string directory, MondrianAccess access,
+std::shared_ptr<OlapStore> make_mondrian_store(std::string directory, ServerAccess access,
                                                TellRemark tell) {
   return std::make_shared<MondrianStore>(std::move(directory), access, std::move(tell));
 }

@@ -94,7 +94,7 @@ void make_schema(SQLite::Database& database) {
 
 }  // namespace
 
-CatalogueFile::CatalogueFile(std::string path, CatalogueAccess access)
+CatalogueFile::CatalogueFile(std::string path, ServerAccess access)
     : path_(std::move(path)), access_(access) {}
 
 void CatalogueFile::open() {
@@ -112,7 +112,7 @@ void CatalogueFile::open() {
 }
 
 void CatalogueFile::open_to_write() {
-  if (access_ == CatalogueAccess::read_write) {
+  if (access_ == ServerAccess::read_write) {
     create_file();
   } else if (!fs::exists(real_path_)) {
     fail("no such file");
@@ -140,7 +140,7 @@ void CatalogueFile::create_file() {
 
 void CatalogueFile::open_to_look() {
   if (!fs::exists(real_path_)) {
-    if (access_ == CatalogueAccess::read_only) {
+    if (access_ == ServerAccess::read_only) {
       fail("no such file");
     }
     return;

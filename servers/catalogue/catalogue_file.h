@@ -8,7 +8,7 @@
 
 #include "base/import_error.h"
 #include "servers/catalogue/catalogue_schema.h"
-#include "servers/catalogue/catalogue_store.h"
+#include "servers/olap_store.h"
 
 namespace importkcd {
 
@@ -22,7 +22,7 @@ namespace importkcd {
 /// write(). SQLite's errors become ImportErrors that name the file.
 class CatalogueFile {
  public:
-  CatalogueFile(std::string path, CatalogueAccess access);
+  CatalogueFile(std::string path, ServerAccess access);
 
   /// Opens the file as the access says; called once, before the other operations.
   void open();
@@ -33,10 +33,10 @@ class CatalogueFile {
   /// The file of the reservations of its databases; see DatabaseLock.
   std::string lock_path() const { return real_path_ + "-lock"; }
 
-  bool is_writable() const {
-    return access_ == CatalogueAccess::read_write ||
-           access_ == CatalogueAccess::read_write_existing;
-  }
+  bool is_writable() const { return may_write(access_); }
+
+  /// Throws ImportError when the file was opened to look only.
+  void check_writable() const;
 
   /// Whether there is something to connect to: no connection means an empty catalogue.
   bool is_connected() const { return connection_ != nullptr; }
@@ -106,12 +106,11 @@ class CatalogueFile {
   void create_file();
   CatalogueFormat checked_format();
   bool is_in_use() const;
-  void check_writable() const;
   void check_still_alone() const;
   [[noreturn]] void fail(const std::string& what) const;
 
   std::string path_;
-  CatalogueAccess access_;
+  ServerAccess access_;
   std::string real_path_;
   /// The file is read without locks, because nobody wrote to it when it was opened.
   bool alone_ = false;

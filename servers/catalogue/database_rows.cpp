@@ -1,6 +1,6 @@
 #include "servers/catalogue/database_rows.h"
 
-#include "servers/catalogue/row_values.h"
+#include "servers/catalogue/row_statements.h"
 
 namespace importkcd {
 namespace {

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "servers/catalogue/kept_copies.h"
+#include "servers/olap_store.h"
 
 namespace importkcd {
 

@@ -13,7 +13,6 @@
 
 #include "base/import_error.h"
 #include "base/name_folding.h"
-#include "mondrian/publication/mondrian_kept_copies.h"
 #include "mondrian/publication/mondrian_server.h"
 #include "servers/catalogue/catalogue_store.h"
 #include "servers/memory/memory_server.h"
@@ -27,7 +26,7 @@ namespace fs = std::filesystem;
 constexpr std::string_view catalogue_prefix = "catalogue:";
 constexpr std::string_view mondrian_prefix = "mondrian:";
 
-std::unique_ptr<OlapServer> catalogue_server(std::string path, CatalogueAccess access) {
+std::unique_ptr<WorkingCopyServer> catalogue_server(std::string path, ServerAccess access) {
   return std::make_unique<WorkingCopyServer>(make_catalogue_store(std::move(path), access));
 }
 
@@ -78,30 +77,25 @@ bool is_this_computer(std::string_view machine) {
                      [&](const auto& name) { return same_name(machine, name); });
 }
 
-std::unique_ptr<OlapServer> server_of_this_computer(ServerAccess access) {
+std::unique_ptr<WorkingCopyServer> server_of_this_computer(ServerAccess access) {
   auto path = default_catalogue_path();
-  if (access == ServerAccess::read_only) {
-    return catalogue_server(std::move(path), CatalogueAccess::read_only_or_empty);
+  if (access == ServerAccess::read_write) {
+    make_folder_of(path);
   }
-  make_folder_of(path);
-  return catalogue_server(std::move(path), CatalogueAccess::read_write);
+  return catalogue_server(std::move(path), access == ServerAccess::read_only
+                                               ? ServerAccess::read_only_or_empty
+                                               : access);
 }
 
-}  // namespace
-
-std::unique_ptr<OlapServer> make_olap_server(std::string_view machine, ServerAccess access) {
+std::unique_ptr<WorkingCopyServer> server_of(std::string_view machine, ServerAccess access) {
   if (machine == "memory:") {
     return make_memory_server();
   }
   if (auto path = path_behind(catalogue_prefix, machine)) {
-    return catalogue_server(std::move(*path), access == ServerAccess::read_only
-                                                  ? CatalogueAccess::read_only
-                                                  : CatalogueAccess::read_write);
+    return catalogue_server(std::move(*path), access);
   }
   if (const auto directory = path_behind(mondrian_prefix, machine)) {
-    return make_mondrian_server(*directory, access == ServerAccess::read_only
-                                                ? MondrianAccess::read_only
-                                                : MondrianAccess::read_write);
+    return make_mondrian_server(*directory, access);
   }
   if (!machine.empty() && is_this_computer(machine)) {
     return server_of_this_computer(access);
@@ -114,20 +108,28 @@ std::unique_ptr<OlapServer> make_olap_server(std::string_view machine, ServerAcc
                     error_source::olap_server);
 }
 
-std::unique_ptr<KeptCopies> open_kept_copies(std::string_view machine) {
-  if (const auto directory = path_behind(mondrian_prefix, machine)) {
-    return make_mondrian_kept_copies(*directory);
+}  // namespace
+
+std::unique_ptr<OlapServer> make_olap_server(std::string_view machine, ServerAccess access) {
+  return server_of(machine, access);
+}
+
+std::vector<KeptCopy> kept_copies(std::string_view machine) {
+  const auto server = server_of(machine, ServerAccess::read_only);
+  server->connect(std::string(machine));
+  return server->store().kept_copies();
+}
+
+RestoredDatabase restore_database(std::string_view machine, const std::string& database) {
+  // A look first: where nothing can be brought back, nothing is touched.
+  const auto copies = kept_copies(machine);
+  if (std::none_of(copies.begin(), copies.end(),
+                   [&](const KeptCopy& copy) { return same_name(copy.name, database); })) {
+    throw ImportError("no copy of database '" + database + "' is kept", error_source::olap_server);
   }
-  if (auto path = path_behind(catalogue_prefix, machine)) {
-    return make_kept_copies(std::move(*path), CatalogueAccess::read_only);
-  }
-  if (!machine.empty() && is_this_computer(machine)) {
-    return make_kept_copies(default_catalogue_path(), CatalogueAccess::read_only_or_empty);
-  }
-  // Throws when there is no such server at all.
-  make_olap_server(machine, ServerAccess::read_only);
-  throw ImportError("'" + std::string(machine) + "' keeps no copies of databases",
-                    error_source::olap_server);
+  const auto server = server_of(machine, ServerAccess::read_write_existing);
+  server->connect(std::string(machine));
+  return server->store().restore(database);
 }
 
 std::string default_catalogue_path() {

@@ -3,14 +3,12 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "model/olap_server.h"
-#include "servers/catalogue/kept_copies.h"
+#include "servers/olap_store.h"
 
 namespace importkcd {
-
-/// Whether a server is opened to be looked at or to be changed.
-enum class ServerAccess { read_only, read_write };
 
 /// Makes the unconnected server that a machine text means:
 ///
@@ -19,13 +17,16 @@ enum class ServerAccess { read_only, read_write };
 /// - mondrian:DIRECTORY: the directory from which a Mondrian engine serves cubes;
 /// - memory: (nothing behind the colon): an empty server that ends with its object.
 ///
-/// Names of this computer are compared without regard to letter case. Anything else throws
-/// ImportError, whose description names the forms.
+/// To look at this computer's server when nothing was ever stored there finds it empty. Names of
+/// this computer are compared without regard to letter case. Anything else throws ImportError,
+/// whose description names the forms.
 std::unique_ptr<OlapServer> make_olap_server(std::string_view machine, ServerAccess access);
 
-/// The kept copies of the embedded server that a machine text means. Throws ImportError for a
-/// server that keeps none, and for a text that means no server.
-std::unique_ptr<KeptCopies> open_kept_copies(std::string_view machine);
+/// OlapStore::kept_copies() and restore() of the server that a machine text means. They create
+/// nothing, and without a copy of that name restore_database() changes nothing. They throw
+/// ImportError as those do, and for a text that means no server.
+std::vector<KeptCopy> kept_copies(std::string_view machine);
+RestoredDatabase restore_database(std::string_view machine, const std::string& database);
 
 /// The file of this computer's embedded server: `importkcd/server.olap` in the user's data folder.
 std::string default_catalogue_path();

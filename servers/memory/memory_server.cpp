@@ -7,7 +7,6 @@
 #include <vector>
 
 #include "servers/olap_store.h"
-#include "servers/working_copy_server.h"
 
 namespace importkcd {
 
@@ -134,7 +133,14 @@ class MemoryStore : public OlapStore {
     }
   }
 
+  std::vector<KeptCopy> kept_copies() override { fail_without_copies(); }
+  RestoredDatabase restore(const std::string& /*database*/) override { fail_without_copies(); }
+
  private:
+  [[noreturn]] static void fail_without_copies() {
+    throw ImportError("'memory:' keeps no copies of databases", error_source::olap_server);
+  }
+
   void release_held() {
     for (const auto& key : held_) {
       storage_->held.erase(key);
@@ -187,20 +193,12 @@ class MemoryStore : public OlapStore {
 
 std::shared_ptr<MemoryStorage> make_memory_store() { return std::make_shared<MemoryStorage>(); }
 
-std::unique_ptr<OlapServer> make_memory_server() { return make_memory_server(make_memory_store()); }
-
-std::unique_ptr<OlapServer> make_memory_server(std::shared_ptr<MemoryStorage> storage) {
-  return std::make_unique<WorkingCopyServer>(std::make_shared<MemoryStore>(std::move(storage)));
+std::unique_ptr<WorkingCopyServer> make_memory_server() {
+  return make_memory_server(make_memory_store());
 }
 
-std::unique_ptr<OlapServer> make_memory_server_until_exit() {
-  struct Kept {
-    std::shared_ptr<MemoryStorage> storage = make_memory_store();
-    FinishedCopies finished;
-  };
-  static auto& kept = *new Kept;
-  return std::make_unique<WorkingCopyServer>(std::make_shared<MemoryStore>(kept.storage),
-                                             &kept.finished);
+std::unique_ptr<WorkingCopyServer> make_memory_server(std::shared_ptr<MemoryStorage> storage) {
+  return std::make_unique<WorkingCopyServer>(std::make_shared<MemoryStore>(std::move(storage)));
 }
 
 }  // namespace importkcd

@@ -60,7 +60,7 @@ class RandomDocuments : public ::testing::TestWithParam<Round> {
   OlapServerFactory memory_ = [this](std::string_view) { return make_memory_server(storage_); };
   OlapServerFactory catalogue_ = [this](std::string_view) {
     return std::make_unique<WorkingCopyServer>(
-        make_catalogue_store(folder_.file("server.olap"), CatalogueAccess::read_write));
+        make_catalogue_store(folder_.file("server.olap"), ServerAccess::read_write));
   };
 };
 

@@ -50,7 +50,7 @@ TEST_F(ImportFailures, AServerThatCannotBeMadeIsToldWithItsMachine) {
 TEST_F(ImportFailures, AServerThatCannotBeConnectedIsToldWithItsMachine) {
   server_factory = [this](std::string_view) {
     return std::make_unique<WorkingCopyServer>(
-        make_catalogue_store(folder.file("missing/server.olap"), CatalogueAccess::read_only));
+        make_catalogue_store(folder.file("missing/server.olap"), ServerAccess::read_only));
   };
   options.machine_name = "catalogue:missing";
   import(whole_document());

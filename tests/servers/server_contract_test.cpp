@@ -37,7 +37,7 @@ class CataloguePlace : public Place {
  public:
   std::unique_ptr<OlapServer> server() override {
     return std::make_unique<WorkingCopyServer>(
-        make_catalogue_store(folder_.file("server.olap"), CatalogueAccess::read_write));
+        make_catalogue_store(folder_.file("server.olap"), ServerAccess::read_write));
   }
 
  private:
@@ -47,7 +47,7 @@ class CataloguePlace : public Place {
 class MondrianPlace : public Place {
  public:
   std::unique_ptr<OlapServer> server() override {
-    return make_mondrian_server(folder_.file("olap"), MondrianAccess::read_write);
+    return make_mondrian_server(folder_.file("olap"), ServerAccess::read_write);
   }
 
  private:
@@ -529,39 +529,6 @@ TEST_P(ServerContract, EveryFieldOfACubeSurvives) {
   EXPECT_TRUE(stored.partitions[0].follows_cube);
   EXPECT_EQ(stored.partitions[0].slices[0].levels[0].slice_value, "2026");
   EXPECT_EQ(stored.partitions[0].slices[0].levels[0].member_key_column, "key");
-}
-
-TEST(WorkingCopyServer, LeavesWorkingCopiesOfFinishedRunsToWhoeverWantsThem) {
-  const testing::TemporaryFolder folder;
-  const auto store = make_catalogue_store(folder.file("server.olap"), CatalogueAccess::read_write);
-  FinishedCopies finished;
-  WorkingCopyServer server(store, &finished);
-  server.connect("anything");
-  auto& database = server.add_database("Retail");
-  database.roles().add_new("Readers");
-  server.write_back_database(database);
-  EXPECT_THAT(finished, IsEmpty());
-  server.finish();
-  EXPECT_EQ(finished.size(), 1U);
-  EXPECT_THAT(server.open_database("Retail").roles().names(), ElementsAre("Readers"));
-  EXPECT_EQ(finished.size(), 1U);
-}
-
-TEST(MemoryServerUntilExit, SharesItsDatabasesWithTheNextOne) {
-  const auto add = [](const std::string& name) {
-    const auto server = make_memory_server_until_exit();
-    server->connect("memory:");
-    server->write_back_database(server->add_database(name));
-    server->finish();
-  };
-  add("Retail");
-  add("Finance");
-  const auto server = make_memory_server_until_exit();
-  server->connect("memory:");
-  const auto stored = server->stored_objects();
-  ASSERT_EQ(stored.size(), 2U);
-  EXPECT_EQ(stored[0].name, "Retail");
-  EXPECT_EQ(stored[1].name, "Finance");
 }
 
 INSTANTIATE_TEST_SUITE_P(

@@ -49,7 +49,7 @@ void fill_log(SQLite::Database& database, const std::string& log) {
   }
 }
 
-std::unique_ptr<OlapServer> connected(const std::string& path, CatalogueAccess access) {
+std::unique_ptr<OlapServer> connected(const std::string& path, ServerAccess access) {
   auto server = std::make_unique<WorkingCopyServer>(make_catalogue_store(path, access));
   server->connect(path);
   return server;
@@ -180,7 +180,7 @@ std::string CatalogueFaultsTest::checked_content() {
   auto found = content();
   expect_sound_file();
   {
-    const auto server = connected(path, CatalogueAccess::read_write);
+    const auto server = connected(path, ServerAccess::read_write);
     EXPECT_NO_THROW(server->hold_database("Shop"));
     EXPECT_EQ(server_text(*server), found);
   }
@@ -194,7 +194,7 @@ std::string CatalogueFaultsTest::checked_content() {
 }
 
 std::string CatalogueFaultsTest::content() const {
-  return server_text(*connected(path, CatalogueAccess::read_only_or_empty));
+  return server_text(*connected(path, ServerAccess::read_only_or_empty));
 }
 
 std::string CatalogueFaultsTest::fingerprint() const {

@@ -21,7 +21,7 @@ class FailedLooks : public ScriptedRunTest, public ::testing::WithParamInterface
  protected:
   std::unique_ptr<OlapServer> connected() override {
     auto server = std::make_unique<WorkingCopyServer>(
-        make_catalogue_store(path_, CatalogueAccess::read_write));
+        make_catalogue_store(path_, ServerAccess::read_write));
     server->connect(path_);
     return server;
   }
@@ -49,7 +49,7 @@ class FailedLooks : public ScriptedRunTest, public ::testing::WithParamInterface
     };
     met_ = 0;
     auto store = std::make_shared<ForwardingStore>(
-        make_catalogue_store(path_, CatalogueAccess::read_write), fail);
+        make_catalogue_store(path_, ServerAccess::read_write), fail);
     return std::make_unique<ForwardingServer>(
         booked(std::make_unique<WorkingCopyServer>(std::move(store))),
         [this](const std::string& operation) {

@@ -20,7 +20,7 @@ namespace importkcd::testing {
 /// A directory of the engine, and runs that publish into it.
 class PublicationTest : public ::testing::Test {
  protected:
-  std::unique_ptr<OlapServer> open(MondrianAccess access = MondrianAccess::read_write) const {
+  std::unique_ptr<WorkingCopyServer> open(ServerAccess access = ServerAccess::read_write) const {
     auto server = make_mondrian_server(directory(), access);
     server->connect("anything");
     return server;
@@ -70,9 +70,13 @@ class PublicationTest : public ::testing::Test {
     server->finish();
   }
 
+  RestoredDatabase restore(const std::string& database) const {
+    return open(ServerAccess::read_write_existing)->store().restore(database);
+  }
+
   std::vector<std::string> databases() const {
     std::vector<std::string> names;
-    for (const auto& object : open(MondrianAccess::read_only)->stored_objects()) {
+    for (const auto& object : open(ServerAccess::read_only)->stored_objects()) {
       names.push_back(object.name);
     }
     return names;

@@ -56,7 +56,7 @@ class KilledPublications : public PublicationTest {
   }
 
   std::vector<std::string> stored_cubes() const {
-    const auto server = open(MondrianAccess::read_only);
+    const auto server = open(ServerAccess::read_only);
     return server->open_database("Retail").cubes().names();
   }
 

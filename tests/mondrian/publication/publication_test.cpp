@@ -1,6 +1,5 @@
 #include <sys/stat.h>
 
-#include "mondrian/publication/mondrian_kept_copies.h"
 #include "tests/mondrian/publication/publication_fixture.h"
 
 namespace importkcd::testing {
@@ -226,7 +225,7 @@ TEST_F(Publications, WhatWasLeftBesideIsMendedByTheNextOpening) {
   const auto before = served_files();
   std::ofstream(path("schemas/Retail.xml.new")) << "half";
   std::ofstream(path("datasources.xml")) << "older";
-  open(MondrianAccess::read_only);
+  open(ServerAccess::read_only);
   EXPECT_THAT(served_files(), SizeIs(before.size() + 1));
   open();
   EXPECT_EQ(served_files(), before);
@@ -251,7 +250,7 @@ TEST_F(Publications, AMissingSchemaIsPublishedAlongWithTheNextDatabase) {
 }
 
 TEST_F(Publications, LookingCreatesNothing) {
-  EXPECT_NE(error_of([&] { open(MondrianAccess::read_only); }), "none");
+  EXPECT_NE(error_of([&] { open(ServerAccess::read_only); }), "none");
   EXPECT_FALSE(fs::exists(directory()));
 }
 
@@ -282,7 +281,7 @@ TEST_F(Publications, ACubeThatCannotBeExpressedIsLeftOutWithItsReason) {
 TEST_F(Publications, AKeptCopyIsPublishedWhenItIsRestored) {
   publish("Retail", "jdbc:postgresql:dw", "Old");
   remove("Retail");
-  const auto restored = make_mondrian_kept_copies(directory())->restore("retail");
+  const auto restored = restore("retail");
   EXPECT_EQ(restored.copy.name, "Retail");
   EXPECT_THAT(databases(), ElementsAre("Retail"));
   EXPECT_THAT(catalogues(), ElementsAre(Pair("Retail", "Retail.xml")));
@@ -294,17 +293,17 @@ TEST_F(Publications, ACopyThatCannotBePublishedIsNotRestored) {
   remove("Retail");
   const auto before = served();
   fs::create_directories(path("schemas/Retail.xml"));
-  EXPECT_THAT(error_of([&] { make_mondrian_kept_copies(directory())->restore("Retail"); }),
+  EXPECT_THAT(error_of([&] { restore("Retail"); }),
               StartsWith("cannot write '"));
   fs::remove(path("schemas/Retail.xml"));
   EXPECT_THAT(databases(), IsEmpty());
   EXPECT_EQ(served(), before);
-  make_mondrian_kept_copies(directory())->restore("Retail");
+  restore("Retail");
   EXPECT_THAT(databases(), ElementsAre("Retail"));
 }
 
 TEST_F(Publications, CopiesOfNoDirectoryCreateNothing) {
-  EXPECT_THAT(error_of([&] { make_mondrian_kept_copies(directory())->restore("Retail"); }),
+  EXPECT_THAT(error_of([&] { restore("Retail"); }),
               ::testing::EndsWith("no such file"));
   EXPECT_FALSE(fs::exists(directory()));
 }

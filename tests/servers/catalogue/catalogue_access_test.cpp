@@ -25,9 +25,9 @@ using importkcd::testing::whole_state;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-constexpr auto all_accesses = {CatalogueAccess::read_write, CatalogueAccess::read_only,
-                               CatalogueAccess::read_only_or_empty};
-constexpr auto looks = {CatalogueAccess::read_only, CatalogueAccess::read_only_or_empty};
+constexpr auto all_accesses = {ServerAccess::read_write, ServerAccess::read_only,
+                               ServerAccess::read_only_or_empty};
+constexpr auto looks = {ServerAccess::read_only, ServerAccess::read_only_or_empty};
 
 class CatalogueAccessTest : public ::testing::Test {
  protected:
@@ -46,11 +46,11 @@ class CatalogueAccessTest : public ::testing::Test {
     apply(*opened_store(path), whole_state("Sales", state, 3));
   }
 
-  std::string look(CatalogueAccess access = CatalogueAccess::read_only) const {
+  std::string look(ServerAccess access = ServerAccess::read_only) const {
     return state_of(*opened_store(path, access), "Sales", 3);
   }
 
-  std::string open_error(CatalogueAccess access) const {
+  std::string open_error(ServerAccess access) const {
     return error_of([&] { opened_store(path, access); });
   }
 
@@ -64,15 +64,15 @@ class CatalogueAccessTest : public ::testing::Test {
 
 TEST_F(CatalogueAccessTest, WritingMakesAMissingFileWithAllItsTables) {
   EXPECT_THAT(opened_store(path)->database_names(), IsEmpty());
-  EXPECT_THAT(opened_store(path, CatalogueAccess::read_only)->database_names(), IsEmpty());
+  EXPECT_THAT(opened_store(path, ServerAccess::read_only)->database_names(), IsEmpty());
   SQLite::Database database(path, SQLite::OPEN_READONLY);
   EXPECT_EQ(database.execAndGet("PRAGMA journal_mode").getString(), "wal");
   EXPECT_EQ(database.execAndGet("PRAGMA user_version").getInt(), 1);
 }
 
 TEST_F(CatalogueAccessTest, AMissingFileIsAnErrorForALookUnlessItMayBeEmpty) {
-  EXPECT_EQ(open_error(CatalogueAccess::read_only), error("no such file"));
-  const auto store = opened_store(path, CatalogueAccess::read_only_or_empty);
+  EXPECT_EQ(open_error(ServerAccess::read_only), error("no such file"));
+  const auto store = opened_store(path, ServerAccess::read_only_or_empty);
   EXPECT_THAT(store->database_names(), IsEmpty());
   EXPECT_EQ(error_of([&] { store->sources("Sales"); }),
             "database 'Sales' does not exist (OLAP server)");
@@ -81,12 +81,12 @@ TEST_F(CatalogueAccessTest, AMissingFileIsAnErrorForALookUnlessItMayBeEmpty) {
 
 TEST_F(CatalogueAccessTest, AMissingFolderIsAnErrorForWriting) {
   path = folder.file("none/server.olap");
-  EXPECT_EQ(open_error(CatalogueAccess::read_write), error("No such file or directory"));
+  EXPECT_EQ(open_error(ServerAccess::read_write), error("No such file or directory"));
 }
 
 TEST_F(CatalogueAccessTest, AFolderWhereNothingCanBeMadeIsAnErrorForWriting) {
   path = "/proc/server.olap";
-  EXPECT_EQ(open_error(CatalogueAccess::read_write), error("No such file or directory"));
+  EXPECT_EQ(open_error(ServerAccess::read_write), error("No such file or directory"));
 }
 
 TEST_F(CatalogueAccessTest, AFolderInTheFilesPlaceIsAnError) {
@@ -185,7 +185,7 @@ TEST_F(CatalogueAccessTest, AtRestTheLogIsEmpty) {
 
 TEST_F(CatalogueAccessTest, ALookStaysWithTheStateThatItFoundFirst) {
   store_state("first");
-  const auto reader = opened_store(path, CatalogueAccess::read_only);
+  const auto reader = opened_store(path, ServerAccess::read_only);
   store_state("second");
   EXPECT_EQ(state_of(*reader, "Sales", 3), "first");
   EXPECT_EQ(look(), "second");
@@ -215,7 +215,7 @@ TEST_F(CatalogueAccessTest, ALookAtACopyEndsWhenAnImportIntoItBegins) {
   const std::string original = path;
   path = folder.file("copy.olap");
   fs::copy_file(original, path);
-  const auto reader = opened_store(path, CatalogueAccess::read_only);
+  const auto reader = opened_store(path, ServerAccess::read_only);
   EXPECT_EQ(state_of(*reader, "Sales", 3), "first");
   const auto run = opened_store(path);
   EXPECT_EQ(error_of([&] { reader->database_names(); }),
@@ -246,7 +246,7 @@ TEST_F(CatalogueAccessTest, SymbolicLinksLeadToOneCatalogueWithOneSetOfLocks) {
 }
 
 TEST_F(CatalogueAccessTest, AStoreThatWasNeverOpenedHoldsNothing) {
-  make_catalogue_store(path, CatalogueAccess::read_write)->release_all();
+  make_catalogue_store(path, ServerAccess::read_write)->release_all();
   EXPECT_THAT(listing(), IsEmpty());
 }
 

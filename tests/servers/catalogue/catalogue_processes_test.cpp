@@ -83,7 +83,7 @@ TEST_F(CatalogueProcesses, AFailedHoldDisturbsNoOtherHold) {
 TEST_F(CatalogueProcesses, ALookHoldsNothing) {
   const auto run = opened_store(path);
   run->hold("Sales");
-  const auto reader = opened_store(path, CatalogueAccess::read_only);
+  const auto reader = opened_store(path, ServerAccess::read_only);
   EXPECT_EQ(error_of([&] { reader->hold("Sales"); }), "nothing");
   run->release_all();
   reader->hold("Sales");
@@ -129,7 +129,7 @@ TEST_F(CatalogueProcesses, AKilledApplyLeavesTheStateBeforeOrAfterIt) {
     std::this_thread::sleep_for(std::chrono::microseconds(moment(random)));
     run.kill();
 
-    const auto looked = state_of(*opened_store(path, CatalogueAccess::read_only), "Sales", cubes);
+    const auto looked = state_of(*opened_store(path, ServerAccess::read_only), "Sales", cubes);
     EXPECT_THAT(looked, ::testing::AnyOf(std::to_string(before), std::to_string(before + 1)));
     EXPECT_EQ(state_of(*opened_store(path), "Sales", cubes), looked);
     EXPECT_EQ(check(), "ok");
@@ -148,7 +148,7 @@ TEST_F(CatalogueProcesses, AKilledFirstOpeningLeavesAUsableFile) {
     ASSERT_TRUE(run.is_ready());
     std::this_thread::sleep_for(std::chrono::microseconds(250 * round));
     run.kill();
-    EXPECT_THAT(opened_store(path, CatalogueAccess::read_only_or_empty)->database_names(),
+    EXPECT_THAT(opened_store(path, ServerAccess::read_only_or_empty)->database_names(),
                 ::testing::IsEmpty());
     apply(*opened_store(path), changes_of("Sales"));
     EXPECT_EQ(check(), "ok");
@@ -172,7 +172,7 @@ TEST_F(CatalogueProcesses, ReadersSeeWholeStatesWhileARunStores) {
   int seen = 0;
   int states = 0;
   while (states < 20) {
-    const auto state = state_of(*opened_store(path, CatalogueAccess::read_only), "Sales", cubes);
+    const auto state = state_of(*opened_store(path, ServerAccess::read_only), "Sales", cubes);
     ASSERT_NE(state, "mixed");
     ASSERT_GE(std::stoi(state), seen);
     states += std::stoi(state) > seen ? 1 : 0;
@@ -191,7 +191,7 @@ TEST_F(CatalogueProcesses, ReadersOfACatalogueThatIsBeingMadeSeeNothingOrAWholeS
     ASSERT_TRUE(run.is_ready());
     bool seen = false;
     while (!seen) {
-      const auto store = opened_store(path, CatalogueAccess::read_only_or_empty);
+      const auto store = opened_store(path, ServerAccess::read_only_or_empty);
       seen = !store->database_names().empty();
       if (seen) {
         ASSERT_EQ(state_of(*store, "Sales", cubes), "1");

@@ -316,7 +316,7 @@ TEST_F(CatalogueRewrite, DimensionsThatComeBackStandInTheirNewOrderAmongAddedOne
 void import(const std::string& document, const std::string& catalogue, std::int32_t mode) {
   ImportOLAPDBFromKCDDoc importer([&](std::string_view) {
     return std::make_unique<WorkingCopyServer>(
-        make_catalogue_store(catalogue, CatalogueAccess::read_write));
+        make_catalogue_store(catalogue, ServerAccess::read_write));
   });
   importer.kcd_document_file_name = document;
   importer.ImportType = mode;

@@ -201,7 +201,7 @@ class CatalogueStore : public ::testing::Test {
  protected:
   /// Another store over the same file, as the next run would open it.
   std::shared_ptr<OlapStore> reopened() const {
-    return opened_store(path, CatalogueAccess::read_only);
+    return opened_store(path, ServerAccess::read_only);
   }
 
   SQLite::Database sqlite() const { return {path, SQLite::OPEN_READWRITE, 1000}; }

@@ -1,5 +1,3 @@
-#include "servers/catalogue/kept_copies.h"
-
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -15,6 +13,7 @@
 #include "tests/servers/catalogue/forked_process.h"
 #include "tests/support/catalogue_check.h"
 #include "tests/support/database_text.h"
+#include "tests/support/engine_fixture.h"
 #include "tests/support/import_fixture.h"
 #include "tests/support/whole_document.h"
 
@@ -32,6 +31,7 @@ using importkcd::testing::import_text;
 using importkcd::testing::ImportResult;
 using importkcd::testing::opened_store;
 using importkcd::testing::read_file;
+using importkcd::testing::ScopedEnvironment;
 using importkcd::testing::server_text;
 using importkcd::testing::state_of;
 using importkcd::testing::TemporaryFolder;
@@ -50,7 +50,7 @@ std::string failing_document() {
 
 class KeptCopiesTest : public ::testing::Test {
  protected:
-  std::unique_ptr<OlapServer> server(CatalogueAccess access) const {
+  std::unique_ptr<OlapServer> server(ServerAccess access) const {
     auto result = std::make_unique<WorkingCopyServer>(make_catalogue_store(path, access));
     result->connect(path);
     return result;
@@ -61,7 +61,7 @@ class KeptCopiesTest : public ::testing::Test {
     options.ImportType = mode;
     options.import_partitions = true;
     return import_text(document, options,
-                       [this](std::string_view) { return server(CatalogueAccess::read_write); });
+                       [this](std::string_view) { return server(ServerAccess::read_write); });
   }
 
   ImportResult replace(const std::string& document) const {
@@ -71,16 +71,14 @@ class KeptCopiesTest : public ::testing::Test {
   /// Everything that a reader finds.
   std::string content() const {
     EXPECT_EQ(check_of(path), "ok");
-    return server_text(*server(CatalogueAccess::read_only));
+    return server_text(*server(ServerAccess::read_only));
   }
 
-  std::unique_ptr<KeptCopies> copies() const {
-    return make_kept_copies(path, CatalogueAccess::read_only);
-  }
+  std::vector<KeptCopy> copies() const { return kept_copies(machine); }
 
   std::vector<std::string> kept_names() const {
     std::vector<std::string> names;
-    for (const auto& copy : copies()->list()) {
+    for (const auto& copy : copies()) {
       names.push_back(copy.name);
     }
     return names;
@@ -88,12 +86,12 @@ class KeptCopiesTest : public ::testing::Test {
 
   /// What restoring says: "NAME", followed by " in place of another".
   std::string restore(const std::string& database) const {
-    const auto restored = copies()->restore(database);
+    const auto restored = restore_database(machine, database);
     return restored.copy.name + (restored.displaced_another ? " in place of another" : "");
   }
 
   std::string restore_error(const std::string& database) const {
-    return error_of([&] { copies()->restore(database); });
+    return error_of([&] { restore_database(machine, database); });
   }
 
   /// Stores a state of a database in place of the earlier one, as a run in replace mode does.
@@ -104,7 +102,7 @@ class KeptCopiesTest : public ::testing::Test {
   }
 
   std::string state(const std::string& database, int cubes = 3) const {
-    return state_of(*opened_store(path, CatalogueAccess::read_only), database, cubes);
+    return state_of(*opened_store(path, ServerAccess::read_only), database, cubes);
   }
 
   /// File name -> bytes.
@@ -118,6 +116,7 @@ class KeptCopiesTest : public ::testing::Test {
 
   TemporaryFolder folder;
   std::string path = folder.file("server.olap");
+  std::string machine = "catalogue:" + path;
 };
 
 TEST_F(KeptCopiesTest, AReplacedDatabaseComesBackWhole) {
@@ -219,13 +218,13 @@ TEST_F(KeptCopiesTest, TheDateIsUtcAndTheOldestComesFirst) {
           "UPDATE databases SET kept_since = '2001-02-03 04:05:06' WHERE name = 'Two' AND "
           "kept_since IS NOT NULL");
   EXPECT_THAT(kept_names(), ElementsAre("Two", "One"));
-  EXPECT_EQ(copies()->list().front().kept_since, "2001-02-03 04:05:06");
-  EXPECT_THAT(copies()->list().back().kept_since,
+  EXPECT_EQ(copies().front().kept_since, "2001-02-03 04:05:06");
+  EXPECT_THAT(copies().back().kept_since,
               ::testing::MatchesRegex(
                   "[0-9][0-9][0-9][0-9]-[0-9][0-9]-[0-9][0-9] [0-9][0-9]:[0-9][0-9]:[0-9][0-9]"));
-  EXPECT_EQ(copies()->restore("Two").copy.kept_since, "2001-02-03 04:05:06");
+  EXPECT_EQ(restore_database(machine, "Two").copy.kept_since, "2001-02-03 04:05:06");
   EXPECT_THAT(kept_names(), ::testing::UnorderedElementsAre("One", "Two"));
-  EXPECT_GT(copies()->list().front().kept_since, "2025") << "kept since it was displaced";
+  EXPECT_GT(copies().front().kept_since, "2025") << "kept since it was displaced";
 }
 
 TEST_F(KeptCopiesTest, AKeptDatabaseIsNoDatabaseToReadersAndRuns) {
@@ -267,11 +266,12 @@ TEST_F(KeptCopiesTest, WithoutACopyNothingIsTouched) {
 TEST_F(KeptCopiesTest, AMissingCatalogueIsAnErrorAndStaysMissing) {
   const auto missing = "catalogue '" + path + "': no such file (OLAP server)";
   EXPECT_EQ(restore_error("Sales"), missing);
-  EXPECT_EQ(error_of([&] { copies()->list(); }), missing);
-  EXPECT_EQ(error_of([&] { opened_store(path, CatalogueAccess::read_write_existing); }), missing);
-  const auto of_this_computer = make_kept_copies(path, CatalogueAccess::read_only_or_empty);
-  EXPECT_THAT(of_this_computer->list(), IsEmpty());
-  EXPECT_EQ(error_of([&] { of_this_computer->restore("Sales"); }),
+  EXPECT_EQ(error_of([&] { copies(); }), missing);
+  EXPECT_EQ(error_of([&] { opened_store(path, ServerAccess::read_write_existing); }), missing);
+  EXPECT_THAT(opened_store(path, ServerAccess::read_only_or_empty)->kept_copies(), IsEmpty());
+  const ScopedEnvironment data_home("XDG_DATA_HOME", folder.path());
+  EXPECT_THAT(kept_copies("localhost"), IsEmpty());
+  EXPECT_EQ(error_of([] { restore_database("localhost", "Sales"); }),
             "no copy of database 'Sales' is kept (OLAP server)");
   EXPECT_THAT(files(), IsEmpty());
 }
@@ -282,6 +282,22 @@ TEST_F(KeptCopiesTest, AFileThatIsNoCatalogueStaysAsItIs) {
   EXPECT_EQ(restore_error("Sales"),
             "catalogue '" + path + "': the file is no OLAP catalogue (OLAP server)");
   EXPECT_EQ(files(), before);
+}
+
+TEST_F(KeptCopiesTest, AStoreWithoutACopyRefusesAndLetsGo) {
+  store_state("Sales", "1");
+  EXPECT_EQ(error_of([&] { opened_store(path)->restore("SALES"); }),
+            "no copy of database 'SALES' is kept (OLAP server)");
+  EXPECT_EQ(state("Sales"), "1");
+  EXPECT_EQ(error_of([&] { opened_store(path)->hold("Sales"); }), "nothing");
+}
+
+TEST_F(KeptCopiesTest, ALookCannotRestore) {
+  store_state("Sales", "1");
+  store_state("Sales", "2");
+  EXPECT_EQ(error_of([&] { opened_store(path, ServerAccess::read_only)->restore("Sales"); }),
+            "catalogue '" + path + "': it was opened for reading only (OLAP server)");
+  EXPECT_EQ(state("Sales"), "2");
 }
 
 TEST_F(KeptCopiesTest, ADatabaseThatAnImportHoldsIsNotRestored) {
@@ -376,12 +392,14 @@ TEST_F(KeptCopiesTest, ReadersSeeWholeStatesWhileDatabasesChangePlaces) {
 TEST_F(KeptCopiesTest, ServersAreNamedLikeThoseOfImports) {
   store_state("Sales", "1");
   store_state("Sales", "2");
-  EXPECT_EQ(open_kept_copies("catalogue:" + path)->list().size(), 1U);
-  EXPECT_EQ(error_of([] { open_kept_copies("memory:"); }),
+  EXPECT_EQ(kept_copies("catalogue:" + path).size(), 1U);
+  EXPECT_EQ(error_of([] { kept_copies("memory:"); }),
             "'memory:' keeps no copies of databases (OLAP server)");
-  for (const std::string machine : {"", "elsewhere", "catalogue:"}) {
-    EXPECT_EQ(error_of([&] { open_kept_copies(machine); }),
-              error_of([&] { make_olap_server(machine, ServerAccess::read_only); }));
+  EXPECT_EQ(error_of([] { restore_database("memory:", "Sales"); }),
+            "'memory:' keeps no copies of databases (OLAP server)");
+  for (const std::string other : {"", "elsewhere", "catalogue:"}) {
+    EXPECT_EQ(error_of([&] { kept_copies(other); }),
+              error_of([&] { make_olap_server(other, ServerAccess::read_only); }));
   }
 }
 

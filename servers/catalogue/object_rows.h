@@ -6,15 +6,16 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <unordered_set>
 #include <utility>
 #include <vector>
 
 #include "base/name_folding.h"
-#include "servers/catalogue/cached_statement.h"
-#include "servers/catalogue/part_writer.h"
-#include "servers/catalogue/row_values.h"
-#include "servers/catalogue/statement_texts.h"
+#include "model/named_collection.h"
+#include "servers/catalogue/catalogue_schema.h"
+#include "servers/catalogue/part_rows.h"
+#include "servers/catalogue/row_statements.h"
 
 namespace importkcd {
 
@@ -41,14 +42,46 @@ class EndPositions {
   std::int64_t free_;
 };
 
-/// Puts objects of one kind into a database: in the place of the one that has the name, or at the
-/// end of the collection.
+/// The rows of the objects of one kind, without their parts. Objects are found under their database
+/// by their lower-cased names. All operations throw SQLite::Exception when they fail.
 template <class Object>
-class ObjectWriter {
+class ObjectRows {
  public:
-  explicit ObjectWriter(SQLite::Database& database) : database_(database) {}
+  /// `database` must outlive this object.
+  explicit ObjectRows(SQLite::Database& database) : database_(database) {}
 
-  /// Prepares for a database; `is_new` promises that nothing is stored in it.
+  bool contains(std::int64_t database_id, std::string_view name) {
+    auto& query = contains_.get(database_, [] { return "SELECT 1" + by_name(); });
+    const StatementUse use(query);
+    const auto folded_name = lower_cased(name);
+    ValueBinder(query).bind(database_id).bind(folded_name);
+    return query.executeStep();
+  }
+
+  /// The object's id and the object; nothing when there is none.
+  std::optional<std::pair<std::int64_t, Object>> load(std::int64_t database_id,
+                                                      std::string_view name) {
+    auto& query = query_.get(database_, whole_row_query);
+    const StatementUse use(query);
+    const auto folded_name = lower_cased(name);
+    ValueBinder(query).bind(database_id).bind(folded_name);
+    if (!query.executeStep()) {
+      return std::nullopt;
+    }
+    return std::pair(query.getColumn(0).getInt64(), read_fields<Object>(query, 2));
+  }
+
+  /// In collection order.
+  std::vector<std::string> names(std::int64_t database_id) {
+    auto& query = names_.get(database_, [] {
+      return "SELECT name FROM " + table() + " WHERE database_id = ? ORDER BY position";
+    });
+    const StatementUse use(query);
+    ValueBinder(query).bind(database_id);
+    return read_texts(query);
+  }
+
+  /// Prepares for changes of a database; `is_new` promises that nothing is stored in it.
   void begin(std::int64_t database_id, bool is_new) {
     database_id_ = database_id;
     is_new_ = is_new;
@@ -70,7 +103,7 @@ class ObjectWriter {
     }
   }
 
-  /// Stores the object's own row, without parts.
+  /// Stores an object in the place of the one that has its name, or at the end of the collection.
   WrittenObject put(const Object& object) {
     const auto folded_name = lower_cased(object.name);
     if (!is_new_) {
@@ -82,11 +115,20 @@ class ObjectWriter {
   }
 
  private:
+  static std::string table() { return std::string(object_table<Object>); }
+
+  /// The object of a database, both to be bound.
+  static std::string by_name() {
+    return " FROM " + table() + " WHERE database_id = ? AND folded_name = ?";
+  }
+
+  static std::string whole_row_query() {
+    return "SELECT id, position, " + field_columns<Object>() + by_name();
+  }
+
   /// Brings the stored row of that name up to date and gives its id; nothing when there is none.
   std::optional<std::int64_t> put_in_place(const Object& object, const std::string& folded_name) {
-    auto& query = query_.get(database_, [] {
-      return named_object_query<Object>("id, position, " + field_columns<Object>());
-    });
+    auto& query = query_.get(database_, whole_row_query);
     const StatementUse use(query);
     ValueBinder(query).bind(database_id_).bind(folded_name);
     if (!query.executeStep()) {
@@ -112,7 +154,7 @@ class ObjectWriter {
   /// Reads no more than the last object that stays and those behind it.
   EndPositions stored_end() {
     auto& query = last_ones_.get(database_, [] {
-      return "SELECT position, folded_name FROM " + std::string(object_table<Object>) +
+      return "SELECT position, folded_name FROM " + table() +
              " WHERE database_id = ? ORDER BY position DESC";
     });
     const StatementUse use(query);
@@ -130,8 +172,7 @@ class ObjectWriter {
 
   std::int64_t insert(const Object& object, const std::string& folded_name) {
     auto& statement = insert_.get(database_, [] {
-      return insertion(object_table<Object>,
-                       std::string(object_name_key) + ", position, " + field_columns<Object>());
+      return insertion(table(), "database_id, folded_name, position, " + field_columns<Object>());
     });
     const StatementUse use(statement);
     const auto position = end_positions().add();
@@ -143,7 +184,8 @@ class ObjectWriter {
   /// The name's letter case may change, but not its lower-cased form.
   void update(std::int64_t id, std::int64_t position, const Object& object) {
     auto& statement = update_.get(database_, [] {
-      return importkcd::update(object_table<Object>, "position, " + field_columns<Object>(), "id");
+      return "UPDATE " + table() + " SET " +
+             equal_to_placeholders("position, " + field_columns<Object>()) + " WHERE id = ?";
     });
     const StatementUse use(statement);
     ValueBinder(statement).bind(position).bind_fields(object).bind(id);
@@ -151,8 +193,7 @@ class ObjectWriter {
   }
 
   void remove(const std::string& folded_name) {
-    auto& statement =
-        remove_.get(database_, [] { return removal(object_table<Object>, object_name_key); });
+    auto& statement = remove_.get(database_, [] { return "DELETE" + by_name(); });
     const StatementUse use(statement);
     ValueBinder(statement).bind(database_id_).bind(folded_name);
     statement.exec();
@@ -165,7 +206,9 @@ class ObjectWriter {
   std::unordered_set<std::string> leaving_;
   /// Found out when it is first needed.
   std::optional<EndPositions> end_positions_;
+  CachedStatement contains_;
   CachedStatement query_;
+  CachedStatement names_;
   CachedStatement last_ones_;
   CachedStatement insert_;
   CachedStatement update_;

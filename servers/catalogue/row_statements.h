@@ -2,18 +2,80 @@
 
 #include <SQLiteCpp/SQLiteCpp.h>
 
+#include <array>
 #include <bit>
 #include <cstddef>
 #include <cstdint>
+#include <memory>
+#include <span>
 #include <string>
 #include <string_view>
 #include <type_traits>
 #include <vector>
 
 #include "servers/catalogue/catalogue_rows.h"
-#include "servers/catalogue/row_key.h"
 
 namespace importkcd {
+
+/// A statement that is prepared at its first use and kept.
+class CachedStatement {
+ public:
+  template <class MakeSql>
+  SQLite::Statement& get(SQLite::Database& database, const MakeSql& make_sql) {
+    if (!statement_) {
+      statement_ = std::make_unique<SQLite::Statement>(database, make_sql());
+    }
+    return *statement_;
+  }
+
+ private:
+  std::unique_ptr<SQLite::Statement> statement_;
+};
+
+/// Resets a cached statement at the end of its use, after an error too: a statement left in the
+/// middle would keep its view of the file.
+class StatementUse {
+ public:
+  explicit StatementUse(SQLite::Statement& statement) : statement_(statement) {}
+  StatementUse(const StatementUse&) = delete;
+  StatementUse& operator=(const StatementUse&) = delete;
+  ~StatementUse() { statement_.tryReset(); }
+
+ private:
+  SQLite::Statement& statement_;
+};
+
+/// The primary key of a part's row: the object's id, then a position for every step down to it.
+class RowKey {
+ public:
+  explicit RowKey(std::int64_t object_id) : values_{object_id} {}
+
+  /// The key in the first `size` columns of a statement's current row.
+  RowKey(const SQLite::Statement& statement, int size) : size_(static_cast<std::size_t>(size)) {
+    for (int i = 0; i < size; ++i) {
+      values_.at(static_cast<std::size_t>(i)) = statement.getColumn(i).getInt64();
+    }
+  }
+
+  /// The key of the part at a position in a collection of this one.
+  RowKey at(std::size_t position) const {
+    RowKey result = *this;
+    result.values_.at(size_) = static_cast<std::int64_t>(position);
+    ++result.size_;
+    return result;
+  }
+
+  std::span<const std::int64_t> values() const { return {values_.data(), size_}; }
+
+  /// From the outermost collection inwards.
+  std::span<const std::int64_t> positions() const { return values().subspan(1); }
+
+  friend bool operator==(const RowKey&, const RowKey&) = default;
+
+ private:
+  std::array<std::int64_t, 4> values_{};
+  std::size_t size_ = 1;
+};
 
 /// Binds values one after another; texts must stay as they are until the statement has run.
 class ValueBinder {
@@ -80,9 +142,6 @@ bool value_equals(const SQLite::Column& column, const Value& value) {
   }
 }
 
-/// The texts in the first column of all rows.
-std::vector<std::string> read_texts(SQLite::Statement& query);
-
 /// The definition in a statement's current row, whose fields begin at `column`.
 template <class Row>
 Row read_fields(SQLite::Statement& statement, int column) {
@@ -103,5 +162,29 @@ bool fields_equal(SQLite::Statement& statement, int column, const Row& row) {
   });
   return equal;
 }
+
+/// The texts in the first column of all rows.
+std::vector<std::string> read_texts(SQLite::Statement& query);
+
+/// The columns of a definition's row: "name, value".
+template <class Row>
+std::string field_columns() {
+  std::string result;
+  Row row;
+  visit_fields(row, [&](std::string_view column, const auto&) {
+    result.append(result.empty() ? "" : ", ").append(column);
+  });
+  return result;
+}
+
+/// "(a, b) = (?, ?)" for a comma-separated list of columns.
+std::string equal_to_placeholders(std::string_view columns);
+
+/// Inserts a row; the values of the columns are to be bound.
+std::string insertion(std::string_view table, const std::string& columns);
+
+/// Added to the insertion of a row with these columns and this key: a stored row that has the key
+/// gets the values instead, and stays untouched when it has them already.
+std::string or_update(const std::string& columns, std::string_view key);
 
 }  // namespace importkcd

@@ -6,7 +6,7 @@
 
 #include "cli/code_words.h"
 #include "cli/tree_texts.h"
-#include "model/partition_view.h"
+#include "model/olap_database.h"
 
 namespace importkcd {
 namespace {

@@ -5,7 +5,7 @@
 #include <string>
 
 #include "cli/code_words.h"
-#include "model/partition_view.h"
+#include "model/olap_database.h"
 
 namespace importkcd {
 namespace {

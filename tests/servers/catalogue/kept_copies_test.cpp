@@ -22,13 +22,13 @@ namespace {
 
 using importkcd::testing::apply;
 using importkcd::testing::bare_document;
-using importkcd::testing::known_version;
 using importkcd::testing::changes_of;
 using importkcd::testing::check_of;
 using importkcd::testing::error_of;
 using importkcd::testing::ForkedProcess;
 using importkcd::testing::import_text;
 using importkcd::testing::ImportResult;
+using importkcd::testing::known_version;
 using importkcd::testing::opened_store;
 using importkcd::testing::read_file;
 using importkcd::testing::ScopedEnvironment;

@@ -7,7 +7,7 @@
 #include <string_view>
 
 #include "cli/code_words.h"
-#include "model/partition_view.h"
+#include "model/olap_database.h"
 
 namespace importkcd {
 namespace {

@@ -9,7 +9,7 @@
 #include "base/connection_text.h"
 #include "cli/code_words.h"
 #include "cli/text_tree.h"
-#include "model/partition_view.h"
+#include "model/olap_database.h"
 
 namespace importkcd {
 namespace {

@@ -121,8 +121,9 @@ struct OlapPartition {
   bool read_write = false;
   /// Such a partition takes over the cube's own source settings at every write back of the cube.
   bool follows_cube = false;
-  /// The dimensions and levels of a partition are those of its cube (partition_view.h); only the
-  /// sliced ones are recorded here. A slice of a level that the cube does not have has no effect.
+  /// The dimensions and levels of a partition are those of its cube (partition_dimensions); only
+  /// the sliced ones are recorded here. A slice of a level that the cube does not have has no
+  /// effect.
   NamedCollection<OlapPartitionDimension> slices;
 };
 

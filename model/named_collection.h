@@ -16,7 +16,14 @@
 namespace importkcd {
 
 /// Throws the ImportError for a name that may not be added: an empty one, or one already in use.
-void check_new_name(std::string_view name, bool exists);
+inline void check_new_name(std::string_view name, bool exists) {
+  if (name.empty()) {
+    throw ImportError("an object must have a name", error_source::olap_server);
+  }
+  if (exists) {
+    throw ImportError("'" + std::string(name) + "' already exists", error_source::olap_server);
+  }
+}
 
 /// The objects of one kind inside an OLAP object, in the order in which they were added.
 ///

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "model/partition_view.h"
+#include "model/olap_database.h"
 #include "mondrian/mapping/cube_source.h"
 
 namespace importkcd {

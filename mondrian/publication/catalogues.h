@@ -22,7 +22,7 @@ struct PublishedCatalogue {
 
 /// The catalogues of a database, in the order of their first cubes. Data sources with the same
 /// connection count as one. Cubes whose data source means no database are in none; why, is added to
-/// `remarks`, one sentence a cube.
+/// `remarks`, one sentence per cube.
 std::vector<PublishedCatalogue> catalogues_of(OlapDatabase& database,
                                               std::vector<std::string>& remarks);
 

@@ -9,8 +9,15 @@ namespace importkcd {
 
 /// The unconnected server over a directory from which a Mondrian engine serves cubes.
 ///
-/// finish() publishes what was written back. A cube that the engine could not serve has no valid
-/// structure; the reason comes with take_messages().
+/// Its store keeps full definitions in the directory's catalogue file, and publishes what they say
+/// for the engine: apply() and restore() do both as one unit. The order is: all files are written
+/// beside their places, the definitions are stored, the files take their places. Whatever fails
+/// before or while storing leaves everything as it was. A process that dies before storing leaves
+/// files beside, one that dies after it leaves older files in place: the next opening for writing,
+/// and every later change, publishes what the definitions say.
+///
+/// A cube that the engine could not serve has no valid structure; the reason comes with
+/// take_messages(), and so does what finish() could not publish.
 std::unique_ptr<WorkingCopyServer> make_mondrian_server(const std::string& directory,
                                                         ServerAccess access);
 

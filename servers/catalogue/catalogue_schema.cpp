@@ -13,8 +13,8 @@ constexpr int application_id = 0x4B43444F;
 constexpr int schema_version = 1;
 
 /// Objects under a database have ids; their parts are clustered by the object's id and their
-/// positions, so that an object is read and removed in one sweep a table and needs no other index.
-/// Codes are those of the object model (codes.h).
+/// positions, so that an object is read and removed in one sweep per table and needs no other
+/// index. Codes are those of the object model (codes.h).
 constexpr const char* object_tables_sql = R"sql(
 -- Databases are listed by id: a new one gets the highest. A row with kept_since is no longer one
 -- of them but the kept copy of a database that was removed at that time (UTC); a name has one copy

@@ -1,7 +1,7 @@
-#include "model/partition_view.h"
-
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+
+#include "model/olap_database.h"
 
 namespace importkcd {
 namespace {

@@ -82,4 +82,14 @@ void ForwardingStore::apply(std::vector<DatabaseChanges> changes) {
   target_->apply(std::move(changes));
 }
 
+std::vector<KeptCopy> ForwardingStore::kept_copies() {
+  before_();
+  return target_->kept_copies();
+}
+
+RestoredDatabase ForwardingStore::restore(const std::string& database) {
+  before_();
+  return target_->restore(database);
+}
+
 }  // namespace importkcd::testing

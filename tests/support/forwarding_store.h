@@ -26,6 +26,8 @@ class ForwardingStore : public OlapStore {
   std::vector<std::string> dimensions_in_use(const std::string& database,
                                              OlapCubeKind kind) override;
   void apply(std::vector<DatabaseChanges> changes) override;
+  std::vector<KeptCopy> kept_copies() override;
+  RestoredDatabase restore(const std::string& database) override;
 
  private:
   std::shared_ptr<OlapStore> target_;

@@ -293,8 +293,7 @@ TEST_F(Publications, ACopyThatCannotBePublishedIsNotRestored) {
   remove("Retail");
   const auto before = served();
   fs::create_directories(path("schemas/Retail.xml"));
-  EXPECT_THAT(error_of([&] { restore("Retail"); }),
-              StartsWith("cannot write '"));
+  EXPECT_THAT(error_of([&] { restore("Retail"); }), StartsWith("cannot write '"));
   fs::remove(path("schemas/Retail.xml"));
   EXPECT_THAT(databases(), IsEmpty());
   EXPECT_EQ(served(), before);
@@ -303,8 +302,7 @@ TEST_F(Publications, ACopyThatCannotBePublishedIsNotRestored) {
 }
 
 TEST_F(Publications, CopiesOfNoDirectoryCreateNothing) {
-  EXPECT_THAT(error_of([&] { restore("Retail"); }),
-              ::testing::EndsWith("no such file"));
+  EXPECT_THAT(error_of([&] { restore("Retail"); }), ::testing::EndsWith("no such file"));
   EXPECT_FALSE(fs::exists(directory()));
 }
 

@@ -9,8 +9,8 @@
 
 namespace importkcd::testing {
 
-inline std::shared_ptr<OlapStore> opened_store(
-    const std::string& path, ServerAccess access = ServerAccess::read_write) {
+inline std::shared_ptr<OlapStore> opened_store(const std::string& path,
+                                               ServerAccess access = ServerAccess::read_write) {
   auto store = make_catalogue_store(path, access);
   store->open();
   return store;

@@ -13,7 +13,7 @@
 #include "tests/servers/catalogue/forked_process.h"
 #include "tests/support/catalogue_check.h"
 #include "tests/support/database_text.h"
-#include "tests/support/engine_fixture.h"
+#include "tests/support/importer_fixture.h"
 #include "tests/support/import_fixture.h"
 #include "tests/support/whole_document.h"
 
@@ -22,13 +22,13 @@ namespace {
 
 using importkcd::testing::apply;
 using importkcd::testing::bare_document;
-using importkcd::testing::known_version;
 using importkcd::testing::changes_of;
 using importkcd::testing::check_of;
 using importkcd::testing::error_of;
 using importkcd::testing::ForkedProcess;
 using importkcd::testing::import_text;
 using importkcd::testing::ImportResult;
+using importkcd::testing::known_version;
 using importkcd::testing::opened_store;
 using importkcd::testing::read_file;
 using importkcd::testing::ScopedEnvironment;

@@ -9,8 +9,8 @@ namespace importkcd {
 /// Bytes that are not UTF-8 are kept as they are.
 std::string lower_cased(std::string_view text);
 
-/// Whether two names are equal once both are lower-cased; this is how the OLAP model and the
-/// importer compare names.
+/// Whether two names are equal once both are lower-cased: the comparison of names in the importer
+/// and the OLAP model.
 bool same_name(std::string_view left, std::string_view right);
 
 }  // namespace importkcd

@@ -24,7 +24,7 @@ struct PreparedDocument {
 /// Copies a document line by line into a fresh file of the temporary folder, which only its owner
 /// can read. A first line that begins with "<!DOC" is dropped; the pattern, if any, is replaced
 /// within each line. The copy keeps the document's encoding and byte order mark; its lines end with
-/// a line feed. Never throws ImportError: failures are reported in the result.
+/// a line feed. Never throws ImportError: failures are told in the result.
 PreparedDocument PrepareDocument(const std::string& document,
                                  const std::optional<CompanyPattern>& pattern);
 

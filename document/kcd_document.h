@@ -43,15 +43,14 @@ class KcdElement {
  private:
   friend class KcdDocumentBuilder;
 
-  /// What elements with the same tag and the same attribute names share. Documents have few such
-  /// kinds of elements, and many elements of each.
+  /// What elements of one kind share: documents repeat few kinds very often.
   struct Shape {
     const std::string* tag = nullptr;
     /// The attributes' names, in document order.
     std::span<const std::string* const> names;
   };
 
-  /// Where each attribute's value ends among the texts; both arrays follow the element in memory.
+  /// Where each attribute's value ends among the texts; both stand right behind the element.
   using TextEnd = std::uint32_t;
   const TextEnd* text_ends() const { return reinterpret_cast<const TextEnd*>(this + 1); }
   const char* texts() const {

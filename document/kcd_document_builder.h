@@ -13,7 +13,7 @@
 
 namespace importkcd {
 
-/// Where a document keeps its elements, attributes and texts; all of them are freed together.
+/// Where a document keeps its elements, attributes and texts; they go all at once.
 struct KcdDocument::Storage {
   std::pmr::monotonic_buffer_resource arena;
   /// Tags and attribute names, each once.

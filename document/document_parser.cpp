@@ -22,7 +22,7 @@ namespace {
 // force for every name.
 constexpr int most_attributes = 10'000;
 constexpr int most_namespaces = 1'000;
-/// An open element takes some thirty times as much memory as its start tag needs bytes.
+/// An open element takes some forty times as much memory as its start tag needs bytes.
 constexpr int most_depth = 1'000'000;
 /// The library keeps tags, comments and the like whole while it reads them, several times over.
 constexpr std::size_t longest_piece = 100'000'000;

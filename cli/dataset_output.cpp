@@ -18,7 +18,7 @@ namespace importkcd {
 namespace {
 
 constexpr std::uint64_t most_cells = 10'000'000;
-constexpr const char* separator = "  ";
+constexpr const char* column_gap = "  ";
 
 /// The lines of one table. The first `label_columns` columns are aligned at the left, the others at
 /// the right; the first `heading_lines` lines are set off.
@@ -43,7 +43,7 @@ void print_line(const std::vector<std::string>& line, const std::vector<std::siz
                 std::size_t label_columns, std::ostream& out) {
   std::string text;
   for (std::size_t i = 0; i < line.size(); ++i) {
-    text += i == 0 ? "" : separator;
+    text += i == 0 ? "" : column_gap;
     const std::string padding(widths[i] - text_width(line[i]), ' ');
     text += i < label_columns ? line[i] + padding : padding + line[i];
   }

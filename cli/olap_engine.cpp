@@ -16,7 +16,7 @@
 #include <utility>
 
 #include "base/import_error.h"
-#include "base/program_texts.h"
+#include "base/system.h"
 
 namespace importkcd {
 namespace {

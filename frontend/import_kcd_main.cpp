@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "base/system.h"
 #include "frontend/command_line.h"
 #include "frontend/command_line_options.h"
 #include "frontend/output_file_name.h"

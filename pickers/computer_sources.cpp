@@ -9,7 +9,7 @@
 #include <utility>
 
 #include "base/name_folding.h"
-#include "servers/choice/server_choice.h"
+#include "base/system.h"
 
 namespace importkcd {
 namespace {

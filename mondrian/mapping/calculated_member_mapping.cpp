@@ -19,7 +19,7 @@
 namespace importkcd {
 namespace {
 
-constexpr std::string_view separator = " AS ";
+constexpr std::string_view formula_separator = " AS ";
 
 /// Drops a word off the front of `text`, in any letter case, when it stands there.
 void drop_word(std::string_view& text, std::string_view word) {
@@ -258,7 +258,7 @@ class MemberChoice {
 
 MemberDefinition parse_calculated_member(const std::string& statement,
                                          const std::string& cube_name) {
-  const auto at = statement.find(separator);
+  const auto at = statement.find(formula_separator);
   if (at == std::string::npos) {
     throw NotExpressible("there is no AS in its statement");
   }
@@ -268,7 +268,7 @@ MemberDefinition parse_calculated_member(const std::string& statement,
   member.dimension = path.front();
   path.pop_back();
   member.parent = path.size() > 1 ? mdx_path(path) : "";
-  auto rest = trimmed(std::string_view(statement).substr(at + separator.size()), blanks);
+  auto rest = trimmed(std::string_view(statement).substr(at + formula_separator.size()), blanks);
   member.formula = rest.starts_with('\'') ? take_quoted(rest) : take_unquoted(rest);
   member.formula = trimmed(member.formula, blanks);
   if (member.formula.empty() || !is_balanced_mdx(member.formula)) {

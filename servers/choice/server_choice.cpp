@@ -13,6 +13,7 @@
 
 #include "base/import_error.h"
 #include "base/name_folding.h"
+#include "base/system.h"
 #include "mondrian/publication/mondrian_server.h"
 #include "servers/catalogue/catalogue_store.h"
 #include "servers/memory/memory_server.h"
@@ -134,12 +135,6 @@ RestoredDatabase restore_database(std::string_view machine, const std::string& d
 
 std::string default_catalogue_path() {
   return (data_folder() / "importkcd" / "server.olap").string();
-}
-
-std::string this_computer_name() {
-  // Linux limits names to 64 characters.
-  std::array<char, 256> name{};
-  return gethostname(name.data(), name.size() - 1) == 0 ? name.data() : "localhost";
 }
 
 }  // namespace importkcd

@@ -31,7 +31,4 @@ RestoredDatabase restore_database(std::string_view machine, const std::string& d
 /// The file of this computer's embedded server: `importkcd/server.olap` in the user's data folder.
 std::string default_catalogue_path();
 
-/// This computer's name as the network knows it.
-std::string this_computer_name();
-
 }  // namespace importkcd

@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "base/system.h"
 #include "servers/choice/server_choice.h"
 #include "tests/support/temporary_folder.h"
 

@@ -9,6 +9,7 @@
 #include <filesystem>
 #include <optional>
 
+#include "base/system.h"
 #include "tests/servers/catalogue/catalogue_test_support.h"
 #include "tests/support/temporary_folder.h"
 

@@ -14,7 +14,7 @@
 #include <system_error>
 #include <utility>
 
-#include "base/program_texts.h"
+#include "base/system.h"
 
 namespace importkcd::testing {
 namespace {

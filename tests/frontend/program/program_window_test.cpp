@@ -8,7 +8,7 @@ namespace importkcd::testing {
 namespace {
 
 constexpr int patience = 60000;
-constexpr const char* title = "Import Cube Definitions from File";
+constexpr const char* main_title = "Import Cube Definitions from File";
 
 /// The built program on a display.
 class ProgramWindow : public ProgramTest {
@@ -61,7 +61,7 @@ TEST_F(ProgramWindow, NocloseKeepsTheWindowLockedUntilItIsClosed) {
   start({"/noclose", "/machine", text(server()), "/file", text(document), "/statusfile",
          text(folder.file("s"))});
   ASSERT_TRUE(has_status("SUCCES\r\n"));
-  ASSERT_TRUE(display.wait_for_window(title));
+  ASSERT_TRUE(display.wait_for_window(main_title));
   EXPECT_EQ(program.state(), QProcess::Running);
   // Import is locked: its mnemonic starts nothing.
   key("alt+i");
@@ -73,7 +73,7 @@ TEST_F(ProgramWindow, NocloseKeepsTheWindowLockedUntilItIsClosed) {
 
 TEST_F(ProgramWindow, TypedDocumentIsImportedByReturn) {
   start({"/statusfile", text(folder.file("s")), "/incremental"});
-  ASSERT_TRUE(display.wait_for_window(title));
+  ASSERT_TRUE(display.wait_for_window(main_title));
   type(document);
   key("Return");
   ASSERT_TRUE(has_status("SUCCES\r\n"));

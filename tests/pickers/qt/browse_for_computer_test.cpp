@@ -10,6 +10,7 @@
 #include <QTest>
 #include <utility>
 
+#include "base/system.h"
 #include "servers/choice/server_choice.h"
 #include "tests/pickers/qt/modal_driver.h"
 

@@ -1,8 +1,9 @@
-#include "base/program_texts.h"
+#include "base/system.h"
 
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <string_view>
 
 namespace importkcd {
@@ -35,6 +36,12 @@ std::vector<std::string> environment_with(
     }
   }
   return entries;
+}
+
+std::string this_computer_name() {
+  // Linux limits names to 64 characters.
+  std::array<char, 256> name{};
+  return gethostname(name.data(), name.size() - 1) == 0 ? name.data() : "localhost";
 }
 
 }  // namespace importkcd

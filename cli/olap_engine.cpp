@@ -211,12 +211,20 @@ std::string engine_directory(std::string_view text) {
   return std::string(text.starts_with(prefix) ? text.substr(prefix.size()) : text);
 }
 
-std::vector<std::string> engine_command(const std::string& directory, const std::string& address,
-                                        std::uint16_t port) {
+std::vector<std::string> engine_command(const std::string& directory,
+                                        const EngineOptions& options) {
   check_directory(directory);
-  auto java = java_program();
-  return {std::move(java), "-XX:+UseSerialGC", "-cp",   class_path(),
-          main_class,      directory,          address, std::to_string(port)};
+  std::vector<std::string> command{java_program(),
+                                   "-XX:+UseSerialGC",
+                                   "-cp",
+                                   class_path(),
+                                   main_class,
+                                   directory,
+                                   options.address,
+                                   std::to_string(options.port),
+                                   std::to_string(options.question_seconds)};
+  command.insert(command.end(), options.hosts.begin(), options.hosts.end());
+  return command;
 }
 
 void become_engine(const std::vector<std::string>& command) {
@@ -227,7 +235,8 @@ void become_engine(const std::vector<std::string>& command) {
 }
 
 OlapEngine::OlapEngine(const std::string& directory) {
-  auto command = engine_command(directory, default_engine_address, 0);
+  // Whoever asks it sets the time, and ends it.
+  auto command = engine_command(directory, {.port = 0, .question_seconds = 0});
   const auto arguments = pointers_to(command);
   auto variables = engine_environment();
   const auto environment = pointers_to(variables);

@@ -12,16 +12,28 @@ namespace importkcd {
 /// Where the OLAP engine listens unless told otherwise.
 constexpr const char* default_engine_address = "127.0.0.1";
 constexpr std::uint16_t default_engine_port = 8712;
+constexpr std::uint32_t default_question_seconds = 300;
 
 /// A folder that a document was imported into, as it may be named: the prefix "mondrian:" of a
 /// server's text is dropped.
 std::string engine_directory(std::string_view text);
 
-/// The command that serves a directory's catalogues over XMLA: program and arguments. Port 0 is any
-/// free one. Throws ImportError, whose description says what is missing, when it cannot be carried
-/// out: the directory, its datasources.xml, Java, the engine's host or its libraries.
-std::vector<std::string> engine_command(const std::string& directory, const std::string& address,
-                                        std::uint16_t port);
+/// How the OLAP engine serves.
+struct EngineOptions {
+  std::string address = default_engine_address;
+  /// 0 is any free one.
+  std::uint16_t port = default_engine_port;
+  /// A question ends after so many seconds; 0 is never.
+  std::uint32_t question_seconds = default_question_seconds;
+  /// Names that requests may be meant for, beside the address and those of this computer's loopback
+  /// interface.
+  std::vector<std::string> hosts{};
+};
+
+/// The command that serves a directory's catalogues over XMLA: program and arguments. Throws
+/// ImportError, whose description says what is missing, when it cannot be carried out: the
+/// directory, its datasources.xml, Java, the engine's host or its libraries.
+std::vector<std::string> engine_command(const std::string& directory, const EngineOptions& options);
 
 /// Makes this process the engine; it returns only by throwing ImportError.
 [[noreturn]] void become_engine(const std::vector<std::string>& command);

@@ -1,19 +1,23 @@
 package importkcd.olapserver;
 
 import java.io.IOException;
+import java.lang.ref.WeakReference;
+import java.lang.reflect.Field;
 import java.net.URI;
 import java.nio.file.Files;
 import java.nio.file.Path;
 import java.nio.file.attribute.BasicFileAttributes;
 import java.util.ArrayList;
-import java.util.Collections;
 import java.util.HashSet;
 import java.util.List;
+import java.util.Map;
 import java.util.Set;
-import java.util.WeakHashMap;
 import java.util.function.Supplier;
+import mondrian.olap.MondrianServer;
 import mondrian.olap.Util;
 import mondrian.rolap.RolapSchema;
+import mondrian.rolap.agg.SegmentCacheManager;
+import mondrian.spi.SegmentHeader;
 import mondrian.util.ByteString;
 
 /**
@@ -22,16 +26,18 @@ import mondrian.util.ByteString;
  * the old one in memory for good.
  */
 final class ReplacedSchemas {
+  private final MondrianServer server;
   private final Supplier<List<String>> addresses;
 
   /** What tells whether a file was replaced, for all files. */
   private List<String> known = List.of();
 
   /** Forgotten, but a question that was on its way may have brought figures back. */
-  private final Set<RolapSchema> forgotten = Collections.newSetFromMap(new WeakHashMap<>());
+  private final List<WeakReference<RolapSchema>> forgotten = new ArrayList<>();
 
-  /** Takes what gives the addresses of the schemas' files. */
-  ReplacedSchemas(Supplier<List<String>> addresses) {
+  /** Takes the server that answers, and what gives the addresses of the schemas' files. */
+  ReplacedSchemas(MondrianServer server, Supplier<List<String>> addresses) {
+    this.server = server;
     this.addresses = addresses;
   }
 
@@ -50,18 +56,45 @@ final class ReplacedSchemas {
       }
       for (final RolapSchema schema : RolapSchema.getRolapSchemas()) {
         if (!published.contains(schema.getChecksum())) {
-          forgotten.add(schema);
+          forgotten.add(new WeakReference<>(schema));
         }
       }
-      List.copyOf(forgotten).forEach(ReplacedSchemas::forget);
+      forgotten.removeIf(schema -> !forget(schema.get()));
       known = now;
     } catch (IOException | RuntimeException error) {
       // A file that is missing is told to whoever asks its catalogue; the next look is the next try.
     }
   }
 
-  private static void forget(RolapSchema schema) {
+  /** Whether there was anything left to forget. */
+  private boolean forget(RolapSchema schema) {
+    if (schema == null) {
+      return false;
+    }
     schema.getInternalConnection().getCacheControl(null).flushSchema(schema);
+    forgetFigures(server.getAggregationManager().cacheMgr, schema.getChecksum());
+    return true;
+  }
+
+  /** Flushing reaches only what the engine did for itself, not what it did for those who ask. */
+  private static void forgetFigures(SegmentCacheManager figures, ByteString schema) {
+    for (final SegmentHeader header : figures.compositeCache.getSegmentHeaders()) {
+      if (schema.equals(header.schemaChecksum)) {
+        figures.compositeCache.remove(header);
+      }
+    }
+    indexes(figures.getIndexRegistry()).remove(schema);
+  }
+
+  /** What is known about the figures of each schema; it leads to the schema. */
+  private static Map<?, ?> indexes(Object registry) {
+    try {
+      final Field indexes = registry.getClass().getDeclaredField("indexes");
+      indexes.setAccessible(true);
+      return (Map<?, ?>) indexes.get(registry);
+    } catch (ReflectiveOperationException error) {
+      throw new IllegalStateException(error);
+    }
   }
 
   private static String identity(String address) {

@@ -43,6 +43,6 @@ final class XmlaDirectoryServlet extends DynamicDatasourceXmlaServlet implements
   protected ConnectionFactory createConnectionFactory(ServletConfig config)
       throws ServletException {
     final ConnectionFactory engine = super.createConnectionFactory(config);
-    return new EngineConnections(engine, new ReplacedSchemas(content::schemas));
+    return new EngineConnections(engine, new ReplacedSchemas(server, content::schemas));
   }
 }

@@ -28,6 +28,8 @@ struct EngineOptions {
   /// Names that requests may be meant for, beside the address and those of this computer's loopback
   /// interface.
   std::vector<std::string> hosts{};
+  /// For one question: what does not help it is left out.
+  bool is_for_one_question = false;
 };
 
 /// The command that serves a directory's catalogues over XMLA: program and arguments. Throws

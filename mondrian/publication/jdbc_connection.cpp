@@ -204,7 +204,8 @@ JdbcConnection jdbc_connection(std::string_view connection_string) {
       "PostgreSQL, MariaDB, or an address that begins with 'jdbc:'");
 }
 
-std::string engine_connect_string(const JdbcConnection& connection) {
+std::string engine_connect_string(const JdbcConnection& connection,
+                                  const std::string& data_source) {
   std::string result = "Provider=mondrian;Jdbc=" + in_apostrophes(connection.url);
   if (!connection.driver.empty()) {
     result += ";JdbcDrivers=" + connection.driver;
@@ -214,6 +215,9 @@ std::string engine_connect_string(const JdbcConnection& connection) {
   }
   if (!connection.password.empty()) {
     result += ";JdbcPassword=" + in_apostrophes(connection.password);
+  }
+  if (!data_source.empty()) {
+    result += ";Warehouse=" + in_apostrophes(data_source);
   }
   return result + ";UseContentChecksum=true";
 }

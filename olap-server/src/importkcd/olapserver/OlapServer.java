@@ -38,8 +38,8 @@ public final class OlapServer {
     } catch (IOException error) {
       fail(PublishedContent.file(directory) + " cannot be used: " + error.getMessage());
     }
-    final RequestGate.Engine engine = new XmlaDirectoryServlet(directory);
-    serve(directory, new WebServer(engine, address, port, seconds, hosts));
+    final XmlaDirectoryServlet engine = new XmlaDirectoryServlet(directory);
+    serve(directory, new WebServer(engine, address, port, seconds, hosts), engine);
   }
 
   private static void setProperties(int seconds) {
@@ -83,7 +83,7 @@ public final class OlapServer {
     }
   }
 
-  private static void serve(Path directory, WebServer server) {
+  private static void serve(Path directory, WebServer server, XmlaDirectoryServlet engine) {
     try {
       server.start();
     } catch (IOException error) {
@@ -93,6 +93,11 @@ public final class OlapServer {
     }
     stopWhenAsked();
     announce(directory, server.url());
+    if (Limits.CHECK) {
+      final Thread check = new Thread(engine.warehouseCheck(), "warehouse-check");
+      check.setDaemon(true);
+      check.start();
+    }
     try {
       server.join();
     } catch (InterruptedException error) {

@@ -35,6 +35,8 @@ final class PublishedContent extends DynamicContentFinder {
 
   private List<String> schemas;
 
+  private List<String> catalogues;
+
   private String lastFault;
 
   PublishedContent(Path directory) {
@@ -64,7 +66,8 @@ final class PublishedContent extends DynamicContentFinder {
       final byte[] bytes = Files.readAllBytes(Path.of(java.net.URI.create(url)));
       final Document content = check(bytes);
       lastGood = named(content);
-      schemas = texts(content, "Definition");
+      schemas = texts(content.getElementsByTagName("Definition"));
+      catalogues = names(content.getElementsByTagName("Catalog"));
       lastFault = null;
     } catch (IOException error) {
       report(error);
@@ -80,13 +83,25 @@ final class PublishedContent extends DynamicContentFinder {
     return schemas;
   }
 
-  private static List<String> texts(Document content, String element) {
+  /** The catalogues' names. */
+  synchronized List<String> catalogues() {
+    return catalogues;
+  }
+
+  private static List<String> texts(NodeList elements) {
     final List<String> texts = new ArrayList<>();
-    final NodeList found = content.getElementsByTagName(element);
-    for (int i = 0; i < found.getLength(); ++i) {
-      texts.add(found.item(i).getTextContent().strip());
+    for (int i = 0; i < elements.getLength(); ++i) {
+      texts.add(elements.item(i).getTextContent().strip());
     }
     return texts;
+  }
+
+  private static List<String> names(NodeList elements) {
+    final List<String> names = new ArrayList<>();
+    for (int i = 0; i < elements.getLength(); ++i) {
+      names.add(((Element) elements.item(i)).getAttribute("name"));
+    }
+    return names;
   }
 
   private static String named(Document content) throws IOException {

@@ -43,6 +43,12 @@ final class ReplacedSchemas {
 
   /** Looks at the files, and when one of them is another one than before, forgets the others' schemas. */
   synchronized void forget() {
+    final Set<Warehouse> replaced = Warehouses.renew();
+    for (final RolapSchema schema : replaced.isEmpty() ? List.<RolapSchema>of() : RolapSchema.getRolapSchemas()) {
+      if (schema.getInternalConnection().getDataSource() instanceof Warehouse its && replaced.contains(its)) {
+        forget(schema);
+      }
+    }
     final List<String> files = addresses.get();
     final List<String> now = new ArrayList<>();
     files.forEach(file -> now.add(identity(file)));

@@ -5,6 +5,7 @@ import java.sql.Connection;
 import java.sql.SQLException;
 import java.sql.SQLFeatureNotSupportedException;
 import java.util.Map;
+import java.util.NoSuchElementException;
 import java.util.logging.Logger;
 import javax.sql.DataSource;
 import org.apache.commons.dbcp.BasicDataSource;
@@ -16,21 +17,28 @@ import org.apache.commons.dbcp.BasicDataSource;
  *
  * <p>While it cannot be used it gives connections that only know what kind of database it is. That
  * is all that the engine needs to tell which cubes and measures there are; whatever goes further
- * meets the error.
+ * meets the error. What was loaded over such a connection may not be right. Hence a warehouse that
+ * gave one gives no others any more: another object takes its place as soon as it can be used
+ * again, and everything that was loaded with this one is forgotten.
  */
 final class Warehouse implements DataSource {
   private static final int MOST_CONNECTIONS = 64;
   private static final int LONGEST_WAIT_MILLISECONDS = 30_000;
   private static final int EVICTION_MILLISECONDS = 60_000;
 
+  private final Map<String, String> connection;
   private final BasicDataSource pool = new BasicDataSource();
   private final WarehouseKind kind;
   private final String name;
   private final String address;
   private final String password;
 
+  /** Why it could not be used; it cannot be any more then. */
+  private volatile SQLException reason;
+
   /** Takes the items of the engine's connect string, some of which may be null. */
   Warehouse(Map<String, String> connection) {
+    this.connection = connection;
     address = connection.get("Jdbc");
     password = connection.get("JdbcPassword");
     name = connection.get("Warehouse");
@@ -50,14 +58,39 @@ final class Warehouse implements DataSource {
 
   @Override
   public Connection getConnection() throws SQLException {
+    final SQLException before = reason;
+    if (before != null) {
+      return UnusableConnection.of(kind, before);
+    }
     try {
       return pool.getConnection();
     } catch (SQLException error) {
       final SQLException named = named(error);
-      if (kind.product == null) {
+      if (kind.product == null || isExhausted(error)) {
         throw named;
       }
+      reason = named;
       return UnusableConnection.of(kind, named);
+    }
+  }
+
+  private static boolean isExhausted(SQLException error) {
+    return error.getCause() instanceof NoSuchElementException cause && cause.getCause() == null;
+  }
+
+  /** Another object for the same warehouse when this one gave up and the warehouse works again; else null. */
+  Warehouse renewed() {
+    if (reason == null) {
+      return null;
+    }
+    final Warehouse fresh = new Warehouse(connection);
+    try {
+      fresh.pool.getConnection().close();
+      pool.close();
+      return fresh;
+    } catch (SQLException error) {
+      reason = named(error);
+      return null;
     }
   }
 

@@ -1,7 +1,9 @@
 package importkcd.olapserver;
 
 import java.util.HashMap;
+import java.util.HashSet;
 import java.util.Map;
+import java.util.Set;
 import javax.sql.DataSource;
 import mondrian.olap.Util;
 import mondrian.spi.DataSourceResolver;
@@ -40,6 +42,23 @@ public final class Warehouses implements DataSourceResolver {
           BY_NAME.put(name, new Warehouse(its));
           return name;
         });
+  }
+
+  /**
+   * Puts fresh objects in the places of warehouses that had become unusable and work again. Gives
+   * those that they replace.
+   */
+  static synchronized Set<Warehouse> renew() {
+    final Set<Warehouse> replaced = new HashSet<>();
+    BY_NAME.replaceAll(
+        (name, warehouse) -> {
+          final Warehouse fresh = warehouse.renewed();
+          if (fresh != null) {
+            replaced.add(warehouse);
+          }
+          return fresh == null ? warehouse : fresh;
+        });
+    return replaced;
   }
 
   @Override

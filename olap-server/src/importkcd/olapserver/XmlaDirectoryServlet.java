@@ -16,6 +16,7 @@ final class XmlaDirectoryServlet extends DynamicDatasourceXmlaServlet implements
 
   private final transient Path directory;
   private transient PublishedContent content;
+  private transient ConnectionFactory connections;
 
   XmlaDirectoryServlet(Path directory) {
     this.directory = directory;
@@ -26,6 +27,11 @@ final class XmlaDirectoryServlet extends DynamicDatasourceXmlaServlet implements
   public void answer(HttpServletRequest request, HttpServletResponse response)
       throws ServletException, IOException {
     doPost(request, response);
+  }
+
+  /** What tells which tables and columns are missing. */
+  Runnable warehouseCheck() {
+    return new WarehouseCheck(connections, content::catalogues);
   }
 
   @Override
@@ -43,6 +49,7 @@ final class XmlaDirectoryServlet extends DynamicDatasourceXmlaServlet implements
   protected ConnectionFactory createConnectionFactory(ServletConfig config)
       throws ServletException {
     final ConnectionFactory engine = super.createConnectionFactory(config);
-    return new EngineConnections(engine, new ReplacedSchemas(server, content::schemas));
+    connections = new EngineConnections(engine, new ReplacedSchemas(server, content::schemas));
+    return connections;
   }
 }

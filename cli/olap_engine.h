@@ -3,9 +3,12 @@
 #include <sys/types.h>
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
+
+#include "cli/engine_archive.h"
 
 namespace importkcd {
 
@@ -55,9 +58,13 @@ class OlapEngine {
   const std::string& address() const { return address_; }
 
  private:
+  /// Why it cannot be started; empty when it answers.
+  std::string start(const std::string& directory, const EngineArchive& archive);
   void stop() noexcept;
 
   pid_t process_ = -1;
+  /// What the engine writes when it ends; nothing when that is there already.
+  std::optional<EngineArchive> archive_;
   std::string address_;
 };
 

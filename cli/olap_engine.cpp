@@ -194,12 +194,25 @@ std::string engine_directory(std::string_view text) {
   return std::string(text.starts_with(prefix) ? text.substr(prefix.size()) : text);
 }
 
-std::vector<std::string> engine_command(const std::string& directory, const std::string& address,
-                                        std::uint16_t port) {
+std::vector<std::string> engine_command(const std::string& directory,
+                                        const EngineOptions& options) {
   check_directory(directory);
-  auto java = java_program();
-  return {std::move(java), "-XX:+UseSerialGC", "-cp",   class_path(),
-          main_class,      directory,          address, std::to_string(port)};
+  const auto java = java_program();
+  const auto classes = class_path();
+  std::vector<std::string> command{java, "-XX:+UseSerialGC"};
+  const auto add = [&](const std::vector<std::string>& arguments) {
+    command.insert(command.end(), arguments.begin(), arguments.end());
+  };
+  const EngineArchive archive(java, classes);
+  add(options.is_for_one_question && !archive.exists() ? archive.make() : archive.use());
+  if (options.is_for_one_question) {
+    // It ends before the second compiler has earned what it costs.
+    add({"-XX:TieredStopAtLevel=1", "-Dimportkcd.check=false"});
+  }
+  add({"-cp", classes, main_class, directory, options.address, std::to_string(options.port),
+       std::to_string(options.question_seconds)});
+  add(options.hosts);
+  return command;
 }
 
 void become_engine(const std::vector<std::string>& command) {
@@ -210,7 +223,22 @@ void become_engine(const std::vector<std::string>& command) {
 }
 
 OlapEngine::OlapEngine(const std::string& directory) {
-  auto command = engine_command(directory, default_engine_address, 0);
+  EngineArchive archive(java_program(), class_path());
+  auto reason = start(directory, archive);
+  if (!reason.empty() && archive.exists()) {
+    // It may be what is wrong.
+    archive.discard();
+    reason = start(directory, archive);
+  }
+  if (!reason.empty()) {
+    fail(reason);
+  }
+}
+
+std::string OlapEngine::start(const std::string& directory, const EngineArchive& archive) {
+  // Whoever asks it sets the time, and ends it.
+  auto command =
+      engine_command(directory, {.port = 0, .question_seconds = 0, .is_for_one_question = true});
   const auto arguments = pointers_to(command);
   auto variables = engine_environment();
   const auto environment = pointers_to(variables);
@@ -232,19 +260,28 @@ OlapEngine::OlapEngine(const std::string& directory) {
     stop();
     auto reason = read_pipe_to_end(errors.reading);
     reason.erase(reason.find_last_not_of('\n') + 1);
-    fail(reason.empty() ? "the OLAP engine does not start" : reason);
+    return reason.empty() ? "the OLAP engine does not start" : reason;
   }
   address_ = line.substr(address + 4);
+  if (!archive.exists()) {
+    archive_ = archive;
+  }
+  return {};
 }
 
 OlapEngine::~OlapEngine() { stop(); }
 
 void OlapEngine::stop() noexcept {
   if (process_ > 0) {
-    kill(process_, SIGKILL);
-    while (waitpid(process_, nullptr, 0) < 0 && errno == EINTR) {
+    // Asked to end it writes the archive before, once.
+    kill(process_, archive_ ? SIGTERM : SIGKILL);
+    int status = -1;
+    while (waitpid(process_, &status, 0) < 0 && errno == EINTR) {
     }
     process_ = -1;
+    if (archive_ && status == 0) {
+      archive_->keep();
+    }
   }
 }
 

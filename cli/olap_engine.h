@@ -3,25 +3,42 @@
 #include <sys/types.h>
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
+
+#include "cli/engine_archive.h"
 
 namespace importkcd {
 
 /// Where the OLAP engine listens unless told otherwise.
 constexpr const char* default_engine_address = "127.0.0.1";
 constexpr std::uint16_t default_engine_port = 8712;
+constexpr std::uint32_t default_question_seconds = 300;
 
 /// A folder that a document was imported into, as it may be named: the prefix "mondrian:" of a
 /// server's text is dropped.
 std::string engine_directory(std::string_view text);
 
-/// The command that serves a directory's databases over XMLA: program and arguments. Port 0 is any
-/// free one. Throws ImportError, whose description says what is missing, when it cannot be carried
-/// out: the directory, its datasources.xml, Java, the engine's host or its libraries.
-std::vector<std::string> engine_command(const std::string& directory, const std::string& address,
-                                        std::uint16_t port);
+/// How the OLAP engine serves.
+struct EngineOptions {
+  std::string address = default_engine_address;
+  /// 0 is any free one.
+  std::uint16_t port = default_engine_port;
+  /// A question ends after so many seconds; 0 is never.
+  std::uint32_t question_seconds = default_question_seconds;
+  /// Names that requests may be meant for, beside the address and those of this computer's loopback
+  /// interface.
+  std::vector<std::string> hosts{};
+  /// For one question: what does not help it is left out.
+  bool is_for_one_question = false;
+};
+
+/// The command that serves a directory's catalogues over XMLA: program and arguments. Throws
+/// ImportError, whose description says what is missing, when it cannot be carried out: the
+/// directory, its datasources.xml, Java, the engine's host or its libraries.
+std::vector<std::string> engine_command(const std::string& directory, const EngineOptions& options);
 
 /// Makes this process the engine; it returns only by throwing ImportError.
 [[noreturn]] void become_engine(const std::vector<std::string>& command);
@@ -41,9 +58,13 @@ class OlapEngine {
   const std::string& address() const { return address_; }
 
  private:
+  /// Why it cannot be started; empty when it answers.
+  std::string start(const std::string& directory, const EngineArchive& archive);
   void stop() noexcept;
 
   pid_t process_ = -1;
+  /// What the engine writes when it ends; nothing when that is there already.
+  std::optional<EngineArchive> archive_;
   std::string address_;
 };
 

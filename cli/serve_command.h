@@ -1,6 +1,5 @@
 #pragma once
 
-#include <cstdint>
 #include <string>
 
 #include "cli/command_environment.h"
@@ -30,8 +29,7 @@ class ServeCommand {
  private:
   CLI::App* command_;
   std::string directory_;
-  std::string address_;
-  std::uint16_t port_ = default_engine_port;
+  EngineOptions options_;
 };
 
 }  // namespace importkcd

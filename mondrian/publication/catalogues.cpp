@@ -31,8 +31,8 @@ class Grouping {
     }
     if (groups_.size() > 1) {
       for (std::size_t i = 0; i < groups_.size(); ++i) {
-        groups_[i].name += " - " + data_sources_[i];
-        groups_[i].data_source = data_sources_[i];
+        groups_[i].name += " - " + groups_[i].warehouse;
+        groups_[i].data_source = groups_[i].warehouse;
       }
     }
     return std::move(groups_);
@@ -59,8 +59,8 @@ class Grouping {
     if (found != groups_.end()) {
       return *found;
     }
-    groups_.push_back({database_.name(), connection, {}, {}, {}});
-    data_sources_.push_back(database_.data_source_name(cube.data_source));
+    groups_.push_back(
+        {database_.name(), connection, {}, {}, database_.data_source_name(cube.data_source), {}});
     return groups_.back();
   }
 
@@ -82,8 +82,6 @@ class Grouping {
   std::vector<std::string>& remarks_;
   DataSourceConnections connections_;
   std::vector<PublishedCatalogue> groups_;
-  /// For each group the name of the data source that it was found with.
-  std::vector<std::string> data_sources_;
   std::vector<std::string> virtual_cubes_;
 };
 

@@ -16,6 +16,8 @@ struct PublishedCatalogue {
   /// Names of regular cubes, in the database's order. Some may turn out to be inexpressible.
   std::vector<std::string> cubes;
   std::vector<std::string> virtual_cubes;
+  /// The data source that its connection was found with; others may mean the same one.
+  std::string warehouse;
   /// The data source that tells this catalogue from others of its database; empty for the only one.
   std::string data_source;
 };

@@ -182,7 +182,8 @@ JdbcConnection jdbc_connection(std::string_view connection_string) {
       "PostgreSQL, MariaDB, or an address that begins with 'jdbc:'");
 }
 
-std::string engine_connect_string(const JdbcConnection& connection) {
+std::string engine_connect_string(const JdbcConnection& connection,
+                                  const std::string& data_source) {
   std::string result = "Provider=mondrian;Jdbc=" + sql_string(connection.url);
   if (!connection.driver.empty()) {
     result += ";JdbcDrivers=" + connection.driver;
@@ -192,6 +193,9 @@ std::string engine_connect_string(const JdbcConnection& connection) {
   }
   if (!connection.password.empty()) {
     result += ";JdbcPassword=" + sql_string(connection.password);
+  }
+  if (!data_source.empty()) {
+    result += ";Warehouse=" + sql_string(data_source);
   }
   return result + ";UseContentChecksum=true";
 }

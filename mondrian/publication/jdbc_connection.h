@@ -26,7 +26,8 @@ struct JdbcConnection {
 /// be a password.
 JdbcConnection jdbc_connection(std::string_view connection_string);
 
-/// The engine's connect string for that connection: provider, address, driver, user, password.
-std::string engine_connect_string(const JdbcConnection& connection);
+/// The engine's connect string for that connection: provider, address, driver, user, password, and
+/// the data source's name for messages, unless it is empty.
+std::string engine_connect_string(const JdbcConnection& connection, const std::string& data_source);
 
 }  // namespace importkcd

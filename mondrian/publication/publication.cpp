@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <chrono>
 #include <ctime>
+#include <fstream>
+#include <iterator>
 #include <system_error>
 #include <utility>
 
@@ -64,7 +66,7 @@ std::vector<PublishedCatalogue> likely_catalogues_of(OlapDatabase& database) {
   }
   try {
     const auto& text = database.data_sources().find(data_sources[0])->connection_string;
-    return {{database.name(), jdbc_connection(text), {}, {}, {}}};
+    return {{database.name(), jdbc_connection(text), {}, {}, data_sources[0], {}}};
   } catch (const ImportError&) {
     return {};
   }
@@ -72,6 +74,19 @@ std::vector<PublishedCatalogue> likely_catalogues_of(OlapDatabase& database) {
 
 bool ends_with_beside_suffix(const fs::path& path) {
   return path.string().ends_with(beside_suffix);
+}
+
+/// Whether a file holds this text and nobody but its owner may read it.
+bool is_private_file_with(const fs::path& path, const std::string& text) {
+  std::error_code error;
+  const auto status = fs::symlink_status(path, error);
+  if (!fs::is_regular_file(status) ||
+      status.permissions() != (fs::perms::owner_read | fs::perms::owner_write) ||
+      fs::file_size(path, error) != text.size()) {
+    return false;
+  }
+  std::ifstream file(path, std::ios::binary);
+  return std::string(std::istreambuf_iterator<char>(file), {}) == text;
 }
 
 /// The "file:" address of a path, as the engine takes it.
@@ -94,8 +109,12 @@ void Publication::prepare(OlapStore& definitions, const std::vector<std::string>
   for (const auto& name : definitions.database_names()) {
     add_database(definitions, name, is_among(touched, name));
   }
-  files_.write(directory_ / published::data_sources, list_of_catalogues(),
-               FilesBeside::Readers::owner_only);
+  // The engine reads the schemas by their content, but the list anew: it stays while it is right.
+  const auto list = directory_ / published::data_sources;
+  const auto text = list_of_catalogues();
+  if (!is_private_file_with(list, text)) {
+    files_.write(list, text, FilesBeside::Readers::owner_only);
+  }
   files_.secure();
 }
 
@@ -121,7 +140,7 @@ void Publication::add_catalogue(OlapDatabase& database, const PublishedCatalogue
   for (int number = 2; !names_.insert(lower_cased(name)).second; ++number) {
     name = catalogue.name + " (" + std::to_string(number) + ")";
   }
-  const Entry entry{name, engine_connect_string(catalogue.connection),
+  const Entry entry{name, engine_connect_string(catalogue.connection, catalogue.warehouse),
                     schema_file_name(database.name(), catalogue.data_source)};
   if (touched) {
     const auto schema = schema_element(database, catalogue, remarks_);
@@ -145,8 +164,12 @@ fs::path Publication::schema_path(const std::string& file) const {
 }
 
 std::string Publication::list_of_catalogues() const {
+  // A database that is built anew is the last one in the definitions, but keeps its place here.
+  auto entries = entries_;
+  std::sort(entries.begin(), entries.end(),
+            [](const Entry& left, const Entry& right) { return left.name < right.name; });
   auto catalogues = text_element("Catalogs", {});
-  for (const auto& entry : entries_) {
+  for (const auto& entry : entries) {
     auto& catalogue = catalogues.add(text_element("Catalog", {})).set("name", entry.name);
     catalogue.add(text_element("DataSourceInfo", entry.connect_string));
     catalogue.add(text_element("Definition", file_address(schema_path(entry.file))));
@@ -167,11 +190,13 @@ std::string Publication::list_of_catalogues() const {
 
 void Publication::carry_out() {
   files_.take_places();
+  std::error_code ignored;
+  // What a publication that was cut off left, when the list that is there was right.
+  fs::remove((directory_ / published::data_sources).string() + std::string(beside_suffix), ignored);
   std::set<std::string> in_use;
   for (const auto& entry : entries_) {
     in_use.insert(entry.file);
   }
-  std::error_code ignored;
   for (const auto& file : fs::directory_iterator(directory_ / published::schemas, ignored)) {
     const auto name = file.path().filename().string();
     if (!in_use.contains(name) && (name.ends_with(".xml") || ends_with_beside_suffix(name))) {

@@ -11,7 +11,7 @@
 namespace importkcd::testing {
 namespace {
 
-constexpr const char* mariadb_database = "Harbour Retail";
+constexpr const char* asked_database = "Harbour Retail";
 
 /// The sales example over MariaDB: imported by the program and served.
 class MariaDbAnswers : public ::testing::TestWithParam<Question> {
@@ -65,8 +65,8 @@ TEST_P(MariaDbAnswers, AreThoseOfTheTables) {
   const auto& [name, mdx, sql] = GetParam();
   const auto expected = figures(mariadb_->run_sql("warehouse", sql));
   ASSERT_FALSE(expected.empty()) << sql;
-  EXPECT_EQ(difference(figures(engine_->ask(mariadb_database, mdx)), expected), "") << mdx << '\n'
-                                                                                    << sql;
+  EXPECT_EQ(difference(figures(engine_->ask(asked_database, mdx)), expected), "") << mdx << '\n'
+                                                                                  << sql;
 }
 
 INSTANTIATE_TEST_SUITE_P(MariaDb, MariaDbAnswers, ::testing::ValuesIn(all_questions()),

@@ -48,11 +48,22 @@ std::vector<std::string> head_of(const DatasetTuple& tuple) {
   return line;
 }
 
+ProcessStart serving(const std::string& kcd, const std::string& directory,
+                     const std::vector<std::string>& options, const std::string& java_options) {
+  ProcessStart start{"/usr/bin/setpriv",
+                     {"--pdeathsig", "KILL", kcd, "serve", directory, "--port", "0"}};
+  start.arguments.insert(start.arguments.end(), options.begin(), options.end());
+  if (!java_options.empty()) {
+    start.environment.emplace_back("JDK_JAVA_OPTIONS", java_options);
+  }
+  return start;
+}
+
 }  // namespace
 
-OlapService::OlapService(const std::string& kcd, const std::string& directory)
-    : process_(
-          {"/usr/bin/setpriv", {"--pdeathsig", "KILL", kcd, "serve", directory, "--port", "0"}}) {
+OlapService::OlapService(const std::string& kcd, const std::string& directory,
+                         const std::vector<std::string>& options, const std::string& java_options)
+    : process_(serving(kcd, directory, options, java_options)) {
   process_.read_until("/xmla\n");
   address_ = process_.output();
   address_.erase(0, address_.rfind("http://"));

@@ -12,11 +12,18 @@ namespace importkcd::testing {
 /// its destructor. It ends with this process, too. The test fails when it does not come up.
 class OlapService {
  public:
-  /// `kcd` is the program's path.
-  OlapService(const std::string& kcd, const std::string& directory);
+  /// `kcd` is the program's path; the options are further ones of `kcd serve`. The engine's host
+  /// takes Java's options (-Dimportkcd.NAME=N for its limits) from the last argument.
+  OlapService(const std::string& kcd, const std::string& directory,
+              const std::vector<std::string>& options = {}, const std::string& java_options = {});
 
   /// Its XMLA address.
   const std::string& address() const { return address_; }
+
+  /// The process of the engine.
+  int process_id() const { return process_.process_id(); }
+  /// What it has written on standard error.
+  std::string errors() const { return process_.errors(); }
 
   /// The answer to an MDX question. Throws ImportError with the engine's words when it refuses.
   Dataset ask(const std::string& database, const std::string& mdx,

@@ -118,10 +118,12 @@ TEST(JdbcConnection, AnythingElseTellsWhatThereIsAndNoPassword) {
 
 TEST(JdbcConnection, TheEnginesTextHoldsEachPartInApostrophes) {
   EXPECT_EQ(engine_connect_string({DatabaseKind::postgresql, "jdbc:postgresql://h/d",
-                                   "org.postgresql.Driver", "o'reader", "s;e'c}r={e t"}),
+                                   "org.postgresql.Driver", "o'reader", "s;e'c}r={e t"},
+                                  "Joe's"),
             "Provider=mondrian;Jdbc='jdbc:postgresql://h/d';JdbcDrivers=org.postgresql.Driver;"
-            "JdbcUser='o''reader';JdbcPassword='s;e''c}r={e t';UseContentChecksum=true");
-  EXPECT_EQ(engine_connect_string({DatabaseKind::unknown, "jdbc:x:y';Catalog=z", "", "", ""}),
+            "JdbcUser='o''reader';JdbcPassword='s;e''c}r={e "
+            "t';Warehouse='Joe''s';UseContentChecksum=true");
+  EXPECT_EQ(engine_connect_string({DatabaseKind::unknown, "jdbc:x:y';Catalog=z", "", "", ""}, ""),
             "Provider=mondrian;Jdbc='jdbc:x:y'';Catalog=z';UseContentChecksum=true");
 }
 

@@ -48,10 +48,11 @@ class KilledPublications : public PublicationTest {
  protected:
   KilledPublications() { publish("Retail", "jdbc:postgresql:dw", "Old"); }
 
-  void build_anew() const {
+  void build_anew(const std::string& address = "jdbc:postgresql:elsewhere",
+                  const std::string& cube = "New") const {
     const auto server = open();
     server->remove_database("Retail");
-    write_back(*server, "Retail", "jdbc:postgresql:elsewhere", "New");
+    write_back(*server, "Retail", address, cube);
     server->finish();
   }
 
@@ -71,6 +72,7 @@ TEST_F(KilledPublications, ADeathAmongTheRenamesIsMendedByTheNextOpening) {
   for (const int renames : {0, 1}) {
     publish("Other " + std::to_string(renames));
     remove("Other " + std::to_string(renames));
+    build_anew("jdbc:postgresql:dw", "Old");
     ForkedProcess run([&](const auto& /*ready*/) {
       die_there = true;
       renames_left = renames;

@@ -42,7 +42,7 @@ TEST_F(Publications, ARunPublishesWhenItIsFinished) {
     <AuthenticationMode>Unauthenticated</AuthenticationMode>
     <Catalogs>
       <Catalog name="Retail">
-        <DataSourceInfo>Provider=mondrian;Jdbc='jdbc:postgresql:dw';JdbcDrivers=org.postgresql.Driver;UseContentChecksum=true</DataSourceInfo>
+        <DataSourceInfo>Provider=mondrian;Jdbc='jdbc:postgresql:dw';JdbcDrivers=org.postgresql.Driver;Warehouse='DW';UseContentChecksum=true</DataSourceInfo>
         <Definition>file://)" +
                 fs::weakly_canonical(path("schemas/Retail.xml")).string() +
                 R"(</Definition>
@@ -112,6 +112,30 @@ TEST_F(Publications, ADatabaseBuiltAnewTakesThePlaceOfTheOldOne) {
   EXPECT_THAT(read_file(path("schemas/Retail.xml")), HasSubstr("<Cube name=\"New\">"));
   EXPECT_THAT(read_file(path("schemas/Retail.xml")), Not(HasSubstr("<Cube name=\"Old\">")));
   EXPECT_THAT(read_file(path("datasources.xml")), HasSubstr("'jdbc:postgresql:elsewhere'"));
+}
+
+TEST_F(Publications, TheListStaysTheSameFileUntilItChanges) {
+  publish("Retail");
+  publish("Stock");
+  const auto list_file = [&] {
+    struct stat status {};
+    EXPECT_EQ(::stat(path("datasources.xml").c_str(), &status), 0);
+    return status.st_ino;
+  };
+  // An open one keeps its number from being given away.
+  const std::ifstream opened(path("datasources.xml"));
+  const auto before = list_file();
+  const auto server = open();
+  server->remove_database("Retail");
+  write_back(*server, "Retail", "jdbc:postgresql:dw", "New");
+  server->finish();
+  EXPECT_THAT(read_file(path("schemas/Retail.xml")), HasSubstr("<Cube name=\"New\">"));
+  EXPECT_EQ(list_file(), before);
+  fs::permissions(path("datasources.xml"), fs::perms::others_read, fs::perm_options::add);
+  publish("Stores");
+  remove("Stores");
+  EXPECT_NE(list_file(), before);
+  EXPECT_EQ(mode_of(path("datasources.xml")), 0600U);
 }
 
 TEST_F(Publications, SeveralDataSourcesAreACatalogueEach) {

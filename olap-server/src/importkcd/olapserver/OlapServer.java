@@ -6,50 +6,50 @@ import java.net.BindException;
 import java.nio.charset.StandardCharsets;
 import java.nio.file.Files;
 import java.nio.file.Path;
-import mondrian.xmla.XmlaServlet;
-import org.eclipse.jetty.server.HttpConfiguration;
-import org.eclipse.jetty.server.HttpConnectionFactory;
-import org.eclipse.jetty.server.Server;
-import org.eclipse.jetty.server.ServerConnector;
-import org.eclipse.jetty.servlet.ServletContextHandler;
-import org.eclipse.jetty.servlet.ServletHolder;
-import org.eclipse.jetty.util.thread.QueuedThreadPool;
+import java.util.List;
+import mondrian.olap.MondrianProperties;
 
 /**
  * The OLAP engine as a service: answers MDX over XMLA from the catalogues that a directory's
  * datasources.xml names.
  *
- * <p>Arguments: DIRECTORY ADDRESS PORT (0 is any free port). Once it answers, it prints one line
- * that ends with its address. It ends with status 0 when it is asked to (SIGINT, SIGTERM) and with
- * 1, after a message on standard error, when it cannot start.
+ * <p>Arguments: DIRECTORY ADDRESS PORT SECONDS [HOST...]. Port 0 is any free port; a question ends
+ * after so many seconds, never with 0; the hosts are names that requests may be meant for. Once it
+ * answers, it prints one line that ends with its address. It ends with status 0 when it is asked to
+ * (SIGINT, SIGTERM) and with 1, after a message on standard error, when it cannot start.
  */
 public final class OlapServer {
-  /** The longest wait for a client that has fallen silent. */
-  private static final int IDLE_MILLISECONDS = 600_000;
-
-  private static final String PATH = "/xmla";
+  private static final int FIRST_HOST = 4;
 
   private OlapServer() {}
 
   public static void main(String[] arguments) {
-    if (arguments.length != 3) {
-      fail("usage: DIRECTORY ADDRESS PORT");
+    if (arguments.length < FIRST_HOST) {
+      fail("usage: DIRECTORY ADDRESS PORT SECONDS [HOST...]");
     }
     final Path directory = Path.of(arguments[0]);
     final String address = arguments[1];
     final int port = Integer.parseInt(arguments[2]);
-    setEngineProperties();
+    final int seconds = Integer.parseInt(arguments[3]);
+    final List<String> hosts = List.of(arguments).subList(FIRST_HOST, arguments.length);
+    setProperties(seconds);
     try {
       PublishedContent.check(Files.readAllBytes(PublishedContent.file(directory)));
     } catch (IOException error) {
       fail(PublishedContent.file(directory) + " cannot be used: " + error.getMessage());
     }
-    serve(directory, address, port);
+    final XmlaDirectoryServlet engine = new XmlaDirectoryServlet(directory);
+    serve(directory, new WebServer(engine, address, port, seconds, hosts), engine);
   }
 
-  private static void setEngineProperties() {
+  private static void setProperties(int seconds) {
+    // No XML that anything here reads may reach out for other files.
+    System.setProperty("javax.xml.accessExternalDTD", "");
+    System.setProperty("javax.xml.accessExternalSchema", "");
     // This release of the engine answers some questions from the wrong cached figures otherwise.
     System.setProperty("mondrian.rolap.EnableInMemoryRollup", "false");
+    System.setProperty("mondrian.spi.dataSourceResolverClass", Warehouses.class.getName());
+    System.setProperty("mondrian.rolap.queryTimeout", String.valueOf(seconds));
     // A formula that names a member or level which is not there costs its own answers only.
     setDefault("mondrian.rolap.ignoreInvalidMembers", "true");
     // How soon a newly published catalogue is seen, in milliseconds.
@@ -58,6 +58,12 @@ public final class OlapServer {
     // It only repeats that a question was refused, which its asker is told.
     setDefault("org.slf4j.simpleLogger.log.mondrian.xmla.XmlaServlet", "off");
     setDefault("org.eclipse.jetty.util.log.announce", "false");
+    try {
+      EndableCompiler.install();
+    } catch (ReflectiveOperationException error) {
+      fail("this is another release of the OLAP engine than the expected one: " + error);
+    }
+    dropOthersProperties();
   }
 
   private static void setDefault(String name, String value) {
@@ -66,27 +72,32 @@ public final class OlapServer {
     }
   }
 
-  private static void serve(Path directory, String address, int port) {
-    final Server server = new Server(daemonThreads());
-    final ServerConnector connector = connector(server, address, port);
-    server.addConnector(connector);
-    final ServletContextHandler context = new ServletContextHandler(ServletContextHandler.NO_SESSIONS);
-    final ServletHolder holder = new ServletHolder(new XmlaDirectoryServlet(directory));
-    // At the start and not with the first question, so that a fault shows at once.
-    holder.setInitOrder(0);
-    // Faults would come in the request's encoding, or in Latin-1 when it names none.
-    holder.setInitParameter(XmlaServlet.PARAM_CHAR_ENCODING, "UTF-8");
-    context.addServlet(holder, PATH);
-    server.setHandler(context);
+  /** The engine reads a file mondrian.properties of the folder in which it happens to be started. */
+  private static void dropOthersProperties() {
+    final MondrianProperties properties = MondrianProperties.instance();
+    properties.clear();
+    for (final String name : System.getProperties().stringPropertyNames()) {
+      if (name.startsWith("mondrian.")) {
+        properties.setProperty(name, System.getProperty(name));
+      }
+    }
+  }
+
+  private static void serve(Path directory, WebServer server, XmlaDirectoryServlet engine) {
     try {
       server.start();
     } catch (IOException error) {
-      fail(bindFailure(error, address, port));
+      fail(bindFailure(error, server));
     } catch (Exception error) {
       fail("the OLAP engine cannot start: " + lastCause(error));
     }
     stopWhenAsked();
-    announce(directory, address, connector.getLocalPort());
+    announce(directory, server.url());
+    if (Limits.CHECK) {
+      final Thread check = new Thread(engine.warehouseCheck(), "warehouse-check");
+      check.setDaemon(true);
+      check.start();
+    }
     try {
       server.join();
     } catch (InterruptedException error) {
@@ -94,29 +105,13 @@ public final class OlapServer {
     }
   }
 
-  private static QueuedThreadPool daemonThreads() {
-    final QueuedThreadPool threads = new QueuedThreadPool();
-    threads.setDaemon(true);
-    return threads;
-  }
-
-  private static ServerConnector connector(Server server, String address, int port) {
-    final HttpConfiguration configuration = new HttpConfiguration();
-    configuration.setSendServerVersion(false);
-    final ServerConnector connector =
-        new ServerConnector(server, new HttpConnectionFactory(configuration));
-    connector.setHost(address);
-    connector.setPort(port);
-    connector.setIdleTimeout(IDLE_MILLISECONDS);
-    return connector;
-  }
-
-  private static String bindFailure(IOException error, String address, int port) {
+  private static String bindFailure(IOException error, WebServer server) {
+    final String place = "port " + server.port() + " of " + server.address();
     final Throwable cause = error.getCause() == null ? error : error.getCause();
     if (cause instanceof BindException && String.valueOf(cause.getMessage()).contains("in use")) {
-      return "port " + port + " of " + address + " is in use";
+      return place + " is in use";
     }
-    return "cannot listen on port " + port + " of " + address + ": " + cause.getMessage();
+    return "cannot listen on " + place + ": " + cause.getMessage();
   }
 
   private static String lastCause(Throwable error) {
@@ -132,10 +127,9 @@ public final class OlapServer {
     Runtime.getRuntime().addShutdownHook(new Thread(() -> Runtime.getRuntime().halt(0)));
   }
 
-  private static void announce(Path directory, String address, int port) {
-    final String host = address.contains(":") ? "[" + address + "]" : address;
+  private static void announce(Path directory, String url) {
     final PrintStream out = new PrintStream(System.out, true, StandardCharsets.UTF_8);
-    out.println("Serving " + directory + " at http://" + host + ":" + port + PATH);
+    out.println("Serving " + directory + " at " + url);
   }
 
   private static void fail(String message) {

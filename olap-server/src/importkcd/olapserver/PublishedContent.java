@@ -2,26 +2,40 @@ package importkcd.olapserver;
 
 import java.io.ByteArrayInputStream;
 import java.io.IOException;
-import java.nio.charset.StandardCharsets;
+import java.io.StringWriter;
 import java.nio.file.Files;
 import java.nio.file.Path;
+import java.util.ArrayList;
+import java.util.List;
 import javax.xml.parsers.DocumentBuilder;
 import javax.xml.parsers.DocumentBuilderFactory;
 import javax.xml.parsers.ParserConfigurationException;
+import javax.xml.transform.TransformerException;
+import javax.xml.transform.TransformerFactory;
+import javax.xml.transform.dom.DOMSource;
+import javax.xml.transform.stream.StreamResult;
 import mondrian.server.DynamicContentFinder;
+import org.w3c.dom.Document;
+import org.w3c.dom.Element;
+import org.w3c.dom.NodeList;
 import org.xml.sax.SAXException;
 import org.xml.sax.helpers.DefaultHandler;
 
 /**
- * The directory's datasources.xml, read anew whenever the engine asks. A file that is missing or
- * broken would stop every request and end the engine's refreshing for good: the last good content
- * counts instead, until the file is whole again.
+ * The directory's datasources.xml, read anew whenever the engine asks, with names in place of the
+ * connections to data warehouses. A file that is missing or broken would stop every request and end
+ * the engine's refreshing for good: the last good content counts instead, until the file is whole
+ * again.
  */
 final class PublishedContent extends DynamicContentFinder {
   private static final String FILE = "datasources.xml";
 
   /** Without an initializer: the base's constructor asks for the content already. */
   private String lastGood;
+
+  private List<String> schemas;
+
+  private List<String> catalogues;
 
   private String lastFault;
 
@@ -34,13 +48,13 @@ final class PublishedContent extends DynamicContentFinder {
   }
 
   /** Throws an exception whose message says what is wrong with a file's content. */
-  static void check(byte[] content) throws IOException {
+  static Document check(byte[] content) throws IOException {
     try {
       final DocumentBuilderFactory factory = DocumentBuilderFactory.newInstance();
       factory.setFeature("http://apache.org/xml/features/nonvalidating/load-external-dtd", false);
       final DocumentBuilder builder = factory.newDocumentBuilder();
       builder.setErrorHandler(new DefaultHandler());
-      builder.parse(new ByteArrayInputStream(content));
+      return builder.parse(new ByteArrayInputStream(content));
     } catch (SAXException | ParserConfigurationException error) {
       throw new IOException(error.getMessage(), error);
     }
@@ -50,8 +64,10 @@ final class PublishedContent extends DynamicContentFinder {
   public synchronized String getContent() {
     try {
       final byte[] bytes = Files.readAllBytes(Path.of(java.net.URI.create(url)));
-      check(bytes);
-      lastGood = new String(bytes, StandardCharsets.UTF_8);
+      final Document content = check(bytes);
+      lastGood = named(content);
+      schemas = texts(content.getElementsByTagName("Definition"));
+      catalogues = names(content.getElementsByTagName("Catalog"));
       lastFault = null;
     } catch (IOException error) {
       report(error);
@@ -60,6 +76,50 @@ final class PublishedContent extends DynamicContentFinder {
       throw new IllegalStateException("there is no usable " + FILE);
     }
     return lastGood;
+  }
+
+  /** The addresses of the schemas' files. */
+  synchronized List<String> schemas() {
+    return schemas;
+  }
+
+  /** The catalogues' names. */
+  synchronized List<String> catalogues() {
+    return catalogues;
+  }
+
+  private static List<String> texts(NodeList elements) {
+    final List<String> texts = new ArrayList<>();
+    for (int i = 0; i < elements.getLength(); ++i) {
+      texts.add(elements.item(i).getTextContent().strip());
+    }
+    return texts;
+  }
+
+  private static List<String> names(NodeList elements) {
+    final List<String> names = new ArrayList<>();
+    for (int i = 0; i < elements.getLength(); ++i) {
+      names.add(((Element) elements.item(i)).getAttribute("name"));
+    }
+    return names;
+  }
+
+  private static String named(Document content) throws IOException {
+    final NodeList catalogues = content.getElementsByTagName("DataSourceInfo");
+    for (int i = 0; i < catalogues.getLength(); ++i) {
+      final Element info = (Element) catalogues.item(i);
+      info.setTextContent(Warehouses.named(info.getTextContent()));
+    }
+    try {
+      final StringWriter text = new StringWriter();
+      TransformerFactory.newDefaultInstance()
+          .newTransformer()
+          .transform(new DOMSource(content), new StreamResult(text));
+      // The engine puts system properties in place of "${NAME}" before it reads the text as XML.
+      return text.toString().replace("${", "&#36;{");
+    } catch (TransformerException error) {
+      throw new IOException(error.getMessage(), error);
+    }
   }
 
   @Override

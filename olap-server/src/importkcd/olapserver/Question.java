@@ -1,0 +1,72 @@
+package importkcd.olapserver;
+
+import java.sql.SQLException;
+import java.util.ArrayList;
+import java.util.List;
+import mondrian.olap.MondrianException;
+import mondrian.server.Statement;
+
+/** A question that is being answered, in a way that lets it be ended from outside. */
+final class Question {
+  private static final ThreadLocal<Question> CURRENT = new ThreadLocal<>();
+
+  private final List<Statement> statements = new ArrayList<>();
+  private Thread thread;
+  private boolean ended;
+
+  /** The question that this thread answers; null when it answers none. */
+  static Question current() {
+    return CURRENT.get();
+  }
+
+  /** Answers it in this thread, unless it was ended before. */
+  void answer(Runnable work) {
+    if (!begin()) {
+      return;
+    }
+    CURRENT.set(this);
+    try {
+      work.run();
+    } finally {
+      CURRENT.remove();
+      finish();
+    }
+  }
+
+  private synchronized boolean begin() {
+    thread = ended ? null : Thread.currentThread();
+    return !ended;
+  }
+
+  private synchronized void finish() {
+    thread = null;
+    statements.clear();
+    // It may have come too late to be noticed; the thread goes on to other questions.
+    Thread.interrupted();
+  }
+
+  /** Adds what the engine does for the question. */
+  synchronized void add(Statement statement) {
+    if (ended) {
+      cancel(statement);
+    }
+    statements.add(statement);
+  }
+
+  /** Ends it: what is being computed or waited for stops soon. */
+  synchronized void end() {
+    ended = true;
+    statements.forEach(Question::cancel);
+    if (thread != null) {
+      thread.interrupt();
+    }
+  }
+
+  private static void cancel(Statement statement) {
+    try {
+      statement.cancel();
+    } catch (SQLException | MondrianException error) {
+      // It had come to its end by itself.
+    }
+  }
+}

@@ -1,0 +1,70 @@
+package importkcd.olapserver;
+
+import java.util.HashMap;
+import java.util.HashSet;
+import java.util.Map;
+import java.util.Set;
+import javax.sql.DataSource;
+import mondrian.olap.Util;
+import mondrian.spi.DataSourceResolver;
+
+/**
+ * The data warehouses of the published catalogues. The engine gets names for their connections
+ * instead of addresses and passwords, and asks for them here: it makes an object of this class.
+ */
+public final class Warehouses implements DataSourceResolver {
+  private static final Map<String, Warehouse> BY_NAME = new HashMap<>();
+  private static final Map<Map<String, String>, String> NAMES = new HashMap<>();
+
+  /**
+   * Puts a name in place of what a connect string of the engine says about a JDBC connection. The
+   * same connection has the same name always. A connect string without one stays.
+   */
+  static String named(String connectString) {
+    final Util.PropertyList properties = Util.parseConnectString(connectString);
+    if (properties.get("Jdbc") == null) {
+      return connectString;
+    }
+    final Map<String, String> connection = new HashMap<>();
+    for (final String key : new String[] {"Jdbc", "JdbcDrivers", "JdbcUser", "JdbcPassword", "Warehouse"}) {
+      connection.put(key, properties.get(key));
+      properties.remove(key);
+    }
+    properties.put("DataSource", name(connection));
+    return properties.toString();
+  }
+
+  private static synchronized String name(Map<String, String> connection) {
+    return NAMES.computeIfAbsent(
+        connection,
+        its -> {
+          final String name = "warehouse-" + (NAMES.size() + 1);
+          BY_NAME.put(name, new Warehouse(its));
+          return name;
+        });
+  }
+
+  /**
+   * Puts fresh objects in the places of warehouses that had become unusable and work again. Gives
+   * those that they replace.
+   */
+  static synchronized Set<Warehouse> renew() {
+    final Set<Warehouse> replaced = new HashSet<>();
+    BY_NAME.replaceAll(
+        (name, warehouse) -> {
+          final Warehouse fresh = warehouse.renewed();
+          if (fresh != null) {
+            replaced.add(warehouse);
+          }
+          return fresh == null ? warehouse : fresh;
+        });
+    return replaced;
+  }
+
+  @Override
+  public DataSource lookup(String name) {
+    synchronized (Warehouses.class) {
+      return BY_NAME.get(name);
+    }
+  }
+}

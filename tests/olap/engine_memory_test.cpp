@@ -1,0 +1,65 @@
+#include <cstdlib>
+#include <fstream>
+
+#include "tests/olap/olap_world.h"
+#include "tests/olap/small_document.h"
+
+namespace importkcd::testing {
+namespace {
+
+/// How many publications: a few, or as many as the environment says (the example's memory would be
+/// full after some hundred).
+int publications() {
+  const char* number = std::getenv("IMPORTKCD_PUBLICATIONS");
+  return number == nullptr ? 12 : std::stoi(number);
+}
+
+/// The schemas that an engine holds in memory after everything that it can do without went away.
+int schemas_of(int engine) {
+  const auto result =
+      run_process({"/usr/bin/jcmd", {std::to_string(engine), "GC.class_histogram"}, {}, {}, {}});
+  EXPECT_EQ(result.exit_status, 0) << result.errors;
+  std::istringstream lines(result.output);
+  for (std::string line; std::getline(lines, line);) {
+    std::istringstream words(line);
+    std::string number;
+    int instances = 0;
+    std::string bytes;
+    std::string name;
+    if (words >> number >> instances >> bytes >> name && name == "mondrian.rolap.RolapSchema") {
+      return instances;
+    }
+  }
+  return 0;
+}
+
+TEST(EngineMemory, DoesNotGrowWithEachPublicationThatIsAsked) {
+  const auto directory = world().folder().file("published");
+  const auto document = world().folder().write(
+      "published.kcd",
+      small_document("Published", world().postgres().connection_string(sales_warehouse),
+                     {{.name = "Sales"}}));
+  const auto result = run_process({KCD_PROGRAM,
+                                   {"import", document, "--server", "mondrian:" + directory},
+                                   {{"LC_ALL", "C"}},
+                                   {},
+                                   {}});
+  ASSERT_EQ(result.exit_status, 0) << result.errors;
+  const OlapService engine(KCD_PROGRAM, directory, {}, "-Xmx128m");
+  const auto schema = directory + "/schemas/Published.xml";
+  const auto text = read_file(schema);
+  for (int i = 0; i < publications(); ++i) {
+    // As an import does it: another mark, written beside and renamed.
+    std::ofstream(schema + ".new") << text << "<!-- " << i << " -->\n";
+    std::filesystem::rename(schema + ".new", schema);
+    ASSERT_EQ(engine.refusal("Published",
+                             "SELECT {[Measures].[Figure]} ON COLUMNS, NON EMPTY "
+                             "[Store].[Store].Members ON ROWS FROM [Sales]"),
+              "");
+  }
+  constexpr int few = 3;
+  EXPECT_TRUE(comes_true([&] { return schemas_of(engine.process_id()) <= few; }));
+}
+
+}  // namespace
+}  // namespace importkcd::testing

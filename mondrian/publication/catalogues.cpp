@@ -8,8 +8,8 @@
 #include "base/import_error.h"
 #include "base/name_folding.h"
 #include "base/text.h"
+#include "mondrian/mapping/data_source_connections.h"
 #include "mondrian/mapping/virtual_cube_mapping.h"
-#include "mondrian/publication/data_source_connections.h"
 
 namespace importkcd {
 namespace {

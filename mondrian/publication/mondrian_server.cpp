@@ -10,7 +10,7 @@
 
 #include "base/import_error.h"
 #include "mondrian/mapping/cube_mapping.h"
-#include "mondrian/publication/data_source_connections.h"
+#include "mondrian/mapping/data_source_connections.h"
 #include "mondrian/publication/publication.h"
 #include "servers/catalogue/catalogue_store.h"
 

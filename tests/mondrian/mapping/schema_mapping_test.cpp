@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "mondrian/publication/catalogues.h"
 #include "tests/mondrian/mapping/mapping_fixture.h"
 
 namespace importkcd {

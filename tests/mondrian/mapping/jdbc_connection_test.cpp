@@ -1,4 +1,4 @@
-#include "mondrian/publication/jdbc_connection.h"
+#include "mondrian/mapping/jdbc_connection.h"
 
 #include <gtest/gtest.h>
 

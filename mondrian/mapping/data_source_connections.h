@@ -5,7 +5,7 @@
 #include <string>
 
 #include "model/olap_database.h"
-#include "mondrian/publication/jdbc_connection.h"
+#include "mondrian/mapping/jdbc_connection.h"
 
 namespace importkcd {
 

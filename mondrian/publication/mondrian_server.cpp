@@ -43,6 +43,7 @@ class MondrianStore : public OlapStore {
     std::error_code error;
     directory_ = fs::weakly_canonical(fs::absolute(directory_), error);
     if (access_ == ServerAccess::read_write) {
+      check_directory();
       make_directory();
     }
     definitions_ = make_catalogue_store((directory_ / published::definitions).string(), access_,
@@ -94,6 +95,19 @@ class MondrianStore : public OlapStore {
   }
 
  private:
+  /// A list of catalogues without definitions is somebody else's; publishing would replace it.
+  void check_directory() const {
+    std::error_code ignored;
+    if (fs::is_regular_file(directory_ / published::data_sources, ignored) &&
+        !fs::exists(directory_ / published::definitions, ignored)) {
+      throw ImportError("the folder '" + directory_.string() + "' has a " +
+                            published::data_sources + " that no import has written (there is no " +
+                            published::definitions +
+                            " beside it); name another folder, or move the file away first",
+                        error_source::olap_server);
+    }
+  }
+
   void make_directory() {
     std::error_code error;
     if (fs::create_directories(directory_, error)) {

@@ -223,7 +223,7 @@ TEST_F(Publications, WhatWasLeftBesideIsMendedByTheNextOpening) {
   publish("Retail");
   publish("Stock");
   const auto before = served_files();
-  std::ofstream(path("schemas/Retail.xml.new")) << "half";
+  std::ofstream(path("schemas/Retail.xml.new")) << "<?xml version=\"1.0\" enc";
   std::ofstream(path("datasources.xml")) << "older";
   open(ServerAccess::read_only);
   EXPECT_THAT(served_files(), SizeIs(before.size() + 1));

@@ -4,7 +4,6 @@
 #include <cstdint>
 #include <utility>
 
-#include "base/import_error.h"
 #include "base/name_folding.h"
 #include "model/vocabularies.h"
 #include "mondrian/mapping/calculated_member_mapping.h"
@@ -20,7 +19,7 @@ template <class Step>
 auto about(const std::string& what, const Step& step) {
   try {
     return step();
-  } catch (const ImportError& error) {
+  } catch (const NotExpressible& error) {
     throw NotExpressible(what + ": " + error.description());
   }
 }

@@ -45,7 +45,8 @@ class RoleGrants {
 };
 
 /// The schema of one catalogue of a database. Cubes that cannot be expressed are left out; why, and
-/// what else was left out, is added to `remarks`, one sentence each.
+/// what else was left out, is added to `remarks`, one sentence each. Throws ImportError when the
+/// definitions cannot be read.
 XmlElement schema_element(OlapDatabase& database, const PublishedCatalogue& catalogue,
                           std::vector<std::string>& remarks);
 

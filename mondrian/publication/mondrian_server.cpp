@@ -11,6 +11,7 @@
 #include "base/import_error.h"
 #include "mondrian/mapping/cube_mapping.h"
 #include "mondrian/mapping/data_source_connections.h"
+#include "mondrian/not_expressible.h"
 #include "mondrian/publication/publication.h"
 #include "servers/catalogue/catalogue_store.h"
 
@@ -173,7 +174,7 @@ class MondrianServer : public WorkingCopyServer {
       DataSourceConnections connections(database);
       RelationAliases aliases;
       map_cube(database, cube, connections, aliases, remarks);
-    } catch (const ImportError& error) {
+    } catch (const NotExpressible& error) {
       remarks = {error.description()};
       valid = false;
     }

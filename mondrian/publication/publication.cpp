@@ -4,11 +4,11 @@
 #include <system_error>
 #include <utility>
 
-#include "base/import_error.h"
 #include "base/name_folding.h"
 #include "base/text.h"
 #include "base/xml_element.h"
 #include "mondrian/mapping/schema_mapping.h"
+#include "mondrian/not_expressible.h"
 #include "mondrian/publication/published_schemas.h"
 
 namespace importkcd {
@@ -43,7 +43,7 @@ std::vector<PublishedCatalogue> likely_catalogues_of(OlapDatabase& database) {
   try {
     const auto& text = database.data_sources().find(data_sources[0])->connection_string;
     return {{database.name(), jdbc_connection(text), {}, {}, {}}};
-  } catch (const ImportError&) {
+  } catch (const NotExpressible&) {
     return {};
   }
 }

@@ -125,6 +125,15 @@ TEST_F(SchemaMapping, ACubeThatCannotBeExpressedIsLeftOutAndTheOthersStay) {
                   "tables \"store\" to the fact table in the cube's join clause"));
 }
 
+TEST_F(SchemaMapping, DefinitionsThatCannotBeReadAreNoReasonToLeaveACubeOut) {
+  const auto unreadable = testing::unreadable_database();
+  const auto catalogues = catalogues_of(*unreadable, remarks);
+  ASSERT_EQ(catalogues.size(), 1U);
+  EXPECT_EQ(testing::reason_of([&] { schema_element(*unreadable, catalogues.front(), remarks); }),
+            "disk I/O error");
+  EXPECT_THAT(remarks, IsEmpty());
+}
+
 TEST_F(SchemaMapping, ACubeNeedsADimensionAndAMeasure) {
   auto& cube = add_sales();
   cube.measures.remove("Amount");

@@ -2,8 +2,10 @@
 
 #include <algorithm>
 #include <array>
+#include <charconv>
 #include <initializer_list>
 #include <optional>
+#include <system_error>
 
 #include "base/connection_text.h"
 #include "base/import_error.h"
@@ -68,12 +70,29 @@ void check_part(std::string_view part, const char* what, std::string_view forbid
   }
 }
 
-/// The address of a server, each part fit to stand in a JDBC address.
-ServerAddress checked_address(std::string_view server) {
+void check_port(const std::string& port) {
+  constexpr unsigned highest = 65535;
+  check_part(port, "port", "/;?# ");
+  unsigned number = 0;
+  const auto* const end = port.data() + port.size();
+  const auto [rest, fault] = std::from_chars(port.data(), end, number);
+  if (fault != std::errc() || rest != end || number == 0 || number > highest) {
+    throw NotExpressible("the port '" + port + "' is no number from 1 to 65535");
+  }
+}
+
+/// The address of a server, each part fit to stand in a JDBC address. `port` counts when the server
+/// is named without one. What follows a comma is a port, not a second server.
+ServerAddress checked_address(std::string_view server, const std::string& port) {
   auto address = server_address(server);
+  if (address.port.empty()) {
+    address.port = port;
+  }
   check_part(address.host, "server", "/;?# ");
-  check_part(address.port, "port", "/;?# ");
   check_part(address.instance, "instance", "/;?# ");
+  if (!address.port.empty()) {
+    check_port(address.port);
+  }
   return address;
 }
 
@@ -94,11 +113,9 @@ void take_login(const ConnectionValues& items, JdbcConnection& connection) {
 
 JdbcConnection sql_server(const ConnectionValues& items) {
   JdbcConnection connection{DatabaseKind::sql_server, {}, std::string(sql_server_driver), {}, {}};
-  auto address =
-      checked_address(items.value({"Data Source", "Server", "Address", "Addr", "Network Address"}));
-  if (address.port.empty()) {
-    address.port = items.value({"Port"});
-  }
+  const auto address =
+      checked_address(items.value({"Data Source", "Server", "Address", "Addr", "Network Address"}),
+                      items.value({"Port"}));
   const auto database = items.value({"Initial Catalog", "Database"});
   check_part(database, "database", ";/");
   connection.url =
@@ -121,10 +138,8 @@ JdbcConnection sql_server(const ConnectionValues& items) {
 
 JdbcConnection postgresql(const ConnectionValues& items) {
   JdbcConnection connection{DatabaseKind::postgresql, {}, std::string(postgresql_driver), {}, {}};
-  auto address = checked_address(items.value({"Server", "Servername", "Data Source", "Host"}));
-  if (address.port.empty()) {
-    address.port = items.value({"Port"});
-  }
+  const auto address = checked_address(items.value({"Server", "Servername", "Data Source", "Host"}),
+                                       items.value({"Port"}));
   const auto database = items.value({"Database", "Initial Catalog", "Location"});
   connection.url =
       "jdbc:postgresql://" + with_port(address) + "/" + percent_encoded(database, address_marks);
@@ -137,11 +152,8 @@ JdbcConnection postgresql(const ConnectionValues& items) {
 
 JdbcConnection mariadb(const ConnectionValues& items) {
   JdbcConnection connection{DatabaseKind::mariadb, {}, std::string(mariadb_driver), {}, {}};
-  auto address =
-      checked_address(items.value({"Server", "Servername", "TCPIP", "Data Source", "Host"}));
-  if (address.port.empty()) {
-    address.port = items.value({"Port"});
-  }
+  const auto address = checked_address(
+      items.value({"Server", "Servername", "TCPIP", "Data Source", "Host"}), items.value({"Port"}));
   const auto database = items.value({"Database", "DB", "Initial Catalog"});
   check_part(database, "database", "/?");
   connection.url = "jdbc:mariadb://" + with_port(address) + "/" + database;

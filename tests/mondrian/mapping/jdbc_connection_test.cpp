@@ -103,6 +103,25 @@ TEST(JdbcConnection, NoValueAddsAPartToTheAddress) {
             "jdbc:postgresql://h/d?sslmode=a%26b%3Dc");
 }
 
+TEST(JdbcConnection, APortIsANumberWhereverItIsNamed) {
+  for (const std::string front :
+       {"Driver=PostgreSQL;Database=d;Server=", "Driver=MariaDB;Database=d;Server=",
+        "Provider=SQLOLEDB;Initial Catalog=d;Data Source="}) {
+    for (const std::string port :
+         {"0", "65536", "99999999999", "-1", "+1", "1x", "x", "h2", "h2:1"}) {
+      const auto told = "the port '" + port + "' is no number from 1 to 65535";
+      EXPECT_EQ(jdbc_refusal(front + "h;Port=" + port), told);
+      EXPECT_EQ(jdbc_refusal(front + "h," + port), told);
+    }
+    EXPECT_EQ(jdbc_refusal(front + "h;Port=\"5432/x?a=b\""),
+              "the name of the port '5432/x?a=b' cannot be part of a JDBC address");
+    EXPECT_EQ(jdbc_refusal(front + "h1,h2,5432"),
+              "the port 'h2,5432' is no number from 1 to 65535");
+    EXPECT_THAT(url(front + "h;Port=65535"), ::testing::HasSubstr("//h:65535/d"));
+    EXPECT_THAT(url(front + "h,1;Port=2"), ::testing::HasSubstr("//h:1/d"));
+  }
+}
+
 TEST(JdbcConnection, AnythingElseTellsWhatThereIsAndNoPassword) {
   const auto* const told =
       "the connection text names no kind of database that the engine can reach: SQL Server, "

@@ -8,7 +8,6 @@
 #include <unordered_map>
 #include <unordered_set>
 
-#include "base/import_error.h"
 #include "base/name_folding.h"
 #include "base/quoting.h"
 #include "base/text.h"
@@ -201,7 +200,7 @@ class MemberChoice {
       auto measures = measures_named_in(definition.formula);
       members_.push_back(
           {member.name, std::move(definition), std::move(fault), std::move(measures), false});
-    } catch (const ImportError& error) {
+    } catch (const NotExpressible& error) {
       remark(member.name, error.description());
     }
   }

@@ -4,7 +4,6 @@
 #include <cstdint>
 #include <utility>
 
-#include "base/import_error.h"
 #include "base/name_folding.h"
 #include "model/vocabularies.h"
 #include "mondrian/mapping/calculated_member_mapping.h"
@@ -20,7 +19,7 @@ template <class Step>
 auto about(const std::string& what, const Step& step) {
   try {
     return step();
-  } catch (const ImportError& error) {
+  } catch (const NotExpressible& error) {
     throw NotExpressible(what + ": " + error.description());
   }
 }
@@ -34,16 +33,29 @@ std::string aggregator(OlapAggregateFunction function) {
                        std::to_string(static_cast<std::int32_t>(function)) + " is not known");
 }
 
+/// What a measure aggregates, and how.
+struct MeasureSource {
+  SqlText expression;
+  /// Of a count: only different values count.
+  bool is_distinct = false;
+};
+
 bool counts_rows(const OlapMeasure& measure, const SqlText& expression) {
   return measure.aggregate_function == OlapAggregateFunction::count &&
          (expression.empty() || (expression.size() == 1 && is_symbol(expression[0], "*")));
 }
 
-/// What a measure aggregates. A count without a column, or of "*", counts rows.
-SqlText measure_expression(const OlapMeasure& measure, const CubeSource& source) {
+/// A count without a column, or of "*", counts rows. One of "distinct ..." counts different values,
+/// which the engine must know: it cannot add such counts up.
+MeasureSource measure_source(const OlapMeasure& measure, const CubeSource& source) {
   auto expression = parse_expression(measure.source_column);
   if (counts_rows(measure, expression)) {
-    return parse_expression("1");
+    return {parse_expression("1")};
+  }
+  const bool is_distinct = measure.aggregate_function == OlapAggregateFunction::count &&
+                           is_word(expression.front(), "DISTINCT");
+  if (is_distinct) {
+    expression.erase(expression.begin());
   }
   if (expression.empty()) {
     throw NotExpressible("it has no source column");
@@ -54,7 +66,7 @@ SqlText measure_expression(const OlapMeasure& measure, const CubeSource& source)
                            ", whose table is not in the cube's from clause");
     }
   }
-  return expression;
+  return {std::move(expression), is_distinct};
 }
 
 /// Whether the expression makes a view out of the fact table: it names other tables, or columns
@@ -69,12 +81,13 @@ bool measure_needs_fact_view(const SqlText& expression, const CubeSource& source
 }
 
 /// `number` counts the cube's measures, from 1.
-XmlElement measure_element(const OlapMeasure& measure, const SqlText& expression,
+XmlElement measure_element(const OlapMeasure& measure, const MeasureSource& source,
                            std::size_t number, FactSource& facts) {
   auto element = text_element("Measure", {});
-  const auto value = facts.value(expression, "measure" + std::to_string(number));
+  const auto value = facts.value(source.expression, "measure" + std::to_string(number));
   element.set("name", measure.name).set_if_any("column", value.column);
-  element.set("aggregator", aggregator(measure.aggregate_function));
+  element.set("aggregator",
+              source.is_distinct ? "distinct-count" : aggregator(measure.aggregate_function));
   element.set_if_any("formatString", measure.format);
   if (measure.internal) {
     element.set("visible", "false");
@@ -89,7 +102,7 @@ XmlElement measure_element(const OlapMeasure& measure, const SqlText& expression
 /// A measure with its source taken apart.
 struct MeasurePlan {
   const OlapMeasure* measure = nullptr;
-  SqlText expression;
+  MeasureSource source;
 };
 
 /// Maps one cube. All dimensions and measures are planned first, because one of them is enough to
@@ -173,7 +186,7 @@ class CubeMapper {
         continue;
       }
       measures_.push_back(about("measure '" + measure.name + "'", [&] {
-        return MeasurePlan{&measure, measure_expression(measure, source_)};
+        return MeasurePlan{&measure, measure_source(measure, source_)};
       }));
     }
     if (measures_.empty()) {
@@ -187,7 +200,7 @@ class CubeMapper {
                          return dimension_needs_fact_view(plan, source_);
                        }) ||
            std::any_of(measures_.begin(), measures_.end(), [this](const MeasurePlan& plan) {
-             return measure_needs_fact_view(plan.expression, source_);
+             return measure_needs_fact_view(plan.source.expression, source_);
            });
   }
 
@@ -205,8 +218,7 @@ class CubeMapper {
     std::vector<std::string> names;
     for (const auto& plan : measures_) {
       names.push_back(plan.measure->name);
-      mapped.measures.push_back(
-          measure_element(*plan.measure, plan.expression, names.size(), facts));
+      mapped.measures.push_back(measure_element(*plan.measure, plan.source, names.size(), facts));
     }
     mapped.calculated_members = map_calculated_members(cube_, names, remarks_);
   }

@@ -5,9 +5,9 @@
 
 #include "base/xml_element.h"
 #include "model/olap_database.h"
+#include "mondrian/mapping/data_source_connections.h"
 #include "mondrian/mapping/dimension_mapping.h"
 #include "mondrian/mapping/schema_relations.h"
-#include "mondrian/publication/data_source_connections.h"
 
 namespace importkcd {
 

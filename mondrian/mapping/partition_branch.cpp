@@ -4,7 +4,6 @@
 #include <set>
 
 #include "base/apostrophes.h"
-#include "base/import_error.h"
 #include "mondrian/mapping/level_mapping.h"
 #include "mondrian/not_expressible.h"
 
@@ -193,7 +192,7 @@ std::string partition_branch(const CubeSource& of_cube, const OlapCube& cube,
                              const std::vector<FactColumn>& columns) {
   try {
     return PartitionQuery(of_cube, cube, partition).text_of(columns);
-  } catch (const ImportError& error) {
+  } catch (const NotExpressible& error) {
     throw NotExpressible("partition '" + partition.name + "': " + error.description());
   }
 }

@@ -7,6 +7,7 @@
 #include "base/name_folding.h"
 #include "mondrian/mapping/cube_mapping.h"
 #include "mondrian/mapping/virtual_cube_mapping.h"
+#include "mondrian/not_expressible.h"
 
 namespace importkcd {
 namespace {
@@ -63,7 +64,7 @@ class SchemaMapper {
       auto mapped = map_cube(database_, cube, connections_, aliases_, remarks);
       cube_elements_.push_back(cube_element(mapped));
       cubes_.emplace(lower_cased(cube.name), std::move(mapped));
-    } catch (const ImportError& error) {
+    } catch (const NotExpressible& error) {
       remarks_.push_back(error.description());
       return;
     }
@@ -81,7 +82,7 @@ class SchemaMapper {
     };
     try {
       virtual_elements_.push_back(virtual_cube_element(cube, find_cube, is_shared));
-    } catch (const ImportError& error) {
+    } catch (const NotExpressible& error) {
       remarks_.push_back(error.description());
       return;
     }

@@ -5,9 +5,24 @@
 
 #include "base/xml_element.h"
 #include "model/definitions.h"
-#include "mondrian/publication/catalogues.h"
+#include "model/olap_database.h"
+#include "mondrian/mapping/jdbc_connection.h"
 
 namespace importkcd {
+
+/// A catalogue of the engine: the cubes of a database that read from one data warehouse.
+struct PublishedCatalogue {
+  /// The database's name; with several catalogues the data source's name follows it.
+  std::string name;
+  JdbcConnection connection;
+  /// Names of regular cubes, in the database's order. Some may turn out to be inexpressible.
+  std::vector<std::string> cubes;
+  std::vector<std::string> virtual_cubes;
+  /// The data source that its connection was found with; others may mean the same one.
+  std::string warehouse;
+  /// The data source that tells this catalogue from others of its database; empty for the only one.
+  std::string data_source;
+};
 
 /// Collects which roles may see which cubes of a schema.
 class RoleGrants {
@@ -32,7 +47,8 @@ class RoleGrants {
 };
 
 /// The schema of one catalogue of a database. Cubes that cannot be expressed are left out; why, and
-/// what else was left out, is added to `remarks`, one sentence each.
+/// what else was left out, is added to `remarks`, one sentence each. Throws ImportError when the
+/// definitions cannot be read.
 XmlElement schema_element(OlapDatabase& database, const PublishedCatalogue& catalogue,
                           std::vector<std::string>& remarks);
 

@@ -5,7 +5,6 @@
 #include <utility>
 #include <vector>
 
-#include "base/import_error.h"
 #include "base/name_folding.h"
 #include "mondrian/mdx/mdx_scanner.h"
 #include "mondrian/not_expressible.h"
@@ -172,7 +171,7 @@ XmlElement virtual_cube_element(const OlapCube& cube, const FindMappedCube& find
                                 const IsShared& is_shared) {
   try {
     return VirtualCubeMapper(cube, find_cube, is_shared).element();
-  } catch (const ImportError& error) {
+  } catch (const NotExpressible& error) {
     throw NotExpressible("Virtual cube '" + cube.name +
                          "' cannot be published: " + error.description());
   }

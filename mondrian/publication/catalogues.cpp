@@ -5,11 +5,11 @@
 #include <cstdint>
 #include <cstdio>
 
-#include "base/import_error.h"
 #include "base/name_folding.h"
 #include "base/text.h"
+#include "mondrian/mapping/data_source_connections.h"
 #include "mondrian/mapping/virtual_cube_mapping.h"
-#include "mondrian/publication/data_source_connections.h"
+#include "mondrian/not_expressible.h"
 
 namespace importkcd {
 namespace {
@@ -46,7 +46,7 @@ class Grouping {
     }
     try {
       group_of(cube).cubes.push_back(cube.name);
-    } catch (const ImportError& error) {
+    } catch (const NotExpressible& error) {
       remarks_.push_back("Cube '" + cube.name + "' cannot be published: " + error.description());
     }
   }

@@ -10,7 +10,8 @@
 
 #include "base/import_error.h"
 #include "mondrian/mapping/cube_mapping.h"
-#include "mondrian/publication/data_source_connections.h"
+#include "mondrian/mapping/data_source_connections.h"
+#include "mondrian/not_expressible.h"
 #include "mondrian/publication/publication.h"
 #include "servers/catalogue/catalogue_store.h"
 
@@ -43,6 +44,7 @@ class MondrianStore : public OlapStore {
     std::error_code error;
     directory_ = fs::weakly_canonical(fs::absolute(directory_), error);
     if (access_ == ServerAccess::read_write) {
+      check_directory();
       make_directory();
     }
     definitions_ = make_catalogue_store((directory_ / published::definitions).string(), access_,
@@ -94,6 +96,19 @@ class MondrianStore : public OlapStore {
   }
 
  private:
+  /// A list of catalogues without definitions is somebody else's; publishing would replace it.
+  void check_directory() const {
+    std::error_code ignored;
+    if (fs::is_regular_file(directory_ / published::data_sources, ignored) &&
+        !fs::exists(directory_ / published::definitions, ignored)) {
+      throw ImportError("the folder '" + directory_.string() + "' has a " +
+                            published::data_sources + " that no import has written (there is no " +
+                            published::definitions +
+                            " beside it); name another folder, or move the file away first",
+                        error_source::olap_server);
+    }
+  }
+
   void make_directory() {
     std::error_code error;
     if (fs::create_directories(directory_, error)) {
@@ -159,7 +174,7 @@ class MondrianServer : public WorkingCopyServer {
       DataSourceConnections connections(database);
       RelationAliases aliases;
       map_cube(database, cube, connections, aliases, remarks);
-    } catch (const ImportError& error) {
+    } catch (const NotExpressible& error) {
       remarks = {error.description()};
       valid = false;
     }

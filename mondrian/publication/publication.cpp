@@ -1,44 +1,22 @@
 #include "mondrian/publication/publication.h"
 
 #include <algorithm>
-#include <chrono>
-#include <ctime>
 #include <fstream>
 #include <iterator>
 #include <system_error>
 #include <utility>
 
-#include "base/import_error.h"
 #include "base/name_folding.h"
 #include "base/text.h"
 #include "base/xml_element.h"
 #include "mondrian/mapping/schema_mapping.h"
+#include "mondrian/not_expressible.h"
+#include "mondrian/publication/published_schemas.h"
 
 namespace importkcd {
 namespace {
 
 namespace fs = std::filesystem;
-
-/// A text that no other publication has: the time, to the nanosecond. It goes into a comment, so
-/// that the engine sees a changed schema and forgets the figures that it remembers.
-std::string publication_mark() {
-  using std::chrono::nanoseconds;
-  using std::chrono::seconds;
-  const auto since = std::chrono::system_clock::now().time_since_epoch();
-  const std::time_t whole = std::chrono::duration_cast<seconds>(since).count();
-  std::tm parts{};
-  gmtime_r(&whole, &parts);
-  std::string text(64, '\0');
-  text.resize(std::strftime(text.data(), text.size(), "%Y-%m-%dT%H:%M:%S", &parts));
-  auto fraction =
-      std::to_string(std::chrono::duration_cast<nanoseconds>(since).count() % 1'000'000'000);
-  return "Published " + text + "." + std::string(9 - fraction.size(), '0') + fraction + "Z";
-}
-
-[[noreturn]] void fail(const fs::path& path, const std::error_code& error) {
-  throw ImportError("cannot write '" + path.string() + "': " + error.message(),
-                    error_source::olap_server);
-}
 
 /// The engine puts system properties in place of "${NAME}" before it reads the file as XML.
 std::string without_substitutions(std::string text) {
@@ -67,13 +45,9 @@ std::vector<PublishedCatalogue> likely_catalogues_of(OlapDatabase& database) {
   try {
     const auto& text = database.data_sources().find(data_sources[0])->connection_string;
     return {{database.name(), jdbc_connection(text), {}, {}, data_sources[0], {}}};
-  } catch (const ImportError&) {
+  } catch (const NotExpressible&) {
     return {};
   }
-}
-
-bool ends_with_beside_suffix(const fs::path& path) {
-  return path.string().ends_with(beside_suffix);
 }
 
 /// Whether a file holds this text and nobody but its owner may read it.
@@ -100,12 +74,7 @@ Publication::Publication(fs::path directory)
     : directory_(std::move(directory)), mark_(publication_mark()) {}
 
 void Publication::prepare(OlapStore& definitions, const std::vector<std::string>& touched) {
-  const auto schemas = directory_ / published::schemas;
-  std::error_code error;
-  fs::create_directories(schemas, error);
-  if (error) {
-    fail(schemas, error);
-  }
+  make_schemas_folder(directory_ / published::schemas);
   for (const auto& name : definitions.database_names()) {
     add_database(definitions, name, is_among(touched, name));
   }
@@ -143,6 +112,7 @@ void Publication::add_catalogue(OlapDatabase& database, const PublishedCatalogue
   const Entry entry{name, engine_connect_string(catalogue.connection, catalogue.warehouse),
                     schema_file_name(database.name(), catalogue.data_source)};
   if (touched) {
+    check_schema_place(schema_path(entry.file));
     const auto schema = schema_element(database, catalogue, remarks_);
     files_.write(schema_path(entry.file), xml_document(schema, " " + mark_ + " "),
                  FilesBeside::Readers::everyone);
@@ -197,26 +167,15 @@ void Publication::carry_out() {
   for (const auto& entry : entries_) {
     in_use.insert(entry.file);
   }
-  for (const auto& file : fs::directory_iterator(directory_ / published::schemas, ignored)) {
-    const auto name = file.path().filename().string();
-    if (!in_use.contains(name) && (name.ends_with(".xml") || ends_with_beside_suffix(name))) {
-      fs::remove(file.path(), ignored);
-    }
-  }
+  remove_unused_schemas(directory_ / published::schemas, in_use);
 }
 
 fs::path publication_lock(const fs::path& directory) { return directory / published::lock; }
 
 bool publication_was_cut_off(const fs::path& directory) {
   std::error_code ignored;
-  for (const auto& folder : {directory, directory / published::schemas}) {
-    for (const auto& file : fs::directory_iterator(folder, ignored)) {
-      if (ends_with_beside_suffix(file.path())) {
-        return true;
-      }
-    }
-  }
-  return false;
+  const auto list = (directory / published::data_sources).string() + std::string(beside_suffix);
+  return fs::exists(list, ignored) || has_schemas_beside(directory / published::schemas);
 }
 
 }  // namespace importkcd

@@ -10,6 +10,7 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using testing::measure;
+using ::testing::Not;
 
 class MeasureMapping : public testing::MappingTest {
  protected:
@@ -59,6 +60,28 @@ TEST_F(MeasureMapping, ACountOfNothingOrOfEverythingCountsRows) {
       "</Measure>\n";
   EXPECT_EQ(xml(measure("M", "", OlapAggregateFunction::count)), rows);
   EXPECT_EQ(xml(measure("M", "*", OlapAggregateFunction::count)), rows);
+}
+
+TEST_F(MeasureMapping, ACountOfDistinctValuesIsTheEnginesOwn) {
+  const auto* counted = "<Measure name=\"M\" column=\"buyer\" aggregator=\"distinct-count\"/>\n";
+  for (const auto* source : {"distinct buyer", "DISTINCT \"sales\".\"buyer\"", "Distinct(buyer)"}) {
+    EXPECT_EQ(xml(measure("M", source, OlapAggregateFunction::count)), counted) << source;
+  }
+  EXPECT_EQ(xml(measure("M", "\"distinct\"", OlapAggregateFunction::count)),
+            "<Measure name=\"M\" column=\"distinct\" aggregator=\"count\"/>\n");
+  EXPECT_EQ(xml(measure("M", "distinct_buyers", OlapAggregateFunction::count)),
+            "<Measure name=\"M\" column=\"distinct_buyers\" aggregator=\"count\"/>\n");
+  EXPECT_EQ(fault_of(cube_with(measure("M", "distinct", OlapAggregateFunction::count))),
+            "Cube 'Sales' cannot be published: measure 'M': it has no source column");
+}
+
+TEST_F(MeasureMapping, ACountOfDistinctValuesOfOtherTablesIsAColumnOfTheView) {
+  auto& cube = cube_with(measure("M", "distinct store.owner", OlapAggregateFunction::count));
+  EXPECT_EQ(xml_text(map(cube).measures.at(1)),
+            "<Measure name=\"M\" column=\"measure2\" aggregator=\"distinct-count\"/>\n");
+  EXPECT_THAT(fact_xml(cube), HasSubstr("&quot;store&quot;.&quot;owner&quot; as "
+                                        "&quot;measure2&quot; from"));
+  EXPECT_THAT(fact_xml(cube), Not(HasSubstr("distinct")));
 }
 
 TEST_F(MeasureMapping, AnExpressionOverTheFactTableIsAnElement) {

@@ -3,7 +3,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <memory>
+#include <optional>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -51,6 +54,31 @@ std::string reason_of(const Step& step) {
     return error.description();
   }
   return "nothing was thrown";
+}
+
+/// The dimensions of a database that cannot be read just now.
+class UnreadableDimensions : public ObjectSource<OlapDimension> {
+ public:
+  bool contains(std::string_view /*name*/) override { return true; }
+  std::optional<OlapDimension> load(std::string_view /*name*/) override {
+    throw ImportError("disk I/O error", error_source::olap_server);
+  }
+  std::vector<std::string> names() override { return {"Store"}; }
+};
+
+/// A database that could be served, with the cube "Sales", if its dimensions could be read.
+inline std::unique_ptr<OlapDatabase> unreadable_database() {
+  DatabaseSources sources;
+  sources.dimensions = std::make_unique<UnreadableDimensions>();
+  auto database = std::make_unique<OlapDatabase>("Shops", "", std::move(sources));
+  database->data_sources().add_new("DW").connection_string = "jdbc:postgresql://host/dw";
+  auto& cube = database->add_cube("Sales", OlapCubeKind::regular);
+  cube.data_source = "DW";
+  cube.fact_table = "sales";
+  cube.from_clause = "sales";
+  cube.dimensions.add({"Store", {}});
+  cube.measures.add(measure("Amount", "amount"));
+  return database;
 }
 
 /// A fixture with an empty database that has the data source "DW", a PostgreSQL. Tests define

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "mondrian/publication/catalogues.h"
 #include "tests/mondrian/mapping/mapping_fixture.h"
 
 namespace importkcd {
@@ -122,6 +123,15 @@ TEST_F(SchemaMapping, ACubeThatCannotBeExpressedIsLeftOutAndTheOthersStay) {
       remarks,
       ElementsAre("Cube 'Broken' cannot be published: dimension 'Store': no equality ties its "
                   "tables \"store\" to the fact table in the cube's join clause"));
+}
+
+TEST_F(SchemaMapping, DefinitionsThatCannotBeReadAreNoReasonToLeaveACubeOut) {
+  const auto unreadable = testing::unreadable_database();
+  const auto catalogues = catalogues_of(*unreadable, remarks);
+  ASSERT_EQ(catalogues.size(), 1U);
+  EXPECT_EQ(testing::reason_of([&] { schema_element(*unreadable, catalogues.front(), remarks); }),
+            "disk I/O error");
+  EXPECT_THAT(remarks, IsEmpty());
 }
 
 TEST_F(SchemaMapping, ACubeNeedsADimensionAndAMeasure) {

@@ -1,5 +1,6 @@
 #include <sys/stat.h>
 
+#include "tests/mondrian/mapping/mapping_fixture.h"
 #include "tests/mondrian/publication/publication_fixture.h"
 
 namespace importkcd::testing {
@@ -247,7 +248,7 @@ TEST_F(Publications, WhatWasLeftBesideIsMendedByTheNextOpening) {
   publish("Retail");
   publish("Stock");
   const auto before = served_files();
-  std::ofstream(path("schemas/Retail.xml.new")) << "half";
+  std::ofstream(path("schemas/Retail.xml.new")) << "<?xml version=\"1.0\" enc";
   std::ofstream(path("datasources.xml")) << "older";
   open(ServerAccess::read_only);
   EXPECT_THAT(served_files(), SizeIs(before.size() + 1));
@@ -300,6 +301,16 @@ TEST_F(Publications, ACubeThatCannotBeExpressedIsLeftOutWithItsReason) {
   EXPECT_THAT(server->take_messages(), IsEmpty());
   EXPECT_THAT(read_file(path("schemas/Retail.xml")), HasSubstr("<Cube name=\"Sales\">"));
   EXPECT_THAT(read_file(path("schemas/Retail.xml")), Not(HasSubstr("<Cube name=\"Torn\">")));
+}
+
+TEST_F(Publications, ACubeThatCannotBeReadIsNeitherValidNorInvalid) {
+  const auto server = open();
+  const auto unreadable = unreadable_database();
+  EXPECT_EQ(error_of([&] {
+              server->structure_is_valid(*unreadable, *unreadable->cubes().find("Sales"));
+            }),
+            "disk I/O error");
+  EXPECT_THAT(server->take_messages(), IsEmpty());
 }
 
 TEST_F(Publications, AKeptCopyIsPublishedWhenItIsRestored) {

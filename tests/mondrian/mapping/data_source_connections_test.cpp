@@ -1,4 +1,4 @@
-#include "mondrian/publication/data_source_connections.h"
+#include "mondrian/mapping/data_source_connections.h"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
-#include "mondrian/publication/data_source_connections.h"
+#include "mondrian/mapping/data_source_connections.h"
 
-#include "base/import_error.h"
 #include "base/name_folding.h"
+#include "mondrian/not_expressible.h"
 
 namespace importkcd {
 
@@ -12,7 +12,7 @@ const JdbcConnection& DataSourceConnections::of(const std::string& data_source) 
     known = known_.emplace(key, make_out(data_source)).first;
   }
   if (!known->second.connection) {
-    throw ImportError(known->second.fault, error_source::olap_server);
+    throw NotExpressible(known->second.fault);
   }
   return *known->second.connection;
 }
@@ -27,7 +27,7 @@ DataSourceConnections::Known DataSourceConnections::make_out(const std::string& 
   }
   try {
     return {jdbc_connection(definition->connection_string), {}};
-  } catch (const ImportError& error) {
+  } catch (const NotExpressible& error) {
     return {{}, "data source '" + definition->name + "': " + error.description()};
   }
 }

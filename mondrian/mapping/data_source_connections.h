@@ -5,7 +5,7 @@
 #include <string>
 
 #include "model/olap_database.h"
-#include "mondrian/publication/jdbc_connection.h"
+#include "mondrian/mapping/jdbc_connection.h"
 
 namespace importkcd {
 
@@ -15,8 +15,8 @@ class DataSourceConnections {
   /// `database` outlives this object.
   explicit DataSourceConnections(OlapDatabase& database) : database_(database) {}
 
-  /// Throws ImportError, the data source named, when there is none of that name or its connection
-  /// string means no database.
+  /// Throws NotExpressible, the data source named, when there is none of that name or its
+  /// connection string means no database.
   const JdbcConnection& of(const std::string& data_source);
 
  private:

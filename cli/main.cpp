@@ -21,8 +21,8 @@
 namespace importkcd {
 namespace {
 
-/// Databases in memory go with the process: to take them apart object by object before would make an
-/// import a quarter longer.
+/// Databases in memory go with the process: to take them apart object by object before would make
+/// an import a quarter longer.
 std::unique_ptr<OlapServer> server_in_memory() {
   static const auto& storage = *new std::shared_ptr<MemoryStorage>(make_memory_store());
   return make_memory_server(storage);

@@ -6,9 +6,9 @@ namespace importkcd {
 namespace {
 
 using testing::bare_document;
-using testing::known_version;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
+using testing::known_version;
 using ::testing::Not;
 using ::testing::StartsWith;
 using testing::whole_document;

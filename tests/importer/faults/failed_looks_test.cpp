@@ -20,8 +20,8 @@ using LookCase = std::tuple<ScriptCase, Thrown>;
 class FailedLooks : public ScriptedRunTest, public ::testing::WithParamInterface<LookCase> {
  protected:
   std::unique_ptr<OlapServer> connected() override {
-    auto server = std::make_unique<WorkingCopyServer>(
-        make_catalogue_store(path_, ServerAccess::read_write));
+    auto server =
+        std::make_unique<WorkingCopyServer>(make_catalogue_store(path_, ServerAccess::read_write));
     server->connect(path_);
     return server;
   }

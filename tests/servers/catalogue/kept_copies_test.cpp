@@ -13,8 +13,8 @@
 #include "tests/servers/catalogue/forked_process.h"
 #include "tests/support/catalogue_check.h"
 #include "tests/support/database_text.h"
-#include "tests/support/importer_fixture.h"
 #include "tests/support/import_fixture.h"
+#include "tests/support/importer_fixture.h"
 #include "tests/support/whole_document.h"
 
 namespace importkcd {

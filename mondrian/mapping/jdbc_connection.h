@@ -21,7 +21,8 @@ struct JdbcConnection {
 };
 
 /// What a data source's connection string means: SQL Server through OLE DB or ODBC, PostgreSQL and
-/// MariaDB through ODBC (or OLE DB), and a text that begins with "jdbc:" as it stands. Throws
+/// MariaDB through ODBC (or OLE DB), a "postgresql://" address, and a text that begins with "jdbc:"
+/// as it stands. Throws
 /// NotExpressible for anything else; the description says why and holds no part of the text that
 /// could be a password.
 JdbcConnection jdbc_connection(std::string_view connection_string);

@@ -86,6 +86,41 @@ TEST(JdbcConnection, AnAddressIsTakenAsItStands) {
             (JdbcConnection{DatabaseKind::unknown, "jdbc:clickhouse://h/d", "", "", ""}));
 }
 
+TEST(JdbcConnection, AnAddressOfPostgresqlIsTakenApart) {
+  const std::string driver = "org.postgresql.Driver";
+  EXPECT_EQ(
+      jdbc_connection("postgresql://o%27reader:p%40s%2Fs%3A@h:5433/my%20dw?sslmode=require"),
+      (JdbcConnection{DatabaseKind::postgresql, "jdbc:postgresql://h:5433/my%20dw?sslmode=require",
+                      driver, "o'reader", "p@s/s:"}));
+  EXPECT_EQ(
+      jdbc_connection("Postgres://h/d?user=u&password=p%26q"),
+      (JdbcConnection{DatabaseKind::postgresql, "jdbc:postgresql://h/d", driver, "u", "p&q"}));
+  EXPECT_EQ(jdbc_connection("postgresql://u:p@q@h/d").password, "p@q");
+  EXPECT_EQ(url("postgresql://u@[::1]:5433/d"), "jdbc:postgresql://[::1]:5433/d");
+  EXPECT_EQ(url("postgresql://[::1]/d"), "jdbc:postgresql://[::1]/d");
+  EXPECT_EQ(url("postgresql://h"), "jdbc:postgresql://h/");
+  EXPECT_EQ(url("postgresql:///d"), "jdbc:postgresql://localhost/d");
+  EXPECT_EQ(url("postgresql://h/d%3Fa%3Db"), "jdbc:postgresql://h/d%3Fa%3Db");
+  EXPECT_EQ(url("postgresql://h/d?sslmode=a%26b%3Dc"), "jdbc:postgresql://h/d?sslmode=a%26b%3Dc");
+}
+
+TEST(JdbcConnection, AnAddressOfPostgresqlWithAMistakeShowsNoPassword) {
+  for (const auto* text :
+       {"postgresql://u:sec/ret@h/d", "postgresql://u:sec?ret@h/d", "postgresql://u:sec%zzret@h/d",
+        "postgresql://u:sec%2@h/d", "postgresql://u:sec%00ret@h/d", "postgresql://h/d?password=sec&ret",
+        "postgresql://u:p@[::1]sec/d"}) {
+    const auto told = jdbc_refusal(text);
+    EXPECT_THAT(told, ::testing::StartsWith("the ")) << text;
+    EXPECT_THAT(told, ::testing::Not(::testing::HasSubstr("sec%zz"))) << text;
+    EXPECT_THAT(told, ::testing::Not(::testing::HasSubstr("ret"))) << text;
+  }
+  EXPECT_EQ(jdbc_refusal("postgresql://h1,h2/d"),
+            "the name of the server 'h1,h2' cannot be part of a JDBC address");
+  EXPECT_EQ(jdbc_refusal("postgresql://%2Fvar%2Frun/d"),
+            "the name of the server '/var/run' cannot be part of a JDBC address");
+  EXPECT_EQ(jdbc_refusal("postgresql://h:0/d"), "the port '0' is no number from 1 to 65535");
+}
+
 TEST(JdbcConnection, NoValueAddsAPartToTheAddress) {
   EXPECT_EQ(jdbc_refusal("Provider=SQLOLEDB;Data Source=h;Initial Catalog=\"d;ssl=off\""),
             "the name of the database 'd;ssl=off' cannot be part of a JDBC address");

@@ -190,7 +190,9 @@ class CubeMapper {
       }));
     }
     if (measures_.empty()) {
-      throw NotExpressible("it has no measure");
+      // The reason, not what follows from it.
+      throw NotExpressible(cube_.measures.empty() ? "it has no measure"
+                                                  : "none of its measures has a source column");
     }
   }
 

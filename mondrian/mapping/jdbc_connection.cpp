@@ -161,9 +161,9 @@ JdbcConnection mariadb(const ConnectionValues& items) {
   return connection;
 }
 
-/// Takes what stands in front of a separator, or all of it, and the separator off a text.
-std::string_view take_front(std::string_view& text, char separator) {
-  const auto at = text.find(separator);
+/// Takes what stands in front of a mark, or all of it, and the mark off a text.
+std::string_view take_front(std::string_view& text, char mark) {
+  const auto at = text.find(mark);
   const auto front = text.substr(0, at);
   text.remove_prefix(at == std::string_view::npos ? text.size() : at + 1);
   return front;

@@ -89,44 +89,46 @@ void Publication::prepare(OlapStore& definitions, const std::vector<std::string>
 
 void Publication::add_database(OlapStore& definitions, const std::string& name, bool touched) {
   OlapDatabase database(name, definitions.description(name), definitions.sources(name));
-  if (!touched) {
-    const auto catalogues = likely_catalogues_of(database);
-    if (!lacks_schema(name, catalogues)) {
-      for (const auto& catalogue : catalogues) {
-        add_catalogue(database, catalogue, false);
-      }
-      return;
-    }
+  const auto told = remarks_.size();
+  auto catalogues = touched ? catalogues_of(database, remarks_) : likely_catalogues_of(database);
+  const auto has_its_schema = [&](const PublishedCatalogue& catalogue) {
+    return has_schema(name, catalogue);
+  };
+  if (!touched && !std::all_of(catalogues.begin(), catalogues.end(), has_its_schema)) {
+    catalogues = catalogues_of(database, remarks_);
   }
-  for (const auto& catalogue : catalogues_of(database, remarks_)) {
-    add_catalogue(database, catalogue, true);
+  for (const auto& catalogue : catalogues) {
+    add_catalogue(database, catalogue, touched || !has_its_schema(catalogue));
+  }
+  if (!touched) {
+    // Told when the database was touched.
+    remarks_.resize(told);
   }
 }
 
 void Publication::add_catalogue(OlapDatabase& database, const PublishedCatalogue& catalogue,
                                 bool touched) {
+  const auto file = schema_file_name(database.name(), catalogue.data_source);
+  if (touched) {
+    const auto schema = schema_element(database, catalogue, remarks_);
+    if (schema.child("Cube") == nullptr) {
+      return;
+    }
+    check_schema_place(schema_path(file));
+    files_.write(schema_path(file), xml_document(schema, " " + mark_ + " "),
+                 FilesBeside::Readers::everyone);
+  }
   auto name = catalogue.name;
   for (int number = 2; !names_.insert(lower_cased(name)).second; ++number) {
     name = catalogue.name + " (" + std::to_string(number) + ")";
   }
-  const Entry entry{name, engine_connect_string(catalogue.connection, catalogue.warehouse),
-                    schema_file_name(database.name(), catalogue.data_source)};
-  if (touched) {
-    check_schema_place(schema_path(entry.file));
-    const auto schema = schema_element(database, catalogue, remarks_);
-    files_.write(schema_path(entry.file), xml_document(schema, " " + mark_ + " "),
-                 FilesBeside::Readers::everyone);
-  }
-  entries_.push_back(entry);
+  entries_.push_back({name, engine_connect_string(catalogue.connection, catalogue.warehouse), file});
 }
 
-bool Publication::lacks_schema(const std::string& database,
-                               const std::vector<PublishedCatalogue>& catalogues) const {
-  return std::any_of(
-      catalogues.begin(), catalogues.end(), [&](const PublishedCatalogue& catalogue) {
-        std::error_code ignored;
-        return !fs::exists(schema_path(schema_file_name(database, catalogue.data_source)), ignored);
-      });
+bool Publication::has_schema(const std::string& database,
+                             const PublishedCatalogue& catalogue) const {
+  std::error_code ignored;
+  return fs::exists(schema_path(schema_file_name(database, catalogue.data_source)), ignored);
 }
 
 fs::path Publication::schema_path(const std::string& file) const {

@@ -47,9 +47,9 @@ class Publication {
   };
 
   void add_database(OlapStore& definitions, const std::string& name, bool touched);
+  /// Leaves out a catalogue without a cube that can be served.
   void add_catalogue(OlapDatabase& database, const PublishedCatalogue& catalogue, bool touched);
-  bool lacks_schema(const std::string& database,
-                    const std::vector<PublishedCatalogue>& catalogues) const;
+  bool has_schema(const std::string& database, const PublishedCatalogue& catalogue) const;
   std::filesystem::path schema_path(const std::string& file) const;
   std::string list_of_catalogues() const;
 

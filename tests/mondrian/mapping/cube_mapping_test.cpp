@@ -121,6 +121,13 @@ TEST_F(MeasureMapping, OneWithoutASourceIsLeftOutAndToldOf) {
                                    "source column"));
 }
 
+TEST_F(MeasureMapping, ACubeThatLosesAllOfThemTellsWhy) {
+  auto& cube = cube_with(measure("M", ""));
+  cube.measures.edit("Amount")->source_column.clear();
+  EXPECT_EQ(fault_of(cube),
+            "Cube 'Sales' cannot be published: none of its measures has a source column");
+}
+
 TEST_F(MeasureMapping, ATableThatIsNotThereIsAnError) {
   EXPECT_EQ(
       fault_of(cube_with(measure("M", "shop.qty + 1"))),

@@ -313,6 +313,64 @@ TEST_F(Publications, ACubeThatCannotBeReadIsNeitherValidNorInvalid) {
   EXPECT_THAT(server->take_messages(), IsEmpty());
 }
 
+/// Takes away what ties a cube to what can be served.
+void spoil(OlapServer& server, OlapDatabase& database, const std::string& cube) {
+  auto& spoilt = *database.cubes().edit(cube);
+  spoilt.measures.remove("Amount");
+  server.write_back_cube(database, spoilt);
+}
+
+TEST_F(Publications, ADatabaseWithoutAServableCubeIsNoCatalogue) {
+  publish("Retail");
+  publish("Stock");
+  const auto server = open();
+  spoil(*server, server->open_database("Retail"), "Sales");
+  server->finish();
+  EXPECT_THAT(server->take_messages(),
+              ElementsAre("Cube 'Sales' cannot be published: it has no measure"));
+  EXPECT_THAT(catalogues(), ElementsAre(Pair("Stock", "Stock.xml")));
+  EXPECT_THAT(served_files(), ElementsAre("datasources.xml", "schemas/Stock.xml"));
+  EXPECT_THAT(databases(), UnorderedElementsAre("Retail", "Stock"));
+  const auto next = open();
+  write_back(*next, "Payroll");
+  next->finish();
+  EXPECT_THAT(next->take_messages(), IsEmpty());
+  EXPECT_THAT(catalogues(), UnorderedElementsAre(Key("Payroll"), Key("Stock")));
+}
+
+TEST_F(Publications, ADataSourceWithoutAServableCubeLeavesTheOthersAsTheyAre) {
+  const auto server = open();
+  write_back(*server, "Retail");
+  auto& database = server->open_database("Retail");
+  server->write_back_data_source(
+      database, database.data_sources().add({"Personnel", "jdbc:mariadb://hr/staff", ""}));
+  add_cube(*server, database, "Staff", "Personnel");
+  spoil(*server, database, "Staff");
+  server->finish();
+  const auto published = catalogues();
+  ASSERT_THAT(published, ElementsAre(Key("Retail - DW")));
+  const auto file = "schemas/" + published.at("Retail - DW");
+  const auto before = served().at(file);
+  publish("Stock");
+  EXPECT_THAT(catalogues(), UnorderedElementsAre(Key("Retail - DW"), Key("Stock")));
+  EXPECT_EQ(served().at(file), before);
+}
+
+TEST_F(Publications, DescriptionsOfDatabaseAndCubeReachTheSchema) {
+  const auto server = open();
+  write_back(*server, "Retail");
+  auto& database = server->open_database("Retail");
+  database.description = "Shops & stock";
+  server->write_back_database(database);
+  auto& cube = *database.cubes().edit("Sales");
+  cube.description = "What's sold";
+  server->write_back_cube(database, cube);
+  server->finish();
+  const auto schema = read_file(path("schemas/Retail.xml"));
+  EXPECT_THAT(schema, HasSubstr("<Schema name=\"Retail\" description=\"Shops &amp; stock\">"));
+  EXPECT_THAT(schema, HasSubstr("<Cube name=\"Sales\" description=\"What's sold\">"));
+}
+
 TEST_F(Publications, AKeptCopyIsPublishedWhenItIsRestored) {
   publish("Retail", "jdbc:postgresql:dw", "Old");
   remove("Retail");

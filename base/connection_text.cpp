@@ -27,15 +27,20 @@ void take_value(std::string_view& rest, std::string_view opening_quotes, Connect
 
 bool names_a_password(std::string_view key) {
   const auto folded = lower_cased(key);
-  return folded.find("password") != std::string::npos || folded.find("pwd") != std::string::npos;
+  return folded.find("password") != std::string::npos ||
+         folded.find("passwd") != std::string::npos || folded.find("pwd") != std::string::npos;
 }
+
+constexpr std::string_view mask = "***";
+
+std::string mask_items(std::string_view connection_string);
 
 std::string masked_value(const ConnectionItem& item) {
   bool secret = names_a_password(item.key);
   std::string shown(item.value);
   if (item.closing_quote != '\0') {
     const auto masked =
-        doubled(mask_passwords(undoubled(item.quoted, item.closing_quote)), item.closing_quote);
+        doubled(mask_items(undoubled(item.quoted, item.closing_quote)), item.closing_quote);
     const auto start = static_cast<std::size_t>(item.quoted.data() - item.value.data());
     const auto behind = item.value.substr(start + item.quoted.size());
     shown = item.value.substr(0, start);
@@ -44,7 +49,76 @@ std::string masked_value(const ConnectionItem& item) {
     const auto unquoted = behind.substr(std::min<std::size_t>(1, behind.size()));
     secret = secret || (masked != item.quoted && !trimmed(unquoted).empty());
   }
-  return secret && !trimmed(item.value).empty() ? "***" : shown;
+  return secret && !trimmed(item.value).empty() ? std::string(mask) : shown;
+}
+
+std::string mask_items(std::string_view connection_string) {
+  std::string result;
+  const char* copied = connection_string.data();
+  for (const auto& item : connection_items(connection_string, all_connection_quotes)) {
+    result.append(copied, item.value.data()).append(masked_value(item));
+    copied = item.value.data() + item.value.size();
+  }
+  return result.append(copied, connection_string.data() + connection_string.size());
+}
+
+/// Whether there is nothing (left) to hide in a value, whatever quotes are closed behind it.
+bool is_harmless(std::string_view value) {
+  const auto bare = trimmed(value, " \t\r\n\"'{}()[]");
+  return bare.empty() || bare == mask;
+}
+
+/// Masks the values that follow the key of a password anywhere: as parameters of an address, and
+/// where quotes of a message and of what it quotes are entangled.
+void mask_stray_values(std::string& text) {
+  constexpr std::string_view before_keys = " \t\r\n?&;,'\"{(=";
+  for (auto at = text.find('='); at != std::string::npos; at = text.find('=', at + 1)) {
+    const auto before = trimmed(std::string_view(text).substr(0, at));
+    const auto separator = before.find_last_of(before_keys);
+    if (!names_a_password(before.substr(separator + 1))) {
+      continue;
+    }
+    const bool is_parameter = separator != std::string_view::npos &&
+                              (before[separator] == '?' || before[separator] == '&');
+    auto end = std::min(text.find_first_of(is_parameter ? "&; \t\r\n" : ";", at), text.size());
+    if (is_parameter) {
+      // A message may have quoted the address.
+      end = text.find_last_not_of("\"')}].,:", end - 1) + 1;
+    }
+    if (end > at + 1 && !is_harmless(std::string_view(text).substr(at + 1, end - at - 1))) {
+      text.replace(at + 1, end - at - 1, mask);
+    }
+  }
+}
+
+/// Masks the password between a login's user, which stands at `start`, and the last "@" behind it.
+void mask_login(std::string& text, std::size_t start, char before_password) {
+  const auto whole = std::string_view(text).substr(start);
+  auto login = whole.substr(0, whole.find_first_of("; \t\r\n\""));
+  const auto parameters = std::min(login.find('?'), login.size());
+  if (login.substr(0, login.rfind('@')).find('=', parameters) != std::string_view::npos) {
+    login = login.substr(0, parameters);
+  }
+  const auto end = login.rfind('@');
+  const auto begin = login.find(before_password);
+  if (end != std::string_view::npos && begin < end) {
+    text.replace(start + begin + 1, end - begin - 1, mask);
+  }
+}
+
+void mask_logins(std::string& text) {
+  constexpr std::string_view beside_host = "//";
+  for (auto at = text.find(beside_host); at != std::string::npos;
+       at = text.find(beside_host, at + beside_host.size())) {
+    mask_login(text, at + beside_host.size(), ':');
+  }
+  for (const std::string_view driver : {"thin:", "oci:", "oci8:"}) {
+    for (std::size_t at = 0; at + driver.size() <= text.size(); ++at) {
+      if (same_name(std::string_view(text).substr(at, driver.size()), driver)) {
+        mask_login(text, at + driver.size(), '/');
+      }
+    }
+  }
 }
 
 /// Takes what stands behind the separator off the end of `text`.
@@ -102,14 +176,11 @@ std::string ConnectionValues::value(std::initializer_list<std::string_view> keys
   return {};
 }
 
-std::string mask_passwords(std::string_view connection_string) {
-  std::string result;
-  const char* copied = connection_string.data();
-  for (const auto& item : connection_items(connection_string, all_connection_quotes)) {
-    result.append(copied, item.value.data()).append(masked_value(item));
-    copied = item.value.data() + item.value.size();
-  }
-  return result.append(copied, connection_string.data() + connection_string.size());
+std::string mask_passwords(std::string_view text) {
+  auto result = mask_items(text);
+  mask_stray_values(result);
+  mask_logins(result);
+  return result;
 }
 
 ServerAddress server_address(std::string_view server) {

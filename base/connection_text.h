@@ -45,10 +45,12 @@ class ConnectionValues {
   std::vector<std::pair<std::string, std::string>> values_;
 };
 
-/// A connection string with the values of its password items (PWD and every key with the word
-/// "password", any letter case) replaced by "***". A connection string inside a quoted value is
-/// masked as well.
-std::string mask_passwords(std::string_view connection_string);
+/// A connection string, or a message that quotes one, with its passwords replaced by "***": the
+/// values of items and of an address's parameters (PWD and every key with the word "password" or
+/// "passwd", any letter case), also inside of quoted values and behind quotes that end too early,
+/// and what stands in an address as USER:PASSWORD@HOST or, for Oracle, USER/PASSWORD@HOST. What is
+/// doubtful is masked.
+std::string mask_passwords(std::string_view text);
 
 /// Where a connection string says that a database server is.
 struct ServerAddress {

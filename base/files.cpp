@@ -123,6 +123,12 @@ void FileWriter::append(std::string_view bytes) {
   used_ += bytes.size();
 }
 
+void FileWriter::set_permissions(mode_t permissions) {
+  if (!failed() && ::fchmod(file_.number(), permissions) != 0) {
+    error_number_ = errno;
+  }
+}
+
 void FileWriter::close() {
   flush();
   if (!file_.close() && !failed()) {

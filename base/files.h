@@ -87,6 +87,9 @@ class FileWriter {
 
   void append(std::string_view bytes);
 
+  /// Gives the file these permissions, whatever stands at its path by now. A failure is kept, too.
+  void set_permissions(mode_t permissions);
+
   /// Writes what is left and closes the file.
   void close();
 

@@ -19,8 +19,16 @@ std::size_t blanked_length(std::string_view text) {
   if (first == 0xC2 && second >= 0x80 && second <= 0x9F) {
     return 2;  // U+0080 to U+009F
   }
-  if (first == 0xE2 && second == 0x80 && (byte_at(text, 2) & 0xFEU) == 0xA8) {
-    return 3;  // U+2028, U+2029
+  if (first == 0xD8 && second == 0x9C) {
+    return 2;  // U+061C
+  }
+  const auto third = byte_at(text, 2);
+  if (first == 0xE2 && second == 0x80 &&
+      (third == 0x8E || third == 0x8F || (third >= 0xA8 && third <= 0xAE))) {
+    return 3;  // U+200E, U+200F, U+2028 to U+202E
+  }
+  if (first == 0xE2 && second == 0x81 && third >= 0xA6 && third <= 0xA9) {
+    return 3;  // U+2066 to U+2069
   }
   return 0;
 }
@@ -28,7 +36,7 @@ std::size_t blanked_length(std::string_view text) {
 /// Whether a character that is to be blanked may begin with this byte.
 constexpr bool may_be_blanked(char c) {
   const auto byte = static_cast<unsigned char>(c);
-  return byte < 0x20 || byte == 0x7F || byte == 0xC2 || byte == 0xE2;
+  return byte < 0x20 || byte == 0x7F || byte == 0xC2 || byte == 0xD8 || byte == 0xE2;
 }
 
 }  // namespace

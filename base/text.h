@@ -37,8 +37,9 @@ struct Character {
 /// Takes the first character, or a byte that is no UTF-8, off a text that is not empty.
 Character take_character(std::string_view& text);
 
-/// UTF-8 text as it may be shown: each control character, and each of Unicode's two line breaks
-/// that are none, becomes a blank. One text stays one line, and a terminal is not told anything.
+/// UTF-8 text as it may be shown: each control character, each of Unicode's two line breaks that
+/// are none, and each control of the writing direction becomes a blank. One text stays one line, a
+/// terminal is not told anything, and nothing is shown in another order than it is stored.
 /// Bytes that are not UTF-8 are kept.
 std::string printable(std::string_view text);
 

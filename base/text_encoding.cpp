@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <cstdint>
 #include <cstring>
 #include <utility>
@@ -30,42 +31,56 @@ constexpr std::array unicode_forms = {
     UnicodeForm{"\0<"sv, "UTF-16BE", 2, 0},
 };
 
-/// Converts UTF-8 characters one by one, to see which of them an encoding lacks.
-class Converter {
+/// A conversion of the C library, if it knows both encodings.
+class IconvHandle {
  public:
-  explicit Converter(const std::string& encoding)
-      : handle_(iconv_open(encoding.c_str(), "UTF-8")) {}
-  ~Converter() {
+  IconvHandle(const std::string& to, const std::string& from)
+      : handle_(iconv_open(to.c_str(), from.c_str())) {}
+  ~IconvHandle() {
     if (known()) {
       iconv_close(handle_);
     }
   }
-  Converter(const Converter&) = delete;
-  Converter& operator=(const Converter&) = delete;
+  IconvHandle(const IconvHandle&) = delete;
+  IconvHandle& operator=(const IconvHandle&) = delete;
 
-  bool known() const { return handle_ != invalid_handle(); }
+  bool known() const {
+    // NOLINTNEXTLINE(performance-no-int-to-ptr): this is how iconv_open tells a failure.
+    return handle_ != reinterpret_cast<iconv_t>(-1);
+  }
+  iconv_t get() const { return handle_; }
+
+ private:
+  iconv_t handle_;
+};
+
+/// Converts characters one by one, to see which of them an encoding lacks.
+class Converter {
+ public:
+  explicit Converter(const std::string& to, const std::string& from = "UTF-8")
+      : handle_(to, from) {}
+
+  bool known() const { return handle_.known(); }
 
   std::optional<std::string> convert(std::string_view character) {
+    if (!known()) {
+      return std::nullopt;
+    }
     std::string in(character);
     std::array<char, 16> out{};
     char* from = in.data();
     char* to = out.data();
     std::size_t from_left = in.size();
     std::size_t to_left = out.size();
-    iconv(handle_, nullptr, nullptr, nullptr, nullptr);
-    if (iconv(handle_, &from, &from_left, &to, &to_left) == static_cast<std::size_t>(-1)) {
+    iconv(handle_.get(), nullptr, nullptr, nullptr, nullptr);
+    if (iconv(handle_.get(), &from, &from_left, &to, &to_left) == static_cast<std::size_t>(-1)) {
       return std::nullopt;
     }
     return std::string(out.data(), out.size() - to_left);
   }
 
  private:
-  static iconv_t invalid_handle() {
-    // NOLINTNEXTLINE(performance-no-int-to-ptr): this is how iconv_open tells a failure.
-    return reinterpret_cast<iconv_t>(-1);
-  }
-
-  iconv_t handle_;
+  IconvHandle handle_;
 };
 
 constexpr std::int32_t replacement_character = 0xFFFD;
@@ -96,6 +111,37 @@ std::optional<std::string> convert_all(const std::string& encoding, std::string_
     }
   }
   return result;
+}
+
+/// Whether a byte means the ASCII character in an encoding, at the beginning of a text. To write
+/// the character may take more, as an announcement in front of it.
+bool reads_as_itself(char byte, const std::string& encoding) {
+  Converter converter("UTF-8", encoding);
+  return converter.known() && converter.convert({&byte, 1}) == std::string(1, byte);
+}
+
+/// Whether no byte of an encoding needs others beside it to mean something. One that means nothing
+/// at all counts as well.
+bool every_byte_is_a_character(const std::string& encoding) {
+  const IconvHandle handle("UTF-8", encoding);
+  for (int byte = 0; handle.known() && byte < 256; ++byte) {
+    char in = static_cast<char>(byte);
+    char* from = &in;
+    std::size_t from_left = 1;
+    std::array<char, 16> out{};
+    char* to = out.data();
+    std::size_t to_left = out.size();
+    iconv(handle.get(), nullptr, nullptr, nullptr, nullptr);
+    errno = 0;
+    const bool failed =
+        iconv(handle.get(), &from, &from_left, &to, &to_left) == static_cast<std::size_t>(-1);
+    // What was held back, because a combining mark may follow, comes out now.
+    iconv(handle.get(), nullptr, nullptr, &to, &to_left);
+    if (failed ? errno == EINVAL : to_left == out.size()) {
+      return false;
+    }
+  }
+  return true;
 }
 
 /// The value of the declaration's pseudo attribute `encoding`; empty when there is none.
@@ -164,6 +210,7 @@ void TextEncoding::take_declaration(std::string_view text) {
   if (!is_encoding_name(declared)) {
     return;
   }
+  declared_ = declared;
   Converter converter(declared);
   // A declaration that could be read byte by byte is no UTF-16 and the like, whatever it says.
   if (converter.known() && converter.convert("<") == "<") {
@@ -172,6 +219,13 @@ void TextEncoding::take_declaration(std::string_view text) {
 }
 
 bool TextEncoding::is_utf8() const { return same_name(name_, "UTF-8"); }
+
+bool TextEncoding::hides_characters() const {
+  constexpr std::string_view euro_sign = "\xE2\x82\xAC";
+  return !declared_.empty() && reads_as_itself('<', declared_) &&
+         Converter(declared_).convert(euro_sign) != euro_sign &&  // UTF-8 has several names
+         !every_byte_is_a_character(declared_);
+}
 
 std::optional<std::string> TextEncoding::encode(std::string_view text) const {
   if (is_utf8()) {

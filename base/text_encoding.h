@@ -32,6 +32,13 @@ class TextEncoding {
   /// Bytes of the byte order mark; 0 when there is none.
   std::size_t byte_order_mark() const { return byte_order_mark_; }
 
+  /// What the declaration says, if it was looked at and holds the name of an encoding.
+  const std::string& declared() const { return declared_; }
+
+  /// Whether bytes that look like the code units of a character may be part of others, as in
+  /// Shift_JIS or ISO-2022-JP: there no text can be searched for its bytes.
+  bool hides_characters() const;
+
   /// The bytes of a UTF-8 text in this encoding; nothing when it holds a character that the
   /// encoding lacks.
   std::optional<std::string> encode(std::string_view text) const;
@@ -46,6 +53,7 @@ class TextEncoding {
   bool is_utf8() const;
 
   std::string name_;
+  std::string declared_;
   std::size_t unit_;
   std::size_t byte_order_mark_;
 };

@@ -6,11 +6,14 @@
 #include <string_view>
 
 #include "base/files.h"
+#include "base/removed_by_signals.h"
 
 namespace importkcd {
 
 /// Writes a file whole or not at all: beside its place first, then renamed into it. A file that is
-/// replaced keeps its permissions; a symbolic link stays one.
+/// replaced keeps its permissions; a symbolic link stays one. Only regular files are replaced: no
+/// devices, pipes or folders, and no link that leads nowhere. A signal that ends the process leaves
+/// nothing beside.
 class WholeFile {
  public:
   /// Begins the file beside its place. A failure, of this and of append(), waits for finish(), and
@@ -29,15 +32,17 @@ class WholeFile {
 
  private:
   [[noreturn]] void fail(const std::string& reason) const;
+  void begin_beside();
 
   std::string path_;
   std::string source_;
   std::filesystem::path target_;
   /// The file beside; empty when there is none.
   std::string beside_;
+  RemovedBySignals beside_guard_;
   std::optional<FileWriter> writer_;
   /// Why there is no file beside.
-  int error_number_ = 0;
+  std::string refusal_;
 };
 
 }  // namespace importkcd

@@ -114,6 +114,10 @@ std::string read_connection_text(const std::string& file, std::istream& in) {
   return read_only_line({file, "a connection string"}, in);
 }
 
+std::string read_pattern(const std::string& file, std::istream& in) {
+  return read_only_line({file, "a pattern"}, in);
+}
+
 std::string read_password(const std::string& file, std::istream& in) {
   return read_only_line({file, "a password"}, in);
 }

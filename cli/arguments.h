@@ -27,6 +27,9 @@ bool is_kci_file(std::string_view file);
 /// be read, is empty or holds more than one line.
 std::string read_connection_text(const std::string& file, std::istream& in);
 
+/// The same for the new text of a company pattern.
+std::string read_pattern(const std::string& file, std::istream& in);
+
 /// The same for a password.
 std::string read_password(const std::string& file, std::istream& in);
 

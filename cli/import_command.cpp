@@ -84,8 +84,11 @@ void ImportCommand::add_options() {
   auto* from = command.add_option("--pattern-from", pattern_from_,
                                   "Replace this text everywhere in the document ...");
   auto* to = command.add_option("--pattern-to", pattern_to_, "... by this one");
-  from->needs(to);
-  to->needs(from);
+  auto* to_file = command.add_option("--pattern-to-file", pattern_to_file_,
+                                     "... or by this one, read from a file, or from standard input "
+                                     "(-)");
+  to->needs(from)->excludes(to_file);
+  to_file->type_name("FILE|-")->needs(from)->excludes(to);
   command.add_flag("--partitions", partitions_, "Import the cubes' partitions as well")
       ->disable_flag_override();
   command
@@ -101,6 +104,10 @@ void ImportCommand::check_combinations() const {
   if (dont_update_levels_ && mode_ != update_mode) {
     throw CLI::ValidationError("--dont-update-levels", "goes with --mode update only");
   }
+  if (command_->count("--pattern-from") > 0 &&
+      command_->count("--pattern-to") + command_->count("--pattern-to-file") == 0) {
+    throw CLI::RequiresError("--pattern-from", "--pattern-to");
+  }
 }
 
 bool ImportCommand::chosen() const { return command_->parsed(); }
@@ -109,6 +116,11 @@ std::string ImportCommand::connection_text(const CommandEnvironment& environment
   return command_->count("--connect-string-file") == 0
              ? connect_string_
              : read_connection_text(connect_string_file_, environment.in);
+}
+
+std::string ImportCommand::new_pattern(const CommandEnvironment& environment) const {
+  return command_->count("--pattern-to-file") == 0 ? pattern_to_
+                                                   : read_pattern(pattern_to_file_, environment.in);
 }
 
 int ImportCommand::run(const CommandEnvironment& environment) const {
@@ -127,7 +139,7 @@ int ImportCommand::run(const CommandEnvironment& environment) const {
   importer.datawarehouse_connectstring = connection_text(environment);
   importer.replace_pattern(command_->count("--pattern-from") > 0);
   importer.pattern_from = pattern_from_;
-  importer.pattern_to = pattern_to_;
+  importer.pattern_to = new_pattern(environment);
   importer.progres_window = &sink;
   importer.notifications = &sink;
 

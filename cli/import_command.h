@@ -31,6 +31,7 @@ class ImportCommand {
   void add_options();
   void check_combinations() const;
   std::string connection_text(const CommandEnvironment& environment) const;
+  std::string new_pattern(const CommandEnvironment& environment) const;
 
   CLI::App* command_;
   std::string document_;
@@ -42,6 +43,7 @@ class ImportCommand {
   std::string connect_string_file_;
   std::string pattern_from_;
   std::string pattern_to_;
+  std::string pattern_to_file_;
   bool partitions_ = false;
   bool dont_update_levels_ = false;
 };

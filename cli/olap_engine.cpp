@@ -15,6 +15,7 @@
 #include <system_error>
 #include <utility>
 
+#include "base/connection_text.h"
 #include "base/import_error.h"
 #include "base/system.h"
 
@@ -107,7 +108,8 @@ std::string class_path() {
 void check_directory(const std::string& directory) {
   std::error_code error;
   if (!fs::is_directory(directory, error)) {
-    fail("there is no directory '" + directory + "'");
+    // Somebody may have put a connection string in its place.
+    fail("there is no directory '" + mask_passwords(directory) + "'");
   }
   if (!fs::is_regular_file(fs::path(directory) / "datasources.xml", error)) {
     fail("'" + directory +

@@ -105,8 +105,14 @@ void DocumentCopy::drop_line() {
 }
 
 void DocumentCopy::take_pattern(const CompanyPattern& pattern) {
-  if (pattern.from.find_first_of("\r\n") != std::string::npos) {
+  if (pattern.from.empty() || pattern.from.find_first_of("\r\n") != std::string::npos) {
     return;
+  }
+  if (encoding_.hides_characters()) {
+    throw ImportError("A pattern cannot be replaced in the encoding " + encoding_.declared() +
+                          ", where parts of one character look like another; save the document "
+                          "as UTF-8",
+                      error_source::kcd_document);
   }
   pattern_from_ = encoding_.encode(pattern.from).value_or("");
   pattern_to_ = encoding_.encode_with_references(pattern.to);
@@ -174,7 +180,7 @@ void DocumentCopy::copy_lines(std::string_view text) {
 }
 
 PreparedDocument failure(std::string path, std::string error) {
-  return {std::move(path), std::move(error), false};
+  return {std::move(path), std::move(error), false, {}};
 }
 
 std::string fresh_name() {
@@ -194,6 +200,7 @@ PreparedDocument copy_to_temporary_file(FileReader& reader, const std::string& d
     return failure("",
                    "Error in opening file for writing " + path + " " + system_description(errno));
   }
+  RemovedBySignals guard(path);
   FileWriter writer(std::move(file));
   try {
     copy_document(reader, writer, pattern);
@@ -201,10 +208,11 @@ PreparedDocument copy_to_temporary_file(FileReader& reader, const std::string& d
     return failure(path, "Error in reading document " + document + " " + error.description());
   }
   writer.close();
+  std::string error;
   if (writer.failed()) {
-    return {path, "Error in writing to file " + path + " " + writer.error(), true};
+    error = "Error in writing to file " + path + " " + writer.error();
   }
-  return {path, "", true};
+  return {path, error, true, std::move(guard)};
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "base/files.h"
+#include "base/removed_by_signals.h"
 
 namespace importkcd {
 
@@ -21,6 +22,8 @@ struct PreparedDocument {
   std::string error;
   /// Whether the run may go on with the copy: a failed write ends the copying, not the run.
   bool usable = true;
+  /// Lives as long as a signal that ends the process takes the copy with it.
+  RemovedBySignals guard{};
 };
 
 /// Copies a document line by line into a fresh file of the temporary folder, which only its owner
@@ -31,7 +34,8 @@ PreparedDocument PrepareDocument(const std::string& document,
                                  const std::optional<CompanyPattern>& pattern);
 
 /// Copies a document as PrepareDocument promises. Stops at the first failed write, which the writer
-/// keeps. Throws ImportError when the document cannot be read.
+/// keeps. Throws ImportError when the document cannot be read, and when there is a pattern to be
+/// replaced in an encoding that hides characters (see TextEncoding).
 void copy_document(FileReader& from, FileWriter& to, const std::optional<CompanyPattern>& pattern);
 
 /// Deletes a temporary copy, unless it is read-only. Throws ImportError, whose description is the

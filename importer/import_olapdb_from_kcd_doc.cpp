@@ -5,6 +5,7 @@
 #include <string_view>
 #include <utility>
 
+#include "base/connection_text.h"
 #include "base/import_error.h"
 #include "base/name_folding.h"
 #include "document/attributes.h"
@@ -68,16 +69,21 @@ std::int32_t ImportOLAPDBFromKCDDoc::make() {
   if (succeeded) {
     OpenOlapServer();
   }
-  std::string temporary_copy;
+  PreparedDocument copy;
   if (succeeded) {
-    temporary_copy = prepare_temporary_copy();
+    copy = prepare_temporary_copy();
   }
   if (succeeded) {
-    OpenKcdDocument(temporary_copy);
+    OpenKcdDocument(copy.path);
+    if (!succeeded && !copy.error.empty()) {
+      // The document is not to blame for a copy that is cut off, nor would anybody look at that.
+      last_error = copy.error;
+      delete_temporary_copy(copy.path);
+    }
   }
   if (succeeded) {
     ProcessDocument();
-    delete_temporary_copy(temporary_copy);
+    delete_temporary_copy(copy.path);
   }
   return 0;
 }
@@ -85,8 +91,10 @@ std::int32_t ImportOLAPDBFromKCDDoc::make() {
 void ImportOLAPDBFromKCDDoc::ReleaseDocument() { document_.reset(); }
 
 void ImportOLAPDBFromKCDDoc::OpenOlapServer() {
+  // Somebody may have put a connection string in its place.
+  const auto shown_name = mask_passwords(machine_name);
   try {
-    ReportProgress("Opening DSO server on machine '" + machine_name + "'");
+    ReportProgress("Opening DSO server on machine '" + shown_name + "'");
     server_.reset();
     server_ = open_server_(machine_name);
     server_->connect(machine_name);
@@ -95,20 +103,20 @@ void ImportOLAPDBFromKCDDoc::OpenOlapServer() {
       fail("DSO server is not of correct DSO class type.");
     }
   } catch (const std::exception& error) {
-    fail("Cannot open DSO server on machine '" + machine_name + "' because: " + error.what());
+    fail("Cannot open DSO server on machine '" + shown_name + "' because: " + error.what());
   }
 }
 
-std::string ImportOLAPDBFromKCDDoc::prepare_temporary_copy() {
+PreparedDocument ImportOLAPDBFromKCDDoc::prepare_temporary_copy() {
   std::optional<CompanyPattern> pattern;
   if (replace_pattern_yn()) {
     pattern = CompanyPattern{pattern_from, pattern_to};
   }
   try {
-    const auto prepared = PrepareDocument(kcd_document_file_name, pattern);
+    auto prepared = PrepareDocument(kcd_document_file_name, pattern);
     succeeded = prepared.usable;
     last_error = prepared.error;
-    return prepared.path;
+    return prepared;
   } catch (const std::exception& error) {
     fail("Error in reading document " + kcd_document_file_name + " " + error.what());
     return {};

@@ -4,6 +4,7 @@
 #include <memory>
 #include <string>
 
+#include "document/document_copy.h"
 #include "document/kcd_document.h"
 #include "importer/import_options.h"
 #include "model/olap_server.h"
@@ -42,7 +43,7 @@ class ImportOLAPDBFromKCDDoc : public ImportOptions, public ImportOutcome {
 
  private:
   void OpenOlapServer();
-  std::string prepare_temporary_copy();
+  PreparedDocument prepare_temporary_copy();
   void OpenKcdDocument(const std::string& path);
   void ProcessDocument();
   void delete_temporary_copy(const std::string& path);

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "base/import_error.h"
 #include "base/text.h"
 #include "labels/loaded_labels.h"
 
@@ -15,6 +16,44 @@ constexpr auto npos = std::string_view::npos;
 constexpr bool may_stand_in_number(char character) {
   return is_ascii_digit(character) || character == ' ' || character == '-' || character == '+' ||
          character == '.';
+}
+
+/// Whether XML 1.0 has this character.
+constexpr bool may_stand_in_xml(std::int32_t code) {
+  return code == '\t' || code == '\n' || code == '\r' ||
+         (code >= 0x20 && code != 0xFFFE && code != 0xFFFF);
+}
+
+[[noreturn]] void refuse_character(std::int16_t id, std::int32_t code) {
+  constexpr std::string_view digits = "0123456789ABCDEF";
+  std::string what = "bytes that are no UTF-8";
+  if (code >= 0) {
+    what = "the character U+";
+    for (int shift = 12; shift >= 0; shift -= 4) {
+      what += digits[(static_cast<unsigned>(code) >> static_cast<unsigned>(shift)) & 15U];
+    }
+  }
+  throw ImportError(
+      "Label " + std::to_string(id) + " holds " + what + ", which cannot stand in a document",
+      error_source::labels_database);
+}
+
+/// A label as it may stand in a document: what a reader of XML would turn into a blank, or into
+/// another line end, as a reference. Throws ImportError for what no document may hold.
+std::string document_text(std::int16_t id, std::string_view label) {
+  std::string result;
+  while (!label.empty()) {
+    const auto character = take_character(label);
+    if (!may_stand_in_xml(character.code)) {
+      refuse_character(id, character.code);
+    }
+    if (character.code < ' ') {
+      result += "&#" + std::to_string(character.code) + ";";
+    } else {
+      result += character.bytes;
+    }
+  }
+  return result;
 }
 
 }  // namespace
@@ -118,7 +157,7 @@ std::string LabelSubstitution::text_of(std::int16_t id) const {
   if (labels_.in_range(id)) {
     const auto& label = labels_.LabelTable.at(labels_.index_of(id));
     if (label.find_first_not_of(' ') != npos) {
-      return encoding_.encode_with_references(label);
+      return encoding_.encode_with_references(document_text(id, label));
     }
   }
   return encoding_.encode_with_references("Unknown" + std::to_string(id));

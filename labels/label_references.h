@@ -17,7 +17,7 @@ namespace importkcd {
 /// marker that opens no reference stays. The text may come in pieces, as a file is read.
 ///
 /// The text is in `encoding`, a byte order mark included; labels, which are UTF-8, are brought into
-/// it, with numeric character references for characters that it lacks.
+/// it, with numeric character references for characters that it lacks, and for line ends and tabs.
 class LabelSubstitution {
  public:
   /// `labels` and `encoding` outlive this object.
@@ -29,7 +29,8 @@ class LabelSubstitution {
   /// Appends to `result` what becomes of the next bytes of the text, and gives the number of those
   /// that it has taken. What cannot be judged yet is left: bytes at the end, unless `is_last` says
   /// that no others follow. The next call begins with the first byte left, and needs further ones
-  /// when nothing was taken. Throws ImportError for an ID that does not fit in 16 bits.
+  /// when nothing was taken. Throws ImportError for an ID that does not fit in 16 bits, and for one
+  /// whose label cannot stand in XML.
   std::size_t take(std::string_view bytes, bool is_last, std::string& result);
 
   /// Whether an ID so far lay in the loaded range.

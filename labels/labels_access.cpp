@@ -140,7 +140,7 @@ bool LabelsAccess::LoadLanguages() {
     }
     return true;
   } catch (const std::exception& error) {
-    failure_ = error.what();
+    failure_ = mask_passwords(error.what());
     view_.show_labels_message(
         {false, "ImportKCD",
          "This is not a correct labels database, languages table could not be found"});

@@ -1,6 +1,7 @@
 #include "labels/sqlite_connection.h"
 
 #include <SQLiteCpp/SQLiteCpp.h>
+#include <sqlite3.h>
 
 #include <algorithm>
 #include <filesystem>
@@ -87,6 +88,10 @@ class SqliteLabels : public LabelsConnection {
     try {
       database_ = std::make_unique<SQLite::Database>((folder_ / (name + extension)).string(),
                                                      SQLite::OPEN_READONLY);
+      // A file from elsewhere: only tables are read, and its schema runs no code of this process.
+      database_->exec("PRAGMA trusted_schema = OFF");
+      sqlite3_db_config(database_->getHandle(), SQLITE_DBCONFIG_ENABLE_VIEW, 0, nullptr);
+      sqlite3_db_config(database_->getHandle(), SQLITE_DBCONFIG_ENABLE_TRIGGER, 0, nullptr);
     } catch (const SQLite::Exception& error) {
       fail_query(error.what());
     }

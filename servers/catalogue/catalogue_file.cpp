@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <sqlite3.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -33,8 +34,13 @@ constexpr const char* write_settings =
 
 constexpr const char* use_log = "PRAGMA journal_mode = WAL";
 
-/// Schemas of files from elsewhere must not run code of this process.
-constexpr const char* common_settings = "PRAGMA trusted_schema = OFF";
+/// Schemas of files from elsewhere must not run code of this process, nor do anything of their own:
+/// a catalogue has neither triggers nor views.
+void distrust_schema(SQLite::Database& database) {
+  database.exec("PRAGMA trusted_schema = OFF");
+  sqlite3_db_config(database.getHandle(), SQLITE_DBCONFIG_ENABLE_TRIGGER, 0, nullptr);
+  sqlite3_db_config(database.getHandle(), SQLITE_DBCONFIG_ENABLE_VIEW, 0, nullptr);
+}
 
 /// SQLite accounts for every piece of memory, under a lock. Nobody reads the account, and it can be
 /// switched off only before anything else is asked of SQLite in this process: if that is too late,
@@ -104,8 +110,12 @@ void CatalogueFile::open() {
   if (error) {
     fail(error.message());
   }
-  if (fs::is_directory(real_path, error)) {
+  const auto status = fs::status(real_path, error);
+  if (fs::is_directory(status)) {
     fail("it is a folder");
+  }
+  if (fs::exists(status) && !fs::is_regular_file(status)) {
+    fail("it is not a regular file");
   }
   real_path_ = real_path.string();
   translated([this] { is_writable() ? open_to_write() : open_to_look(); });
@@ -119,7 +129,7 @@ void CatalogueFile::open_to_write() {
   }
   connection_ = std::make_unique<SQLite::Database>(real_path_, SQLite::OPEN_READWRITE | one_thread,
                                                    busy_timeout_ms);
-  connection_->exec(common_settings);
+  distrust_schema(*connection_);
   const auto format = checked_format();
   keep_log_files(*connection_);
   switch_to_log(*connection_);
@@ -134,6 +144,14 @@ void CatalogueFile::create_file() {
   const FileDescriptor file(
       ::open(real_path_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, S_IRUSR | S_IWUSR));
   if (!file.is_open() && errno != EEXIST) {
+    fail(system_description(errno));
+  }
+  // So may one that somebody has made empty. By its name: closing a descriptor of it would undo the
+  // locks of this process.
+  struct stat status {};
+  if (::stat(real_path_.c_str(), &status) == 0 && status.st_size == 0 &&
+      (status.st_mode & (S_IRWXG | S_IRWXO)) != 0 &&
+      ::fchmodat(AT_FDCWD, real_path_.c_str(), S_IRUSR | S_IWUSR, AT_SYMLINK_NOFOLLOW) != 0) {
     fail(system_description(errno));
   }
 }
@@ -165,7 +183,7 @@ void CatalogueFile::connect_to_look() {
   connection_ = std::make_unique<SQLite::Database>(
       uri_of(real_path_, alone_ ? "immutable=1" : "mode=ro"),
       SQLite::OPEN_READONLY | SQLite::OPEN_URI | one_thread, busy_timeout_ms);
-  connection_->exec(common_settings);
+  distrust_schema(*connection_);
   state_.emplace(*connection_);
   if (checked_format() == CatalogueFormat::empty) {
     state_.reset();

@@ -11,6 +11,7 @@
 #include <system_error>
 #include <utility>
 
+#include "base/connection_text.h"
 #include "base/import_error.h"
 #include "base/name_folding.h"
 #include "base/system.h"
@@ -101,7 +102,7 @@ std::unique_ptr<WorkingCopyServer> server_of(std::string_view machine, ServerAcc
   if (!machine.empty() && is_this_computer(machine)) {
     return server_of_this_computer(access);
   }
-  throw ImportError("'" + std::string(machine) +
+  throw ImportError("'" + mask_passwords(machine) +
                         "' is no OLAP server that can be reached; there are: this computer ('" +
                         this_computer_name() +
                         "', 'localhost', '(local)' or '.'), 'catalogue:PATH', 'mondrian:DIRECTORY' "

@@ -130,11 +130,40 @@ TEST(PasswordMask, HidesAValueWhoseQuotesEndWithinAPassword) {
   EXPECT_EQ(mask_passwords(R"(Properties="PWD=a" ;UID=u)"), R"(Properties="PWD=***" ;UID=u)");
 }
 
+TEST(PasswordMask, FindsTheParametersOfAnAddress) {
+  EXPECT_EQ(mask_passwords("jdbc:postgresql://h/db?user=u&password=P"),
+            "jdbc:postgresql://h/db?user=u&password=***");
+  EXPECT_EQ(mask_passwords("jdbc:postgresql://h/db?user=u&sslPassword=P&ssl=true;x=y"),
+            "jdbc:postgresql://h/db?user=u&sslPassword=***&ssl=true;x=y");
+  EXPECT_EQ(mask_passwords("'jdbc:mysql://h/db?user=u&passwd=P': no such driver"),
+            "'jdbc:mysql://h/db?user=u&passwd=***': no such driver");
+  EXPECT_EQ(mask_passwords("jdbc:mysql://h/db?password=P&user=u"),
+            "jdbc:mysql://h/db?password=***");
+}
+
+TEST(PasswordMask, FindsTheLoginOfAnAddress) {
+  EXPECT_EQ(mask_passwords("jdbc:mysql://u:P@h:3306/db"), "jdbc:mysql://u:***@h:3306/db");
+  EXPECT_EQ(mask_passwords("jdbc:mysql://u:P/a@b@h/db?x=y"), "jdbc:mysql://u:***@h/db?x=y");
+  EXPECT_EQ(mask_passwords("jdbc:mysql://u:P?a@h/db"), "jdbc:mysql://u:***@h/db");
+  EXPECT_EQ(mask_passwords("jdbc:oracle:thin:u/P@h:1521:x"), "jdbc:oracle:thin:u/***@h:1521:x");
+  EXPECT_EQ(mask_passwords("Address=jdbc:Oracle:OCI:u/P/a@//h/x;y"),
+            "Address=jdbc:Oracle:OCI:u/***@//h/x;y");
+}
+
+TEST(PasswordMask, FindsAPasswordBehindQuotesThatAMessageOpened) {
+  EXPECT_EQ(mask_passwords("no 'Data Source='a' in 'Password=P Q'"),
+            "no 'Data Source='a' in 'Password=***");
+  EXPECT_EQ(mask_passwords("Data Source=\"a;Password=\"P\";UID=u"),
+            "Data Source=\"a;Password=***;UID=u");
+}
+
 TEST(PasswordMask, KeepsEverythingElse) {
   for (const auto* text :
        {"", ";", "=", "Provider=P", ";Initial Catalog=DW", "Password", "Password=", "Password= ;x",
         "a;;b=;=c;", R"(Name="a;""b""";Other='it''s';Third={x}}y})", "Data Source=O'Brien;X=\"",
-        "Persist Security Info=True;"}) {
+        "Persist Security Info=True;", "jdbc:postgresql://h:5432/db?user=u@h&ssl=true",
+        "jdbc:oracle:thin:@//h:1521/x", "jdbc:oracle:thin:@h:1521:x", "http://h:80/a", "//u@h/a:b",
+        "jdbc:mysql://h/db?user=u&password="}) {
     EXPECT_EQ(mask_passwords(text), text);
   }
 }

@@ -49,9 +49,15 @@ TEST(PrintableText, UnicodeLineBreaksBecomeBlanks) {
   EXPECT_EQ(printable("a\xE2\x80\xA8\xE2\x80\xA9."), "a  .");
 }
 
+TEST(PrintableText, ControlsOfTheWritingDirectionBecomeBlanks) {
+  EXPECT_EQ(printable("a\u061Cb\u200Ec\u200Fd"), "a b c d");
+  EXPECT_EQ(printable("\u202A\u202B\u202C\u202D\u202E."), "     .");
+  EXPECT_EQ(printable("\u2066\u2067\u2068\u2069."), "    .");
+}
+
 TEST(PrintableText, OtherTextStaysAsItIs) {
-  for (const auto* text :
-       {"", "Møller & Søn", "\xC2\xA0", "\xE2\x80\xA7\xE2\x80\xAA", "日本語", "~"}) {
+  for (const auto* text : {"", "Møller & Søn", "\xC2\xA0", "\xE2\x80\xA7\xE2\x80\xAF\xE2\x81\xAA",
+                           "\xD8\x9B", "日本語", "~"}) {
     EXPECT_EQ(printable(text), text);
   }
 }

@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/resource.h>
+#include <sys/stat.h>
 
 #include <csignal>
 #include <filesystem>
@@ -94,6 +95,48 @@ TEST_F(WholeFileTest, AFailureOfWritingNamesTheFileAndLeavesNothing) {
   EXPECT_EQ(failure_of([&] { write_whole_file(folder.file("taken"), "x"); }),
             "Cannot write '" + folder.file("taken") + "': Is a directory");
   EXPECT_EQ(entries(), 1U);
+}
+
+TEST_F(WholeFileTest, OnlyRegularFilesAreReplacedAlsoThroughALink) {
+  const auto pipe = folder.file("pipe");
+  ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+  fs::create_symlink(pipe, folder.file("to a pipe"));
+  fs::create_symlink("/dev/null", folder.file("to a device"));
+  fs::create_symlink("nowhere", folder.file("to nothing"));
+  for (const auto* name : {"pipe", "to a pipe", "to a device", "to nothing"}) {
+    EXPECT_EQ(failure_of([&] { write_whole_file(folder.file(name), "x"); }),
+              "Cannot write '" + folder.file(name) + "': Is not a regular file");
+  }
+  EXPECT_TRUE(fs::is_fifo(pipe));
+  EXPECT_TRUE(fs::is_character_file("/dev/null"));
+  EXPECT_EQ(entries(), 4U);
+}
+
+TEST_F(WholeFileTest, WhatTakesThePlaceMeanwhileIsNotReplaced) {
+  const auto path = folder.write("f", "former");
+  WholeFile file(path, "test");
+  fs::remove(path);
+  ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
+  EXPECT_EQ(failure_of([&] { file.finish(); }),
+            "Cannot write '" + path + "': Is not a regular file");
+  EXPECT_TRUE(fs::is_fifo(path));
+}
+
+TEST_F(WholeFileTest, PermissionsAreSetOnTheFileAndNotOnWhatStandsInItsPlace) {
+  const auto path = folder.write("f", "former");
+  fs::permissions(path, fs::perms::all);
+  const auto victim = folder.write("victim", "v");
+  fs::permissions(victim, fs::perms::owner_read);
+  WholeFile file(path, "test");
+  for (const auto& entry : fs::directory_iterator(folder.path())) {
+    if (entry.path().filename().string().starts_with(".importkcd-")) {
+      fs::remove(entry.path());
+      fs::create_symlink(victim, entry.path());
+      break;
+    }
+  }
+  file.finish();
+  EXPECT_EQ(fs::status(victim).permissions(), fs::perms::owner_read);
 }
 
 TEST_F(WholeFileTest, AFullDiskLeavesTheFormerFile) {

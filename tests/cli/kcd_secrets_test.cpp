@@ -1,6 +1,6 @@
-#include <SQLiteCpp/SQLiteCpp.h>
 #include <sys/stat.h>
 
+#include <csignal>
 #include <filesystem>
 #include <regex>
 #include <string>
@@ -9,6 +9,7 @@
 
 #include "tests/cli/kcd_fixture.h"
 #include "tests/labels/labels_content.h"
+#include "tests/support/catalogue_check.h"
 #include "tests/support/tds_server.h"
 
 namespace importkcd::testing {
@@ -19,6 +20,7 @@ namespace fs = std::filesystem;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using ::testing::Not;
+using ::testing::SizeIs;
 
 /// Sets the file mode creation mask of this process and of those that it starts.
 class ScopedMask {
@@ -84,6 +86,17 @@ class KcdSecrets : public KcdTest {
       text.replace(text.find(from), from.size(), to);
     }
     return folder.write("secret.kcd", text);
+  }
+
+  /// A document whose import says more than fits into a pipe.
+  std::string long_document() const {
+    std::string sources;
+    for (int i = 0; i < 2'000; ++i) {
+      sources += "<data_source name=\"" + std::string(100, 'x') + std::to_string(i) +
+                 "\" connection_string=\"a=b\"/>";
+    }
+    return bare_document(known_version, "Shop",
+                         "<library><data_sources>" + sources + "</data_sources></library>");
   }
 
   std::string plain = "Provider=P;User ID=u;Password=geheim;Data Source=S";
@@ -160,13 +173,43 @@ TEST_F(KcdSecrets, AFailureOfTheServerIsToldWithoutThePassword) {
 
   const auto refusing = folder.file("refusing.olap");
   ASSERT_EQ(silent({"import", document, "--server", "catalogue:" + refusing}).exit_status, 0);
-  SQLite::Database(refusing, SQLite::OPEN_READWRITE)
-      .exec(
-          "CREATE TRIGGER refusal BEFORE INSERT ON data_sources "
-          "BEGIN SELECT raise(ABORT, 'refused'); END");
+  refuse_unless(refusing, "data_sources", "false");
   silent_failure({"import", document, "--server", "catalogue:" + refusing, "--mode", "replace"},
                  "refused");
   EXPECT_THAT(temporary_files(), IsEmpty());
+}
+
+TEST_F(KcdSecrets, AConnectionStringInPlaceOfTheServerIsToldWithoutItsPassword) {
+  const auto document = with_connection_string(plain);
+  const auto result = silent({"import", document, "--server", plain});
+  EXPECT_EQ(result.exit_status, 1);
+  EXPECT_THAT(result.output, HasSubstr("on machine 'Provider=P;User ID=u;Password=***;Data"));
+  silent_failure({"show", plain}, "Password=***");
+  silent_failure({"restore", plain, "--list"}, "Password=***");
+  silent_failure({"import", document, "--server", "jdbc:mysql://u:geheim@h/db?password=geheim"},
+                 "//u:***@h/db?password=***");
+}
+
+TEST_F(KcdSecrets, ANewPatternComesFromAFile) {
+  const auto document = with_connection_string("%SERVER%;x=y");
+  ASSERT_EQ(
+      silent({"import", document, "--pattern-from", "%SERVER%", "--pattern-to-file", secret_file})
+          .exit_status,
+      0);
+  EXPECT_THAT(shown().dump(), HasSubstr(plain + ";x=y"));
+  start.input = plain + "\n";
+  ASSERT_EQ(silent({"import", document, "--pattern-from", "%SERVER%", "--pattern-to-file", "-",
+                    "--database", "Other"})
+                .exit_status,
+            0);
+  EXPECT_THAT(shown({"localhost", "Other"}).dump(), HasSubstr(plain + ";x=y"));
+  silent_failure({"import", document, "--pattern-from", "a", "--pattern-to", plain,
+                  "--pattern-to-file", secret_file},
+                 "--pattern-to");
+  silent_failure({"import", document, "--pattern-to-file", secret_file}, "--pattern-from");
+  silent_failure({"import", document, "--pattern-from", "a", "--pattern-to-file",
+                  folder.write("two", plain + "\n" + plain)},
+                 "Cannot take a pattern from");
 }
 
 TEST_F(KcdSecrets, ARefusedCommandLineIsToldWithoutThePassword) {
@@ -205,6 +248,19 @@ TEST_F(KcdSecrets, AKilledImportLeavesACopyForItsOwnerOnly) {
   run.kill();
   for (const auto& file : temporary_files()) {
     expect_private(file);
+  }
+}
+
+TEST_F(KcdSecrets, ASignalThatEndsAnImportTakesTheTemporaryCopyAlong) {
+  for (const int signal : {SIGTERM, SIGHUP, SIGINT, SIGXFSZ}) {
+    // It has much to say, and waits for somebody to listen.
+    start.arguments = {"import", folder.write("long.kcd", long_document())};
+    RunningProcess run(start);
+    run.read_until("Creating library");
+    EXPECT_THAT(temporary_files(), SizeIs(1));
+    run.send(signal);
+    EXPECT_EQ(run.finish(), 128 + signal);
+    EXPECT_THAT(temporary_files(), IsEmpty());
   }
 }
 

@@ -1,5 +1,6 @@
 #include "document/document_copy.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -275,6 +276,28 @@ TEST_F(DocumentPreparation, ALineAndAPatternMayBeLongerThanAnyBuffer) {
   const std::string line(3'000'000, 'y');
   EXPECT_TRUE(copy_of(line) == line + "\n");
   EXPECT_EQ(copy_of("<!DOC" + line + "\r\n<a/>"), "<a/>\n");
+}
+
+TEST_F(DocumentPreparation, APatternIsRefusedWhereOneCharacterLooksLikePartsOfOthers) {
+  const SystemFolder system_folder(folder.path().string());
+  for (const std::string encoding :
+       {"Shift_JIS", "GBK", "GB18030", "Big5", "EUC-JP", "ISO-2022-JP", "ISO-2022-KR", "UTF-7"}) {
+    const auto text = "<?xml version=\"1.0\" encoding=\"" + encoding + "\"?>\n<a b=\"Foo\"/>\n";
+    const auto document = folder.write("document.kcd", text);
+    const auto prepared = PrepareDocument(document, CompanyPattern{"Foo", "Bar"});
+    EXPECT_EQ(prepared.error, "Error in reading document " + document +
+                                  " A pattern cannot be replaced in the encoding " + encoding +
+                                  ", where parts of one character look like another; save the "
+                                  "document as UTF-8");
+    EXPECT_FALSE(prepared.usable);
+    EXPECT_EQ(copy_of(text), text);
+    EXPECT_EQ(copy_of(text, CompanyPattern{"", "Bar"}), text) << "changes nothing";
+  }
+  for (const std::string encoding : {"ISO-8859-1", "windows-1252", "windows-1258", "KOI8-R",
+                                     "US-ASCII", "IBM437", "utf-8", "UTF8", "unknown"}) {
+    const auto text = "<?xml version=\"1.0\" encoding=\"" + encoding + "\"?>\n<a b=\"Foo\"/>\n";
+    EXPECT_THAT(copy_of(text, CompanyPattern{"Foo", "Bar"}), ::testing::HasSubstr("b=\"Bar\""));
+  }
 }
 
 TEST_F(DocumentPreparation, TheCopyIsAFreshFileForItsOwnerOnly) {

@@ -6,6 +6,7 @@
 #include <filesystem>
 
 #include "base/text_encoding.h"
+#include "document/kcd_document.h"
 #include "tests/labels/labels_content.h"
 #include "tests/labels/recording_labels_view.h"
 
@@ -42,6 +43,12 @@ class KciConversionTest : public ::testing::Test {
     view.fields.database = "Good";
     view.fields.language = "English";
     use_kci("<database guid='{GUID-2}' name='$##1%'/>");
+  }
+
+  /// Makes this SQL value the text of label 1 in English.
+  void set_label(const std::string& sql_value) {
+    SQLite::Database(folder.file("labels/Good.db"), SQLite::OPEN_READWRITE)
+        .exec("UPDATE Labels SET Label = " + sql_value + " WHERE LabelID = 1 AND LanguageCode = 1");
   }
 
   void write_database(const std::string& name, const std::vector<std::string>& statements) {
@@ -88,6 +95,45 @@ TEST_F(KciConversionTest, WritesTheDocumentWithLabels) {
             "\r\n\n");
   EXPECT_THAT(view.messages, IsEmpty());
   EXPECT_THAT(view.questions, IsEmpty());
+}
+
+TEST_F(KciConversionTest, ALabelThatCannotStandInXmlLeavesTheFormerDocument) {
+  connect();
+  folder.write("sales.kcd", "former");
+  view.answer = true;
+  const auto before = entries();
+  const std::vector<std::pair<std::string, std::string>> cases = {
+      {"'a' || char(1)", "the character U+0001"},
+      {"'a' || char(0) || 'b'", "the character U+0000"},
+      {"'a' || char(0xFFFE)", "the character U+FFFE"},
+      {"'a' || char(0xFFFF)", "the character U+FFFF"},
+      {"CAST(x'61FF' AS TEXT)", "bytes that are no UTF-8"},
+      {"CAST(x'61EDA080' AS TEXT)", "bytes that are no UTF-8"}};
+  for (const auto& [value, what] : cases) {
+    set_label(value);
+    view.messages.clear();
+    EXPECT_EQ(convert(), "") << value;
+    EXPECT_THAT(view.messages,
+                ElementsAre("Label 1 holds " + what + ", which cannot stand in a document"));
+    EXPECT_EQ(read_file(folder.file("sales.kcd")), "former");
+    EXPECT_EQ(entries(), before);
+  }
+}
+
+TEST_F(KciConversionTest, LineEndsAndTabsOfALabelReachTheReader) {
+  connect();
+  set_label("'a' || char(13, 10, 9) || 'b'");
+  const auto written = convert();
+  EXPECT_THAT(read_file(written), ::testing::HasSubstr("name='a&#13;&#10;&#9;b'"));
+  EXPECT_EQ(KcdDocument::load(written)->root().attribute("name"), "a\r\n\tb");
+}
+
+TEST_F(KciConversionTest, AViewInALabelsFileIsNotTrusted) {
+  SQLite::Database(folder.file("labels/Good.db"), SQLite::OPEN_READWRITE)
+      .exec("ALTER TABLE Labels RENAME TO Hidden; CREATE VIEW Labels AS SELECT * FROM Hidden");
+  EXPECT_FALSE(access.connect_with_fields());
+  EXPECT_THAT(access.failure(), ::testing::HasSubstr("view"));
+  EXPECT_EQ(convert(), "");
 }
 
 TEST_F(KciConversionTest, AMissingFileIsReported) {

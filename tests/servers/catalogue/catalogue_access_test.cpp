@@ -42,6 +42,14 @@ class CatalogueAccessTest : public ::testing::Test {
     return result;
   }
 
+  std::vector<std::string> listing_names() const {
+    std::vector<std::string> names;
+    for (const auto& entry : fs::directory_iterator(folder.path())) {
+      names.push_back(entry.path().filename().string());
+    }
+    return names;
+  }
+
   void store_state(const std::string& state) const {
     apply(*opened_store(path), whole_state("Sales", state, 3));
   }
@@ -94,6 +102,40 @@ TEST_F(CatalogueAccessTest, AFolderInTheFilesPlaceIsAnError) {
   for (const auto access : all_accesses) {
     EXPECT_EQ(open_error(access), error("it is a folder"));
   }
+}
+
+TEST_F(CatalogueAccessTest, OnlyARegularFileIsACatalogue) {
+  ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
+  for (const auto access : all_accesses) {
+    EXPECT_EQ(open_error(access), error("it is not a regular file"));
+  }
+  for (const auto* device : {"/dev/zero", "/dev/null"}) {
+    fs::remove(path);
+    fs::create_symlink(device, path);
+    for (const auto access : all_accesses) {
+      EXPECT_EQ(open_error(access), error("it is not a regular file"));
+    }
+  }
+  EXPECT_THAT(listing_names(), ElementsAre("server.olap")) << "nothing is made beside";
+}
+
+TEST_F(CatalogueAccessTest, AnEmptyFileThatOthersMayReadBecomesItsOwnersAlone) {
+  folder.write("server.olap", "");
+  ASSERT_EQ(chmod(path.c_str(), 0644), 0);
+  store_state("1");
+  for (const auto& name : listing_names()) {
+    EXPECT_EQ(fs::status(folder.file(name)).permissions(),
+              fs::perms::owner_read | fs::perms::owner_write)
+        << name;
+  }
+}
+
+TEST_F(CatalogueAccessTest, ACatalogueKeepsThePermissionsThatItWasGiven) {
+  store_state("1");
+  ASSERT_EQ(chmod(path.c_str(), 0640), 0);
+  store_state("2");
+  EXPECT_EQ(fs::status(path).permissions(),
+            fs::perms::owner_read | fs::perms::owner_write | fs::perms::group_read);
 }
 
 TEST_F(CatalogueAccessTest, AnEmptyFileIsAnEmptyCatalogue) {

@@ -1,9 +1,10 @@
 #include <SQLiteCpp/SQLiteCpp.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sqlite3.h>
 
 #include <cmath>
-#include <sstream>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -79,42 +80,80 @@ std::vector<std::string> names_of(const NamedCollection<Part>& parts) {
   return names;
 }
 
-/// A catalogue that writes down every row that is inserted, updated or deleted after start().
+/// Writes down every row that a connection of this process changes, if it was opened while this
+/// object lives. Triggers could not: a catalogue's own ones do not run.
+class RowRecorder {
+ public:
+  RowRecorder() {
+    current = this;
+    sqlite3_auto_extension(reinterpret_cast<void (*)()>(watch));
+  }
+  ~RowRecorder() {
+    sqlite3_cancel_auto_extension(reinterpret_cast<void (*)()>(watch));
+    current = nullptr;
+  }
+  RowRecorder(const RowRecorder&) = delete;
+  RowRecorder& operator=(const RowRecorder&) = delete;
+
+  /// From now on, rows of the catalogue's tables, told by their names.
+  void start(SQLite::Database& database) {
+    SQLite::Statement query(database,
+                            "SELECT m.name, c.cid FROM sqlite_schema AS m "
+                            "JOIN pragma_table_info(m.name) AS c "
+                            "WHERE m.type = 'table' AND c.name = 'name'");
+    while (query.executeStep()) {
+      name_columns_[query.getColumn(0).getString()] = query.getColumn(1).getInt();
+    }
+    EXPECT_GT(name_columns_.size(), 10U);
+    rows_.clear();
+  }
+
+  const std::vector<std::string>& rows() const { return rows_; }
+
+ private:
+  static int watch(sqlite3* connection, char** /*error*/,
+                   const struct sqlite3_api_routines* /*routines*/) {
+    sqlite3_preupdate_hook(connection, before_change, nullptr);
+    return SQLITE_OK;
+  }
+
+  static void before_change(void* /*unused*/, sqlite3* connection, int change,
+                            const char* /*database*/, const char* table, sqlite3_int64 /*old_id*/,
+                            sqlite3_int64 /*new_id*/) {
+    const auto column = current->name_columns_.find(table);
+    if (column == current->name_columns_.end()) {
+      return;
+    }
+    sqlite3_value* value = nullptr;
+    // What is deleted is told by its old name.
+    const auto found = change == SQLITE_DELETE
+                           ? sqlite3_preupdate_old(connection, column->second, &value)
+                           : sqlite3_preupdate_new(connection, column->second, &value);
+    ASSERT_EQ(found, SQLITE_OK);
+    const std::string what = change == SQLITE_DELETE   ? "DELETE "
+                             : change == SQLITE_INSERT ? "INSERT "
+                                                       : "UPDATE ";
+    current->rows_.push_back(what + table + ' ' +
+                             reinterpret_cast<const char*>(sqlite3_value_text(value)));
+  }
+
+  static inline RowRecorder* current = nullptr;
+
+  std::map<std::string, int> name_columns_;
+  std::vector<std::string> rows_;
+};
+
+/// A catalogue whose rows that are inserted, updated or deleted after start() are written down.
 class CatalogueRewrite : public ::testing::Test {
  protected:
   SQLite::Database sqlite() const { return {path, SQLite::OPEN_READWRITE, 1000}; }
 
   void start() {
     auto database = sqlite();
-    std::vector<std::string> tables;
-    {
-      SQLite::Statement query(database, "SELECT name FROM sqlite_schema WHERE type = 'table'");
-      while (query.executeStep()) {
-        tables.push_back(query.getColumn(0).getString());
-      }
-    }
-    database.exec("CREATE TABLE written_rows (what TEXT)");
-    for (const auto& table : tables) {
-      for (const std::string change : {"INSERT", "UPDATE", "DELETE"}) {
-        std::ostringstream trigger;
-        // What is deleted is told by its old name.
-        trigger << "CREATE TRIGGER " << change << '_' << table << " AFTER " << change << " ON "
-                << table << " BEGIN INSERT INTO written_rows VALUES ('" << change << ' ' << table
-                << " ' || " << (change == "DELETE" ? "OLD" : "NEW") << ".name); END";
-        database.exec(trigger.str());
-      }
-    }
+    recorder.start(database);
   }
 
-  std::vector<std::string> written() const {
-    auto database = sqlite();
-    SQLite::Statement query(database, "SELECT what FROM written_rows ORDER BY rowid");
-    std::vector<std::string> result;
-    while (query.executeStep()) {
-      result.push_back(query.getColumn(0).getString());
-    }
-    return result;
-  }
+  const std::vector<std::string>& written() const { return recorder.rows(); }
 
   void put(OlapCube cube) {
     auto changes = changes_of("Sales");
@@ -136,6 +175,7 @@ class CatalogueRewrite : public ::testing::Test {
 
   std::vector<std::string> dimension_names() { return store->sources("Sales").dimensions->names(); }
 
+  RowRecorder recorder;
   TemporaryFolder folder;
   std::string path = folder.file("server.olap");
   std::shared_ptr<OlapStore> store = opened_store(path);

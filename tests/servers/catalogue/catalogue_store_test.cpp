@@ -13,6 +13,7 @@
 
 #include "model/definitions.h"
 #include "tests/servers/catalogue/catalogue_test_support.h"
+#include "tests/support/catalogue_check.h"
 #include "tests/support/temporary_folder.h"
 
 namespace importkcd {
@@ -470,9 +471,7 @@ TEST_F(CatalogueStore, AFailedApplyLeavesNothing) {
   auto good = changes_of("Good");
   good.roles.add({"Role", "", "", {}});
   apply(*store, std::move(good));
-  sqlite().exec(
-      "CREATE TRIGGER refusal BEFORE INSERT ON measures WHEN NEW.name = 'Part 20' "
-      "BEGIN SELECT raise(ABORT, 'refused'); END");
+  testing::refuse_unless(path, "measures", "name <> 'Part 20'");
   auto bad = changes_of("Bad");
   OlapCube cube;
   cube.name = "Cube";
@@ -486,11 +485,25 @@ TEST_F(CatalogueStore, AFailedApplyLeavesNothing) {
   changes.push_back(std::move(bad));
 
   EXPECT_EQ(error_of([&] { store->apply(std::move(changes)); }),
-            "catalogue '" + path + "': refused (OLAP server)");
+            "catalogue '" + path + "': CHECK constraint failed: refused (OLAP server)");
   EXPECT_THAT(store->database_names(), ElementsAre("Good"));
   EXPECT_THAT(store->sources("Good").roles->names(), ElementsAre("Role"));
   apply(*store, changes_of("Later"));
   EXPECT_THAT(store->database_names(), ElementsAre("Good", "Later"));
+}
+
+TEST_F(CatalogueStore, TriggersAndViewsOfAFileAreNotTrusted) {
+  apply(*store, changes_of("Good"));
+  auto database = sqlite();
+  database.exec(
+      "CREATE TRIGGER surprise AFTER INSERT ON databases BEGIN DELETE FROM databases; END");
+  apply(*opened_store(path), changes_of("Later"));
+  EXPECT_THAT(store->database_names(), ElementsAre("Good", "Later"));
+  database.exec(
+      "DROP TRIGGER surprise; ALTER TABLE roles RENAME TO hidden; "
+      "CREATE VIEW roles AS SELECT * FROM hidden");
+  EXPECT_THAT(error_of([&] { reopened()->sources("Good").roles->names(); }),
+              ::testing::HasSubstr("view"));
 }
 
 TEST_F(CatalogueStore, EveryForeignKeyHasAnIndexAndRemovesItsRows) {

@@ -30,9 +30,9 @@ class Grouping {
       add_virtual(*database_.cubes().find(name));
     }
     if (groups_.size() > 1) {
-      for (std::size_t i = 0; i < groups_.size(); ++i) {
-        groups_[i].name += " - " + groups_[i].warehouse;
-        groups_[i].data_source = groups_[i].warehouse;
+      for (auto& group : groups_) {
+        group.name += " - " + group.warehouse;
+        group.data_source = group.warehouse;
       }
     }
     return std::move(groups_);

@@ -45,7 +45,7 @@ bool rests(int process) {
 std::string nested_sums() {
   std::string formula = "[Measures].[Revenue]";
   for (int i = 0; i < 11; ++i) {
-    formula = "Sum([Store].[Store].Members, " + formula + ")";
+    formula.insert(0, "Sum([Store].[Store].Members, ").append(")");
   }
   return "WITH MEMBER [Measures].[Sums] AS '" + formula +
          "' SELECT {[Measures].[Sums]} ON COLUMNS FROM [Sales]";

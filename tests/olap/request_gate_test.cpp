@@ -4,6 +4,13 @@
 namespace importkcd::testing {
 namespace {
 
+/// The 0x900000 bytes of one piece.
+std::string more_than_a_body() {
+  std::string text;
+  text.resize(0x900000, ' ');
+  return text;
+}
+
 using ::testing::AllOf;
 using ::testing::HasSubstr;
 using ::testing::Not;
@@ -110,8 +117,7 @@ std::vector<Hostile> hostile_heads() {
        "413", "a request has 8388608 bytes at most"},
       {"SizeInPieces",
        "POST /xmla HTTP/1.1\r\nHost: localhost\r\n" + xml +
-           "Transfer-Encoding: chunked\r\n\r\n900000\r\n" + std::string(0x900000, ' ') +
-           "\r\n0\r\n\r\n",
+           "Transfer-Encoding: chunked\r\n\r\n900000\r\n" + more_than_a_body() + "\r\n0\r\n\r\n",
        "413", "a request has 8388608 bytes at most"},
       {"NoPieces",
        "POST /xmla HTTP/1.1\r\nHost: localhost\r\n" + xml +

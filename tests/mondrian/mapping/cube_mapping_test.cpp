@@ -63,7 +63,8 @@ TEST_F(MeasureMapping, ACountOfNothingOrOfEverythingCountsRows) {
 }
 
 TEST_F(MeasureMapping, ACountOfDistinctValuesIsTheEnginesOwn) {
-  const auto* counted = "<Measure name=\"M\" column=\"buyer\" aggregator=\"distinct-count\"/>\n";
+  const std::string counted = R"(<Measure name="M" column="buyer" aggregator="distinct-count"/>)"
+                              "\n";
   for (const auto* source : {"distinct buyer", "DISTINCT \"sales\".\"buyer\"", "Distinct(buyer)"}) {
     EXPECT_EQ(xml(measure("M", source, OlapAggregateFunction::count)), counted) << source;
   }

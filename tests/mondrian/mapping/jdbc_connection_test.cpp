@@ -145,8 +145,8 @@ TEST(JdbcConnection, APortIsANumberWhereverItIsNamed) {
     for (const std::string port :
          {"0", "65536", "99999999999", "-1", "+1", "1x", "x", "h2", "h2:1"}) {
       const auto told = "the port '" + port + "' is no number from 1 to 65535";
-      EXPECT_EQ(jdbc_refusal(front + "h;Port=" + port), told);
-      EXPECT_EQ(jdbc_refusal(front + "h," + port), told);
+      EXPECT_EQ(jdbc_refusal(std::string(front).append("h;Port=").append(port)), told);
+      EXPECT_EQ(jdbc_refusal(std::string(front).append("h,").append(port)), told);
     }
     EXPECT_EQ(jdbc_refusal(front + "h;Port=\"5432/x?a=b\""),
               "the name of the port '5432/x?a=b' cannot be part of a JDBC address");

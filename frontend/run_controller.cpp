@@ -54,6 +54,7 @@ void RunController::Form_Activate() {
   settings_.CommandLineRun = false;
   unattended_ = true;
   const Nesting nesting(*this);
+  remove_status_file(settings_.StatusFileName);
   view_.repaint();
   cmdImport_Click();
   unattended_run_succeeded_ = last_run_succeeded_ && !untrapped_error_;

@@ -3,6 +3,8 @@
 #include <fcntl.h>
 
 #include <cerrno>
+#include <filesystem>
+#include <system_error>
 
 #include "base/text.h"
 
@@ -59,6 +61,14 @@ void WriteStatusFile(const std::string& file_name, std::string_view text) {
   LineFile file(file_name, LineFileMode::truncate);
   file.write_line(text);
   file.close();
+}
+
+void remove_status_file(const std::string& file_name) {
+  std::error_code error;
+  const auto target = std::filesystem::canonical(file_name, error);
+  if (!error && std::filesystem::is_regular_file(target, error)) {
+    std::filesystem::remove(target, error);
+  }
 }
 
 }  // namespace importkcd

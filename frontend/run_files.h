@@ -76,4 +76,9 @@ constexpr std::string_view status_of_success = "SUCCES";
 /// file cannot be opened or written.
 void WriteStatusFile(const std::string& file_name, std::string_view text);
 
+/// Removes what an earlier run left in the status file, so that nobody takes it for the result of
+/// this one; the file itself, also behind a link, if it is a regular one. Errors are ignored: the
+/// run will meet them when it writes the file.
+void remove_status_file(const std::string& file_name);
+
 }  // namespace importkcd

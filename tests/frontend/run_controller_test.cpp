@@ -266,6 +266,22 @@ TEST_F(RunControllerTest, BeforeAnUnattendedRunTheListIsLeftAloneAndEventsStillR
   EXPECT_EQ(view.event_rounds, 1);
 }
 
+TEST_F(RunControllerTest, AnUnattendedRunLeavesNoEarlierResultBehind) {
+  settings.StatusFileName = folder.write("status", "SUCCES\r\n");
+  settings.CommandLineRun = true;
+  view.typed.olap_server.clear();
+  controller.Form_Activate();
+  EXPECT_EQ(controller.exit_status(), 1);
+  EXPECT_FALSE(std::filesystem::exists(settings.StatusFileName));
+}
+
+TEST_F(RunControllerTest, ARunOfTheWindowLeavesTheStatusFileUntilItHasAResult) {
+  settings.StatusFileName = folder.write("status", "SUCCES\r\n");
+  view.typed.olap_server.clear();
+  controller.cmdImport_Click();
+  EXPECT_EQ(testing::read_file(settings.StatusFileName), "SUCCES\r\n");
+}
+
 TEST_F(RunControllerTest, CancelClosesTheIdleWindow) {
   controller.cmdCancel_Click();
   EXPECT_THAT(view.operations, ElementsAre("close window"));
@@ -410,7 +426,7 @@ TEST_F(RunControllerTest, AFieldFailureOfAnUnattendedRunMovesTheFocusAndClosesTh
                           "box ImportKCD commandline|Microsoft OLAP Server : MS OLAP Server field "
                           "is empty ! Please fill it...",
                           "focus txtKCDFilename", "default pointer", "close window"));
-  EXPECT_EQ(read_file(folder.file("s.txt")), "earlier");
+  EXPECT_FALSE(std::filesystem::exists(folder.file("s.txt")));
   EXPECT_EQ(controller.exit_status(), 1);
 }
 

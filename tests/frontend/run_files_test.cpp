@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 #include <sys/resource.h>
+#include <sys/stat.h>
 
 #include <csignal>
 #include <filesystem>
@@ -158,6 +159,27 @@ TEST(StatusFile, AnEmptyNameDoesNothing) {
   EXPECT_NO_THROW(WriteStatusFile("", "text"));
   EXPECT_TRUE(std::filesystem::is_empty(folder.path()));
   std::filesystem::current_path("/");
+}
+
+TEST(StatusFile, OfAnEarlierRunIsRemovedAlsoBehindALink) {
+  const TemporaryFolder folder;
+  const auto name = folder.write("s.txt", "SUCCES\r\n");
+  std::filesystem::create_symlink(name, folder.file("link"));
+  remove_status_file(folder.file("link"));
+  EXPECT_FALSE(std::filesystem::exists(name));
+  EXPECT_NO_THROW(remove_status_file(name));
+  EXPECT_NO_THROW(remove_status_file(""));
+}
+
+TEST(StatusFile, OnlyARegularFileIsRemoved) {
+  const TemporaryFolder folder;
+  const auto pipe = folder.file("pipe");
+  ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+  std::filesystem::create_directory(folder.file("folder"));
+  for (const auto* name : {"pipe", "folder"}) {
+    remove_status_file(folder.file(name));
+    EXPECT_TRUE(std::filesystem::exists(folder.file(name)));
+  }
 }
 
 TEST(StatusFile, AFileThatCannotBeWrittenIsAnError) {

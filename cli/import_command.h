@@ -36,13 +36,14 @@ class ImportCommand {
   std::string document_;
   std::string server_;
   std::string mode_;
+  std::string on_error_;
   std::string database_;
   std::string data_source_;
   std::string connect_string_;
   std::string connect_string_file_;
   std::string pattern_from_;
   std::string pattern_to_;
-  bool partitions_ = false;
+  bool no_partitions_ = false;
   bool dont_update_levels_ = false;
 };
 

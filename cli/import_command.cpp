@@ -17,6 +17,9 @@ constexpr const char* incremental_mode = "incremental";
 constexpr const char* replace_mode = "replace";
 constexpr const char* update_mode = "update";
 
+constexpr const char* discard = "discard";
+constexpr const char* keep = "keep";
+
 /// Progress to standard output, what asks for attention to standard error.
 class StreamSink : public ProgressSink, public NotificationSink {
  public:
@@ -47,7 +50,8 @@ ImportCommand::ImportCommand(CLI::App& program)
     : command_(program.add_subcommand("import",
                                       "Import a cube definition document into an OLAP server")),
       server_("localhost"),
-      mode_(incremental_mode) {
+      mode_(incremental_mode),
+      on_error_(discard) {
   add_options();
   command_->parse_complete_callback([this] { check_combinations(); });
 }
@@ -67,6 +71,14 @@ void ImportCommand::add_options() {
                   "database is deleted first (replace), or they are rewritten (update)")
       ->type_name("MODE")
       ->check(CLI::IsMember({incremental_mode, replace_mode, update_mode}))
+      ->capture_default_str();
+  command
+      .add_option(
+          "--on-error", on_error_,
+          "What becomes of the objects that a failed import has written: nothing of them is "
+          "stored (discard), or they stay (keep)")
+      ->type_name("WHAT")
+      ->check(CLI::IsMember({discard, keep}))
       ->capture_default_str();
   command
       .add_option("--database", database_, "Name of the database, in place of the document's own")
@@ -89,8 +101,13 @@ void ImportCommand::add_options() {
                                      "(-)");
   to->needs(from)->excludes(to_file);
   to_file->type_name("FILE|-")->needs(from)->excludes(to);
-  command.add_flag("--partitions", partitions_, "Import the cubes' partitions as well")
-      ->disable_flag_override();
+  auto* without =
+      command.add_flag("--no-partitions", no_partitions_, "Leave the cubes' partitions alone");
+  without->disable_flag_override();
+  command.add_flag("--partitions")
+      ->description("Import the cubes' partitions as well, which is the default")
+      ->disable_flag_override()
+      ->excludes(without);
   command
       .add_flag("--dont-update-levels", dont_update_levels_,
                 "Leave the levels of shared dimensions alone (update mode only)")
@@ -131,8 +148,9 @@ int ImportCommand::run(const CommandEnvironment& environment) const {
   importer.ImportType = type_of_mode(mode_);
   importer.incremental = importer.ImportType == import_type::incremental;
   importer.replace_yn = importer.ImportType == import_type::replace;
+  importer.after_failure = on_error_ == keep ? AfterFailure::keep : AfterFailure::discard;
   importer.DontUpdateLevels = dont_update_levels_;
-  importer.import_partitions = partitions_;
+  importer.import_partitions = !no_partitions_;
   importer.alternate_database_name = database_;
   importer.use_alternate_database_name = command_->count("--database") > 0;
   importer.data_source_name = data_source_;
@@ -149,7 +167,8 @@ int ImportCommand::run(const CommandEnvironment& environment) const {
   if (!importer.last_error.empty()) {
     environment.err << printable(importer.last_error) << '\n';
   }
-  return importer.succeeded ? exit_status::success : exit_status::failure;
+  return importer.succeeded && importer.passed_over.empty() ? exit_status::success
+                                                            : exit_status::failure;
 }
 
 }  // namespace importkcd

@@ -37,6 +37,7 @@ class ImportCommand {
   std::string document_;
   std::string server_;
   std::string mode_;
+  std::string on_error_;
   std::string database_;
   std::string data_source_;
   std::string connect_string_;
@@ -44,7 +45,7 @@ class ImportCommand {
   std::string pattern_from_;
   std::string pattern_to_;
   std::string pattern_to_file_;
-  bool partitions_ = false;
+  bool no_partitions_ = false;
   bool dont_update_levels_ = false;
 };
 

@@ -1,6 +1,7 @@
 #include "importer/cubes.h"
 
 #include <cstdint>
+#include <exception>
 #include <string>
 
 #include "document/attributes.h"
@@ -32,13 +33,25 @@ void empty_cube(const ImportRun& run, OlapCube& cube) {
   }
 }
 
+/// Whether the cube was emptied. An error cancels the cube's update and no more, but a person hears
+/// of it.
+bool emptied_without_error(const ImportRun& run, OlapCube& cube, const std::string& name) {
+  try {
+    empty_cube(run, cube);
+    return true;
+  } catch (const std::exception& error) {
+    run.pass_over("Cube '" + name + "' was not updated: " + error.what());
+    return false;
+  }
+}
+
 /// Whether the server let the cube be locked and emptied; reports why not.
 bool make_room(const ImportRun& run, OlapCube& cube, const std::string& name) {
-  const bool locked = ignore_errors([&] { run.server().lock_cube(run.database(), cube); });
+  const bool locked = may_change([&] { run.server().lock_cube(run.database(), cube); });
   if (!locked) {
     report_object(run, "Error : Can't update Cube '", name);
   }
-  const bool emptied = locked && ignore_errors([&] { empty_cube(run, cube); });
+  const bool emptied = locked && emptied_without_error(run, cube, name);
   if (!emptied) {
     run.ReportProgress("           Updating cube '" + name + "' canceled");
   }
@@ -112,9 +125,12 @@ void import_cube(ImportRun& run, const KcdElement& element) {
   }
   write_cube_properties(run, element, *cube);
   run.server().write_back_cube(run.database(), *cube);
+  run.cube_is_begun(cube->name);
   build_parts(run, element, *cube);
   run.server().write_back_cube(run.database(), *cube);
-  if (!run.server().structure_is_valid(run.database(), *cube)) {
+  if (run.server().structure_is_valid(run.database(), *cube)) {
+    run.last_begun_cube_is_whole();
+  } else {
     run.fail("New Cube structure is not valid");
   }
 }

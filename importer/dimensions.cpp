@@ -38,7 +38,7 @@ constexpr DimensionTexts virtual_dimension_texts{
     "'"};
 
 /// Imports one dimension. `lock` asks the server whether an existing dimension may be changed, by
-/// an error if not; `set` sets properties and levels and returns whether all came through.
+/// LockRefused if not; `set` sets properties and levels and returns whether all came through.
 template <class Lock, class Set>
 void import_dimension(const ImportRun& run, const KcdElement& element, OlapDimensionKind kind,
                       const DimensionTexts& texts, Lock lock, Set set) {
@@ -48,7 +48,7 @@ void import_dimension(const ImportRun& run, const KcdElement& element, OlapDimen
     fresh.kind = kind;
     const std::string name = fresh.name;
     const auto may_update = [&](const OlapDimension& existing) {
-      const bool locked = ignore_errors([&] { lock(existing); });
+      const bool locked = may_change([&] { lock(existing); });
       if (!locked) {
         run.ReportProgress(std::string(texts.refused) + name + std::string(texts.refused_end));
         run.ReportProgress("           " + std::string(texts.messages.updating) + name +

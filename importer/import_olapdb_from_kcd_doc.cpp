@@ -65,6 +65,8 @@ ImportOLAPDBFromKCDDoc::~ImportOLAPDBFromKCDDoc() = default;
 
 std::int32_t ImportOLAPDBFromKCDDoc::make() {
   last_error.clear();
+  passed_over.clear();
+  incomplete_cubes.clear();
   database_name_.clear();
   if (succeeded) {
     OpenOlapServer();
@@ -139,7 +141,6 @@ void ImportOLAPDBFromKCDDoc::ProcessDocument() {
   } catch (const std::exception& error) {
     fail(processing_error(error));
   }
-  // After an error too: what was written back before it stays.
   finish();
 }
 
@@ -193,26 +194,29 @@ OlapDatabase* ImportOLAPDBFromKCDDoc::FindDatabase(const std::string& name) {
 }
 
 void ImportOLAPDBFromKCDDoc::DeleteDatabase(const std::string& name) {
-  // If that fails, the run goes on over the database that is still there.
-  ignore_errors([&] {
+  try {
     if (const auto stored = stored_name(*server_, name)) {
       server_->remove_database(*stored);
     }
-  });
+  } catch (const std::exception& error) {
+    passed_over.push_back("Database '" + name +
+                          "' could not be deleted, and the import went on over " +
+                          "what was there: " + error.what());
+  }
 }
 
 void ImportOLAPDBFromKCDDoc::delete_temporary_copy(const std::string& path) {
   try {
     DeleteTempDocument(path);
   } catch (const std::exception& error) {
-    if (notifications != nullptr) {
-      notifications->show_message("Error in deleting file " + path + " (" + error.what() + ")");
-    }
+    ignore_errors(
+        [&] { show_messages({"Error in deleting file " + path + " (" + error.what() + ")"}); });
   }
 }
 
 template <class Section>
 void ImportOLAPDBFromKCDDoc::import_alone(Section section) {
+  passed_over.clear();
   if (database_name_.empty()) {
     fail("No database to import into: none was opened before");
     return;
@@ -238,19 +242,64 @@ void ImportOLAPDBFromKCDDoc::import_virtual_cubes(const KcdElement* collection) 
   import_alone([&](ImportRun& run) { importkcd::import_virtual_cubes(run, collection); });
 }
 
+void ImportOLAPDBFromKCDDoc::add_incomplete_cubes(std::vector<std::string>& messages) {
+  for (const auto& cube : std::exchange(incomplete_cubes, {})) {
+    messages.push_back("Cube '" + cube +
+                       "' is stored although it is not complete; an import in incremental mode "
+                       "skips it, in update or replace mode it builds it anew");
+  }
+}
+
+bool ImportOLAPDBFromKCDDoc::result_is_stored() const {
+  switch (after_failure) {
+    case AfterFailure::keep:
+      return true;
+    case AfterFailure::discard:
+      return succeeded && passed_over.empty();
+    case AfterFailure::as_the_server_says:
+      break;
+  }
+  return succeeded || server_->keeps_failed_runs();
+}
+
 void ImportOLAPDBFromKCDDoc::finish() {
+  std::vector<std::string> messages;
   try {
-    server_->finish();
+    messages = passed_over;
+    const bool is_stored = result_is_stored();
+    if (is_stored) {
+      server_->finish();
+    }
+    // All at once, so that a window shows one box for all cubes.
+    for (auto& message : server_->take_messages()) {
+      messages.push_back(std::move(message));
+    }
+    if (is_stored) {
+      add_incomplete_cubes(messages);
+    } else {
+      // A server that ends without finish() stays as it was.
+      server_.reset();
+      database_name_.clear();
+    }
   } catch (const std::exception& error) {
     succeeded = false;
     if (last_error.empty()) {
       last_error = processing_error(error);
     }
   }
-  // All at once, so that a window shows one box for all cubes.
-  const auto messages = server_->take_messages();
-  if (notifications != nullptr && !messages.empty()) {
+  show_messages(messages);
+}
+
+void ImportOLAPDBFromKCDDoc::show_messages(const std::vector<std::string>& messages) {
+  if (notifications == nullptr || messages.empty()) {
+    return;
+  }
+  try {
     notifications->show_messages(messages);
+  } catch (const std::exception& error) {
+    if (last_error.empty()) {
+      last_error = std::string("Cannot show a message because of ") + error.what();
+    }
   }
 }
 

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "document/document_copy.h"
 #include "document/kcd_document.h"
@@ -55,7 +56,10 @@ class ImportOLAPDBFromKCDDoc : public ImportOptions, public ImportOutcome {
 
   template <class Section>
   void import_alone(Section section);
+  bool result_is_stored() const;
+  void add_incomplete_cubes(std::vector<std::string>& messages);
   void finish();
+  void show_messages(const std::vector<std::string>& messages);
 
   OlapServerFactory open_server_;
   std::unique_ptr<OlapServer> server_;

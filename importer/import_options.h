@@ -41,6 +41,16 @@ constexpr std::int32_t replace = 2;
 constexpr std::int32_t update = 3;
 }  // namespace import_type
 
+/// What becomes of what a failed run wrote back.
+enum class AfterFailure {
+  /// It is stored, unless the server keeps no failed runs (OlapServer::keeps_failed_runs).
+  as_the_server_says,
+  /// It is stored.
+  keep,
+  /// Nothing is stored, also when the run succeeded but had to pass something over.
+  discard,
+};
+
 /// What a run is asked to do. All texts are UTF-8.
 struct ImportOptions {
   /// Path of the cube definition document (.kcd).
@@ -58,6 +68,7 @@ struct ImportOptions {
   /// Leave the levels of shared dimensions as they are; new dimensions stay without levels.
   bool DontUpdateLevels = false;
   bool import_partitions = false;
+  AfterFailure after_failure = AfterFailure::as_the_server_says;
 
   /// The database name used instead of the document's when use_alternate_database_name is true.
   std::string alternate_database_name;
@@ -99,6 +110,11 @@ struct ImportOutcome {
   bool succeeded = false;
   /// The text of the error that stopped the run; empty when there was none.
   std::string last_error;
+  /// What went wrong in the last step that the caller asked for without ending its success; one
+  /// sentence each, without a full stop. Those messages go to ImportOptions::notifications, too.
+  std::vector<std::string> passed_over = {};
+  /// The cubes that were written back before all their parts were, or that are not valid.
+  std::vector<std::string> incomplete_cubes = {};
 
   /// Ends the run's success with this error text.
   void fail(const std::string& error) {

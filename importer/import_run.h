@@ -42,6 +42,14 @@ class ImportRun {
     }
   }
 
+  /// Notes what went wrong although the run goes on as if it had not: a sentence for a person,
+  /// without its full stop.
+  void pass_over(const std::string& sentence) const { outcome_.passed_over.push_back(sentence); }
+
+  /// From the first of its write backs on, until it is whole and valid, a cube is incomplete.
+  void cube_is_begun(const std::string& name) const { outcome_.incomplete_cubes.push_back(name); }
+  void last_begun_cube_is_whole() const { outcome_.incomplete_cubes.pop_back(); }
+
   /// The cube that the cubes section works on; null when there is none. It outlives the cube
   /// definition that set it.
   OlapCube* current_cube = nullptr;
@@ -61,6 +69,18 @@ bool ignore_errors(Step step) {
     step();
     return true;
   } catch (const std::exception&) {
+    return false;
+  }
+}
+
+/// Runs a lock check. Returns whether the object may be changed; an error that is no refusal is the
+/// caller's.
+template <class Check>
+bool may_change(Check check) {
+  try {
+    check();
+    return true;
+  } catch (const LockRefused&) {
     return false;
   }
 }

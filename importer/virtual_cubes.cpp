@@ -1,7 +1,9 @@
 #include "importer/virtual_cubes.h"
 
 #include <cstdint>
+#include <exception>
 #include <string>
+#include <utility>
 
 #include "document/attributes.h"
 #include "importer/create_update_skip.h"
@@ -10,8 +12,7 @@
 
 // Every statement that can fail is a step of its own: its error is ignored (ignore_errors), and the
 // next statement runs all the same. After an error the cube may be null or the name empty. Only a
-// server that refuses to lock or to empty a virtual cube makes a difference: that cancels its
-// update.
+// virtual cube that cannot be locked or emptied makes a difference: that cancels its update.
 
 namespace importkcd {
 namespace {
@@ -22,39 +23,59 @@ void report(const ImportRun& run, const std::string& message) {
   ignore_errors([&] { run.ReportProgress(message); });
 }
 
+/// The new virtual cube; null when it cannot be added.
 OlapCube* add_virtual_cube(ImportRun& run, const std::string& name) {
+  OlapCube* cube = nullptr;
+  ignore_errors([&] {
+    // The look before may have failed, and adding would take the place of a cube that is there.
+    check_new_name(name, run.database().cubes().contains(name));
+    cube = &run.database().add_cube(name, OlapCubeKind::is_virtual);
+  });
+  return cube;
+}
+
+/// A virtual cube in the place of a cube of another kind; null when it cannot be added.
+OlapCube* replace_by_virtual_cube(ImportRun& run, const std::string& name) {
   OlapCube* cube = nullptr;
   ignore_errors([&] { cube = &run.database().add_cube(name, OlapCubeKind::is_virtual); });
   return cube;
 }
 
+/// Whether the server lets the cube be changed; reports a refusal, and passes other errors on.
 bool lock_virtual_cube(const ImportRun& run, const OlapCube& cube, const std::string& name) {
-  const bool locked = ignore_errors([&] { run.server().lock_cube(run.database(), cube); });
+  const bool locked = may_change([&] { run.server().lock_cube(run.database(), cube); });
   if (!locked) {
     report(run, "Error : Can't update Virtual Cube '" + name + "'");
   }
   return locked;
 }
 
-/// Whether the server let the cube be emptied; it stops at the first refusal.
-bool empty_virtual_cube(const ImportRun& run, OlapCube& cube) {
-  return ignore_errors([&] {
-    remove_all(run, cube, OlapCubeContent::measures);
-    remove_all(run, cube, OlapCubeContent::dimensions);
-  });
+/// The existing virtual cube, emptied; null when the server refused to lock it.
+OlapCube* emptied_virtual_cube(ImportRun& run, const std::string& name) {
+  const OlapCube& existing = *run.database().cubes().find(name);
+  if (!lock_virtual_cube(run, existing, name)) {
+    return nullptr;
+  }
+  // A copy is emptied: whatever counts as changed is stored by the next cube's save.
+  OlapCube emptied = existing;
+  remove_all(run, emptied, OlapCubeContent::measures);
+  remove_all(run, emptied, OlapCubeContent::dimensions);
+  return &run.database().cubes().put(std::move(emptied));
 }
 
-/// The existing virtual cube, emptied; null when its update was canceled.
+/// The same, null also when it could not be emptied; says what happens.
 OlapCube* take_over_virtual_cube(ImportRun& run, const std::string& name) {
   report(run, "Update virtual cube '" + name + "'");
-  if (lock_virtual_cube(run, *run.database().cubes().find(name), name)) {
-    OlapCube* cube = run.database().cubes().edit(name);
-    if (empty_virtual_cube(run, *cube)) {
-      return cube;
-    }
+  OlapCube* cube = nullptr;
+  try {
+    cube = emptied_virtual_cube(run, name);
+  } catch (const std::exception& error) {
+    run.pass_over("Virtual cube '" + name + "' was not updated: " + error.what());
   }
-  report(run, "           Updating virtual cube '" + name + "' canceled");
-  return nullptr;
+  if (cube == nullptr) {
+    report(run, "           Updating virtual cube '" + name + "' canceled");
+  }
+  return cube;
 }
 
 OlapCube* update_virtual_cube(ImportRun& run, const std::string& name) {
@@ -66,7 +87,7 @@ OlapCube* update_virtual_cube(ImportRun& run, const std::string& name) {
   if (existing->state_code() == virtual_state_code) {
     return take_over_virtual_cube(run, name);
   }
-  OlapCube* cube = add_virtual_cube(run, name);
+  OlapCube* cube = replace_by_virtual_cube(run, name);
   report(run, "Creating new virtual cube '" + name + "'");
   return cube;
 }

@@ -153,11 +153,13 @@ class NamedCollection {
     if (items_->index) {
       return;
     }
-    items_->index = std::make_unique<Index>();
-    items_->index->reserve(items_->objects.size());
+    // Put into place when it is whole: one that ran out of memory would hide names.
+    auto index = std::make_unique<Index>();
+    index->reserve(items_->objects.size());
     for (std::size_t i = 0; i < items_->objects.size(); ++i) {
-      items_->index->emplace(lower_cased(items_->objects[i].name), i);
+      index->emplace(lower_cased(items_->objects[i].name), i);
     }
+    items_->index = std::move(index);
   }
 
   /// The objects, as this collection's alone, so that they may be changed. Copies them if need be,
@@ -192,9 +194,12 @@ class NamedCollection {
 
   T& append(T object) {
     auto& items = own_items(1);
+    // The object first takes its place, then the index, which is made anew if that fails.
+    auto index = std::exchange(items.index, nullptr);
     items.objects.push_back(std::move(object));
-    if (items.index) {
-      items.index->emplace(lower_cased(items.objects.back().name), items.objects.size() - 1);
+    if (index) {
+      index->emplace(lower_cased(items.objects.back().name), items.objects.size() - 1);
+      items.index = std::move(index);
     }
     return items.objects.back();
   }

@@ -6,6 +6,7 @@
 #include <string_view>
 #include <vector>
 
+#include "base/import_error.h"
 #include "model/codes.h"
 #include "model/olap_database.h"
 
@@ -15,6 +16,13 @@ namespace importkcd {
 struct StoredObject {
   OlapClassType class_type = OlapClassType::database;
   std::string name;
+};
+
+/// A lock check's answer that the object may not be changed now, because it is in use. Any other
+/// error of a lock check says that the server could not find out.
+class LockRefused : public ImportError {
+ public:
+  using ImportError::ImportError;
 };
 
 /// An OLAP server as the importer sees it.
@@ -73,13 +81,14 @@ class OlapServer {
   virtual void write_back_partition(OlapDatabase& database, OlapCube& cube,
                                     OlapPartition& partition) = 0;
 
-  /// Fails while a regular cube of the database uses the dimension.
+  /// Throws LockRefused while a regular cube of the database uses the dimension.
   virtual void lock_dimension(OlapDatabase& database, const OlapDimension& dimension) = 0;
 
-  /// Guards a dimension's levels: fails also while a virtual cube or a partition uses it.
+  /// Guards a dimension's levels: refuses also while a virtual cube uses it. Partitions
+  /// use only dimensions of their cube.
   virtual void lock_levels(OlapDatabase& database, const OlapDimension& dimension) = 0;
 
-  /// Fails when the server does not let the cube be changed now.
+  /// Throws LockRefused when the server does not let the cube be changed now.
   virtual void lock_cube(OlapDatabase& database, const OlapCube& cube) = 0;
 
   /// Removes the first member of a content collection of the cube's working copy.
@@ -92,6 +101,10 @@ class OlapServer {
   /// The messages for a person that structure_is_valid() and finish() have left since the last
   /// call, such as why a structure is not valid; each is one sentence without a line end.
   virtual std::vector<std::string> take_messages() { return {}; }
+
+  /// Whether what a failed run wrote back may be stored. Not where people are served what is
+  /// stored.
+  virtual bool keeps_failed_runs() const { return true; }
 
   /// Stores everything that was written back or removed since connect() or the last finish(), all
   /// of it or nothing, and releases the held databases. Ends all OlapDatabase references. Does

@@ -35,6 +35,10 @@ namespace {
   throw ImportError(description, error_source::olap_server);
 }
 
+[[noreturn]] void refuse(const std::string& description) {
+  throw LockRefused(description, error_source::olap_server);
+}
+
 /// What a partition that follows its cube takes over from it.
 template <class CubeOrPartition>
 auto own_settings(CubeOrPartition& object) {
@@ -180,14 +184,14 @@ void WorkingCopyServer::write_back_partition(OlapDatabase& database, OlapCube& c
 
 void WorkingCopyServer::lock_dimension(OlapDatabase& database, const OlapDimension& dimension) {
   if (uses_dimension(opened(database), OlapCubeKind::regular, dimension.name)) {
-    fail("dimension '" + dimension.name + "' is used in a cube");
+    refuse("dimension '" + dimension.name + "' is used in a cube");
   }
 }
 
 void WorkingCopyServer::lock_levels(OlapDatabase& database, const OlapDimension& dimension) {
   lock_dimension(database, dimension);
   if (uses_dimension(opened(database), OlapCubeKind::is_virtual, dimension.name)) {
-    fail("dimension '" + dimension.name + "' is used in a virtual cube");
+    refuse("dimension '" + dimension.name + "' is used in a virtual cube");
   }
 }
 
@@ -252,11 +256,13 @@ bool WorkingCopyServer::uses_dimension(OpenDatabase& open, OlapCubeKind kind,
                                        const std::string& dimension) {
   auto& in_use = open.dimensions_in_use.at(static_cast<std::size_t>(kind));
   if (!in_use) {
-    in_use.emplace();
+    // Kept only when it is whole: after an error the next check reads it again.
+    std::unordered_set<std::string> names;
     for (const auto& name : open.stored ? store_->dimensions_in_use(open.copy->name(), kind)
                                         : std::vector<std::string>{}) {
-      in_use->insert(lower_cased(name));
+      names.insert(lower_cased(name));
     }
+    in_use = std::move(names);
   }
   bool used = in_use->count(lower_cased(dimension)) != 0;
   open.copy->cubes().for_each_changed([&](const OlapCube& cube) {

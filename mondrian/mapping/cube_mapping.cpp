@@ -154,6 +154,11 @@ class CubeMapper {
               [&] { check_connection(partition.data_source); });
       }
     }
+    if (counted_partitions(cube_).size() < cube_.partitions.size()) {
+      remarks_.push_back("Cube '" + cube_.name +
+                         "' is published without its own partition: no document wrote it, and "
+                         "beside the partitions that one wrote it would count their rows twice");
+    }
   }
 
   void plan_dimensions() {

@@ -102,21 +102,34 @@ XmlElement FactSource::relation() const {
   if (!is_view_) {
     return table_element(source_.fact, alias_);
   }
-  if (cube_.partitions.empty()) {
+  const auto partitions = counted_partitions(cube_);
+  if (partitions.empty()) {
     throw NotExpressible("it has no partition");
   }
   std::string branches;
-  for (const auto& partition : cube_.partitions) {
+  for (const auto* partition : partitions) {
     branches.append(branches.empty() ? "" : "\nunion all\n");
-    branches.append(partition_branch(source_, cube_, partition, columns_));
+    branches.append(partition_branch(source_, cube_, *partition, columns_));
   }
   return view_element(alias_, branches);
 }
 
 bool cube_needs_fact_view(const CubeSource& source, const OlapCube& cube) {
-  return !source.graph || source.fact.qualifiers.size() > 1 || cube.partitions.size() != 1 ||
-         has_slice(cube, cube.partitions[0]) ||
-         has_sources_of_its_own(source, cube, cube.partitions[0]);
+  const auto partitions = counted_partitions(cube);
+  return !source.graph || source.fact.qualifiers.size() > 1 || partitions.size() != 1 ||
+         has_slice(cube, *partitions[0]) || has_sources_of_its_own(source, cube, *partitions[0]);
+}
+
+std::vector<const OlapPartition*> counted_partitions(const OlapCube& cube) {
+  std::vector<const OlapPartition*> all;
+  std::vector<const OlapPartition*> written;
+  for (const auto& partition : cube.partitions) {
+    all.push_back(&partition);
+    if (!partition.follows_cube) {
+      written.push_back(&partition);
+    }
+  }
+  return written.empty() ? all : written;
 }
 
 }  // namespace importkcd

@@ -53,6 +53,12 @@ class FactSource {
   std::map<std::string, std::size_t> known_;
 };
 
+/// The partitions whose rows are the cube's figures: those that a document wrote. A cube's own
+/// partition that none wrote has all rows of the cube, so beside others it would count theirs
+/// again; it counts only while it is alone. They live as long as the cube's collection stays as it
+/// is.
+std::vector<const OlapPartition*> counted_partitions(const OlapCube& cube);
+
 /// Whether a cube's clauses and partitions need more than its fact table. Throws NotExpressible
 /// when the clauses of a partition cannot be expressed.
 bool cube_needs_fact_view(const CubeSource& source, const OlapCube& cube);

@@ -186,6 +186,8 @@ class MondrianServer : public WorkingCopyServer {
 
   std::vector<std::string> take_messages() override { return messages_->take(); }
 
+  bool keeps_failed_runs() const override { return false; }
+
  private:
   std::shared_ptr<Messages> messages_;
 };

@@ -53,8 +53,8 @@ class KcdImport : public testing::KcdTest {
 TEST_F(KcdImport, PrintsExactlyTheProgressMessages) {
   for (const bool partitions : {false, true}) {
     std::vector<std::string> arguments{"--server", "memory:"};
-    if (partitions) {
-      arguments.emplace_back("--partitions");
+    if (!partitions) {
+      arguments.emplace_back("--no-partitions");
     }
     const auto result = import(whole_document(), arguments);
     EXPECT_EQ(result.exit_status, 0);
@@ -115,19 +115,20 @@ TEST_F(KcdImport, RewritesExistingObjectsInUpdateMode) {
 }
 
 TEST_F(KcdImport, DontUpdateLevelsReachesTheImporter) {
-  import(whole_document(), {"--mode", "update", "--dont-update-levels"});
+  import(whole_document(), {"--mode", "update", "--dont-update-levels", "--on-error", "keep"});
   const auto shop = shown().at("databases").at(0);
   EXPECT_THAT(shop.at("dimensions").at(0).at("levels"), IsEmpty());
 }
 
-TEST_F(KcdImport, PartitionsComeWhenAskedFor) {
-  const auto partitions = [this] {
+TEST_F(KcdImport, PartitionsComeUnlessToldOtherwise) {
+  const auto partitions_after = [this](std::vector<std::string> arguments) {
+    arguments.insert(arguments.begin(), {"--mode", "replace"});
+    EXPECT_EQ(import(whole_document(), arguments).exit_status, 0);
     return shown().at("databases").at(0).at("cubes").at(0).at("partitions").size();
   };
-  import(whole_document());
-  EXPECT_EQ(partitions(), 1U);
-  import(whole_document(), {"--mode", "replace", "--partitions"});
-  EXPECT_EQ(partitions(), 2U);
+  EXPECT_EQ(partitions_after({}), 2U);
+  EXPECT_EQ(partitions_after({"--no-partitions"}), 1U);
+  EXPECT_EQ(partitions_after({"--partitions"}), 2U);
 }
 
 TEST_F(KcdImport, TheDatabaseCanHaveAnotherName) {
@@ -246,6 +247,46 @@ TEST_F(KcdImport, AnErrorThatDidNotStopTheRunIsAWarning) {
   EXPECT_THAT(lines_of(result.output).back(), "Creating cubes");
   EXPECT_THAT(result.errors, StartsWith("Error in writing to file " + folder.file("tmp")));
   EXPECT_EQ(lines_of(result.errors).size(), 1U);
+}
+
+/// A document whose last cube, "Extra", refers to a dimension that is not there.
+std::string failing_document() {
+  auto text = whole_document();
+  const std::string end = "</cubes>";
+  return text.replace(text.find(end), end.size(),
+                      R"(<cube name="Extra" description="" data_source="Warehouse" fact_table="f"
+                         aggregation_prefix="" from_clause="" join_clause="" schema_layout=""
+                         olap_mode="" estimated_rows="1"><cube_dimensions>
+                         <cube_dimension_reference name="Missing"><cube_levels_reference/>
+                         </cube_dimension_reference></cube_dimensions><cube_measures/>
+                         <cube_calculated_members/><cube_roles/></cube></cubes>)");
+}
+
+TEST_F(KcdImport, AFailureStoresNothingInAnyMode) {
+  import(whole_document());
+  const auto before = shown();
+  for (const auto* mode : {"incremental", "update", "replace"}) {
+    EXPECT_EQ(import(failing_document(), {"--mode", mode}).exit_status, 1) << mode;
+    EXPECT_EQ(shown(), before) << mode;
+    EXPECT_EQ(import(bare_document("0.9", "Shop"), {"--mode", mode}).exit_status, 1) << mode;
+    EXPECT_EQ(shown(), before) << mode;
+  }
+  EXPECT_EQ(kcd({"restore", "--list"}).output, "No kept copies on localhost.\n");
+}
+
+TEST_F(KcdImport, AFailureThatIsKeptStoresWhatWasWritten) {
+  const auto result = import(failing_document(), {"--on-error", "keep"});
+  EXPECT_EQ(result.exit_status, 1);
+  EXPECT_THAT(result.errors, HasSubstr("Cube 'Extra' is stored although it is not complete"));
+  EXPECT_EQ(shown().at("databases").at(0).at("cubes").size(), 3U);
+  import(bare_document("0.9", "Shop"), {"--mode", "replace", "--on-error", "keep"});
+  EXPECT_THAT(databases(), IsEmpty());
+}
+
+TEST_F(KcdImport, AfterAFailureTheNextIncrementalImportBuildsTheCube) {
+  import(failing_document());
+  EXPECT_EQ(import(whole_document()).exit_status, 0);
+  EXPECT_EQ(shown().at("databases").at(0).at("cubes").size(), 2U);
 }
 
 TEST_F(KcdImport, AnOutputThatCannotBeWrittenIsAFailure) {

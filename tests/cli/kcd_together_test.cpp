@@ -211,8 +211,8 @@ class KcdRepeated : public KcdTest,
 TEST_P(KcdRepeated, ASecondImportOfTheExampleLeavesAnEqualServer) {
   const auto& [mode, partitions] = GetParam();
   std::vector<std::string> arguments{"import", EXAMPLES_FOLDER "/sales.kcd", "--mode", mode};
-  if (partitions) {
-    arguments.emplace_back("--partitions");
+  if (!partitions) {
+    arguments.emplace_back("--no-partitions");
   }
   if (mode == "update") {
     arguments.emplace_back("--dont-update-levels");

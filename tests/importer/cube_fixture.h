@@ -141,7 +141,7 @@ class CubeTest : public SectionTest {
   void before(const std::string& operation) {
     timeline.push_back(operation);
     if (operation == refused_operation) {
-      throw ImportError("refused by the test", error_source::olap_server);
+      refuse(operation);
     }
   }
 

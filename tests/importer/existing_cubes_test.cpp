@@ -345,5 +345,23 @@ TEST_F(ExistingCubes, CanceledUpdatesElementIsNotReadFurther) {
   EXPECT_EQ(import_error(R"(<cube name="Sales"/>)"), "");
 }
 
+TEST_F(ExistingCubes, AnErrorThatCanceledAnUpdateIsPassedOverWithItsReason) {
+  given_stored_cube();
+  options.ImportType = import_type::update;
+  refused_operation = "remove_first roles Sales";
+  import(valid_cube("Sales"));
+  expect_no_error();
+  EXPECT_THAT(outcome.passed_over,
+              ElementsAre("Cube 'Sales' was not updated: refused by the test"));
+}
+
+TEST_F(ExistingCubes, ARefusedLockIsNothingThatAPersonHasToHear) {
+  given_stored_cube();
+  options.ImportType = import_type::update;
+  refused_operation = "lock_cube Sales";
+  import(valid_cube("Sales"));
+  EXPECT_THAT(outcome.passed_over, IsEmpty());
+}
+
 }  // namespace
 }  // namespace importkcd::testing

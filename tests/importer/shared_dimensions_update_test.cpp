@@ -206,7 +206,7 @@ TEST_F(SharedDimensionsUpdate, LevelsAreNotLockedAfterARefusal) {
   use_hook([&](const std::string& operation) {
     operations.push_back(operation);
     if (operation == "lock_dimension Store") {
-      throw ImportError("refused by the test", error_source::olap_server);
+      refuse(operation);
     }
   });
   given("Store");
@@ -216,6 +216,29 @@ TEST_F(SharedDimensionsUpdate, LevelsAreNotLockedAfterARefusal) {
   EXPECT_THAT(operations, ElementsAre("lock_dimension Store"));
   expect_no_error();
 }
+
+class FailingLockCheck : public SharedDimensionsUpdate,
+                         public ::testing::WithParamInterface<const char*> {};
+
+TEST_P(FailingLockCheck, FailsTheRunAndIsNoRefusal) {
+  use_hook([](const std::string& operation) {
+    if (operation == GetParam()) {
+      throw ImportError("disk on fire", error_source::olap_server);
+    }
+  });
+  given("Store");
+  options.ImportType = import_type::update;
+  import(dimension_text("Store", country));
+  EXPECT_THAT(sink.messages,
+              ElementsAre("Creating shared dimensions", "Searching shared dimension 'Store'",
+                          "Updating shared dimension 'Store'"));
+  expect_failed("disk on fire");
+  expect_unchanged("Store");
+}
+
+INSTANTIATE_TEST_SUITE_P(OfBothKinds, FailingLockCheck,
+                         ::testing::Values("lock_dimension Store", "lock_levels Store"),
+                         [](const auto& check) { return check.index == 0 ? "Use" : "Levels"; });
 
 TEST_F(SharedDimensionsUpdate, NewOneIsNotLocked) {
   std::vector<std::string> operations;

@@ -1,12 +1,16 @@
 #include "importer/virtual_cubes.h"
 
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <utility>
 #include <vector>
 
+#include "servers/catalogue/catalogue_store.h"
+#include "servers/working_copy_server.h"
 #include "tests/support/forwarding_server.h"
+#include "tests/support/forwarding_store.h"
 #include "tests/support/import_fixture.h"
 
 namespace importkcd::testing {
@@ -311,6 +315,60 @@ TEST_F(VirtualCubes, AnOlderMeasureOfTheSameNameMakesWayInUpdateMode) {
             </measure_references></c></v>)");
   EXPECT_THAT(stored_cubes(),
               ElementsAre("Overview virtual: measures Old=new; dimensions; roles Readers=old;"));
+}
+
+TEST_F(VirtualCubes, ACanceledUpdateIsNotStoredByTheNextSave) {
+  store_old_virtual_cube();
+  options.ImportType = import_type::update;
+  hook = fail_operation("remove_first dimensions Overview");
+  import(R"(<v><c name="Overview"/><c name="Next"/></v>)");
+  EXPECT_THAT(stored_cubes(),
+              ElementsAre(old_content, "Next virtual: measures; dimensions; roles;"));
+  EXPECT_THAT(outcome.passed_over,
+              ElementsAre("Virtual cube 'Overview' was not updated: refused by the test"));
+}
+
+TEST_F(VirtualCubes, AnErrorOfTheLockCheckThatIsNoRefusalCancelsTheUpdateWithItsReason) {
+  store_old_virtual_cube();
+  options.ImportType = import_type::update;
+  hook = [](const std::string& operation) {
+    if (operation == "lock_cube Overview") {
+      throw ImportError("disk on fire", error_source::olap_server);
+    }
+  };
+  import(overview);
+  EXPECT_THAT(sink.messages,
+              ElementsAre("Creating virtual cubes", "Searching virtual cube 'Overview'",
+                          "Update virtual cube 'Overview'",
+                          "           Updating virtual cube 'Overview' canceled"));
+  EXPECT_THAT(outcome.passed_over,
+              ElementsAre("Virtual cube 'Overview' was not updated: disk on fire"));
+  EXPECT_THAT(stored_cubes(), ElementsAre(old_content));
+}
+
+TEST_F(SectionTest, AFailedLookForAVirtualCubeLetsNothingTakeThePlaceOfTheOneThatIsThere) {
+  bool fails = false;
+  use_server(std::make_unique<WorkingCopyServer>(std::make_shared<ForwardingStore>(
+      make_catalogue_store(folder.file("server.olap"), ServerAccess::read_write), [&fails] {
+        if (std::exchange(fails, false)) {
+          throw ImportError("look failed", error_source::olap_server);
+        }
+      })));
+  server().write_back_cube(database(), database().add_cube("Sales", OlapCubeKind::regular));
+  for (const auto type : {import_type::incremental, import_type::replace, import_type::update}) {
+    store_and_reopen();
+    options.ImportType = type;
+    sink.messages.clear();
+    fails = true;
+    import_virtual_cubes(run(), &parse(R"(<v><c name="Sales"/></v>)"));
+    EXPECT_FALSE(fails);
+    EXPECT_THAT(sink.messages,
+                ElementsAre("Creating virtual cubes", "Searching virtual cube 'Sales'",
+                            "Creating virtual cube 'Sales'"));
+    EXPECT_EQ(database().cubes().find("Sales")->kind, OlapCubeKind::regular);
+    store_and_reopen();
+    EXPECT_EQ(database().cubes().find("Sales")->kind, OlapCubeKind::regular);
+  }
 }
 
 }  // namespace

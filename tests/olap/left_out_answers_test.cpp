@@ -12,9 +12,20 @@ std::string import_errors(
     const std::string& connection_string = world().postgres().connection_string(sales_warehouse)) {
   const auto document =
       world().folder().write(database + ".kcd", small_document(database, connection_string, cubes));
-  const auto result = world().import(document, {});
+  const auto result = world().import(document, {"--on-error", "keep"});
   EXPECT_EQ(result.exit_status, result.errors.empty() ? 0 : 1);
   return result.errors;
+}
+
+/// What the import says about cubes that are stored, but cannot be served.
+std::string stored_incomplete(const std::vector<std::string>& cubes) {
+  std::string text;
+  for (const auto& cube : cubes) {
+    text += "Cube '" + cube +
+            "' is stored although it is not complete; an import in incremental mode skips it, in "
+            "update or replace mode it builds it anew\n";
+  }
+  return text;
 }
 
 void expect_figures(const std::string& database, const std::string& cube,
@@ -63,8 +74,9 @@ TEST(LeftOut, CubesThatCannotBeExpressedAreNamedWithDimensionAndClause) {
       "Cube 'Stray' cannot be published: measure 'Figure': it names \"stock\".\"stock_value\", "
       "whose table is not in the cube's from clause\n"
       "Cube 'Far' cannot be published: dimension 'Far Away': its data source 'Elsewhere' is "
-      "another database than the cube's, 'Warehouse'\n"
-      "New Cube structure is not valid\n");
+      "another database than the cube's, 'Warehouse'\n" +
+          stored_incomplete({"Untied", "Old Join", "Open Quote", "Stray", "Far"}) +
+          "New Cube structure is not valid\n");
   expect_figures("Half Good", "First", "amount");
   expect_figures("Half Good", "Last", "cost");
   for (const std::string cube : {"Untied", "Old Join", "Open Quote", "Stray", "Far"}) {

@@ -152,6 +152,8 @@ bool ForwardingServer::structure_is_valid(OlapDatabase& database, const OlapCube
 
 std::vector<std::string> ForwardingServer::take_messages() { return target_->take_messages(); }
 
+bool ForwardingServer::keeps_failed_runs() const { return target_->keeps_failed_runs(); }
+
 void ForwardingServer::finish() {
   const auto announced = announce("finish");
   target_->finish();
@@ -168,9 +170,17 @@ ForwardingServer::Hook fail_operation(int n) {
 ForwardingServer::Hook fail_operation(const std::string& operation) {
   return [operation](const std::string& actual) {
     if (actual == operation) {
-      throw ImportError("refused by the test", error_source::olap_server);
+      refuse(operation);
     }
   };
+}
+
+void refuse(std::string_view operation) {
+  constexpr const char* text = "refused by the test";
+  if (operation.starts_with("lock_")) {
+    throw LockRefused(text, error_source::olap_server);
+  }
+  throw ImportError(text, error_source::olap_server);
 }
 
 ForwardingServer::Hook record_operations(std::vector<std::string>& record) {

@@ -3,6 +3,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "model/olap_server.h"
@@ -40,6 +41,7 @@ class ForwardingServer : public OlapServer {
   void remove_first(OlapDatabase& database, OlapCube& cube, OlapCubeContent content) override;
   bool structure_is_valid(OlapDatabase& database, const OlapCube& cube) override;
   std::vector<std::string> take_messages() override;
+  bool keeps_failed_runs() const override;
   void finish() override;
 
  private:
@@ -56,7 +58,10 @@ class ForwardingServer : public OlapServer {
 /// A hook that fails the Nth operation (counted from 1) with the description "operation N failed".
 ForwardingServer::Hook fail_operation(int n);
 
-/// A hook that fails every operation whose text is `operation`, with "refused by the test".
+/// Throws "refused by the test": for a lock check as a refusal, otherwise as an error.
+[[noreturn]] void refuse(std::string_view operation);
+
+/// A hook that fails every operation whose text is `operation`, by refuse().
 ForwardingServer::Hook fail_operation(const std::string& operation);
 
 /// A hook that adds every operation's text to `record`, which must outlive it.

@@ -50,6 +50,8 @@ class ImporterTest : public ::testing::Test {
   void clear_store() { store_ = make_memory_store(); }
   /// A connected server over the store, to look at what a run left.
   std::unique_ptr<OlapServer> look() const;
+  /// The same, not connected yet.
+  std::unique_ptr<OlapServer> unconnected() const { return make_memory_server(store_); }
 
   ImportOptions options;
   /// Comes before every operation of the server of the next runs.

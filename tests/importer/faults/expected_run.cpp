@@ -16,12 +16,8 @@ enum class Road {
   document,
   /// The object is given up, and the run with the end of its section.
   section,
-  /// The object is given up with two messages, or with one; the run goes on.
-  dimension_refused,
-  cube_refused,
+  /// The object is given up with a message; the run goes on.
   cube_canceled,
-  virtual_dimension_refused,
-  virtual_cube_refused,
   virtual_cube_canceled,
   /// The next step follows.
   next_step,
@@ -53,23 +49,23 @@ constexpr std::array rules{
     Rule{Section::data_sources, any_look, Road::section},
     Rule{Section::data_sources, "write_back_data_source", Road::section},
     Rule{Section::shared_dimensions, any_look, Road::section},
-    Rule{Section::shared_dimensions, "lock_dimension", Road::dimension_refused},
-    Rule{Section::shared_dimensions, "lock_levels", Road::dimension_refused},
+    Rule{Section::shared_dimensions, "lock_dimension", Road::section},
+    Rule{Section::shared_dimensions, "lock_levels", Road::section},
     Rule{Section::shared_dimensions, "version", Road::section},
     Rule{Section::shared_dimensions, "write_back_dimension", Road::section},
     Rule{Section::roles, any_look, Road::document},
     Rule{Section::cubes, any_look, Road::document},
-    Rule{Section::cubes, "lock_cube", Road::cube_refused},
+    Rule{Section::cubes, "lock_cube", Road::document},
     Rule{Section::cubes, "remove_first", Road::cube_canceled},
     Rule{Section::cubes, "version", Road::document},
     Rule{Section::cubes, "write_back_cube", Road::document},
     Rule{Section::cubes, "write_back_dimension", Road::document},
     Rule{Section::cubes, "write_back_partition", Road::document},
     Rule{Section::cubes, "structure_is_valid", Road::document},
-    Rule{Section::virtual_dimensions, "lock_dimension", Road::virtual_dimension_refused},
+    Rule{Section::virtual_dimensions, "lock_dimension", Road::section},
     Rule{Section::virtual_dimensions, "version", Road::section},
     Rule{Section::virtual_dimensions, "write_back_dimension", Road::section},
-    Rule{Section::virtual_cubes, "lock_cube", Road::virtual_cube_refused},
+    Rule{Section::virtual_cubes, "lock_cube", Road::virtual_cube_canceled},
     Rule{Section::virtual_cubes, "remove_first", Road::virtual_cube_canceled},
     Rule{Section::virtual_cubes, "write_back_database", Road::next_step},
     Rule{Section::storing, "finish", Road::storing},
@@ -166,34 +162,12 @@ class Player {
       case Road::storing:
         end_storing();
         break;
-      default:
-        refuse(road, object);
-    }
-  }
-
-  /// What is said about an object that is not updated.
-  void refuse(Road road, const std::string& object) {
-    const auto canceled = [&](const std::string& kind) {
-      run.steps.push_back("           Updating " + kind + " '" + object + "' canceled");
-    };
-    switch (road) {
-      case Road::dimension_refused:
-        run.steps.push_back("Error : Can't update Shared Dimension '" + object +
-                            "' proberly locked due to use in Cube.");
-        return canceled("shared dimension");
-      case Road::virtual_dimension_refused:
-        run.steps.push_back("Error : Can't update Dimension '" + object + "'");
-        return canceled("virtual dimension");
-      case Road::cube_refused:
-        run.steps.push_back("Error : Can't update Cube '" + object + "'");
-        return canceled("cube");
       case Road::cube_canceled:
-        return canceled("cube");
-      case Road::virtual_cube_refused:
-        run.steps.push_back("Error : Can't update Virtual Cube '" + object + "'");
-        return canceled("virtual cube");
-      default:
-        return canceled("virtual cube");
+        run.steps.push_back("           Updating cube '" + object + "' canceled");
+        break;
+      case Road::virtual_cube_canceled:
+        run.steps.push_back("           Updating virtual cube '" + object + "' canceled");
+        break;
     }
   }
 

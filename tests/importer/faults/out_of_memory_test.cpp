@@ -6,6 +6,7 @@
 #include <string>
 #include <string_view>
 
+#include "model/named_collection.h"
 #include "tests/importer/faults/written_content.h"
 #include "tests/support/importer_fixture.h"
 #include "tests/support/whole_document.h"
@@ -134,6 +135,54 @@ INSTANTIATE_TEST_SUITE_P(Modes, OutOfMemory,
                                   : tested.param == import_type::replace   ? "Replace"
                                                                            : "Update";
                          });
+
+/// A collection too large to be walked, with names too long to be kept in place.
+NamedCollection<OlapProperty> large_collection() {
+  NamedCollection<OlapProperty> collection;
+  for (int i = 0; i < 40; ++i) {
+    collection.add({"a name of more than sixteen characters, number " + std::to_string(i), ""});
+  }
+  return collection;
+}
+
+TEST(OutOfMemoryIndex, ASearchThatFailedLosesNoName) {
+  bool failed = true;
+  for (long allocations = 0; failed; ++allocations) {
+    const auto collection = large_collection();
+    const auto first = collection[0].name;
+    allowed_allocations = allocations;
+    try {
+      collection.contains(first);
+    } catch (const std::bad_alloc&) {
+    }
+    failed = allowed_allocations < 0;
+    allowed_allocations = -1;
+    for (const auto& object : collection) {
+      ASSERT_TRUE(collection.contains(object.name)) << object.name << ", " << allocations;
+    }
+  }
+}
+
+TEST(OutOfMemoryIndex, AnAdditionThatFailedLosesNoName) {
+  bool failed = true;
+  for (long allocations = 0; failed; ++allocations) {
+    auto collection = large_collection();
+    ASSERT_TRUE(collection.contains(collection[0].name));
+    const OlapProperty added{"another name of more than sixteen characters", ""};
+    const OlapProperty last{"a last name of more than sixteen characters", ""};
+    allowed_allocations = allocations;
+    try {
+      collection.put(added);
+    } catch (const std::bad_alloc&) {
+    }
+    failed = allowed_allocations < 0;
+    allowed_allocations = -1;
+    collection.put(last);
+    for (const auto& object : collection) {
+      ASSERT_TRUE(collection.contains(object.name)) << object.name << ", " << allocations;
+    }
+  }
+}
 
 }  // namespace
 }  // namespace importkcd::testing

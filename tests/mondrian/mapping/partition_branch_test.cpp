@@ -53,6 +53,7 @@ TEST_F(PartitionBranch, APartitionThatIsLikeItsCubeNeedsNoView) {
 }
 
 TEST_F(PartitionBranch, PartitionsWithTablesOfTheirOwnAreAUnion) {
+  add_partition("Sales", "sales", "sales, store", "sales.store_id = store.id");
   add_partition("Old", "dbo.sales_2024", "dbo.sales_2024, store", "dbo.sales_2024.shop = store.id");
   EXPECT_EQ(
       queries(),
@@ -61,6 +62,26 @@ TEST_F(PartitionBranch, PartitionsWithTablesOfTheirOwnAreAUnion) {
       "union all\n"
       "select \"sales_2024\".\"shop\" as \"store_id\", \"sales_2024\".\"amount\" as "
       "\"amount\" from \"dbo\".\"sales_2024\"");
+}
+
+TEST_F(PartitionBranch, TheOwnPartitionThatNoDocumentWroteDoesNotCountBesideOthers) {
+  add_partition("Old", "sales_2024", "sales_2024, store", "sales_2024.store_id = store.id");
+  add_partition("New", "sales_2025", "sales_2025, store", "sales_2025.store_id = store.id");
+  EXPECT_EQ(queries(),
+            "select \"sales_2024\".\"store_id\" as \"store_id\", \"sales_2024\".\"amount\" as "
+            "\"amount\" from \"sales_2024\"\n"
+            "union all\n"
+            "select \"sales_2025\".\"store_id\" as \"store_id\", \"sales_2025\".\"amount\" as "
+            "\"amount\" from \"sales_2025\"");
+  EXPECT_EQ(remarks, std::vector<std::string>{
+                         "Cube 'Sales' is published without its own partition: no document wrote "
+                         "it, and beside the partitions that one wrote it would count their rows "
+                         "twice"});
+}
+
+TEST_F(PartitionBranch, TheOwnPartitionCountsAlone) {
+  EXPECT_EQ(queries(), "<Table name=\"sales\"/>\n");
+  EXPECT_EQ(remarks, std::vector<std::string>{});
 }
 
 TEST_F(PartitionBranch, ASliceOnANumberIsAConditionOnTheKey) {

@@ -23,7 +23,7 @@ std::vector<std::string> environment_with(
   std::vector<std::string> entries;
   entries.reserve(variables.size());
   for (const auto& [name, value] : variables) {
-    entries.push_back(name + "=" + value);
+    entries.push_back(std::string(name).append("=").append(value));
   }
   for (char** entry = environ; *entry != nullptr; ++entry) {
     const std::string_view text(*entry);

@@ -122,7 +122,8 @@ void Publication::add_catalogue(OlapDatabase& database, const PublishedCatalogue
   for (int number = 2; !names_.insert(lower_cased(name)).second; ++number) {
     name = catalogue.name + " (" + std::to_string(number) + ")";
   }
-  entries_.push_back({name, engine_connect_string(catalogue.connection, catalogue.warehouse), file});
+  entries_.push_back(
+      {name, engine_connect_string(catalogue.connection, catalogue.warehouse), file});
 }
 
 bool Publication::has_schema(const std::string& database,

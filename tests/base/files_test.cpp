@@ -29,7 +29,7 @@ TEST_F(FilesTest, ADescriptorClosesItsFileOnce) {
   const int number = file.number();
   {
     const FileDescriptor owner = std::move(file);
-    EXPECT_FALSE(file.is_open());
+    EXPECT_FALSE(file.is_open());  // NOLINT(bugprone-use-after-move): what a moved one is
     EXPECT_EQ(owner.number(), number);
     EXPECT_TRUE(is_open(number));
   }
@@ -68,7 +68,7 @@ TEST_F(FilesTest, AFreshFileHasTheFirstNameThatIsFree) {
 
 TEST_F(FilesTest, AFreshFileThatCannotBeMadeTellsTheLastName) {
   const auto taken = folder.write("taken", "");
-  auto fresh = make_fresh_file([&](int /*attempt*/) { return taken; }, 0600);
+  auto fresh = make_fresh_file([&](int /*attempt*/) { return std::string(taken); }, 0600);
   EXPECT_EQ(system_description(errno), "File exists");
   EXPECT_FALSE(fresh.file.is_open());
   fresh = make_fresh_file([&](int /*attempt*/) { return folder.file("none/f"); }, 0600);

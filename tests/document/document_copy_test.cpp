@@ -278,25 +278,32 @@ TEST_F(DocumentPreparation, ALineAndAPatternMayBeLongerThanAnyBuffer) {
   EXPECT_EQ(copy_of("<!DOC" + line + "\r\n<a/>"), "<a/>\n");
 }
 
+std::string declared(const std::string& encoding) {
+  return R"(<?xml version="1.0" encoding=")" + encoding + R"("?><a b="Foo"/>)" + "\n";
+}
+
 TEST_F(DocumentPreparation, APatternIsRefusedWhereOneCharacterLooksLikePartsOfOthers) {
   const SystemFolder system_folder(folder.path().string());
   for (const std::string encoding :
        {"Shift_JIS", "GBK", "GB18030", "Big5", "EUC-JP", "ISO-2022-JP", "ISO-2022-KR", "UTF-7"}) {
-    const auto text = "<?xml version=\"1.0\" encoding=\"" + encoding + "\"?>\n<a b=\"Foo\"/>\n";
+    const auto text = declared(encoding);
     const auto document = folder.write("document.kcd", text);
     const auto prepared = PrepareDocument(document, CompanyPattern{"Foo", "Bar"});
-    EXPECT_EQ(prepared.error, "Error in reading document " + document +
-                                  " A pattern cannot be replaced in the encoding " + encoding +
-                                  ", where parts of one character look like another; save the "
-                                  "document as UTF-8");
+    EXPECT_EQ(prepared.error,
+              std::string("Error in reading document ")
+                  .append(document)
+                  .append(" A pattern cannot be replaced in the encoding ")
+                  .append(encoding)
+                  .append(", where parts of one character look like another; save the document as "
+                          "UTF-8"));
     EXPECT_FALSE(prepared.usable);
     EXPECT_EQ(copy_of(text), text);
     EXPECT_EQ(copy_of(text, CompanyPattern{"", "Bar"}), text) << "changes nothing";
   }
   for (const std::string encoding : {"ISO-8859-1", "windows-1252", "windows-1258", "KOI8-R",
                                      "US-ASCII", "IBM437", "utf-8", "UTF8", "unknown"}) {
-    const auto text = "<?xml version=\"1.0\" encoding=\"" + encoding + "\"?>\n<a b=\"Foo\"/>\n";
-    EXPECT_THAT(copy_of(text, CompanyPattern{"Foo", "Bar"}), ::testing::HasSubstr("b=\"Bar\""));
+    const auto text = declared(encoding);
+    EXPECT_THAT(copy_of(text, CompanyPattern{"Foo", "Bar"}), ::testing::HasSubstr(R"(b="Bar")"));
   }
 }
 

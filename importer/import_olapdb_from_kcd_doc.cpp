@@ -93,9 +93,10 @@ std::int32_t ImportOLAPDBFromKCDDoc::make() {
 void ImportOLAPDBFromKCDDoc::ReleaseDocument() { document_.reset(); }
 
 void ImportOLAPDBFromKCDDoc::OpenOlapServer() {
-  // Somebody may have put a connection string in its place.
-  const auto shown_name = mask_passwords(machine_name);
+  std::string shown_name;
   try {
+    // Somebody may have put a connection string in its place.
+    shown_name = mask_passwords(machine_name);
     ReportProgress("Opening DSO server on machine '" + shown_name + "'");
     server_.reset();
     server_ = open_server_(machine_name);

@@ -145,7 +145,7 @@ TEST_P(LabelsAccessOfEverySide, AKciFileConvertsFromTheFieldsAlone) {
   EXPECT_THAT(view.messages, IsEmpty());
   EXPECT_EQ(testing::read_file(folder.file("sales.kcd")),
             "<database guid='{GUID-2}' name='Men@#$%s w&#60;ea&#62;r'>"
-            "<a b='Line\r\nbreak'/></database>\n");
+            "<a b='Line&#13;&#10;break'/></database>\n");
 }
 
 TEST_P(LabelsAccessOfEverySide, AnUnknownGuidIsRefused) {

@@ -92,8 +92,8 @@ class KcdSecrets : public KcdTest {
   std::string long_document() const {
     std::string sources;
     for (int i = 0; i < 2'000; ++i) {
-      sources += "<data_source name=\"" + std::string(100, 'x') + std::to_string(i) +
-                 "\" connection_string=\"a=b\"/>";
+      sources += R"(<data_source name=")" + std::string(100, 'x') + std::to_string(i) +
+                 R"(" connection_string="a=b"/>)";
     }
     return bare_document(known_version, "Shop",
                          "<library><data_sources>" + sources + "</data_sources></library>");

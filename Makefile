@@ -48,7 +48,9 @@ sanitized:
 	@$(call configure,asan,)
 .PHONY: sanitized
 
+# What Qt's compiler makes of headers is part of a folder's source.
 tidy: sanitized
+	cmake --build --preset asan -j $(JOBS) --target pickers_qt_autogen
 	scripts/check-tidy build/asan
 
 test-asan: sanitized
@@ -69,7 +71,7 @@ fuzz-programs: sanitized
 
 # Everything else: for the night, because it takes hours. See docs/testing.md.
 verify-all: verify separate-sources test-tsan valgrind coverage mutation fresh-machine
-	scripts/check-tidy build/separate analyzer
+	scripts/check-tidy build/asan analyzer
 
 # Each source on its own, so that an include that is missing fails.
 separate-sources:

@@ -183,6 +183,25 @@ std::string mask_passwords(std::string_view text) {
   return result;
 }
 
+std::string without_passwords(std::string_view connection_string) {
+  if (mask_passwords(connection_string) == connection_string) {
+    return std::string(connection_string);
+  }
+  std::string kept;
+  const char* begin = connection_string.data();
+  for (const auto& item : connection_items(connection_string, all_connection_quotes)) {
+    const char* const end = item.value.data() + item.value.size();
+    if (item.value.empty() || masked_value(item) != mask) {
+      kept.append(begin, end) += ';';
+    }
+    begin = end + 1;
+  }
+  if (!kept.empty()) {
+    kept.pop_back();
+  }
+  return mask_passwords(kept);
+}
+
 ServerAddress server_address(std::string_view server) {
   constexpr std::string_view protocol = "tcp:";
   auto rest = trimmed(server, " ");

@@ -52,6 +52,10 @@ class ConnectionValues {
 /// doubtful is masked.
 std::string mask_passwords(std::string_view text);
 
+/// A connection string without the items whose values mask_passwords() would replace. Where a
+/// password is part of something else, such as an address, "***" stands in its place.
+std::string without_passwords(std::string_view connection_string);
+
 /// Where a connection string says that a database server is.
 struct ServerAddress {
   std::string host;

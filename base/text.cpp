@@ -50,6 +50,17 @@ Character take_character(std::string_view& text) {
   return character;
 }
 
+std::string replaced(std::string_view text, std::string_view from, std::string_view to) {
+  std::string result;
+  result.reserve(text.size());
+  for (auto found = text.find(from); found != std::string_view::npos; found = text.find(from)) {
+    result.append(text.substr(0, found)).append(to);
+    text.remove_prefix(found + from.size());
+  }
+  result.append(text);
+  return result;
+}
+
 std::string printable(std::string_view text) {
   const auto plain = static_cast<std::size_t>(
       std::find_if(text.begin(), text.end(), may_be_blanked) - text.begin());

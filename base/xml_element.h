@@ -48,6 +48,9 @@ std::string xml_text(const XmlElement& element);
 std::string xml_document(const XmlElement& root, const std::string& comment,
                          XmlLayout layout = XmlLayout::indented);
 
+/// Throws ImportError unless the text, which should be UTF-8, may stand in XML.
+void check_xml_text(const std::string& text);
+
 /// Reads a text that comes from elsewhere, in any encoding that it declares: nothing outside of it
 /// is ever read, and document type declarations and entities of its own are refused. Names lose
 /// their prefixes; name space declarations, comments and the like are dropped. Throws ImportError

@@ -72,6 +72,14 @@ auto code(const Vocabulary& vocabulary, Word word) {
   return exact_code(vocabulary, lower_cased(word.value_or("")));
 }
 
+/// The last word of a code is the usual one.
+template <class Vocabulary, class Code>
+Word word(const Vocabulary& vocabulary, Code code) {
+  const auto found = std::find_if(vocabulary.rbegin(), vocabulary.rend(),
+                                  [code](const auto& entry) { return entry.code == code; });
+  return found == vocabulary.rend() ? std::nullopt : Word(found->word);
+}
+
 }  // namespace
 
 OlapDimensionType dimension_type(Word word) { return code(dimension_types, word); }
@@ -82,12 +90,17 @@ OlapOrdering level_ordering(Word word) { return code(orderings, word); }
 
 OlapAggregateFunction aggregate_function(Word word) { return code(aggregate_functions, word); }
 
+Word dimension_type_word(OlapDimensionType type) { return word(dimension_types, type); }
+
+Word level_type_word(OlapLevelType type) { return word(level_types, type); }
+
+Word level_ordering_word(OlapOrdering ordering) { return word(orderings, ordering); }
+
 Word aggregate_function_word(OlapAggregateFunction function) {
-  const auto* const found =
-      std::find_if(aggregate_functions.begin(), aggregate_functions.end(),
-                   [function](const auto& entry) { return entry.code == function; });
-  return found == aggregate_functions.end() ? std::nullopt : Word(found->word);
+  return word(aggregate_functions, function);
 }
+
+Word olap_mode_word(OlapMode mode) { return word(olap_modes, mode); }
 
 OlapMode olap_mode(Word word) { return exact_code(olap_modes, word.value_or("")); }
 

@@ -55,6 +55,17 @@ constexpr auto aggregate_functions = std::to_array<Entry<OlapAggregateFunction>>
     {"max", OlapAggregateFunction::max},
 });
 
+constexpr auto dimension_kinds = std::to_array<Entry<OlapDimensionKind>>({
+    {"shared", OlapDimensionKind::shared},
+    {"private", OlapDimensionKind::is_private},
+    {"virtual", OlapDimensionKind::is_virtual},
+});
+
+constexpr auto cube_kinds = std::to_array<Entry<OlapCubeKind>>({
+    {"regular", OlapCubeKind::regular},
+    {"virtual", OlapCubeKind::is_virtual},
+});
+
 /// The code of a word, compared exactly; the first code for a word that is not there.
 template <class Vocabulary>
 auto exact_code(const Vocabulary& vocabulary, std::string_view word) {
@@ -112,5 +123,9 @@ bool boolean(Word word, bool default_value) {
   }
   return word && same_name(*word, "false") ? false : default_value;
 }
+
+Word dimension_kind_word(OlapDimensionKind kind) { return word(dimension_kinds, kind); }
+
+Word cube_kind_word(OlapCubeKind kind) { return word(cube_kinds, kind); }
 
 }  // namespace importkcd

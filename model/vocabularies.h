@@ -34,4 +34,8 @@ bool boolean(Word word);
 /// "true" is true, "false" is false, everything else the default.
 bool boolean(Word word, bool default_value);
 
+/// "shared", "private" or "virtual"; "regular" or "virtual": words of no document, for people.
+Word dimension_kind_word(OlapDimensionKind kind);
+Word cube_kind_word(OlapCubeKind kind);
+
 }  // namespace importkcd

@@ -4,28 +4,13 @@
 #include <ostream>
 #include <utility>
 
-#include "base/import_error.h"
-#include "base/name_folding.h"
 #include "base/text.h"
 #include "cli/database_json.h"
 #include "cli/database_tree.h"
+#include "cli/stored_databases.h"
 #include "xmla/xmla_address.h"
 
 namespace importkcd {
-namespace {
-
-std::vector<std::string> databases_of(OlapServer& server) {
-  std::vector<std::string> names;
-  for (const auto& object : server.stored_objects()) {
-    if (object.class_type == OlapClassType::database) {
-      names.push_back(object.name);
-    }
-  }
-  return names;
-}
-
-}  // namespace
-
 ShowCommand::ShowCommand(CLI::App& program)
     : command_(program.add_subcommand("show", "Show what an OLAP server holds")),
       server_("localhost") {
@@ -49,11 +34,7 @@ std::vector<std::string> ShowCommand::chosen_of(std::vector<std::string> names) 
   if (command_->count("DATABASE") == 0) {
     return names;
   }
-  std::erase_if(names, [this](const std::string& name) { return !same_name(name, database_); });
-  if (names.empty()) {
-    throw ImportError("database '" + database_ + "' not found", "kcd");
-  }
-  return names;
+  return {database_named(names, database_)};
 }
 
 void ShowCommand::show_tree(OlapServer& server, std::ostream& out) const {

@@ -1,0 +1,133 @@
+#include "cli/export_command.h"
+
+#include <CLI/CLI.hpp>
+#include <filesystem>
+#include <optional>
+#include <ostream>
+#include <string_view>
+#include <system_error>
+#include <utility>
+
+#include "base/import_error.h"
+#include "base/temporary_file.h"
+#include "base/text.h"
+#include "base/whole_file.h"
+#include "cli/stored_databases.h"
+#include "comparison/plan.h"
+#include "exporter/kcd_export.h"
+#include "importer/import_olapdb_from_kcd_doc.h"
+
+namespace importkcd {
+namespace {
+
+constexpr const char* source = "kcd";
+
+/// What a document says, by importing it into an empty server. Throws ImportError when it cannot be
+/// imported.
+std::optional<DatabaseDefinition> reread(const std::string& text,
+                                         const CommandEnvironment& environment) {
+  TemporaryFile file(source);
+  file.write(text);
+  const auto nothing = environment.rehearse("memory:", RehearsalBase::empty);
+  auto& store = *nothing.store;
+  ImportOLAPDBFromKCDDoc importer([&](std::string_view) { return std::move(nothing.server); });
+  importer.kcd_document_file_name = file.path();
+  importer.import_partitions = true;
+  importer.import_virtual_objects = true;
+  importer.succeeded = true;
+  importer.make();
+  if (!importer.succeeded) {
+    throw ImportError("the document cannot be imported: " + importer.last_error, source);
+  }
+  return store.after(store.held_name());
+}
+
+std::string name_of(const PlannedObject& object) {
+  return std::string(object.kind) + " '" + object.name + "'";
+}
+
+/// Says what the document does not say of the database.
+void tell_losses(const Plan& losses, std::ostream& err) {
+  for (const auto& object : losses.objects) {
+    if (object.action != PlannedObject::Action::change) {
+      err << printable("The document does not say it: " + name_of(object)) << '\n';
+    }
+    for (const auto& difference : object.differences) {
+      err << printable("The document does not say it: " + name_of(object) + ": " +
+                       text_of(difference))
+          << '\n';
+    }
+  }
+}
+
+}  // namespace
+
+ExportCommand::ExportCommand(CLI::App& program)
+    : command_(program.add_subcommand("export", "Write a stored database as a document")),
+      server_("localhost") {
+  command_
+      ->add_option("SERVER", server_,
+                   "The OLAP server: localhost (this computer), catalogue:PATH or "
+                   "mondrian:DIRECTORY")
+      ->type_name("")
+      ->capture_default_str();
+  command_->add_option("DATABASE", database_, "The database; needed when there are several")
+      ->type_name("");
+  command_->add_option("--output", output_, "Write to this file, not to standard output")
+      ->type_name("FILE");
+  command_->add_flag("--overwrite", overwrite_, "Replace a file that exists already")
+      ->disable_flag_override();
+  command_
+      ->add_flag("--with-passwords", with_passwords_,
+                 "Write the passwords of connection strings, too; they are left out otherwise")
+      ->disable_flag_override();
+}
+
+bool ExportCommand::chosen() const { return command_->parsed(); }
+
+OlapDatabase& ExportCommand::chosen_database(OlapServer& server) const {
+  auto names = databases_of(server);
+  if (command_->count("DATABASE") > 0) {
+    return server.open_database(database_named(names, database_));
+  }
+  if (names.empty()) {
+    throw ImportError("No databases on " + server_, source);
+  }
+  if (names.size() > 1) {
+    std::string list;
+    for (const auto& name : names) {
+      list.append(list.empty() ? "'" : ", '").append(name).append("'");
+    }
+    throw ImportError("There are several databases; name one of " + list, source);
+  }
+  return server.open_database(names.front());
+}
+
+void ExportCommand::write(const std::string& text, std::ostream& out) const {
+  if (output_.empty()) {
+    out << text;
+    return;
+  }
+  std::error_code error;
+  if (!overwrite_ && std::filesystem::exists(std::filesystem::symlink_status(output_, error))) {
+    throw ImportError("'" + output_ + "' exists already; kcd export --overwrite replaces it", source);
+  }
+  WholeFile file(output_, source);
+  file.append(text);
+  file.finish();
+}
+
+int ExportCommand::run(const CommandEnvironment& environment) const {
+  const auto server = environment.open_for_looking(server_);
+  server->connect(server_);
+  auto& database = chosen_database(*server);
+  const auto whole = export_document(database, Passwords::written);
+  const auto stored = definition_of(database);
+  const auto written = reread(whole.text, environment);
+  write(with_passwords_ ? whole.text : export_document(database, Passwords::left_out).text,
+        environment.out);
+  tell_losses(compare_databases(&stored, written ? &*written : nullptr), environment.err);
+  return exit_status::success;
+}
+
+}  // namespace importkcd

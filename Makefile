@@ -39,6 +39,7 @@ checks: build
 	@scripts/install-packages verify
 	scripts/check-format
 	scripts/check-includes
+	scripts/check-messages
 	tests/mutation/mutate.py --check
 	scripts/check-hardening build/kcd build/ImportKCD
 	scripts/check-instructions build

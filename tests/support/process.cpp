@@ -68,9 +68,21 @@ pid_t spawn(const ProcessStart& start, const std::array<int, 3>& streams) {
   for (int i = 0; i < 3; ++i) {
     posix_spawn_file_actions_adddup2(&actions, streams.at(static_cast<std::size_t>(i)), i);
   }
+  // Whoever runs the tests may ignore these (nohup and background jobs do), and programs would
+  // inherit that.
+  sigset_t ending_signals{};
+  sigemptyset(&ending_signals);
+  for (const int signal : {SIGHUP, SIGINT, SIGQUIT}) {
+    sigaddset(&ending_signals, signal);
+  }
+  posix_spawnattr_t attributes{};
+  posix_spawnattr_init(&attributes);
+  posix_spawnattr_setsigdefault(&attributes, &ending_signals);
+  posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGDEF);
   pid_t child = -1;
-  const int error = posix_spawn(&child, start.program.c_str(), &actions, nullptr,
+  const int error = posix_spawn(&child, start.program.c_str(), &actions, &attributes,
                                 pointers_to(arguments).data(), pointers_to(environment).data());
+  posix_spawnattr_destroy(&attributes);
   posix_spawn_file_actions_destroy(&actions);
   EXPECT_EQ(error, 0) << start.program << ": " << std::generic_category().message(error);
   return error == 0 ? child : -1;

@@ -25,9 +25,9 @@ std::string fresh_name() {
 
 [[noreturn]] void fail(const std::string& what, const std::string& path, int error_number,
                        const std::string& source) {
-  throw ImportError("Cannot " + what + " the temporary file " + path + ": " +
-                        system_description(error_number),
-                    source);
+  throw ImportError(
+      "Cannot " + what + " the temporary file " + path + ": " + system_description(error_number),
+      source);
 }
 
 }  // namespace

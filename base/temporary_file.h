@@ -8,8 +8,8 @@
 
 namespace importkcd {
 
-/// A file of the temporary folder that only its owner can read. It goes with this object, and with a
-/// signal that ends the process.
+/// A file of the temporary folder that only its owner can read. It goes with this object, and with
+/// a signal that ends the process.
 class TemporaryFile {
  public:
   /// Makes an empty file. Throws ImportError of the component `source` when that fails.

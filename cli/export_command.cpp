@@ -28,18 +28,16 @@ std::optional<DatabaseDefinition> reread(const std::string& text,
                                          const CommandEnvironment& environment) {
   TemporaryFile file(source);
   file.write(text);
-  const auto nothing = environment.rehearse("memory:", RehearsalBase::empty);
-  auto& store = *nothing.store;
-  ImportOLAPDBFromKCDDoc importer([&](std::string_view) { return std::move(nothing.server); });
+  auto empty = environment.open_for_rehearsal("memory:", RehearsalBase::empty);
+  ImportOLAPDBFromKCDDoc importer([&](std::string_view) { return std::move(empty.server); });
   importer.kcd_document_file_name = file.path();
   importer.import_partitions = true;
-  importer.import_virtual_objects = true;
   importer.succeeded = true;
   importer.make();
   if (!importer.succeeded) {
     throw ImportError("the document cannot be imported: " + importer.last_error, source);
   }
-  return store.after(store.held_name());
+  return empty.store->after(empty.store->held_name());
 }
 
 std::string name_of(const PlannedObject& object) {
@@ -110,7 +108,8 @@ void ExportCommand::write(const std::string& text, std::ostream& out) const {
   }
   std::error_code error;
   if (!overwrite_ && std::filesystem::exists(std::filesystem::symlink_status(output_, error))) {
-    throw ImportError("'" + output_ + "' exists already; kcd export --overwrite replaces it", source);
+    throw ImportError("'" + output_ + "' exists already; kcd export --overwrite replaces it",
+                      source);
   }
   WholeFile file(output_, source);
   file.append(text);

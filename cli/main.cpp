@@ -10,6 +10,7 @@
 #include "base/text.h"
 #include "cli/arguments.h"
 #include "cli/convert_command.h"
+#include "cli/export_command.h"
 #include "cli/import_command.h"
 #include "cli/plan_command.h"
 #include "cli/query_command.h"
@@ -62,6 +63,7 @@ int run(int argument_count, const char* const* arguments) {
   const ImportCommand import_command(program);
   const PlanCommand plan_command(program);
   const ConvertCommand convert_command(program);
+  const ExportCommand export_command(program);
   const ShowCommand show_command(program);
   const RestoreCommand restore_command(program);
   const ServeCommand serve_command(program);
@@ -83,6 +85,9 @@ int run(int argument_count, const char* const* arguments) {
   }
   if (convert_command.chosen()) {
     return convert_command.run(environment);
+  }
+  if (export_command.chosen()) {
+    return export_command.run(environment);
   }
   if (restore_command.chosen()) {
     return restore_command.run(environment);

@@ -18,9 +18,8 @@ std::vector<std::string> databases_of(OlapServer& server) {
 }
 
 std::string database_named(const std::vector<std::string>& names, const std::string& wanted) {
-  const auto found = std::find_if(names.begin(), names.end(), [&](const std::string& name) {
-    return same_name(name, wanted);
-  });
+  const auto found = std::find_if(names.begin(), names.end(),
+                                  [&](const std::string& name) { return same_name(name, wanted); });
   if (found == names.end()) {
     throw ImportError("database '" + wanted + "' not found", "kcd");
   }

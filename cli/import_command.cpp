@@ -109,6 +109,10 @@ void ImportCommand::add_options() {
       ->disable_flag_override()
       ->excludes(without);
   command
+      .add_flag("--no-virtual", no_virtual_,
+                "Leave the document's virtual dimensions and virtual cubes alone")
+      ->disable_flag_override();
+  command
       .add_flag("--dont-update-levels", dont_update_levels_,
                 "Leave the levels of shared dimensions alone (update mode only)")
       ->disable_flag_override();
@@ -151,6 +155,7 @@ int ImportCommand::run(const CommandEnvironment& environment) const {
   importer.after_failure = on_error_ == keep ? AfterFailure::keep : AfterFailure::discard;
   importer.DontUpdateLevels = dont_update_levels_;
   importer.import_partitions = !no_partitions_;
+  importer.import_virtual_objects = !no_virtual_;
   importer.alternate_database_name = database_;
   importer.use_alternate_database_name = command_->count("--database") > 0;
   importer.data_source_name = data_source_;

@@ -46,6 +46,7 @@ class ImportCommand {
   std::string pattern_to_;
   std::string pattern_to_file_;
   bool no_partitions_ = false;
+  bool no_virtual_ = false;
   bool dont_update_levels_ = false;
 };
 

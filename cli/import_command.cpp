@@ -53,6 +53,7 @@ ImportCommand::ImportCommand(CLI::App& program)
       mode_(incremental_mode),
       on_error_(discard) {
   add_options();
+  add_flags();
   command_->parse_complete_callback([this] { check_combinations(); });
 }
 
@@ -101,6 +102,10 @@ void ImportCommand::add_options() {
                                      "(-)");
   to->needs(from)->excludes(to_file);
   to_file->type_name("FILE|-")->needs(from)->excludes(to);
+}
+
+void ImportCommand::add_flags() {
+  auto& command = *command_;
   auto* without =
       command.add_flag("--no-partitions", no_partitions_, "Leave the cubes' partitions alone");
   without->disable_flag_override();

@@ -29,6 +29,7 @@ class ImportCommand {
 
  private:
   void add_options();
+  void add_flags();
   void check_combinations() const;
   std::string connection_text(const CommandEnvironment& environment) const;
   std::string new_pattern(const CommandEnvironment& environment) const;

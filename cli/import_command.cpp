@@ -53,6 +53,7 @@ ImportCommand::ImportCommand(CLI::App& program)
       mode_(incremental_mode),
       on_error_(discard) {
   add_options();
+  add_flags();
   command_->parse_complete_callback([this] { check_combinations(); });
 }
 
@@ -101,6 +102,10 @@ void ImportCommand::add_options() {
                                      "(-)");
   to->needs(from)->excludes(to_file);
   to_file->type_name("FILE|-")->needs(from)->excludes(to);
+}
+
+void ImportCommand::add_flags() {
+  auto& command = *command_;
   auto* without =
       command.add_flag("--no-partitions", no_partitions_, "Leave the cubes' partitions alone");
   without->disable_flag_override();
@@ -108,6 +113,10 @@ void ImportCommand::add_options() {
       ->description("Import the cubes' partitions as well, which is the default")
       ->disable_flag_override()
       ->excludes(without);
+  command
+      .add_flag("--no-virtual", no_virtual_,
+                "Leave the document's virtual dimensions and virtual cubes alone")
+      ->disable_flag_override();
   command
       .add_flag("--dont-update-levels", dont_update_levels_,
                 "Leave the levels of shared dimensions alone (update mode only)")
@@ -151,6 +160,7 @@ int ImportCommand::run(const CommandEnvironment& environment) const {
   importer.after_failure = on_error_ == keep ? AfterFailure::keep : AfterFailure::discard;
   importer.DontUpdateLevels = dont_update_levels_;
   importer.import_partitions = !no_partitions_;
+  importer.import_virtual_objects = !no_virtual_;
   importer.alternate_database_name = database_;
   importer.use_alternate_database_name = command_->count("--database") > 0;
   importer.data_source_name = data_source_;

@@ -29,6 +29,7 @@ class ImportCommand {
 
  private:
   void add_options();
+  void add_flags();
   void check_combinations() const;
   std::string connection_text(const CommandEnvironment& environment) const;
   std::string new_pattern(const CommandEnvironment& environment) const;
@@ -46,6 +47,7 @@ class ImportCommand {
   std::string pattern_to_;
   std::string pattern_to_file_;
   bool no_partitions_ = false;
+  bool no_virtual_ = false;
   bool dont_update_levels_ = false;
 };
 

@@ -4,6 +4,7 @@
 #include <ostream>
 #include <utility>
 
+#include "base/connection_text.h"
 #include "base/import_error.h"
 #include "base/name_folding.h"
 #include "base/text.h"
@@ -59,7 +60,7 @@ std::vector<std::string> ShowCommand::chosen_of(std::vector<std::string> names) 
 void ShowCommand::show_tree(OlapServer& server, std::ostream& out) const {
   const auto names = chosen_of(databases_of(server));
   if (names.empty()) {
-    out << "No databases on " << printable(server_) << ".\n";
+    out << "No databases on " << printable(mask_passwords(server_)) << ".\n";
   }
   const auto style = style_of_locale();
   for (const auto& name : names) {

@@ -30,8 +30,10 @@ void remove_all(int signal) {
   static_cast<void>(std::raise(signal));
 }
 
+constexpr std::array<int, 5> ending_signals{SIGHUP, SIGINT, SIGPIPE, SIGTERM, SIGXFSZ};
+
 void watch_signals() {
-  for (const int signal : {SIGHUP, SIGINT, SIGPIPE, SIGTERM, SIGXFSZ}) {
+  for (const int signal : ending_signals) {
     struct sigaction current {};
     if (::sigaction(signal, nullptr, &current) == 0 && current.sa_handler == SIG_DFL &&
         (static_cast<unsigned>(current.sa_flags) & SA_SIGINFO) == 0) {
@@ -73,6 +75,17 @@ RemovedBySignals& RemovedBySignals::operator=(RemovedBySignals&& other) noexcept
   }
   return *this;
 }
+
+SignalsHeldBack::SignalsHeldBack() {
+  sigset_t signals{};
+  sigemptyset(&signals);
+  for (const int signal : ending_signals) {
+    sigaddset(&signals, signal);
+  }
+  pthread_sigmask(SIG_BLOCK, &signals, &former_);
+}
+
+SignalsHeldBack::~SignalsHeldBack() { pthread_sigmask(SIG_SETMASK, &former_, nullptr); }
 
 void RemovedBySignals::release() {
   if (place_ != none) {

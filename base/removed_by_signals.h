@@ -1,5 +1,6 @@
 #pragma once
 
+#include <csignal>
 #include <string>
 
 namespace importkcd {
@@ -22,6 +23,19 @@ class RemovedBySignals {
 
   static constexpr int none = -1;
   int place_ = none;
+};
+
+/// Holds those signals back in this thread while it lives: around the making of a file and of its
+/// RemovedBySignals, so that no signal comes between them.
+class SignalsHeldBack {
+ public:
+  SignalsHeldBack();
+  ~SignalsHeldBack();
+  SignalsHeldBack(const SignalsHeldBack&) = delete;
+  SignalsHeldBack& operator=(const SignalsHeldBack&) = delete;
+
+ private:
+  sigset_t former_{};
 };
 
 }  // namespace importkcd

@@ -66,6 +66,7 @@ void WholeFile::begin_beside() {
     const auto name = ".importkcd-" + std::to_string(getpid()) + "-" + std::to_string(attempt);
     return (folder / name).string();
   };
+  const SignalsHeldBack held_back;
   auto fresh = make_fresh_file(path_of, everyone_may_read_and_write);
   if (fresh.file.is_open()) {
     writer_.emplace(std::move(fresh.file));

@@ -18,6 +18,8 @@ constexpr int success = 0;
 constexpr int failure = 1;
 /// The command line cannot be carried out as it stands.
 constexpr int usage = 2;
+/// A question was answered, but some of its cells could not be computed.
+constexpr int cell_errors = 3;
 /// Of `kcd plan`: the import would change what is stored.
 constexpr int changes_planned = 10;
 }  // namespace exit_status

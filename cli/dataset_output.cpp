@@ -68,7 +68,11 @@ void print_grid(const Grid& grid, std::ostream& out) {
 
 std::string cell_text(const Dataset& dataset, std::uint64_t ordinal) {
   const auto found = dataset.cells.find(ordinal);
-  return found == dataset.cells.end() ? "" : printable(found->second.formatted);
+  if (found == dataset.cells.end()) {
+    return "";
+  }
+  // Reasons can be longer than any column should be.
+  return found->second.error.empty() ? printable(found->second.formatted) : "#ERR";
 }
 
 /// The headings of the row labels: the hierarchies, each with the properties of its members.
@@ -178,6 +182,16 @@ void print_table(const Dataset& dataset, std::ostream& out) {
   }
 }
 
+std::map<std::string, std::size_t> cell_errors(const Dataset& dataset) {
+  std::map<std::string, std::size_t> errors;
+  for (const auto& [ordinal, cell] : dataset.cells) {
+    if (!cell.error.empty()) {
+      ++errors[cell.error];
+    }
+  }
+  return errors;
+}
+
 std::size_t text_width(std::string_view text) {
   std::size_t width = 0;
   while (!text.empty()) {
@@ -197,6 +211,9 @@ bool is_text_type(std::string_view type) {
 }
 
 Json value_of(const DatasetCell& cell) {
+  if (!cell.has_value) {
+    return nullptr;
+  }
   if (cell.type.ends_with("boolean")) {
     return cell.value == "true" || cell.value == "1";
   }
@@ -211,6 +228,14 @@ Json value_of(const DatasetCell& cell) {
     }
   }
   return cell.value;
+}
+
+Json json_of(std::uint64_t ordinal, const DatasetCell& cell) {
+  Json json{{"ordinal", ordinal}, {"value", value_of(cell)}, {"formatted", cell.formatted}};
+  if (!cell.error.empty()) {
+    json["error"] = cell.error;
+  }
+  return json;
 }
 
 Json json_of(const DatasetMember& member) {
@@ -255,8 +280,7 @@ Json dataset_json(const Dataset& dataset) {
   }
   Json cells = Json::array();
   for (const auto& [ordinal, cell] : dataset.cells) {
-    cells.push_back(
-        {{"ordinal", ordinal}, {"value", value_of(cell)}, {"formatted", cell.formatted}});
+    cells.push_back(json_of(ordinal, cell));
   }
   return {{"cube", dataset.cube},
           {"axes", std::move(axes)},

@@ -8,6 +8,7 @@
 #include <system_error>
 #include <utility>
 
+#include "base/connection_text.h"
 #include "base/import_error.h"
 #include "base/temporary_file.h"
 #include "base/text.h"
@@ -32,6 +33,7 @@ std::optional<DatabaseDefinition> reread(const std::string& text,
   ImportOLAPDBFromKCDDoc importer([&](std::string_view) { return std::move(empty.server); });
   importer.kcd_document_file_name = file.path();
   importer.import_partitions = true;
+  importer.import_virtual_objects = true;
   importer.succeeded = true;
   importer.make();
   if (!importer.succeeded) {
@@ -89,7 +91,7 @@ OlapDatabase& ExportCommand::chosen_database(OlapServer& server) const {
     return server.open_database(database_named(names, database_));
   }
   if (names.empty()) {
-    throw ImportError("No databases on " + server_, source);
+    throw ImportError("No databases on " + mask_passwords(server_), source);
   }
   if (names.size() > 1) {
     std::string list;

@@ -48,6 +48,7 @@ std::int32_t type_of_mode(std::string_view mode) {
 ImportArguments::ImportArguments(CLI::App& command)
     : command_(&command), server_("localhost"), mode_(incremental_mode), on_error_(discard) {
   add_options();
+  add_flags();
   command_->parse_complete_callback([this] { check_combinations(); });
 }
 
@@ -90,6 +91,10 @@ void ImportArguments::add_options() {
                                      "(-)");
   to->needs(from)->excludes(to_file);
   to_file->type_name("FILE|-")->needs(from)->excludes(to);
+}
+
+void ImportArguments::add_flags() {
+  auto& command = *command_;
   auto* without =
       command.add_flag("--no-partitions", no_partitions_, "Leave the cubes' partitions alone");
   without->disable_flag_override();
@@ -97,6 +102,10 @@ void ImportArguments::add_options() {
       ->description("Import the cubes' partitions as well, which is the default")
       ->disable_flag_override()
       ->excludes(without);
+  command
+      .add_flag("--no-virtual", no_virtual_,
+                "Leave the document's virtual dimensions and virtual cubes alone")
+      ->disable_flag_override();
   command
       .add_flag("--dont-update-levels", dont_update_levels_,
                 "Leave the levels of shared dimensions alone (update mode only)")
@@ -180,6 +189,7 @@ ImportRequest ImportArguments::request(const CommandEnvironment& environment) co
   options.after_failure = on_error_ == keep ? AfterFailure::keep : AfterFailure::discard;
   options.DontUpdateLevels = dont_update_levels_;
   options.import_partitions = !no_partitions_;
+  options.import_virtual_objects = !no_virtual_;
   options.alternate_database_name = database_;
   options.use_alternate_database_name = command_->count("--database") > 0;
   options.data_source_name = data_source_;

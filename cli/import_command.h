@@ -33,6 +33,7 @@ class ImportArguments {
  private:
   void add_options();
   void add_mode_options();
+  void add_flags();
   void check_combinations() const;
   void check_mode() const;
   std::string connection_text(const CommandEnvironment& environment) const;
@@ -51,6 +52,7 @@ class ImportArguments {
   std::string pattern_to_;
   std::string pattern_to_file_;
   bool no_partitions_ = false;
+  bool no_virtual_ = false;
   bool dont_update_levels_ = false;
   bool keep_unknown_ = false;
   bool keep_former_ = false;

@@ -107,13 +107,14 @@ std::string class_path() {
 
 void check_directory(const std::string& directory) {
   std::error_code error;
+  // Somebody may have put a connection string in its place.
+  const auto shown = mask_passwords(directory);
   if (!fs::is_directory(directory, error)) {
-    // Somebody may have put a connection string in its place.
-    fail("there is no directory '" + mask_passwords(directory) + "'");
+    fail("there is no directory '" + shown + "'");
   }
   if (!fs::is_regular_file(fs::path(directory) / "datasources.xml", error)) {
-    fail("'" + directory +
-         "' holds no datasources.xml: nothing was imported into 'mondrian:" + directory + "' yet");
+    fail("'" + shown + "' holds no datasources.xml: nothing was imported into 'mondrian:" + shown +
+         "' yet");
   }
 }
 

@@ -7,6 +7,7 @@
 #include <ostream>
 
 #include "base/import_error.h"
+#include "base/text.h"
 #include "cli/dataset_output.h"
 #include "cli/olap_engine.h"
 #include "xmla/xmla_address.h"
@@ -97,7 +98,12 @@ int QueryCommand::run(const CommandEnvironment& environment) const {
   } else {
     print_table(dataset, environment.out);
   }
-  return exit_status::success;
+  const auto errors = cell_errors(dataset);
+  for (const auto& [reason, count] : errors) {
+    environment.err << count << (count == 1 ? " cell" : " cells")
+                    << " could not be computed: " << printable(reason) << '\n';
+  }
+  return errors.empty() ? exit_status::success : exit_status::cell_errors;
 }
 
 }  // namespace importkcd

@@ -4,6 +4,7 @@
 #include <ostream>
 #include <utility>
 
+#include "base/connection_text.h"
 #include "base/text.h"
 
 namespace importkcd {
@@ -48,7 +49,7 @@ bool RestoreCommand::chosen() const { return command_->parsed(); }
 
 void RestoreCommand::list(const std::vector<KeptCopy>& copies, std::ostream& out) const {
   if (copies.empty()) {
-    out << "No kept copies on " << printable(server_) << ".\n";
+    out << "No kept copies on " << printable(mask_passwords(server_)) << ".\n";
   }
   for (const auto& copy : copies) {
     out << printable(copy.kept_since) << " UTC  " << printable(copy.name) << '\n';

@@ -4,6 +4,7 @@
 #include <ostream>
 #include <utility>
 
+#include "base/connection_text.h"
 #include "base/text.h"
 #include "cli/database_json.h"
 #include "cli/database_tree.h"
@@ -40,7 +41,7 @@ std::vector<std::string> ShowCommand::chosen_of(std::vector<std::string> names) 
 void ShowCommand::show_tree(OlapServer& server, std::ostream& out) const {
   const auto names = chosen_of(databases_of(server));
   if (names.empty()) {
-    out << "No databases on " << printable(server_) << ".\n";
+    out << "No databases on " << printable(mask_passwords(server_)) << ".\n";
   }
   const auto style = style_of_locale();
   for (const auto& name : names) {

@@ -194,6 +194,7 @@ std::string fresh_name() {
 PreparedDocument copy_to_temporary_file(FileReader& reader, const std::string& document,
                                         const std::filesystem::path& folder,
                                         const std::optional<CompanyPattern>& pattern) {
+  std::optional<SignalsHeldBack> held_back(std::in_place);
   auto [path, file] = make_fresh_file(
       [&](int /*attempt*/) { return (folder / fresh_name()).string(); }, S_IRUSR | S_IWUSR);
   if (!file.is_open()) {
@@ -201,6 +202,7 @@ PreparedDocument copy_to_temporary_file(FileReader& reader, const std::string& d
                    "Error in opening file for writing " + path + " " + system_description(errno));
   }
   RemovedBySignals guard(path);
+  held_back.reset();
   FileWriter writer(std::move(file));
   try {
     copy_document(reader, writer, pattern);

@@ -6,19 +6,32 @@
 
 #include "base/apostrophes.h"
 #include "base/import_error.h"
+#include "base/name_folding.h"
 #include "document/attributes.h"
 #include "model/vocabularies.h"
 
 namespace importkcd {
 namespace {
 
-void build_measure(const KcdElement& element, OlapCube& cube) {
-  OlapMeasure& measure = cube.measures.add_new(decoded_text(element, "name"));
+/// Figures that are added up although the document asks for something else should surprise nobody.
+void say_if_unknown(const ImportRun& run, std::string_view word, const OlapMeasure& measure) {
+  const auto understood = aggregate_function_word(measure.aggregate_function);
+  if (!understood || !same_name(*understood, word)) {
+    run.remark("Cube '" + run.current_cube->name + "': the aggregate function '" +
+               std::string(word) + "' of measure '" + measure.name +
+               "' is not known; the measure becomes a sum");
+  }
+}
+
+void build_measure(const ImportRun& run, const KcdElement& element) {
+  OlapMeasure& measure = run.current_cube->measures.add_new(decoded_text(element, "name"));
   measure.description = decoded_text(element, "description");
   measure.format = raw_text(element, "format");
   measure.source_column = raw_text(element, "source_column");
   measure.internal = boolean(element.attribute("internal"), false);
-  measure.aggregate_function = aggregate_function(raw_text(element, "aggregate_function"));
+  const auto word = raw_text(element, "aggregate_function");
+  measure.aggregate_function = aggregate_function(word);
+  say_if_unknown(run, word, measure);
 }
 
 constexpr std::string_view separator = " AS ";
@@ -52,7 +65,7 @@ void build_calculated_member(const KcdElement& element, OlapCube& cube) {
 
 void build_measures(ImportRun& run, const KcdElement& cube_measures) {
   for (const KcdElement& element : children_of(cube_measures)) {
-    ignore_errors([&] { build_measure(element, *run.current_cube); });
+    ignore_errors([&] { build_measure(run, element); });
   }
 }
 

@@ -5,6 +5,7 @@
 #include <string_view>
 #include <utility>
 
+#include "base/apostrophes.h"
 #include "document/attributes.h"
 #include "importer/create_update_skip.h"
 #include "model/vocabularies.h"
@@ -39,10 +40,12 @@ constexpr DimensionTexts virtual_dimension_texts{
 
 /// Imports one dimension. `lock` asks the server whether an existing dimension may be changed, by
 /// LockRefused if not; `set` sets properties and levels and returns whether all came through.
+/// Returns whether there was no error.
 template <class Lock, class Set>
-void import_dimension(const ImportRun& run, const KcdElement& element, OlapDimensionKind kind,
+bool import_dimension(const ImportRun& run, const KcdElement& element, OlapDimensionKind kind,
                       const DimensionTexts& texts, Lock lock, Set set) {
-  run.trap([&] {
+  bool whole = true;
+  const bool ended = run.trap([&] {
     OlapDimension fresh;
     fresh.name = decoded_text(element, "name");
     fresh.kind = kind;
@@ -58,10 +61,15 @@ void import_dimension(const ImportRun& run, const KcdElement& element, OlapDimen
     };
     OlapDimension* dimension = prepare_database_object(
         run, texts.messages, run.database().dimensions(), std::move(fresh), may_update);
-    if (dimension != nullptr && set(*dimension)) {
+    if (dimension == nullptr) {
+      return;
+    }
+    whole = set(*dimension);
+    if (whole) {
       run.server().write_back_dimension(run.database(), *dimension);
     }
   });
+  return ended && whole;
 }
 
 void set_level(OlapLevel& level, const KcdElement& element) {
@@ -185,9 +193,18 @@ void ImportVirtualDimension(const ImportRun& run, const KcdElement& element) {
     if (run.server_is_version_8()) {
       dimension.allow_siblings_with_same_name = true;
     }
+    if (run.options().import_virtual_objects) {
+      // Otherwise no update would come through: a level may be added only once.
+      dimension.levels = {};
+    }
     return ImportVirtualLevels(run, required_child(element, "levels"), dimension);
   };
-  import_dimension(run, element, OlapDimensionKind::is_virtual, virtual_dimension_texts, lock, set);
+  if (!import_dimension(run, element, OlapDimensionKind::is_virtual, virtual_dimension_texts, lock,
+                        set)) {
+    const std::string_view name = element.attribute("name").value_or("");
+    run.pass_over("Virtual dimension '" + DecodeApostrophes(name) +
+                  "' could not be built: " + run.last_error());
+  }
 }
 
 }  // namespace

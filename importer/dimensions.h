@@ -14,7 +14,9 @@ namespace importkcd {
 /// reported in the progress messages. A dimension that is updated keeps the levels that it has.
 void ImportSharedDimensions(ImportRun& run, const KcdElement* shared_dimensions);
 
-/// The same for the virtual dimensions of a document. Not part of an ordinary run.
+/// The same for the virtual dimensions of a document, which are part of a run only with
+/// ImportOptions::import_virtual_objects. What could not be built is said by its name besides
+/// (ImportRun::pass_over).
 void ImportVirtualDimensions(ImportRun& run, const KcdElement* virtual_dimensions);
 
 }  // namespace importkcd

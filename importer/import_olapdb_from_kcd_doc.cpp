@@ -66,6 +66,7 @@ ImportOLAPDBFromKCDDoc::~ImportOLAPDBFromKCDDoc() = default;
 std::int32_t ImportOLAPDBFromKCDDoc::make() {
   last_error.clear();
   passed_over.clear();
+  remarks.clear();
   incomplete_cubes.clear();
   database_name_.clear();
   if (succeeded) {
@@ -169,6 +170,26 @@ void ImportOLAPDBFromKCDDoc::import_into_database() {
   if (succeeded) {
     import_cubes(run, root.child("cubes"));
   }
+  if (import_virtual_objects) {
+    import_virtual_collections(run, root);
+  }
+}
+
+void ImportOLAPDBFromKCDDoc::import_virtual_collections(ImportRun& run, const KcdElement& root) {
+  // Beside the shared dimensions, or directly under the root.
+  const KcdElement* library = root.child("library");
+  const KcdElement* dimensions =
+      library == nullptr ? nullptr : library->child("virtual_dimensions");
+  if (dimensions == nullptr) {
+    dimensions = root.child("virtual_dimensions");
+  }
+  if (succeeded && dimensions != nullptr) {
+    importkcd::ImportVirtualDimensions(run, dimensions);
+  }
+  const KcdElement* cubes = root.child("virtual_cubes");
+  if (succeeded && cubes != nullptr) {
+    importkcd::import_virtual_cubes(run, cubes);
+  }
 }
 
 OlapDatabase& ImportOLAPDBFromKCDDoc::find_or_create_database(const std::string& name) {
@@ -218,6 +239,7 @@ void ImportOLAPDBFromKCDDoc::delete_temporary_copy(const std::string& path) {
 template <class Section>
 void ImportOLAPDBFromKCDDoc::import_alone(Section section) {
   passed_over.clear();
+  remarks.clear();
   if (database_name_.empty()) {
     fail("No database to import into: none was opened before");
     return;
@@ -267,6 +289,7 @@ void ImportOLAPDBFromKCDDoc::finish() {
   std::vector<std::string> messages;
   try {
     messages = passed_over;
+    messages.insert(messages.end(), remarks.begin(), remarks.end());
     const bool is_stored = result_is_stored();
     if (is_stored) {
       server_->finish();

@@ -12,6 +12,8 @@
 
 namespace importkcd {
 
+class ImportRun;
+
 /// The importer: brings one cube definition document into an OLAP server.
 ///
 /// One instance serves one run: set `succeeded` to true, call ReleaseDocument, set the options,
@@ -35,7 +37,8 @@ class ImportOLAPDBFromKCDDoc : public ImportOptions, public ImportOutcome {
   const KcdDocument* document() const { return document_.get(); }
 
   /// Imports a `virtual_dimensions` element into the database of the last `make`, as a unit of its
-  /// own. Not part of `make`. An error ends up in `succeeded` and `last_error`.
+  /// own. Part of `make` only with import_virtual_objects. An error ends up in `succeeded` and
+  /// `last_error`.
   void ImportVirtualDimensions(const KcdElement* collection);
 
   /// The same for a `virtual_cubes` element, whose errors are ignored; only a failure to store the
@@ -49,6 +52,7 @@ class ImportOLAPDBFromKCDDoc : public ImportOptions, public ImportOutcome {
   void ProcessDocument();
   void delete_temporary_copy(const std::string& path);
   void import_into_database();
+  void import_virtual_collections(ImportRun& run, const KcdElement& root);
   OlapDatabase& find_or_create_database(const std::string& name);
   bool DatabaseExists(const std::string& name);
   OlapDatabase* FindDatabase(const std::string& name);

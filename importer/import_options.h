@@ -68,6 +68,9 @@ struct ImportOptions {
   /// Leave the levels of shared dimensions as they are; new dimensions stay without levels.
   bool DontUpdateLevels = false;
   bool import_partitions = false;
+  /// Import the document's virtual dimensions and virtual cubes as well, after the cubes. A virtual
+  /// dimension that is updated gets the document's levels in place of its own.
+  bool import_virtual_objects = false;
   AfterFailure after_failure = AfterFailure::as_the_server_says;
 
   /// The database name used instead of the document's when use_alternate_database_name is true.
@@ -113,6 +116,8 @@ struct ImportOutcome {
   /// What went wrong in the last step that the caller asked for without ending its success; one
   /// sentence each, without a full stop. Those messages go to ImportOptions::notifications, too.
   std::vector<std::string> passed_over = {};
+  /// What a person should know although it is no fault of the run; as passed_over.
+  std::vector<std::string> remarks = {};
   /// The cubes that were written back before all their parts were, or that are not valid.
   std::vector<std::string> incomplete_cubes = {};
 

@@ -46,6 +46,12 @@ class ImportRun {
   /// without its full stop.
   void pass_over(const std::string& sentence) const { outcome_.passed_over.push_back(sentence); }
 
+  /// Notes what a person should know about the import, although nothing went wrong.
+  void remark(const std::string& sentence) const { outcome_.remarks.push_back(sentence); }
+
+  /// The error text of the run; empty when there was no error.
+  const std::string& last_error() const { return outcome_.last_error; }
+
   /// From the first of its write backs on, until it is whole and valid, a cube is incomplete.
   void cube_is_begun(const std::string& name) const { outcome_.incomplete_cubes.push_back(name); }
   void last_begun_cube_is_whole() const { outcome_.incomplete_cubes.pop_back(); }

@@ -5,14 +5,16 @@
 #include <string>
 #include <utility>
 
+#include "base/apostrophes.h"
 #include "document/attributes.h"
 #include "importer/create_update_skip.h"
 #include "importer/cubes.h"
 #include "importer/roles.h"
 
-// Every statement that can fail is a step of its own: its error is ignored (ignore_errors), and the
-// next statement runs all the same. After an error the cube may be null or the name empty. Only a
-// virtual cube that cannot be locked or emptied makes a difference: that cancels its update.
+// Every statement that can fail is a step of its own: its error is ignored (ignore_errors, or
+// passing_over where something is missing afterwards), and the next statement runs all the same.
+// After an error the cube may be null or the name empty. Only a virtual cube that cannot be locked
+// or emptied makes a difference: that cancels its update.
 
 namespace importkcd {
 namespace {
@@ -23,10 +25,27 @@ void report(const ImportRun& run, const std::string& message) {
   ignore_errors([&] { run.ReportProgress(message); });
 }
 
+/// Runs a step whose error is ignored, but said to a person after the words `what`.
+template <class Step>
+void passing_over(const ImportRun& run, const std::string& what, Step step) {
+  try {
+    step();
+  } catch (const std::exception& error) {
+    run.pass_over(what + ": " + error.what());
+  }
+}
+
+std::string virtual_cube_text(const std::string& name) { return "Virtual cube '" + name + "'"; }
+
+/// The name of what an element is about, for a message.
+std::string shown_name(const KcdElement& element) {
+  return "'" + DecodeApostrophes(element.attribute("name").value_or("")) + "'";
+}
+
 /// The new virtual cube; null when it cannot be added.
 OlapCube* add_virtual_cube(ImportRun& run, const std::string& name) {
   OlapCube* cube = nullptr;
-  ignore_errors([&] {
+  passing_over(run, virtual_cube_text(name) + " could not be added", [&] {
     // The look before may have failed, and adding would take the place of a cube that is there.
     check_new_name(name, run.database().cubes().contains(name));
     cube = &run.database().add_cube(name, OlapCubeKind::is_virtual);
@@ -37,7 +56,8 @@ OlapCube* add_virtual_cube(ImportRun& run, const std::string& name) {
 /// A virtual cube in the place of a cube of another kind; null when it cannot be added.
 OlapCube* replace_by_virtual_cube(ImportRun& run, const std::string& name) {
   OlapCube* cube = nullptr;
-  ignore_errors([&] { cube = &run.database().add_cube(name, OlapCubeKind::is_virtual); });
+  passing_over(run, virtual_cube_text(name) + " could not be added",
+               [&] { cube = &run.database().add_cube(name, OlapCubeKind::is_virtual); });
   return cube;
 }
 
@@ -70,7 +90,7 @@ OlapCube* take_over_virtual_cube(ImportRun& run, const std::string& name) {
   try {
     cube = emptied_virtual_cube(run, name);
   } catch (const std::exception& error) {
-    run.pass_over("Virtual cube '" + name + "' was not updated: " + error.what());
+    run.pass_over(virtual_cube_text(name) + " was not updated: " + error.what());
   }
   if (cube == nullptr) {
     report(run, "           Updating virtual cube '" + name + "' canceled");
@@ -80,7 +100,8 @@ OlapCube* take_over_virtual_cube(ImportRun& run, const std::string& name) {
 
 OlapCube* update_virtual_cube(ImportRun& run, const std::string& name) {
   const OlapCube* existing = nullptr;
-  ignore_errors([&] { existing = run.database().cubes().find(name); });
+  passing_over(run, virtual_cube_text(name) + " was not updated",
+               [&] { existing = run.database().cubes().find(name); });
   if (existing == nullptr) {
     return nullptr;
   }
@@ -110,28 +131,37 @@ OlapCube* prepare_virtual_cube(ImportRun& run, const std::string& name) {
     case Action::none:
       break;
   }
+  if (run.options().ImportType == import_type::replace) {
+    run.pass_over(virtual_cube_text(name) +
+                  " was not built: the document has another cube of that name");
+  }
   return nullptr;
 }
 
-void create_measure_reference(const KcdElement& element, OlapCube& cube) {
+void create_measure_reference(const ImportRun& run, const KcdElement& element, OlapCube& cube) {
+  const auto about = virtual_cube_text(cube.name) + ": measure " + shown_name(element);
   OlapMeasure* added = nullptr;
-  ignore_errors([&] { added = &cube.measures.add_new(decoded_text(element, "name")); });
+  passing_over(run, about + " is left out",
+               [&] { added = &cube.measures.add_new(decoded_text(element, "name")); });
   if (added != nullptr) {
-    ignore_errors([&] { added->source_column = raw_text(element, "source_column"); });
+    passing_over(run, about + " has no source",
+                 [&] { added->source_column = raw_text(element, "source_column"); });
   }
 }
 
 void create_measure_references(ImportRun& run, const KcdElement* references, OlapCube& cube) {
   report(run, "Creating measure references");
   for (const KcdElement& element : children_of(references)) {
-    create_measure_reference(element, cube);
+    create_measure_reference(run, element, cube);
   }
 }
 
 void create_dimension_references(ImportRun& run, const KcdElement* references, OlapCube& cube) {
   report(run, "Creating dimension references");
   for (const KcdElement& element : children_of(references)) {
-    ignore_errors([&] { run.database().add_cube_dimension(cube, decoded_text(element, "name")); });
+    passing_over(
+        run, virtual_cube_text(cube.name) + ": dimension " + shown_name(element) + " is left out",
+        [&] { run.database().add_cube_dimension(cube, decoded_text(element, "name")); });
   }
 }
 
@@ -145,8 +175,12 @@ void import_virtual_cube(ImportRun& run, const KcdElement& element) {
   }
   create_measure_references(run, element.child("measure_references"), *cube);
   create_dimension_references(run, element.child("dimension_references"), *cube);
-  ignore_errors([&] { build_cube_roles(run, required_child(element, "cube_roles"), *cube); });
-  ignore_errors([&] { run.server().write_back_database(run.database()); });
+  if (const KcdElement* roles = element.child("cube_roles")) {
+    passing_over(run, virtual_cube_text(name) + ": its roles are not complete",
+                 [&] { build_cube_roles(run, *roles, *cube); });
+  }
+  passing_over(run, virtual_cube_text(name) + " could not be stored",
+               [&] { run.server().write_back_database(run.database()); });
 }
 
 }  // namespace

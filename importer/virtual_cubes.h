@@ -9,8 +9,9 @@ namespace importkcd {
 ///
 /// A virtual cube takes over measures and dimensions of the database by name and is stored with the
 /// database. Every error is ignored, statement by statement, and neither `succeeded` nor
-/// `last_error` is touched; a server that refuses to lock or to empty an existing virtual cube
-/// cancels the update of that one, which is reported by messages. Throws nothing.
+/// `last_error` is touched, but a person hears what could not be built (ImportRun::pass_over). A
+/// server that refuses to lock or to empty an existing virtual cube cancels the update of that one,
+/// which is reported by messages.
 void import_virtual_cubes(ImportRun& run, const KcdElement* virtual_cubes);
 
 }  // namespace importkcd

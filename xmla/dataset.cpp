@@ -149,14 +149,36 @@ std::uint64_t cell_count(const Dataset& dataset) {
   return count;
 }
 
+/// Why a cell has no value: an element of its own says so, or, with Mondrian, the mark before the
+/// formatted text, which the value itself does not have.
+std::string error_of(const XmlElement& value, const DatasetCell& cell) {
+  constexpr std::string_view mark = "#ERR: ";
+  constexpr const char* unknown = "the server does not say why";
+  if (const auto* const error = value.child("Error")) {
+    const auto text = error->child_text("Description");
+    return text.empty() ? unknown : std::string(text);
+  }
+  if (cell.formatted != std::string(mark) + cell.value) {
+    return {};
+  }
+  return cell.value.empty() ? unknown : cell.value;
+}
+
 DatasetCell read_cell(const XmlElement& element) {
   DatasetCell cell;
-  if (const auto* const value = element.child("Value")) {
+  const auto* const value = element.child("Value");
+  cell.has_value = value != nullptr;
+  if (value != nullptr) {
     cell.value = value->text;
     cell.type = value->attribute("type");
   }
   const auto* const formatted = element.child("FmtValue");
   cell.formatted = formatted == nullptr ? cell.value : formatted->text;
+  cell.error = value == nullptr ? std::string() : error_of(*value, cell);
+  if (!cell.error.empty()) {
+    cell.has_value = false;
+    cell.value.clear();
+  }
   return cell;
 }
 

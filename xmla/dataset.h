@@ -37,11 +37,16 @@ struct DatasetAxis {
 };
 
 struct DatasetCell {
+  /// Empty, too, for a cell without a value and for one that could not be computed.
   std::string value;
   /// The value's type as the server calls it, such as "xsd:double"; may be empty.
   std::string type;
   /// The value as people read it; the value itself when the server sent no other text.
   std::string formatted;
+  /// Whether there is a value: servers leave empty cells out, but some send the first one.
+  bool has_value = true;
+  /// Why the server could not compute the cell; empty when it could.
+  std::string error = {};
 };
 
 /// The answer to an MDX question.

@@ -9,6 +9,7 @@
 #include <set>
 #include <system_error>
 
+#include "base/connection_text.h"
 #include "base/files.h"
 #include "base/import_error.h"
 
@@ -21,8 +22,9 @@ constexpr mode_t everyone_may_read = S_IRUSR | S_IWUSR | S_IRGRP | S_IROTH;
 constexpr mode_t owner_may_read = S_IRUSR | S_IWUSR;
 
 [[noreturn]] void fail(const fs::path& path, int error) {
-  throw ImportError("cannot write '" + path.string() + "': " + system_description(error),
-                    error_source::olap_server);
+  throw ImportError(
+      "cannot write '" + mask_passwords(path.string()) + "': " + system_description(error),
+      error_source::olap_server);
 }
 
 fs::path beside(const fs::path& path) { return path.string() + std::string(beside_suffix); }

@@ -8,6 +8,7 @@
 #include <utility>
 #include <vector>
 
+#include "base/connection_text.h"
 #include "base/import_error.h"
 #include "mondrian/mapping/cube_mapping.h"
 #include "mondrian/mapping/data_source_connections.h"
@@ -106,14 +107,16 @@ class MondrianStore : public OlapStore {
   }
 
  private:
+  /// For messages: somebody may have put a connection string in its place.
+  std::string shown_directory() const { return mask_passwords(directory_.string()); }
+
   /// A list of catalogues without definitions is somebody else's; publishing would replace it.
   void check_directory() const {
     std::error_code ignored;
     if (fs::is_regular_file(directory_ / published::data_sources, ignored) &&
         !fs::exists(directory_ / published::definitions, ignored)) {
-      throw ImportError("the folder '" + directory_.string() + "' has a " +
-                            published::data_sources + " that no import has written (there is no " +
-                            published::definitions +
+      throw ImportError("the folder '" + shown_directory() + "' has a " + published::data_sources +
+                            " that no import has written (there is no " + published::definitions +
                             " beside it); name another folder, or move the file away first",
                         error_source::olap_server);
     }
@@ -125,7 +128,7 @@ class MondrianStore : public OlapStore {
       fs::permissions(directory_, fs::perms::owner_all, error);
     }
     if (error) {
-      throw ImportError("cannot make the folder '" + directory_.string() + "': " + error.message(),
+      throw ImportError("cannot make the folder '" + shown_directory() + "': " + error.message(),
                         error_source::olap_server);
     }
   }

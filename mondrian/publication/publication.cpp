@@ -68,6 +68,20 @@ std::string file_address(const fs::path& path) {
   return "file://" + percent_encoded(path.string(), std::string(address_marks) + "/");
 }
 
+/// Says which virtual dimensions the engine will not know: it has dimensions only with their cubes.
+void remark_unused(OlapStore& definitions, OlapDatabase& database,
+                   std::vector<std::string>& remarks) {
+  const auto used = definitions.dimensions_in_use(database.name(), OlapCubeKind::regular);
+  for (const auto& name : database.dimensions().names()) {
+    if (!is_among(used, name) &&
+        database.dimensions().find(name)->kind == OlapDimensionKind::is_virtual) {
+      remarks.push_back("Virtual dimension '" + name +
+                        "' is not published: no cube has it, and the engine knows dimensions by "
+                        "their cubes");
+    }
+  }
+}
+
 }  // namespace
 
 Publication::Publication(fs::path directory)
@@ -100,6 +114,7 @@ void Publication::add_database(OlapStore& definitions, const std::string& name, 
   for (const auto& catalogue : catalogues) {
     add_catalogue(database, catalogue, touched || !has_its_schema(catalogue));
   }
+  remark_unused(definitions, database, remarks_);
   if (!touched) {
     // Told when the database was touched.
     remarks_.resize(told);

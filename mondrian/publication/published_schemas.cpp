@@ -9,6 +9,7 @@
 #include <string_view>
 #include <system_error>
 
+#include "base/connection_text.h"
 #include "base/files.h"
 #include "base/import_error.h"
 #include "mondrian/publication/files_beside.h"
@@ -27,7 +28,8 @@ static_assert(schema_begin.ends_with(mark_begin));
 constexpr mode_t everyone_may_enter = S_IRWXU | S_IRGRP | S_IXGRP | S_IROTH | S_IXOTH;
 
 [[noreturn]] void fail_to_write(const fs::path& path, const std::string& reason) {
-  throw ImportError("cannot write '" + path.string() + "': " + reason, error_source::olap_server);
+  throw ImportError("cannot write '" + mask_passwords(path.string()) + "': " + reason,
+                    error_source::olap_server);
 }
 
 /// As many of the first bytes of a regular file as a published schema begins with; of anything

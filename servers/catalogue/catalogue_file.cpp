@@ -12,6 +12,7 @@
 #include <system_error>
 #include <thread>
 
+#include "base/connection_text.h"
 #include "base/files.h"
 #include "servers/catalogue/catalogue_schema.h"
 
@@ -225,7 +226,9 @@ void CatalogueFile::check_still_alone() const {
 }
 
 void CatalogueFile::fail(const std::string& what) const {
-  throw ImportError("catalogue '" + path_ + "': " + what, error_source::olap_server);
+  // Somebody may have put a connection string in the path's place.
+  throw ImportError("catalogue '" + mask_passwords(path_) + "': " + what,
+                    error_source::olap_server);
 }
 
 }  // namespace importkcd

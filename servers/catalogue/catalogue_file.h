@@ -96,7 +96,7 @@ class CatalogueFile {
     try {
       return operation();
     } catch (const SQLite::Exception& error) {
-      throw ImportError("catalogue '" + path_ + "': " + error.what(), error_source::olap_server);
+      fail(error.what());
     }
   }
 

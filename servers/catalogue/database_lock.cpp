@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <system_error>
 
+#include "base/connection_text.h"
 #include "base/import_error.h"
 #include "base/name_folding.h"
 #include "base/text.h"
@@ -36,7 +37,7 @@ void DatabaseLock::hold(std::string_view database) {
     throw ImportError("database '" + std::string(database) + "' is in use by another import",
                       error_source::olap_server);
   }
-  throw ImportError("cannot lock '" + file_ + "': " + system_description(errno),
+  throw ImportError("cannot lock '" + mask_passwords(file_) + "': " + system_description(errno),
                     error_source::olap_server);
 }
 
@@ -47,7 +48,7 @@ void DatabaseLock::open() {
   lock_file_ =
       FileDescriptor(::open(file_.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, S_IRUSR | S_IWUSR));
   if (!lock_file_.is_open()) {
-    throw ImportError("cannot open '" + file_ + "': " + system_description(errno),
+    throw ImportError("cannot open '" + mask_passwords(file_) + "': " + system_description(errno),
                       error_source::olap_server);
   }
 }

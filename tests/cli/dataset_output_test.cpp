@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <map>
 #include <sstream>
 #include <string>
 #include <utility>
@@ -133,6 +134,35 @@ TEST(DatasetTable, ControlCharactersTellATerminalNothing) {
   EXPECT_EQ(table_of(dataset), "a [2Jb\n------\n   1 2\n");
 }
 
+/// Three cells: one is empty, and two could not be computed.
+Dataset with_errors() {
+  Dataset dataset;
+  dataset.axes = {sample_axis("Axis0", "Measures", {"Revenue", "Rate", "Share"})};
+  DatasetCell empty{"", "", ""};
+  empty.has_value = false;
+  DatasetCell wrong{"", "xsd:string", "#ERR: too deep"};
+  wrong.has_value = false;
+  wrong.error = "too deep";
+  dataset.cells = {{0, empty}, {1, wrong}, {2, wrong}};
+  return dataset;
+}
+
+TEST(DatasetTable, CellsThatCouldNotBeComputedAreMarked) {
+  EXPECT_EQ(table_of(with_errors()),
+            "Revenue  Rate  Share\n"
+            "-------  ----  -----\n"
+            "         #ERR   #ERR\n");
+}
+
+TEST(CellErrors, EachReasonIsCounted) {
+  auto dataset = with_errors();
+  EXPECT_EQ(cell_errors(dataset), (std::map<std::string, std::size_t>{{"too deep", 2}}));
+  dataset.cells.at(1).error = "no number";
+  EXPECT_EQ(cell_errors(dataset),
+            (std::map<std::string, std::size_t>{{"no number", 1}, {"too deep", 1}}));
+  EXPECT_TRUE(cell_errors({}).empty());
+}
+
 TEST(DatasetTable, AnAnswerThatIsTooLargeIsRefused) {
   Dataset dataset;
   DatasetAxis axis{"Axis0", {{"H", {}}}, DatasetAxis().tuples};
@@ -194,6 +224,13 @@ TEST(DatasetJson, OtherValuesAreTexts) {
   EXPECT_EQ(value_of("Infinity", "xsd:double"), Json("Infinity"));
   EXPECT_EQ(value_of("NaN", "xsd:double"), Json("NaN"));
   EXPECT_EQ(value_of("abc", "xsd:int"), Json("abc"));
+}
+
+TEST(DatasetJson, CellsWithoutAValueHaveNullAndTellTheirError) {
+  EXPECT_EQ(dataset_json(with_errors())["cells"], Json::parse(R"([
+    {"ordinal": 0, "value": null, "formatted": ""},
+    {"ordinal": 1, "value": null, "formatted": "#ERR: too deep", "error": "too deep"},
+    {"ordinal": 2, "value": null, "formatted": "#ERR: too deep", "error": "too deep"}])"));
 }
 
 }  // namespace

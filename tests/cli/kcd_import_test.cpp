@@ -52,7 +52,7 @@ class KcdImport : public testing::KcdTest {
 
 TEST_F(KcdImport, PrintsExactlyTheProgressMessages) {
   for (const bool partitions : {false, true}) {
-    std::vector<std::string> arguments{"--server", "memory:"};
+    std::vector<std::string> arguments{"--server", "memory:", "--no-virtual"};
     if (!partitions) {
       arguments.emplace_back("--no-partitions");
     }
@@ -66,6 +66,42 @@ TEST_F(KcdImport, PrintsExactlyTheProgressMessages) {
     lines.erase(lines.begin(), lines.begin() + 2);
     EXPECT_EQ(lines, whole_document_messages(partitions));
   }
+}
+
+TEST_F(KcdImport, TakesVirtualDimensionsAndVirtualCubesAlongUnlessToldNotTo) {
+  const auto result = import(whole_document());
+  EXPECT_EQ(result.exit_status, 0);
+  EXPECT_EQ(result.errors, "");
+  auto expected = whole_document_messages(true);
+  expected.insert(expected.end(),
+                  {"Creating virtual dimensions", "Searching virtual dimension 'Colours'",
+                   "Creating virtual dimension 'Colours'", "Creating virtual cubes",
+                   "Searching virtual cube 'Overview'", "Creating virtual cube 'Overview'",
+                   "Creating measure references", "Creating dimension references"});
+  auto lines = lines_of(result.output);
+  lines.erase(lines.begin(), lines.begin() + 2);
+  EXPECT_EQ(lines, expected);
+  EXPECT_EQ(shown().at("databases").at(0).at("cubes").size(), 3U);
+
+  EXPECT_EQ(import(whole_document(), {"--no-virtual", "--mode", "replace"}).exit_status, 0);
+  EXPECT_EQ(shown().at("databases").at(0).at("cubes").size(), 2U);
+}
+
+TEST_F(KcdImport, WhatOfAVirtualCubeCannotBeBuiltIsToldAndNothingIsStored) {
+  auto text = whole_document();
+  const std::string reference = R"(<dimension_reference name="Time"/>)";
+  text.replace(text.find(reference), reference.size(), R"(<dimension_reference name="No"/>)");
+  const std::string said =
+      "Virtual cube 'Overview': dimension 'No' is left out: dimension 'No' not found\n";
+  auto result = import(text);
+  EXPECT_EQ(result.exit_status, 1);
+  EXPECT_EQ(result.errors, said);
+  EXPECT_THAT(databases(), IsEmpty());
+  result = import(text, {"--on-error", "keep"});
+  EXPECT_EQ(result.exit_status, 1);
+  EXPECT_EQ(result.errors, said);
+  EXPECT_EQ(shown().at("databases").at(0).at("cubes").size(), 3U);
+  EXPECT_EQ(import(text, {"--no-virtual"}).exit_status, 0);
 }
 
 TEST_F(KcdImport, GoesIntoThisComputersServerWhenNoneIsNamed) {
@@ -285,7 +321,7 @@ TEST_F(KcdImport, AFailureThatIsKeptStoresWhatWasWritten) {
 
 TEST_F(KcdImport, AfterAFailureTheNextIncrementalImportBuildsTheCube) {
   import(failing_document());
-  EXPECT_EQ(import(whole_document()).exit_status, 0);
+  EXPECT_EQ(import(whole_document(), {"--no-virtual"}).exit_status, 0);
   EXPECT_EQ(shown().at("databases").at(0).at("cubes").size(), 2U);
 }
 

@@ -71,11 +71,12 @@ TEST_P(KcdKilled, LeavesTheStateBeforeOrAfterItAndHoldsNothing) {
   fs::copy(folder.file("data"), folder.file("start"), fs::copy_options::recursive);
   const auto before = state();
   const auto began = steady_clock::now();
-  ASSERT_EQ(run_process(importing).exit_status, 0);
+  const auto undisturbed = run_process(importing);
+  ASSERT_EQ(undisturbed.exit_status, 0);
   const std::chrono::duration<double> whole = steady_clock::now() - began;
   const auto after = state();
   ASSERT_NE(before, after);
-  const nlohmann::json first{{"status", 0}, {"errors", ""}, {"state", after}};
+  const nlohmann::json first{{"status", 0}, {"errors", undisturbed.errors}, {"state", after}};
   const auto second = import_undisturbed();
 
   std::mt19937 random(91);  // NOLINT(cert-msc32-c,cert-msc51-cpp): the moments are to repeat

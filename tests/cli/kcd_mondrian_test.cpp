@@ -43,17 +43,40 @@ class KcdMondrian : public KcdTest {
     return text;
   }
 
+  static constexpr const char* unused_brand =
+      "Virtual dimension 'Brand' is not published: no cube has it, and the engine knows dimensions "
+      "by their cubes\n";
+
   std::string example_;
 };
 
-TEST_F(KcdMondrian, AnImportIsPublishedWithoutAWord) {
+TEST_F(KcdMondrian, AnImportIsPublishedWithoutAWordButForAnUnusedVirtualDimension) {
   const auto result = import_example();
   EXPECT_EQ(result.exit_status, 0);
-  EXPECT_EQ(result.errors, "");
+  EXPECT_EQ(result.errors, unused_brand);
+  EXPECT_THAT(schema(), HasSubstr("<VirtualCube name=\"Trade\""));
   for (const auto* cube : {"Sales", "Stock", "Payroll"}) {
     EXPECT_THAT(schema(), HasSubstr(std::string("<Cube name=\"") + cube + "\""));
   }
   EXPECT_FALSE(std::filesystem::exists(folder.file("data")));
+}
+
+TEST_F(KcdMondrian, WithoutVirtualObjectsNothingIsSaid) {
+  const auto result = import_example({"--no-virtual"});
+  EXPECT_EQ(result.exit_status, 0);
+  EXPECT_EQ(result.errors, "");
+  EXPECT_THAT(schema(), Not(HasSubstr("<VirtualCube")));
+}
+
+TEST_F(KcdMondrian, AVirtualCubeWithADimensionThatItsCubesLackIsLeftOutAndToldSo) {
+  replace_all(example_, R"(<dimension_reference name="Product"/>)",
+              R"(<dimension_reference name="Product"/><dimension_reference name="Brand"/>)");
+  const auto result = import_example();
+  EXPECT_EQ(result.exit_status, 0);
+  EXPECT_THAT(lines_of(result.errors),
+              ::testing::Contains("Virtual cube 'Trade' cannot be published: no cube that its "
+                                  "measures come from has the dimension 'Brand'"));
+  EXPECT_THAT(schema(), Not(HasSubstr("<VirtualCube")));
 }
 
 TEST_F(KcdMondrian, EveryModePublishesTheSame) {
@@ -103,7 +126,7 @@ TEST_F(KcdMondrian, ARestoredDatabaseIsPublished) {
   ASSERT_FALSE(schema().find("<Cube") != std::string::npos);
   const auto result = kcd({"restore", server(), "Harbour Retail"});
   EXPECT_EQ(result.exit_status, 0);
-  EXPECT_EQ(result.errors, "");
+  EXPECT_EQ(result.errors, unused_brand);
   EXPECT_EQ(schema(), before);
 }
 

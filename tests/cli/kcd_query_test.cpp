@@ -11,14 +11,19 @@ using testing::HttpServer;
 using testing::rowset_answer;
 using testing::soap_answer;
 
-const std::string data_set = soap_answer(
-    "<ExecuteResponse><return><root><OlapInfo><CubeInfo><Cube><CubeName>Sales</CubeName></Cube>"
-    "</CubeInfo><AxesInfo><AxisInfo name=\"Axis0\"><HierarchyInfo name=\"Measures\"/></AxisInfo>"
-    "</AxesInfo></OlapInfo><Axes><Axis name=\"Axis0\"><Tuples><Tuple><Member "
-    "Hierarchy=\"Measures\">"
-    "<UName>[Measures].[Revenue]</UName><Caption>Revenue</Caption></Member></Tuple></Tuples></Axis>"
-    "</Axes><CellData><Cell CellOrdinal=\"0\"><Value xsi:type=\"xsd:double\">674.2</Value>"
-    "<FmtValue>674.20</FmtValue></Cell></CellData></root></return></ExecuteResponse>");
+/// An answer of one cell.
+std::string data_set_with(const std::string& cell) {
+  return soap_answer(
+      "<ExecuteResponse><return><root><OlapInfo><CubeInfo><Cube><CubeName>Sales</CubeName></Cube>"
+      "</CubeInfo><AxesInfo><AxisInfo name=\"Axis0\"><HierarchyInfo name=\"Measures\"/></AxisInfo>"
+      "</AxesInfo></OlapInfo><Axes><Axis name=\"Axis0\"><Tuples><Tuple><Member "
+      "Hierarchy=\"Measures\"><UName>[Measures].[Revenue]</UName><Caption>Revenue</Caption>"
+      "</Member></Tuple></Tuples></Axis></Axes><CellData><Cell CellOrdinal=\"0\">" +
+      cell + "</Cell></CellData></root></return></ExecuteResponse>");
+}
+
+const std::string data_set =
+    data_set_with("<Value xsi:type=\"xsd:double\">674.2</Value><FmtValue>674.20</FmtValue>");
 
 std::string offer_of(const std::vector<std::string>& names) {
   std::vector<std::string> rows;
@@ -67,6 +72,24 @@ TEST_F(KcdQuery, PrintsJson) {
   EXPECT_EQ(json["cube"], "Sales");
   EXPECT_EQ(json["cells"][0]["value"], 674.2);
   EXPECT_EQ(result.output.back(), '\n');
+}
+
+TEST_F(KcdQuery, CellsThatCouldNotBeComputedAreToldAndHaveAnExitStatus) {
+  const HttpServer server([](const std::string&) {
+    return data_set_with(
+        "<Value xsi:type=\"xsd:string\">too\ndeep</Value><FmtValue>#ERR: too\ndeep</FmtValue>");
+  });
+  const std::vector<std::string> question{"query", server.address(), "--database", "A", "select"};
+  const auto table = kcd(question);
+  EXPECT_EQ(table.exit_status, 3);
+  EXPECT_EQ(table.output, "Revenue\n-------\n   #ERR\n");
+  EXPECT_EQ(table.errors, "1 cell could not be computed: too deep\n");
+  auto as_json = question;
+  as_json.emplace_back("--json");
+  const auto json = kcd(as_json);
+  EXPECT_EQ(json.exit_status, 3);
+  EXPECT_EQ(nlohmann::json::parse(json.output)["cells"][0]["error"], "too\ndeep");
+  EXPECT_EQ(json.errors, table.errors);
 }
 
 TEST_F(KcdQuery, AsksTheOnlyDatabaseUnlessToldOtherwise) {

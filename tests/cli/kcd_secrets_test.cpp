@@ -1,6 +1,5 @@
 #include <sys/stat.h>
 
-#include <csignal>
 #include <filesystem>
 #include <regex>
 #include <string>
@@ -20,7 +19,6 @@ namespace fs = std::filesystem;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using ::testing::Not;
-using ::testing::SizeIs;
 
 /// Sets the file mode creation mask of this process and of those that it starts.
 class ScopedMask {
@@ -86,17 +84,6 @@ class KcdSecrets : public KcdTest {
       text.replace(text.find(from), from.size(), to);
     }
     return folder.write("secret.kcd", text);
-  }
-
-  /// A document whose import says more than fits into a pipe.
-  std::string long_document() const {
-    std::string sources;
-    for (int i = 0; i < 2'000; ++i) {
-      sources += R"(<data_source name=")" + std::string(100, 'x') + std::to_string(i) +
-                 R"(" connection_string="a=b"/>)";
-    }
-    return bare_document(known_version, "Shop",
-                         "<library><data_sources>" + sources + "</data_sources></library>");
   }
 
   std::string plain = "Provider=P;User ID=u;Password=geheim;Data Source=S";
@@ -190,6 +177,37 @@ TEST_F(KcdSecrets, AConnectionStringInPlaceOfTheServerIsToldWithoutItsPassword) 
                  "//u:***@h/db?password=***");
 }
 
+TEST_F(KcdSecrets, APathWithAPasswordIsToldWithoutIt) {
+  const auto document = with_connection_string(plain);
+  const auto blocked = folder.write("file", "") + "/x;Password=geheim;y";
+  for (const auto& server :
+       std::vector<std::string>{"catalogue:" + blocked, "mondrian:" + blocked}) {
+    silent_failure({"import", document, "--server", server}, "Password=***");
+    silent_failure({"show", server}, "Password=***");
+    silent_failure({"restore", server, "--list"}, "Password=***");
+  }
+  silent_failure({"query", blocked, "select"}, "Password=***");
+  silent_failure({"serve", blocked}, "Password=***");
+
+  const auto present = folder.file("x;Password=geheim;y");
+  silent_failure({"import", document, "--server",
+                  "catalogue:" + folder.write("x;Password=geheim;z", "no catalogue")},
+                 "Password=***");
+  fs::create_directory(present);
+  silent_failure({"import", document, "--server", "catalogue:" + present}, "Password=***");
+  silent_failure({"query", present, "select"}, "Password=***");
+  silent_failure({"serve", present}, "Password=***");
+  folder.write("x;Password=geheim;y/datasources.xml", "<DataSources/>");
+  silent_failure({"import", document, "--server", "mondrian:" + present}, "Password=***");
+  const auto empty = "catalogue:" + folder.file("e;Password=geheim");
+  ASSERT_EQ(
+      silent({"import", folder.write("wrong.kcd", "<a/>"), "--server", empty, "--on-error", "keep"})
+          .exit_status,
+      1);
+  EXPECT_THAT(silent({"show", empty}).output, HasSubstr("Password=***"));
+  EXPECT_THAT(silent({"restore", empty, "--list"}).output, HasSubstr("Password=***"));
+}
+
 TEST_F(KcdSecrets, ANewPatternComesFromAFile) {
   const auto document = with_connection_string("%SERVER%;x=y");
   ASSERT_EQ(
@@ -248,19 +266,6 @@ TEST_F(KcdSecrets, AKilledImportLeavesACopyForItsOwnerOnly) {
   run.kill();
   for (const auto& file : temporary_files()) {
     expect_private(file);
-  }
-}
-
-TEST_F(KcdSecrets, ASignalThatEndsAnImportTakesTheTemporaryCopyAlong) {
-  for (const int signal : {SIGTERM, SIGHUP, SIGINT, SIGXFSZ}) {
-    // It has much to say, and waits for somebody to listen.
-    start.arguments = {"import", folder.write("long.kcd", long_document())};
-    RunningProcess run(start);
-    run.read_until("Creating library");
-    EXPECT_THAT(temporary_files(), SizeIs(1));
-    run.send(signal);
-    EXPECT_EQ(run.finish(), 128 + signal);
-    EXPECT_THAT(temporary_files(), IsEmpty());
   }
 }
 

@@ -61,9 +61,12 @@ TEST_F(KcdShow, ShowsTheWholeImportedDocumentAsATree) {
 |  |  `- (All) > Product [Colour]
 |  `- Region (quantitative, from Warehouse): Unused
 |     `- Region
+|- Virtual dimensions (1)
+|  `- Colours
+|     `- All colours
 |- Roles (1)
 |  `- Readers: anna;bert (The shop's readers)
-`- Cubes (2)
+`- Cubes (3)
    |- Sales (ROLAP, 1000000 rows): What was sold
    |  |- Source: sales from Warehouse
    |  |- Dimensions (2)
@@ -79,14 +82,19 @@ TEST_F(KcdShow, ShowsTheWholeImportedDocumentAsATree) {
    |     |- Sales: sales_1999 from Warehouse, HOLAP, read-write
    |     |  `- Time, Year = 1999
    |     `- Rest: sales_rest from Warehouse, ROLAP
-   `- Stock (MOLAP, 10 rows): What is left
-      |- Source: stock from Warehouse
+   |- Stock (MOLAP, 10 rows): What is left
+   |  |- Source: stock from Warehouse
+   |  |- Dimensions (1)
+   |  |  `- Product: (All) > Product [Colour]
+   |  |- Measures (1)
+   |  |  `- Pieces: count of stock.pieces, internal
+   |  `- Partitions (1)
+   |     `- Stock: stock from Warehouse, MOLAP
+   `- Overview (virtual)
       |- Dimensions (1)
-      |  `- Product: (All) > Product [Colour]
-      |- Measures (1)
-      |  `- Pieces: count of stock.pieces, internal
-      `- Partitions (1)
-         `- Stock: stock from Warehouse, MOLAP
+      |  `- Time: Year > Month
+      `- Measures (1)
+         `- Amount: sum of Sales.Amount
 )");
 }
 

@@ -145,6 +145,31 @@ TEST_F(FailedRun, OneThatPassedSomethingOverIsDiscardedLikeAFailedOne) {
   EXPECT_EQ(stored_text(), before);
 }
 
+TEST_F(FailedRun, AnUnknownAggregateFunctionIsToldAndIsNoFailure) {
+  options.after_failure = AfterFailure::discard;
+  for (const auto* word : {"avg", "", "sum "}) {
+    clear_store();
+    import(changed(whole_document(), "aggregate_function=\"sum\"",
+                   std::string("aggregate_function=\"") + word + "\""));
+    EXPECT_TRUE(importer->succeeded);
+    EXPECT_THAT(importer->passed_over, IsEmpty());
+    EXPECT_EQ(processing_messages(), whole_document_messages(false));
+    EXPECT_THAT(sink.notifications,
+                ElementsAre(std::string("Cube 'Sales': the aggregate function '") + word +
+                            "' of measure 'Amount' is not known; the measure becomes a sum"));
+    EXPECT_THAT(stored_databases(), ElementsAre("Shop"));
+  }
+}
+
+TEST_F(FailedRun, TheKnownAggregateFunctionsAreNotWorthAWordInAnyLetterCase) {
+  for (const auto* word : {"sum", "Count", "MIN", "max"}) {
+    clear_store();
+    import(changed(whole_document(), "aggregate_function=\"sum\"",
+                   std::string("aggregate_function=\"") + word + "\""));
+    EXPECT_THAT(sink.notifications, IsEmpty());
+  }
+}
+
 /// Cannot take messages, neither those of the server nor its own.
 class SpeechlessServer : public ForwardingServer {
  public:

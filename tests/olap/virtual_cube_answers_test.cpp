@@ -1,5 +1,3 @@
-#include "importer/import_olapdb_from_kcd_doc.h"
-#include "servers/choice/server_choice.h"
 #include "tests/olap/olap_world.h"
 
 namespace importkcd::testing {
@@ -7,34 +5,11 @@ namespace {
 
 using ::testing::HasSubstr;
 
-constexpr const char* virtual_cubes_database = "Virtual Retail";
-
-/// Imports the example under a name of its own, and then its virtual cubes: a run leaves these
-/// unread.
+/// The virtual cube of the example, which its import takes along.
 class VirtualCubeAnswers : public ::testing::Test {
  protected:
-  static void SetUpTestSuite() {
-    ImportOLAPDBFromKCDDoc importer([](std::string_view machine) {
-      return make_olap_server(machine, ServerAccess::read_write);
-    });
-    importer.kcd_document_file_name = EXAMPLES_FOLDER "/sales.kcd";
-    importer.machine_name = "mondrian:" + world().directory();
-    importer.ImportType = import_type::incremental;
-    importer.import_partitions = true;
-    importer.alternate_database_name = virtual_cubes_database;
-    importer.use_alternate_database_name = true;
-    importer.datawarehouse_connectstring = world().postgres().connection_string(sales_warehouse);
-    importer.succeeded = true;
-    importer.make();
-    ASSERT_EQ(importer.last_error, "");
-    const auto document = KcdDocument::load(EXAMPLES_FOLDER "/sales.kcd");
-    importer.import_virtual_cubes(document->root().child("virtual_cubes"));
-    ASSERT_EQ(importer.last_error, "");
-    wait_for_database(virtual_cubes_database);
-  }
-
   static void expect_same(const std::string& mdx, const std::string& sql) {
-    EXPECT_EQ(difference(figures(world().engine().ask(virtual_cubes_database, mdx)),
+    EXPECT_EQ(difference(figures(world().engine().ask(sales_database, mdx)),
                          figures(world().postgres().run_sql(sales_warehouse, sql))),
               "")
         << mdx;
@@ -72,8 +47,8 @@ TEST_F(VirtualCubeAnswers, FollowASnowflakeToItsLeaves) {
 
 TEST_F(VirtualCubeAnswers, AreForTheirRolesOnly) {
   const std::string mdx = "SELECT {[Measures].[Revenue]} ON COLUMNS FROM [Trade]";
-  EXPECT_EQ(world().engine().refusal(virtual_cubes_database, mdx, "Head Office"), "");
-  EXPECT_THAT(world().engine().refusal(virtual_cubes_database, mdx, "Store Managers"),
+  EXPECT_EQ(world().engine().refusal(sales_database, mdx, "Head Office"), "");
+  EXPECT_THAT(world().engine().refusal(sales_database, mdx, "Store Managers"),
               HasSubstr("MDX cube 'Trade' not found"));
 }
 

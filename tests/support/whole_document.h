@@ -7,7 +7,8 @@
 namespace importkcd::testing {
 
 /// A small document of the database "Shop" that uses every section of a run. The shared dimension
-/// "Region" is used by no cube. Its `virtual_dimensions` and `virtual_cubes` are not read by a run.
+/// "Region" is used by no cube. Its `virtual_dimensions` and `virtual_cubes` are read only by runs
+/// that are asked to.
 std::string whole_document();
 
 /// An earlier state of the same database, without the shared dimension "Product" and the cube

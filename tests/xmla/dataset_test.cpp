@@ -89,6 +89,45 @@ TEST(DatasetReader, ACellWithoutAFormattedTextShowsItsValue) {
   EXPECT_EQ(dataset.cells.at(0).formatted, "7");
 }
 
+TEST(DatasetReader, ACellWithoutAValueIsEmptyAndOneWithAnEmptyTextIsNot) {
+  const auto dataset = read(envelope(
+      columns_info, two_columns,
+      cell("0", "<FmtValue/>") + cell("1", "<Value xsi:type=\"xsd:string\"/><FmtValue/>")));
+  EXPECT_FALSE(dataset.cells.at(0).has_value);
+  EXPECT_TRUE(dataset.cells.at(1).has_value);
+  EXPECT_EQ(dataset.cells.at(0).error, "");
+  EXPECT_EQ(dataset.cells.at(1).error, "");
+}
+
+/// The cell that a server sends in these words.
+DatasetCell cell_of(const std::string& content) {
+  return read(envelope(columns_info, two_columns, cell("0", content))).cells.at(0);
+}
+
+TEST(DatasetReader, ACellThatCouldNotBeComputedHasAReasonAndNoValue) {
+  for (const std::string content :
+       {"<Value xsi:type=\"xsd:string\">E: too deep</Value><FmtValue>#ERR: E: too deep</FmtValue>",
+        "<Value><Error><ErrorCode>1</ErrorCode><Description>E: too deep</Description></Error>"
+        "</Value>"}) {
+    const auto cell = cell_of(content);
+    EXPECT_EQ(cell.error, "E: too deep");
+    EXPECT_FALSE(cell.has_value);
+    EXPECT_EQ(cell.value, "");
+  }
+  EXPECT_EQ(cell_of("<Value/><FmtValue>#ERR: </FmtValue>").error, "the server does not say why");
+  EXPECT_EQ(cell_of("<Value><Error/></Value>").error, "the server does not say why");
+}
+
+TEST(DatasetReader, ATextThatLooksLikeAnErrorIsAValue) {
+  for (const std::string formatted : {"#ERR: no", "#ERR: #ERR: n", "no"}) {
+    const auto cell = cell_of("<Value xsi:type=\"xsd:string\">#ERR: no</Value><FmtValue>" +
+                              formatted + "</FmtValue>");
+    EXPECT_EQ(cell.error, "");
+    EXPECT_EQ(cell.value, "#ERR: no");
+    EXPECT_TRUE(cell.has_value);
+  }
+}
+
 TEST(DatasetReader, AnAnswerWithoutAxesHasOnePlaceForACell) {
   const auto text = envelope("", "", cell("0", "<Value>7</Value>"));
   EXPECT_THAT(read(text).axes, IsEmpty());

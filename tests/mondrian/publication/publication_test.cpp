@@ -371,6 +371,29 @@ TEST_F(Publications, DescriptionsOfDatabaseAndCubeReachTheSchema) {
   EXPECT_THAT(schema, HasSubstr("<Cube name=\"Sales\" description=\"What's sold\">"));
 }
 
+TEST_F(Publications, AVirtualDimensionWithoutACubeIsNotPublishedAndToldSo) {
+  const auto server = open();
+  write_back(*server, "Retail");
+  auto& database = server->open_database("Retail");
+  for (const std::string name : {"Brand", "Colour"}) {
+    auto& dimension = database.dimensions().add_new(name);
+    dimension.kind = OlapDimensionKind::is_virtual;
+    dimension.levels.add_new("Level").member_key_column = R"("sales"."maker")";
+    server->write_back_dimension(database, dimension);
+  }
+  database.dimensions().add_new("Unused");
+  auto& cube = *database.cubes().edit("Sales");
+  database.add_cube_dimension(cube, "Colour");
+  server->write_back_cube(database, cube);
+  server->finish();
+  EXPECT_THAT(server->take_messages(),
+              ElementsAre("Virtual dimension 'Brand' is not published: no cube has it, and the "
+                          "engine knows dimensions by their cubes"));
+  const auto schema = read_file(path("schemas/Retail.xml"));
+  EXPECT_THAT(schema, HasSubstr("<Dimension name=\"Colour\""));
+  EXPECT_THAT(schema, Not(HasSubstr("Brand")));
+}
+
 TEST_F(Publications, AKeptCopyIsPublishedWhenItIsRestored) {
   publish("Retail", "jdbc:postgresql:dw", "Old");
   remove("Retail");

@@ -21,6 +21,7 @@ final class XmlaDirectoryServlet extends DynamicDatasourceXmlaServlet implements
   XmlaDirectoryServlet(Path directory) {
     this.directory = directory;
     addCallback(new RoleHeader());
+    addCallback(new PublishedDescriptions(() -> content));
   }
 
   @Override

@@ -1,0 +1,64 @@
+#include "cli/import_command.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "servers/memory/memory_server.h"
+#include "tests/support/forwarding_server.h"
+#include "tests/support/temporary_folder.h"
+#include "tests/support/whole_document.h"
+
+namespace importkcd::testing {
+namespace {
+
+using ::testing::HasSubstr;
+
+/// `kcd import` into a server in memory that a test disturbs.
+class DisturbedImport : public ::testing::Test {
+ protected:
+  int import(std::vector<std::string> arguments) {
+    CLI::App program;
+    const ImportCommand command(program);
+    arguments.insert(arguments.begin(), {"import", document_});
+    std::reverse(arguments.begin(), arguments.end());
+    program.parse(std::move(arguments));
+    const OlapServerFactory open = [this](std::string_view) {
+      return std::make_unique<ForwardingServer>(make_memory_server(store_), hook);
+    };
+    errors.str("");
+    return command.run({open, open, {}, {}, input_, output_, errors});
+  }
+
+  ForwardingServer::Hook hook;
+  std::ostringstream errors;
+  TemporaryFolder folder;
+
+ private:
+  std::string document_ = folder.write("document.kcd", whole_document());
+  decltype(make_memory_store()) store_ = make_memory_store();
+  std::istringstream input_;
+  std::ostringstream output_;
+};
+
+TEST_F(DisturbedImport, ADeletionThatFailsIsAFailureInReplaceMode) {
+  ASSERT_EQ(import({}), exit_status::success);
+  for (const std::string on_error : {"discard", "keep"}) {
+    hook = fail_operation("remove_database Shop");
+    EXPECT_EQ(import({"--mode", "replace", "--on-error", on_error}), exit_status::failure);
+    EXPECT_THAT(errors.str(),
+                HasSubstr("Database 'Shop' could not be deleted, and the import went on over what "
+                          "was there: refused by the test\n"));
+  }
+  hook = {};
+  EXPECT_EQ(import({"--mode", "replace"}), exit_status::success);
+  EXPECT_EQ(errors.str(), "");
+}
+
+}  // namespace
+}  // namespace importkcd::testing

@@ -5,8 +5,6 @@
 
 #include <cstdint>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <memory>
 #include <string>
 #include <vector>
@@ -14,6 +12,7 @@
 #include "tests/support/database_text.h"
 #include "tests/support/document_generator.h"
 #include "tests/support/import_fixture.h"
+#include "tests/support/temporary_folder.h"
 #include "tests/support/whole_document.h"
 
 namespace importkcd {
@@ -70,11 +69,6 @@ void expect_to_come_back_equal(const Server& original) {
   EXPECT_EQ(again.text(), original.text()) << document;
 }
 
-std::string file_text(const std::filesystem::path& path) {
-  std::ifstream stream(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
-}
-
 TEST(KcdExport, TheWholeDocumentComesBackEqual) {
   const Server server;
   ASSERT_TRUE(server.import(testing::whole_document()).succeeded);
@@ -85,7 +79,8 @@ TEST(KcdExport, EveryExampleComesBackEqual) {
   int imported = 0;
   for (const auto& entry : std::filesystem::directory_iterator(EXAMPLES_FOLDER)) {
     const Server server;
-    if (entry.path().extension() != ".kcd" || !server.import(file_text(entry.path())).succeeded) {
+    if (entry.path().extension() != ".kcd" ||
+        !server.import(testing::read_file(entry.path())).succeeded) {
       continue;
     }
     SCOPED_TRACE(entry.path().filename().string());

@@ -102,6 +102,12 @@ TEST_F(WindowLayout, MinimisingChangesNoControl) {
   expect_nothing_moved();
 }
 
+TEST_F(WindowLayout, FitsOnALaptopScreenAtFiveQuarters) {
+  // 1366x768 at 125 % are 614 lines, less those of a panel and of the window's frame.
+  EXPECT_LE(window->height(), 614 - 40 - 30);
+  EXPECT_LE(window->width(), 1092);
+}
+
 std::string name_of(const QWidget& control) { return control.objectName().toStdString(); }
 
 /// The width without which a control's text would be cut.
@@ -136,13 +142,14 @@ void expect_tidy(const QWidget& window, const std::string& about) {
 
 TEST_F(WindowLayout, NothingIsClippedOrOverlapsWhateverTheFont) {
   const QFont usual = QApplication::font();
-  for (const int points : {7, 10, 14, 20}) {
+  for (const int points : {7, 10, 14, 20, 28}) {
     QFont font = usual;
     font.setPointSize(points);
     QApplication::setFont(font);
     window.reset();
     open();
     const std::string about = std::to_string(points) + " points, ";
+    EXPECT_LE(window->width() * 15, 32767) << about << "the width must be recordable";
     expect_tidy(*window, about);
     resize_by(200, 100);
     expect_tidy(*window, about + "widened, ");

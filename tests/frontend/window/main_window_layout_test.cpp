@@ -142,7 +142,7 @@ void expect_tidy(const QWidget& window, const std::string& about) {
 
 TEST_F(WindowLayout, NothingIsClippedOrOverlapsWhateverTheFont) {
   const QFont usual = QApplication::font();
-  for (const int points : {7, 10, 14, 20, 28}) {
+  for (const int points : {7, 10, 14, 20, 28, 32}) {
     QFont font = usual;
     font.setPointSize(points);
     QApplication::setFont(font);

@@ -109,6 +109,12 @@ TEST_F(QtDialogsTest, NoticeWaitsForNobodyAndEndsWithItsOwner) {
     EXPECT_FALSE(box->isModal());
     EXPECT_EQ(box->text(), "<b>x");
     EXPECT_EQ(box->textFormat(), Qt::PlainText);
+    box->close();
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    EXPECT_EQ(box, nullptr) << "a closed notice is gone";
+    dialogs.show_notice(&owner, {MessageIcon::none, "T", "x"});
+    box = owner.findChild<QMessageBox*>();
+    ASSERT_NE(box, nullptr);
   }
   EXPECT_EQ(box, nullptr);
 }

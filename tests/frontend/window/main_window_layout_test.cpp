@@ -157,5 +157,32 @@ TEST_F(WindowLayout, NothingIsClippedOrOverlapsWhateverTheFont) {
   QApplication::setFont(usual);
 }
 
+using GreyedBoxes = WindowTest;
+
+TEST_F(GreyedBoxes, HaveTheBackgroundOfTheWindowAroundThem) {
+  open();
+  const auto background = [this](ControlName name) {
+    return get(name).palette().color(QPalette::Active, QPalette::Base);
+  };
+  const QPalette palette = QGuiApplication::palette();
+  EXPECT_EQ(background(txtOLAPDatabase), palette.color(QPalette::Active, QPalette::Window));
+  click(cbAltOLAPDatabase);
+  EXPECT_EQ(background(txtOLAPDatabase), palette.color(QPalette::Active, QPalette::Base));
+}
+
+TEST_F(GreyedBoxes, FollowAChangeOfTheColours) {
+  open();
+  const QPalette usual = QApplication::palette();
+  QPalette dark = usual;
+  dark.setColor(QPalette::All, QPalette::Window, QColor(10, 20, 30));
+  QApplication::setPalette(dark);
+  QCoreApplication::processEvents();
+  EXPECT_EQ(get(txtOLAPDatabase).palette().color(QPalette::Active, QPalette::Base),
+            QColor(10, 20, 30));
+  EXPECT_NE(get(txtKCDFilename).palette().color(QPalette::Active, QPalette::Base),
+            QColor(10, 20, 30));
+  QApplication::setPalette(usual);
+}
+
 }  // namespace
 }  // namespace importkcd::testing

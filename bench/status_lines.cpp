@@ -1,6 +1,6 @@
 // Adds status lines and ends.
 //
-//   status_lines window COUNT    to the main window, which shows each at once
+//   status_lines window COUNT    to the main window, which paints them at the display's rate
 //   status_lines view COUNT      to a list model that a plain list view shows, its events run after
 //                                each; the view lays all lines out anew with each, a hundred at a
 //                                time, and so paints far from every line

@@ -12,8 +12,8 @@
 namespace importkcd {
 namespace {
 
-/// Adds 1,000 lines to a window that has shown as many as the argument says: each is painted, and
-/// the window's events run after it.
+/// Adds 1,000 lines to a window that has shown as many as the argument says: they are painted at
+/// the display's rate, and the window's events run after each.
 void status_lines(benchmark::State& state) {
   HeadlessDialogs dialogs(std::cerr);
   frmImportKCDMain window(dialogs, no_services());

@@ -47,6 +47,48 @@ WindowServices make_services(bool headless) {
   return services;
 }
 
+constexpr std::string_view usage =
+    "usage: ImportKCD [OPTION VALUE]...\n"
+    "\n"
+    "Opens the window that imports cube definition documents into an OLAP server, its fields "
+    "filled\n"
+    "from the options. Options start with / or -. The options marked with * start a run at once;\n"
+    "the window then closes after it, and the exit status tells whether the run succeeded.\n"
+    "\n"
+    "  /file NAME *           the document\n"
+    "  /machine SERVER *      the OLAP server\n"
+    "  /databasename NAME *   import into this database instead of the document's\n"
+    "  /datasource SERVER *   another data warehouse server\n"
+    "  /dwdb NAME *  /dwnt yes|no *  /dwuser NAME *  /dwpwd [PASSWORD] *\n"
+    "                         the data warehouse's connection string; the password stands between\n"
+    "                         two characters that are taken off\n"
+    "  /incremental  /replace  /update\n"
+    "                         the import mode\n"
+    "  /cubepartitions        import the cubes' partitions too\n"
+    "  /novirtualcubes        no virtual cubes\n"
+    "  /patternfrom TEXT  /patternto TEXT\n"
+    "                         replace a text in the whole document first\n"
+    "  /labelserver SERVER  /labeltrusted true|false  /labelusername NAME  /labelpassword "
+    "PASSWORD\n"
+    "  /labeldb NAME  /labellanguage NAME\n"
+    "                         the labels database, for label-reference files\n"
+    "  /statusfile NAME       gets the run's result, one line\n"
+    "  /noclose               the window stays open after the run\n"
+    "  --help, --version      as the only argument: prints this text, or the version, and ends\n";
+
+/// Answers a request for help or for the version; false when the arguments are no such request.
+bool answered(const std::vector<std::string>& arguments) {
+  if (arguments.size() == 1 && arguments.front() == "--help") {
+    std::cout << usage;
+    return true;
+  }
+  if (arguments.size() == 1 && arguments.front() == "--version") {
+    std::cout << "ImportKCD " IMPORTKCD_VERSION "\n";
+    return true;
+  }
+  return false;
+}
+
 /// Runs the program to the end of its window; gives the exit status.
 int run(const std::string& command_line) {
   const bool headless = is_headless();
@@ -68,6 +110,7 @@ int run(const std::string& command_line) {
     return 1;
   }
   window.unloaded = [] { QCoreApplication::quit(); };
+  QApplication::setWindowIcon(window.windowIcon());
   window.show();
   QCoreApplication::exec();
   return window.exit_status();
@@ -79,6 +122,9 @@ int run(const std::string& command_line) {
 int main(int argument_count, char** arguments) {
   const std::vector<std::string> texts(arguments + (argument_count > 0 ? 1 : 0),
                                        arguments + argument_count);
+  if (importkcd::answered(texts)) {
+    return 0;
+  }
   importkcd::choose_platform();
   try {
     // Qt would take options of its own out of the arguments, so it gets the program's name alone.

@@ -28,6 +28,7 @@ class RunController::Nesting {
   }
   ~Nesting() {
     --controller_.runs_on_stack_;
+    controller_.view_.repaint_now();
     if (controller_.runs_on_stack_ == 0 && std::exchange(controller_.close_requested_, false)) {
       controller_.view_.close_window();
     }
@@ -55,7 +56,7 @@ void RunController::Form_Activate() {
   unattended_ = true;
   const Nesting nesting(*this);
   remove_status_file(settings_.StatusFileName);
-  view_.repaint();
+  view_.repaint_now();
   cmdImport_Click();
   unattended_run_succeeded_ = last_run_succeeded_ && !untrapped_error_;
   close_requested_ = close_requested_ || !settings_.KeepOpen;
@@ -173,7 +174,9 @@ bool RunController::may_close() {
   if (runs_on_stack_ == 0) {
     return true;
   }
-  close_requested_ = true;
+  if (!std::exchange(close_requested_, true)) {
+    view_.announce_close();
+  }
   return false;
 }
 

@@ -66,11 +66,13 @@ class RunController : public ProgressSink, public NotificationSink {
   void cmdCancel_Click();
 
   /// Asked by the window's close event. True: the window may close now. False: a run is under way,
-  /// the event is to be ignored, and RunView::close_window will be called after the run.
+  /// the event is to be ignored, the person is told, and RunView::close_window will be called after
+  /// the run.
   bool may_close();
 
-  /// Adds one status line to the list and the output file, then lets pending window events run. In
-  /// an unattended start whose run has not begun the list is left alone.
+  /// Adds one status line to the list and the output file, asks for a repaint, and lets pending
+  /// window events run. Whatever was added is painted before a long step and at a run's end. In an
+  /// unattended start whose run has not begun the list is left alone.
   void PutProgressMsg(const std::string& strMessage);
 
   /// Reports a field error: a status line "Error : MESSAGE" and a message box "CAPTION : MESSAGE".
@@ -78,6 +80,7 @@ class RunController : public ProgressSink, public NotificationSink {
 
   /// The importer's messages arrive here.
   void put_progres_message(const std::string& message) override { PutProgressMsg(message); }
+  void before_a_long_step() override { view_.repaint_now(); }
   void show_message(const std::string& text) override;
   void show_messages(const std::vector<std::string>& texts) override;
 

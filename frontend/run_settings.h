@@ -34,6 +34,7 @@ struct RunFields {
   bool incremental = false;
   bool replace = false;
   bool update = false;
+  /// The labels server asks for a user name: optSQLLogin, unless the server has no logins.
   bool sql_login = false;
 
   /// The document is a label-reference file; this follows the document box when that loses the

@@ -19,6 +19,8 @@ struct MessageBox {
   MessageIcon icon = MessageIcon::none;
   std::string title;
   std::string text;
+  /// What is shown to those who ask for more; may be empty.
+  std::string detail{};
   bool operator==(const MessageBox&) const = default;
 };
 
@@ -33,7 +35,8 @@ class RunView {
   /// RunFields::output_file alone; asked for every status line, so it must be cheap.
   virtual bool output_file_checked() const = 0;
 
-  /// Appends a line to the status list, selects it and scrolls to it. Must not process events.
+  /// Appends a line to the status list; with the next repaint it is selected and scrolled to. Must
+  /// not process events.
   virtual void add_status_line(const std::string& line) = 0;
   /// The width of a text in the window's font, in twips.
   virtual std::int32_t text_width(const std::string& text) const = 0;
@@ -41,8 +44,11 @@ class RunView {
   virtual double twips_per_pixel() const = 0;
   /// Sets how far the status list scrolls to the right.
   virtual void set_status_extent(std::int32_t pixels) = 0;
-  /// Repaints the window.
+  /// Asks for a repaint of the window. It comes at once or, when the last one was a moment ago,
+  /// with the events that run after that moment.
   virtual void repaint() = 0;
+  /// Repaints the window at once.
+  virtual void repaint_now() = 0;
   /// Lets pending window events run. They may call back into the controller.
   virtual void process_pending_events() = 0;
 
@@ -55,6 +61,8 @@ class RunView {
   virtual void hook_minimum_size() = 0;
   virtual void unhook_minimum_size() = 0;
   virtual void set_cancel_caption(const std::string& caption) = 0;
+  /// Says, without waiting for an answer, that the window closes when the run has ended.
+  virtual void announce_close() = 0;
 
   /// Closes the window, which ends the program. Never called during a run.
   virtual void close_window() = 0;

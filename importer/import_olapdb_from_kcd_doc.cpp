@@ -99,6 +99,7 @@ void ImportOLAPDBFromKCDDoc::OpenOlapServer() {
     // Somebody may have put a connection string in its place.
     shown_name = mask_passwords(machine_name);
     ReportProgress("Opening DSO server on machine '" + shown_name + "'");
+    ReportLongStep();
     server_.reset();
     server_ = open_server_(machine_name);
     server_->connect(machine_name);
@@ -130,6 +131,7 @@ PreparedDocument ImportOLAPDBFromKCDDoc::prepare_temporary_copy() {
 void ImportOLAPDBFromKCDDoc::OpenKcdDocument(const std::string& path) {
   try {
     ReportProgress("Opening kcd document file '" + path + "'");
+    ReportLongStep();
     document_.reset();
     document_ = KcdDocument::load(path);
   } catch (const std::exception& error) {
@@ -292,6 +294,7 @@ void ImportOLAPDBFromKCDDoc::finish() {
     messages.insert(messages.end(), remarks.begin(), remarks.end());
     const bool is_stored = result_is_stored();
     if (is_stored) {
+      ReportLongStep();
       server_->finish();
     }
     // All at once, so that a window shows one box for all cubes.

@@ -13,6 +13,9 @@ class ProgressSink {
  public:
   virtual ~ProgressSink() = default;
   virtual void put_progres_message(const std::string& message) = 0;
+  /// A step follows that may take long and says nothing meanwhile: whoever shows messages with a
+  /// delay shows them now.
+  virtual void before_a_long_step() {}
 };
 
 /// Receives the rare messages that ask for a person's attention without ending the run; a window
@@ -96,6 +99,13 @@ struct ImportOptions {
   void ReportProgress(const std::string& text) const {
     if (progres_window != nullptr) {
       progres_window->put_progres_message(text);
+    }
+  }
+
+  /// Tells the progress window, if there is one, that a long step without messages follows.
+  void ReportLongStep() const {
+    if (progres_window != nullptr) {
+      progres_window->before_a_long_step();
     }
   }
 

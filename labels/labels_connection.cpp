@@ -25,6 +25,10 @@ std::unique_ptr<LabelsConnection> open_labels_connection(const LabelsLogin& logi
   return open_odbc_labels(sql_server_connection_string(login), login.timeouts);
 }
 
+bool labels_server_has_logins(std::string_view server) {
+  return !server.starts_with(sqlite_prefix);
+}
+
 std::string shown_labels_server(std::string_view server) {
   // Whatever its form: a connection string may have been typed without its prefix.
   return server.starts_with(sqlite_prefix) ? std::string(server) : mask_passwords(server);

@@ -76,6 +76,9 @@ using LabelsConnector = std::function<std::unique_ptr<LabelsConnection>(const La
 /// The connector of the programs: chooses by the form of the server text.
 std::unique_ptr<LabelsConnection> open_labels_connection(const LabelsLogin& login);
 
+/// Whether the server of that text may ask for a user name: files (`sqlite:`) never do.
+bool labels_server_has_logins(std::string_view server);
+
 /// The server text as it may be shown: passwords of an ODBC connection string read "***".
 std::string shown_labels_server(std::string_view server);
 

@@ -22,15 +22,18 @@ struct OpenFileRequest {
   std::string start;
 };
 
-/// Everything the main window shows outside of itself. Each call waits for the answer; `owner` is
-/// the window that the dialog belongs to. No method throws. The programs hand in dialogs of the
-/// desktop or those of headless.h; tests hand in answers.
+/// Everything the main window shows outside of itself. Each call but show_notice waits for the
+/// answer; `owner` is the window that the dialog belongs to. No method throws. The programs hand in
+/// dialogs of the desktop or those of headless.h; tests hand in answers.
 class Dialogs {
  public:
   virtual ~Dialogs() = default;
 
   /// A message box with a single OK button.
   virtual void show_message(QWidget* owner, const MessageBox& box) = 0;
+  /// The same without waiting: the box stands beside what goes on, until somebody closes it or the
+  /// owner ends.
+  virtual void show_notice(QWidget* owner, const MessageBox& box) = 0;
   /// A message box with Yes and No, of which No is the safe answer; true for Yes.
   virtual bool ask_yes_no(QWidget* owner, const MessageBox& box) = 0;
   /// The chosen file's name, or the empty text.

@@ -1,7 +1,9 @@
 #include "frontend/window/document_box.h"
 
 #include <QCheckBox>
+#include <QDir>
 #include <QRadioButton>
+#include <QUrl>
 #include <array>
 
 #include "frontend/output_file_name.h"
@@ -36,7 +38,13 @@ void switch_labels_group(const WindowControls& controls, bool on) {
 
 }  // namespace
 
+void DocumentBox::take_file(const std::string& name) {
+  controls_.set_text(txtKCDFilename, name);
+  txtKCDFilename_LostFocus();
+}
+
 void DocumentBox::txtKCDFilename_LostFocus() {
+  resolve_file_name(controls_, txtKCDFilename);
   const std::string document = controls_.text(txtKCDFilename);
   KciInput = is_kci_name(document);
   switch_labels_group(controls_, KciInput);
@@ -55,6 +63,29 @@ void DocumentBox::txtKCDFilename_LostFocus() {
 void DocumentBox::DeriveOutputFileName() const {
   if (const auto name = importkcd::DeriveOutputFileName(controls_.text(txtKCDFilename), today_())) {
     controls_.set_text(txtOutputFile, *name);
+  }
+}
+
+std::string local_file_name(const std::string& typed) {
+  if (typed == "~" || typed.starts_with("~/")) {
+    return QDir::homePath().toStdString() + typed.substr(1);
+  }
+  if (typed.starts_with("file://")) {
+    QUrl address(QString::fromStdString(typed));
+    if (address.host() == QLatin1String("localhost")) {
+      address.setHost(QString());
+    }
+    if (address.isLocalFile() && address.host().isEmpty()) {
+      return address.toLocalFile().toStdString();
+    }
+  }
+  return typed;
+}
+
+void resolve_file_name(const WindowControls& controls, ControlName box) {
+  const std::string typed = controls.text(box);
+  if (const std::string name = local_file_name(typed); name != typed) {
+    controls.set_text(box, name);
   }
 }
 

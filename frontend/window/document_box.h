@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <functional>
+#include <string>
 
 #include "frontend/window/window_controls.h"
 
@@ -13,6 +14,9 @@ class DocumentBox {
   /// `today` gives the date in the output file's name. `controls` outlives this object.
   DocumentBox(const WindowControls& controls, std::function<std::chrono::year_month_day()> today)
       : controls_(controls), today_(std::move(today)) {}
+
+  /// A file was chosen or dropped: its name fills the box, which then counts as left.
+  void take_file(const std::string& name);
 
   /// The box was left, or a file was chosen: switches the labels group, derives the output file's
   /// name, and switches the company pattern.
@@ -28,6 +32,14 @@ class DocumentBox {
   const WindowControls& controls_;
   std::function<std::chrono::year_month_day()> today_;
 };
+
+/// A typed file name as the name of a file: `file://` addresses of this computer become paths, a
+/// `~` at the start (alone or before a slash) becomes the home folder. Other texts stay as they
+/// are.
+std::string local_file_name(const std::string& typed);
+
+/// The same for the text of a box.
+void resolve_file_name(const WindowControls& controls, ControlName box);
 
 /// The click behaviour of a check box that has companions: they are switched on or off with it.
 /// Does nothing for other check boxes.

@@ -58,6 +58,10 @@ void HeadlessDialogs::show_message(QWidget* /*owner*/, const MessageBox& box) {
   errors_ << message_line(box) << '\n' << std::flush;
 }
 
+void HeadlessDialogs::show_notice(QWidget* owner, const MessageBox& box) {
+  show_message(owner, box);
+}
+
 bool HeadlessDialogs::ask_yes_no(QWidget* /*owner*/, const MessageBox& box) {
   // The program asks one question only: whether a document may be overwritten.
   errors_ << message_line(box)
@@ -82,7 +86,7 @@ std::optional<std::string> HeadlessDialogs::pick_database(QWidget* /*owner*/,
 void HeadlessDialogs::start_viewer(const std::string& /*file_name*/) {}
 
 std::string message_line(const MessageBox& box) {
-  std::string text = box.text;
+  std::string text = box.text + (box.detail.empty() ? "" : " (" + box.detail + ")");
   // A pair of carriage return and line feed is one blank.
   std::erase(text, '\r');
   return printable(box.title + ": " + text);

@@ -26,6 +26,7 @@ class HeadlessDialogs : public Dialogs {
   explicit HeadlessDialogs(std::ostream& errors) : errors_(errors) {}
 
   void show_message(QWidget* owner, const MessageBox& box) override;
+  void show_notice(QWidget* owner, const MessageBox& box) override;
   bool ask_yes_no(QWidget* owner, const MessageBox& box) override;
   std::string open_file(QWidget* owner, const OpenFileRequest& request) override;
   std::string browse_for_computer(QWidget* owner, const std::string& title) override;
@@ -36,7 +37,7 @@ class HeadlessDialogs : public Dialogs {
   std::ostream& errors_;
 };
 
-/// A message box's title and text as one line.
+/// A message box's title, text and detail as one line.
 std::string message_line(const MessageBox& box);
 
 }  // namespace importkcd

@@ -1,10 +1,20 @@
 #include "frontend/window/input_boxes.h"
 
+#include <QAbstractItemView>
+#include <QDragEnterEvent>
 #include <QFocusEvent>
+#include <QHelpEvent>
 #include <QInputMethodEvent>
 #include <QKeyEvent>
 #include <QLineEdit>
+#include <QMimeData>
+#include <QMouseEvent>
+#include <QStyle>
+#include <QStyleOptionFrame>
+#include <QToolTip>
 #include <algorithm>
+
+#include "frontend/window/window_controls.h"
 
 namespace importkcd {
 namespace {
@@ -37,6 +47,30 @@ void FieldBox::inputMethodEvent(QInputMethodEvent* event) {
   QLineEdit::inputMethodEvent(event);
 }
 
+void FieldBox::dragEnterEvent(QDragEnterEvent* event) {
+  if (event->mimeData()->hasUrls()) {
+    event->ignore();
+  } else {
+    QLineEdit::dragEnterEvent(event);
+  }
+}
+
+bool FieldBox::event(QEvent* event) {
+  if (event->type() == QEvent::ToolTip && echoMode() == Normal && is_cut_off()) {
+    QToolTip::showText(dynamic_cast<const QHelpEvent&>(*event).globalPos(), plain_tool_tip(text()),
+                       this);
+    return true;
+  }
+  return QLineEdit::event(event);
+}
+
+bool FieldBox::is_cut_off() const {
+  QStyleOptionFrame frame;
+  initStyleOption(&frame);
+  const int room = style()->subElementRect(QStyle::SE_LineEditContents, &frame, this).width();
+  return fontMetrics().horizontalAdvance(text()) > room;
+}
+
 bool FieldBox::takes_all(const QString& typed) const {
   if (!takes_key) {
     return true;
@@ -60,7 +94,25 @@ void DropDownList::showPopup() {
   if (opening) {
     opening();
   }
+  view()->setAccessibleName(accessibleName());
   QComboBox::showPopup();
+}
+
+PressButton::PressButton(const QString& caption, QWidget* parent) : QPushButton(caption, parent) {
+  setAutoDefault(true);
+}
+
+void PressButton::mouseDoubleClickEvent(QMouseEvent* event) {
+  // The second press of a double click; the first one has clicked.
+  event->accept();
+}
+
+void PressButton::keyPressEvent(QKeyEvent* event) {
+  if (event->isAutoRepeat()) {
+    event->accept();
+  } else {
+    QPushButton::keyPressEvent(event);
+  }
 }
 
 }  // namespace importkcd

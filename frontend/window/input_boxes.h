@@ -2,11 +2,13 @@
 
 #include <QComboBox>
 #include <QLineEdit>
+#include <QPushButton>
 #include <functional>
 
 namespace importkcd {
 
-/// A text box that tells when it is left, and that may refuse typed characters.
+/// A text box that tells when it is left, and that may refuse typed characters. The tool tip of a
+/// text that is cut off shows all of it (not a password's). Dropped files are left to the window.
 class FieldBox : public QLineEdit {
  public:
   using QLineEdit::QLineEdit;
@@ -23,9 +25,12 @@ class FieldBox : public QLineEdit {
   void focusOutEvent(QFocusEvent* event) override;
   void keyPressEvent(QKeyEvent* event) override;
   void inputMethodEvent(QInputMethodEvent* event) override;
+  void dragEnterEvent(QDragEnterEvent* event) override;
+  bool event(QEvent* event) override;
 
  private:
   bool takes_all(const QString& typed) const;
+  bool is_cut_off() const;
 };
 
 /// A box with a list of choices that takes any text, and that may be filled when its list is
@@ -38,6 +43,17 @@ class DropDownList : public QComboBox {
   std::function<void()> opening;
 
   void showPopup() override;
+};
+
+/// A button that Return presses when it has the focus. A double click counts as one click, and a
+/// key that is held down as one key.
+class PressButton : public QPushButton {
+ public:
+  PressButton(const QString& caption, QWidget* parent);
+
+ protected:
+  void mouseDoubleClickEvent(QMouseEvent* event) override;
+  void keyPressEvent(QKeyEvent* event) override;
 };
 
 }  // namespace importkcd

@@ -1,9 +1,12 @@
 #include "frontend/window/main_window.h"
 
 #include <QCloseEvent>
+#include <QDropEvent>
 #include <QKeyEvent>
+#include <QMimeData>
 #include <QPushButton>
 #include <QScreen>
+#include <QUrl>
 #include <algorithm>
 #include <array>
 #include <utility>
@@ -17,6 +20,7 @@
 #include "frontend/window/main_window_layout.h"
 #include "frontend/window/window_command_line.h"
 #include "frontend/window/window_controls.h"
+#include "frontend/window/window_icon.h"
 
 namespace importkcd {
 
@@ -52,6 +56,8 @@ frmImportKCDMain::frmImportKCDMain(Dialogs& dialogs, WindowServices services)
                   {services_.open_server, services_.computer_name, services_.time_stamp}) {
   setObjectName(QStringLiteral("frmImportKCDMain"));
   setWindowTitle(QStringLiteral("Import Cube Definitions from File"));
+  setWindowIcon(window_icon());
+  setAcceptDrops(true);
   connect_buttons();
   connect_boxes();
 }
@@ -61,7 +67,8 @@ frmImportKCDMain::~frmImportKCDMain() {
   for (const QWidget* control : findChildren<QWidget*>()) {
     disconnect(control, nullptr, this, nullptr);
   }
-  for (const ControlName box : {txtKCDFilename, txtReplacePatternFrom, txtReplacePatternTo}) {
+  for (const ControlName box :
+       {txtKCDFilename, txtReplacePatternFrom, txtReplacePatternTo, txtOutputFile}) {
     controls_.as<FieldBox>(box).left = nullptr;
   }
 }
@@ -148,6 +155,9 @@ void frmImportKCDMain::connect_boxes() {
   controls_.as<FieldBox>(txtKCDFilename).left = [this] {
     document_box_.txtKCDFilename_LostFocus();
   };
+  controls_.as<FieldBox>(txtOutputFile).left = [this] {
+    resolve_file_name(controls_, txtOutputFile);
+  };
   for (const ControlName box : {txtReplacePatternFrom, txtReplacePatternTo}) {
     controls_.as<FieldBox>(box).left = [this, box] { trim_box(box); };
   }
@@ -165,9 +175,10 @@ void frmImportKCDMain::browse_for_file(const OpenFileRequest& request, ControlNa
   if (name.empty()) {
     return;
   }
-  controls_.set_text(box, name);
   if (box == txtKCDFilename) {
-    document_box_.txtKCDFilename_LostFocus();
+    document_box_.take_file(name);
+  } else {
+    controls_.set_text(box, name);
   }
 }
 
@@ -202,7 +213,7 @@ void frmImportKCDMain::limit_size(bool limited) {
     return track_size_in_pixels(twips, twips_per_pixel_at_96_dpi);
   };
   const QSize designed(pixels(recorded_.designed_width), pixels(recorded_.designed_height));
-  limits_.hook(*this, designed + frame, screen()->virtualSize());
+  limits_.hook(*this, designed + frame, screen()->size());
 }
 
 void frmImportKCDMain::activate_soon() {
@@ -241,6 +252,10 @@ void frmImportKCDMain::showEvent(QShowEvent* event) {
 
 void frmImportKCDMain::changeEvent(QEvent* event) {
   QWidget::changeEvent(event);
+  if (event->type() == QEvent::WindowStateChange && loaded_ && limits_.is_hooked(*this)) {
+    // The frame around a maximised window is another one.
+    limit_size(true);
+  }
   if (event->type() == QEvent::PaletteChange) {
     for (QWidget* control : findChildren<QWidget*>()) {
       if (is_greyed(*control)) {
@@ -259,11 +274,27 @@ void frmImportKCDMain::closeEvent(QCloseEvent* event) {
   Form_Unload();
 }
 
+void frmImportKCDMain::dragEnterEvent(QDragEnterEvent* event) {
+  const QList<QUrl> dropped = event->mimeData()->urls();
+  if (dropped.size() == 1 && dropped.first().isLocalFile() &&
+      controls_.widget(txtKCDFilename).isEnabled()) {
+    event->acceptProposedAction();
+  }
+}
+
+void frmImportKCDMain::dropEvent(QDropEvent* event) {
+  event->acceptProposedAction();
+  document_box_.take_file(event->mimeData()->urls().first().toLocalFile().toStdString());
+}
+
 void frmImportKCDMain::keyPressEvent(QKeyEvent* event) {
   switch (event->key()) {
     case Qt::Key_Return:
     case Qt::Key_Enter:
-      controls_.as<QPushButton>(cmdImport).click();
+      // Held down, it would start one run within the other.
+      if (!event->isAutoRepeat()) {
+        controls_.as<QPushButton>(cmdImport).click();
+      }
       break;
     case Qt::Key_Escape:
       controller_.cmdCancel_Click();

@@ -160,12 +160,8 @@ QWidget* make_control(const Design& design, QWidget* parent) {
     case Kind::text_box:
     case Kind::password_box:
       return make_text_box(design.caption, design.kind == Kind::password_box, parent);
-    case Kind::button: {
-      auto* button = new QPushButton(caption, parent);
-      // Return presses the button that has the focus.
-      button->setAutoDefault(true);
-      return button;
-    }
+    case Kind::button:
+      return new PressButton(caption, parent);
     case Kind::check_box:
       return new QCheckBox(caption, parent);
     case Kind::option:
@@ -207,6 +203,9 @@ void set_texts(QWidget& widget, const Design& design) {
   const QString tool_tip = QString::fromUtf8(design.tool_tip);
   widget.setAccessibleName(design.spoken != nullptr ? QString::fromUtf8(design.spoken)
                                                     : without_mnemonic(design.caption));
+  if (const auto* list = qobject_cast<const QComboBox*>(&widget)) {
+    list->lineEdit()->setAccessibleName(widget.accessibleName());
+  }
   widget.setAccessibleDescription(tool_tip);
   widget.setToolTip(tool_tip);
 }

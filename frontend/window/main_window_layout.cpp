@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <limits>
 
 #include "frontend/window/status_list.h"
 
@@ -21,8 +22,15 @@ using namespace control;
 constexpr int field_characters = 34;
 constexpr int labels_field_characters = 20;
 constexpr int pattern_characters = 10;
+/// Pixels beyond which the window's width cannot be recorded.
+constexpr int widest_window = std::numeric_limits<decltype(RecordedLayout::designed_width)>::max() /
+                              twips_per_pixel_at_96_dpi;
 /// Lines that the status frame is designed for.
-constexpr int status_lines = 7;
+constexpr int status_lines = 5;
+/// Pixels that keep the controls of a frame, and the rows of frames, apart: few, because the window
+/// has to fit on small screens.
+constexpr int side_margin = 9;
+constexpr int row_margin = 3;
 
 /// Frames in an order in which what holds another comes first.
 constexpr std::array frames{
@@ -55,6 +63,7 @@ class Designer {
   void import_options();
   void labels_frames();
   QGridLayout* whole_window();
+  void narrow_fields(int pixels);
   int head_width() const;
 
   QWidget& window_;
@@ -71,6 +80,7 @@ void Designer::lay_out() {
   import_options();
   labels_frames();
   QGridLayout* layout = whole_window();
+  narrow_fields(layout->sizeHint().width() - widest_window);
   window_.resize(layout->sizeHint());
   layout->setGeometry(window_.rect());
   for (const ControlName name : frames) {
@@ -81,7 +91,21 @@ void Designer::lay_out() {
   delete layout;
 }
 
-QGridLayout* Designer::grid(ControlName frame) { return new QGridLayout(&controls_.widget(frame)); }
+QGridLayout* Designer::grid(ControlName frame) {
+  auto* layout = new QGridLayout(&controls_.widget(frame));
+  layout->setContentsMargins(side_margin, row_margin, side_margin, row_margin);
+  layout->setVerticalSpacing(row_margin);
+  return layout;
+}
+
+void Designer::narrow_fields(int pixels) {
+  for (const ControlName name : {frmImportFile, frmDestination, frmModification, frmOutput}) {
+    QWidget& frame = controls_.widget(name);
+    auto& layout = dynamic_cast<QGridLayout&>(*frame.layout());
+    layout.setColumnMinimumWidth(1, field_characters * character_ - std::max(pixels, 0));
+    frame.updateGeometry();
+  }
+}
 
 int Designer::head_width() const {
   int width = 0;
@@ -114,6 +138,7 @@ void Designer::left_column() {
 
 void Designer::import_options() {
   auto* modes = new QHBoxLayout(&controls_.widget(frmDatabaseImportOption));
+  modes->setContentsMargins(side_margin, row_margin, side_margin, row_margin);
   for (const ControlName mode : {obReplace, obIncremental, obUpdate}) {
     modes->addWidget(&controls_.widget(mode));
     modes->addSpacing(character_);
@@ -133,8 +158,11 @@ void Designer::import_options() {
   first_row->addStretch(1);
 
   auto* patterns = new QHBoxLayout;
+  patterns->setSpacing(side_margin);
   for (const ControlName box : {txtReplacePatternFrom, txtReplacePatternTo}) {
-    controls_.widget(box).setMinimumWidth(pattern_characters * character_);
+    QWidget& widget = controls_.widget(box);
+    widget.setMinimumWidth(pattern_characters * character_);
+    widget.setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Fixed);
   }
   patterns->addWidget(&controls_.widget(txtReplacePatternFrom), 1);
   patterns->addWidget(&controls_.widget(lblReplacePatternBy));
@@ -175,6 +203,7 @@ void Designer::labels_frames() {
 
 QGridLayout* Designer::whole_window() {
   auto* buttons = new QHBoxLayout;
+  buttons->setSpacing(side_margin);
   buttons->addStretch(1);
   for (const ControlName name : {cmdImport, cmdCancel}) {
     auto& button = controls_.widget(name);
@@ -183,11 +212,14 @@ QGridLayout* Designer::whole_window() {
   }
 
   QWidget& status = controls_.widget(frmStatus);
-  const int line_height = controls_.as<StatusList>(lstStatus).line_height();
-  status.setMinimumHeight(status_lines * line_height);
+  const auto& list = controls_.as<StatusList>(lstStatus);
+  status.setMinimumHeight(
+      std::max(status_lines * list.line_height(),
+               list.minimumSizeHint().height() + pixels_of_twips(status_frame_margin)));
 
   auto* layout = new QGridLayout(&window_);
   layout->setSizeConstraint(QLayout::SetNoConstraint);
+  layout->setVerticalSpacing(row_margin);
   int row = 0;
   for (const ControlName frame :
        {frmImportFile, frmDestination, frmModification, frmImportOptions, frmOutput}) {
@@ -198,9 +230,8 @@ QGridLayout* Designer::whole_window() {
   layout->addWidget(&status, row, 0, 1, 2);
   layout->setColumnStretch(0, 1);
   // The layout rule makes the status frame higher than designed; the margin leaves room for it.
-  QMargins margins = layout->contentsMargins();
-  margins.setBottom(margins.bottom() + pixels_of_twips(status_frame_margin));
-  layout->setContentsMargins(margins);
+  layout->setContentsMargins(side_margin, row_margin, side_margin,
+                             row_margin + pixels_of_twips(status_frame_margin));
   return layout;
 }
 

@@ -5,6 +5,7 @@
 #include <QFileDialog>
 #include <QFileInfo>
 #include <QMessageBox>
+#include <QSettings>
 #include <QUrl>
 #include <utility>
 
@@ -35,15 +36,27 @@ QMessageBox::Icon qt_icon(MessageIcon icon) {
   return QMessageBox::NoIcon;
 }
 
+QString shown(const std::string& text) {
+  return QString::fromStdString(text).remove(QLatin1Char('\r'));
+}
+
+void fill(QMessageBox& message, const MessageBox& box) {
+  message.setIcon(qt_icon(box.icon));
+  message.setWindowTitle(QString::fromStdString(box.title));
+  // Names in a message must not be taken for markup.
+  message.setTextFormat(Qt::PlainText);
+  message.setText(shown(box.text));
+  message.setDetailedText(shown(box.detail));
+}
+
 QMessageBox::StandardButton show_box(QWidget* owner, const MessageBox& box,
                                      QMessageBox::StandardButtons buttons,
                                      QMessageBox::StandardButton safe) {
   const ArrowPointer arrow;
-  QMessageBox message(qt_icon(box.icon), QString::fromStdString(box.title),
-                      QString::fromStdString(box.text).remove(QLatin1Char('\r')), buttons, owner);
-  // Names in a message must not be taken for markup.
-  message.setTextFormat(Qt::PlainText);
+  QMessageBox message(owner);
+  message.setStandardButtons(buttons);
   message.setDefaultButton(safe);
+  fill(message, box);
   return static_cast<QMessageBox::StandardButton>(message.exec());
 }
 
@@ -55,12 +68,23 @@ void QtDialogs::show_message(QWidget* owner, const MessageBox& box) {
   show_box(owner, box, QMessageBox::Ok, QMessageBox::Ok);
 }
 
+void QtDialogs::show_notice(QWidget* owner, const MessageBox& box) {
+  auto* message = new QMessageBox(owner);
+  message->setAttribute(Qt::WA_DeleteOnClose);
+  message->setStandardButtons(QMessageBox::Ok);
+  message->setModal(false);
+  fill(*message, box);
+  message->show();
+}
+
 bool QtDialogs::ask_yes_no(QWidget* owner, const MessageBox& box) {
   return show_box(owner, box, QMessageBox::Yes | QMessageBox::No, QMessageBox::No) ==
          QMessageBox::Yes;
 }
 
 std::string QtDialogs::open_file(QWidget* owner, const OpenFileRequest& request) {
+  // The dialog would keep a history of folders and files; this path takes none.
+  QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, QStringLiteral("/dev/null"));
   const QString start = QString::fromStdString(request.start);
   QFileDialog dialog(owner, QString::fromStdString(request.title), QFileInfo(start).path(),
                      QString::fromStdString(qt_name_filter(request.filter)));

@@ -12,6 +12,7 @@ class QtDialogs : public Dialogs {
   explicit QtDialogs(OlapServerFactory browse_server);
 
   void show_message(QWidget* owner, const MessageBox& box) override;
+  void show_notice(QWidget* owner, const MessageBox& box) override;
   bool ask_yes_no(QWidget* owner, const MessageBox& box) override;
   std::string open_file(QWidget* owner, const OpenFileRequest& request) override;
   std::string browse_for_computer(QWidget* owner, const std::string& title) override;

@@ -1,11 +1,19 @@
 #include "frontend/window/status_list.h"
 
+#include <QAction>
+#include <QClipboard>
+#include <QContextMenuEvent>
+#include <QGuiApplication>
+#include <QHelpEvent>
+#include <QMenu>
 #include <QPaintEvent>
 #include <QPainter>
 #include <QScrollBar>
+#include <QToolTip>
 #include <algorithm>
 
 #include "frontend/window/status_list_painting.h"
+#include "frontend/window/window_controls.h"
 
 namespace importkcd {
 
@@ -33,24 +41,77 @@ StatusList::StatusList(QWidget* parent) : QListView(parent), lines_(this) {
   setItemDelegate(new StatusLineDelegate(this));
   setFrameShape(QFrame::NoFrame);
   setEditTriggers(QAbstractItemView::NoEditTriggers);
-  setSelectionMode(QAbstractItemView::SingleSelection);
+  setSelectionMode(QAbstractItemView::ExtendedSelection);
   setVerticalScrollMode(QAbstractItemView::ScrollPerPixel);
   setHorizontalScrollMode(QAbstractItemView::ScrollPerPixel);
   setTextElideMode(Qt::ElideNone);
   setUniformItemSizes(true);
+  add_command(tr("&Copy"), QKeySequence::Copy, &StatusList::copy_selected_lines);
+  add_command(tr("Select &All"), QKeySequence::SelectAll, &StatusList::selectAll);
 }
 
-void StatusList::add_line(const QString& line) {
-  lines_.append(line);
-  setCurrentIndex(lines_.index(line_count() - 1, 0));
-}
-
-void StatusList::set_horizontal_extent(int pixels) {
-  if (horizontal_extent_ != pixels) {
-    horizontal_extent_ = pixels;
+void StatusList::show_added_lines() {
+  if (horizontal_extent_ != next_extent_) {
+    horizontal_extent_ = next_extent_;
     updateGeometries();
     viewport()->update();
   }
+  if (shown_lines_ == line_count()) {
+    return;
+  }
+  shown_lines_ = line_count();
+  updateGeometries();
+  const QModelIndex last = lines_.index(line_count() - 1, 0);
+  setCurrentIndex(last);
+  // A key that is held down meanwhile must not make this an addition to the selection.
+  selectionModel()->select(last, QItemSelectionModel::ClearAndSelect);
+  viewport()->update();
+}
+
+void StatusList::add_command(const QString& caption, QKeySequence::StandardKey key,
+                             void (StatusList::*run)()) {
+  auto* action = new QAction(caption, this);
+  action->setShortcut(key);
+  action->setShortcutContext(Qt::WidgetShortcut);
+  connect(action, &QAction::triggered, this, run);
+  addAction(action);
+}
+
+void StatusList::copy_selected_lines() {
+  QModelIndexList selected = selectionModel()->selectedRows();
+  std::sort(selected.begin(), selected.end());
+  QStringList texts;
+  for (const QModelIndex& index : selected) {
+    texts.append(index.data().toString());
+  }
+  if (!texts.isEmpty()) {
+    QGuiApplication::clipboard()->setText(texts.join(QLatin1Char('\n')));
+  }
+}
+
+bool StatusList::is_cut_off(const QModelIndex& line) const {
+  return fontMetrics().horizontalAdvance(line.data().toString()) > viewport()->width();
+}
+
+bool StatusList::viewportEvent(QEvent* event) {
+  if (event->type() == QEvent::ToolTip) {
+    const auto& help = dynamic_cast<const QHelpEvent&>(*event);
+    const QModelIndex line = indexAt(help.pos());
+    if (line.isValid() && is_cut_off(line)) {
+      QToolTip::showText(help.globalPos(), plain_tool_tip(line.data().toString()), viewport(),
+                         visualRect(line));
+      return true;
+    }
+  }
+  return QListView::viewportEvent(event);
+}
+
+void StatusList::contextMenuEvent(QContextMenuEvent* event) {
+  // Not executed but shown: a run goes on under it.
+  auto* menu = new QMenu(this);
+  menu->setAttribute(Qt::WA_DeleteOnClose);
+  menu->addActions(actions());
+  menu->popup(event->globalPos());
 }
 
 void StatusList::set_top_band(int pixels) {
@@ -72,7 +133,7 @@ QRect StatusList::visualRect(const QModelIndex& index) const {
 }
 
 QModelIndex StatusList::indexAt(const QPoint& point) const {
-  return lines_.index((point.y() + verticalOffset()) / line_height(), 0);
+  return lines_.index(row_at(point.y()), 0);
 }
 
 void StatusList::scrollTo(const QModelIndex& index, ScrollHint /*hint*/) {
@@ -92,8 +153,6 @@ void StatusList::doItemsLayout() { QAbstractItemView::doItemsLayout(); }
 
 void StatusList::rowsInserted(const QModelIndex& parent, int start, int end) {
   QAbstractItemView::rowsInserted(parent, start, end);
-  updateGeometries();
-  viewport()->update(visualRect(lines_.index(end, 0)));
 }
 // NOLINTEND(bugprone-parent-virtual-call)
 
@@ -118,9 +177,8 @@ void StatusList::paintEvent(QPaintEvent* event) {
   QPainter painter(viewport());
   QStyleOptionViewItem option;
   initViewItemOption(&option);
-  const int last =
-      std::min((event->rect().bottom() + verticalOffset()) / line_height(), line_count() - 1);
-  for (int row = (event->rect().top() + verticalOffset()) / line_height(); row <= last; ++row) {
+  const int last = std::min(row_at(event->rect().bottom()), line_count() - 1);
+  for (int row = row_at(event->rect().top()); row <= last; ++row) {
     const QModelIndex index = lines_.index(row, 0);
     QStyleOptionViewItem line = option;
     line.rect = visualRect(index);
@@ -173,10 +231,14 @@ QModelIndex StatusList::moveCursor(CursorAction action, Qt::KeyboardModifiers /*
 }
 
 void StatusList::setSelection(const QRect& rect, QItemSelectionModel::SelectionFlags command) {
-  const QModelIndex index = indexAt(rect.bottomRight());
-  if (index.isValid()) {
-    selectionModel()->select(index, command);
+  const QRect lines = rect.normalized();
+  const int first = std::max(row_at(lines.top()), 0);
+  const int last = std::min(row_at(lines.bottom()), line_count() - 1);
+  QItemSelection selection;
+  if (first <= last) {
+    selection.select(lines_.index(first, 0), lines_.index(last, 0));
   }
+  selectionModel()->select(selection, command);
 }
 
 QRegion StatusList::visualRegionForSelection(const QItemSelection& selection) const {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QAbstractListModel>
+#include <QKeySequence>
 #include <QListView>
 #include <QString>
 #include <vector>
@@ -24,15 +25,19 @@ class StatusListModel : public QAbstractListModel {
 
 /// The list of status lines, built for very long runs: all lines have one height, so that neither
 /// adding a line nor painting depends on how many lines there are. (QListView itself lays out all
-/// of its items whenever one is added.)
+/// of its items whenever one is added.) Lines can be selected and copied as in other lists, by keys
+/// and by the context menu; the tool tip of a line that is cut off shows all of it.
 class StatusList : public QListView {
  public:
   explicit StatusList(QWidget* parent);
 
-  /// Appends a line, selects it and scrolls to it.
-  void add_line(const QString& line);
-  /// Sets how far the list scrolls to the right, in pixels. What is wider cannot be seen whole.
-  void set_horizontal_extent(int pixels);
+  /// Appends a line. What is seen stays as it is until show_added_lines.
+  void add_line(const QString& line) { lines_.append(line); }
+  /// Sets how far the list scrolls to the right, in pixels, from the next show_added_lines on. What
+  /// is wider cannot be seen whole.
+  void set_horizontal_extent(int pixels) { next_extent_ = pixels; }
+  /// Selects the last line and scrolls to it, when lines were added since the last call.
+  void show_added_lines();
   /// Leaves a band free above the lines, for the caption of the frame behind the list. Called once.
   void set_top_band(int pixels);
 
@@ -46,6 +51,8 @@ class StatusList : public QListView {
  protected:
   void rowsInserted(const QModelIndex& parent, int start, int end) override;
   void updateGeometries() override;
+  bool viewportEvent(QEvent* event) override;
+  void contextMenuEvent(QContextMenuEvent* event) override;
   void resizeEvent(QResizeEvent* event) override;
   void paintEvent(QPaintEvent* event) override;
   void scrollContentsBy(int dx, int dy) override;
@@ -57,9 +64,16 @@ class StatusList : public QListView {
 
  private:
   int line_count() const { return lines_.rowCount(); }
+  int row_at(int y) const { return (y + verticalOffset()) / line_height(); }
+  void add_command(const QString& caption, QKeySequence::StandardKey key,
+                   void (StatusList::*run)());
+  void copy_selected_lines();
+  bool is_cut_off(const QModelIndex& line) const;
 
   StatusListModel lines_;
+  int shown_lines_ = 0;
   int horizontal_extent_ = 0;
+  int next_extent_ = 0;
 };
 
 }  // namespace importkcd

@@ -59,6 +59,11 @@ void SetControlEnabled(QWidget& control, bool enabled) {
   }
 }
 
+QString plain_tool_tip(const QString& text) {
+  return QStringLiteral("<p style='white-space:pre-wrap'>") + text.toHtmlEscaped() +
+         QStringLiteral("</p>");
+}
+
 bool is_greyed(const QWidget& control) { return control.property(greyed_property).toBool(); }
 
 void refresh_look(QWidget& control) {

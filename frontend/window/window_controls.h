@@ -43,6 +43,9 @@ void SetControlEnabled(QWidget& control, bool enabled);
 /// leaves its look alone.
 bool is_greyed(const QWidget& control);
 
+/// A text as a tool tip: it wraps, and nothing in it is taken for markup.
+QString plain_tool_tip(const QString& text);
+
 /// Takes the colours of a greyed control from the application's palette again, after that changed.
 void refresh_look(QWidget& control);
 

@@ -1,5 +1,6 @@
 #include "frontend/window/window_labels.h"
 
+#include <QApplication>
 #include <utility>
 
 #include "frontend/window/document_box.h"
@@ -12,12 +13,31 @@ ControlName control_of(LabelsList list) {
   return list == LabelsList::databases ? control::cmbDB : control::cmbLanguage;
 }
 
+/// Shows the wait pointer as long as it lives, over whatever pointer is shown.
+class WaitPointer {
+ public:
+  WaitPointer() { QApplication::setOverrideCursor(Qt::WaitCursor); }
+  ~WaitPointer() { QApplication::restoreOverrideCursor(); }
+  WaitPointer(const WaitPointer&) = delete;
+  WaitPointer& operator=(const WaitPointer&) = delete;
+};
+
 }  // namespace
 
 WindowLabels::WindowLabels(const Surroundings& surroundings, LabelsConnector connect)
     : surroundings_(surroundings),
       access_(*this, std::move(connect)),
       conversion_(access_, *this) {}
+
+void WindowLabels::databases_opening() {
+  const WaitPointer wait;
+  access_.RefreshLabelDatabases();
+}
+
+void WindowLabels::languages_opening() {
+  const WaitPointer wait;
+  access_.LoadLanguages();
+}
 
 LabelsFields WindowLabels::labels_fields() const {
   const WindowControls& controls = surroundings_.controls;
@@ -55,9 +75,9 @@ void WindowLabels::set_list_text(LabelsList list, const std::string& text) {
 }
 
 void WindowLabels::show_labels_message(const LabelsMessage& message) {
-  surroundings_.dialogs.show_message(
-      &surroundings_.window,
-      {message.critical ? MessageIcon::critical : MessageIcon::none, message.title, message.text});
+  surroundings_.dialogs.show_message(&surroundings_.window,
+                                     {message.critical ? MessageIcon::critical : MessageIcon::none,
+                                      message.title, message.text, access_.failure()});
 }
 
 bool WindowLabels::ask_yes_no(const std::string& title, const std::string& question) {

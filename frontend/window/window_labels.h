@@ -29,8 +29,8 @@ class WindowLabels : public LabelsView, public KciConverter {
   WindowLabels(const Surroundings& surroundings, LabelsConnector connect);
 
   /// The lists of cmbDB and cmbLanguage are about to open.
-  void databases_opening() { access_.RefreshLabelDatabases(); }
-  void languages_opening() { access_.LoadLanguages(); }
+  void databases_opening();
+  void languages_opening();
 
   /// Closes the connection to the labels server, if there is one.
   void drop_connection() { access_.AdoConnection.reset(); }

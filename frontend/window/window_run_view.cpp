@@ -7,10 +7,24 @@
 
 #include "frontend/window/main_window_layout.h"
 #include "frontend/window/status_list.h"
+#include "labels/labels_connection.h"
 
 namespace importkcd {
 
 using namespace control;
+
+namespace {
+
+/// Milliseconds between two paintings: more often no display shows anything new.
+constexpr int painting_interval = 16;
+
+}  // namespace
+
+WindowRunView::WindowRunView(Surroundings surroundings) : surroundings_(std::move(surroundings)) {
+  waiting_repaint_.setSingleShot(true);
+  QObject::connect(&waiting_repaint_, &QTimer::timeout, &waiting_repaint_,
+                   [this] { repaint_now(); });
+}
 
 WindowRunView::~WindowRunView() { WindowRunView::set_hourglass(false); }
 
@@ -40,7 +54,7 @@ RunFields WindowRunView::fields() const {
   fields.incremental = controls.is_on(obIncremental);
   fields.replace = controls.is_on(obReplace);
   fields.update = controls.is_on(obUpdate);
-  fields.sql_login = controls.is_on(optSQLLogin);
+  fields.sql_login = controls.is_on(optSQLLogin) && labels_server_has_logins(fields.labels_server);
   fields.kci_input = surroundings_.document_box.KciInput;
   return fields;
 }
@@ -70,8 +84,19 @@ void WindowRunView::set_status_extent(std::int32_t pixels) {
 }
 
 void WindowRunView::repaint() {
-  // Paints at once what has changed. Painting everything would cost more than the import.
+  if (!since_painting_.isValid() || since_painting_.hasExpired(painting_interval)) {
+    repaint_now();
+  } else if (!waiting_repaint_.isActive()) {
+    waiting_repaint_.start(painting_interval);
+  }
+}
+
+void WindowRunView::repaint_now() {
+  waiting_repaint_.stop();
+  surroundings_.controls.as<StatusList>(lstStatus).show_added_lines();
+  // Paints what has changed. Painting everything would cost more than the import.
   QCoreApplication::sendPostedEvents(&surroundings_.window, QEvent::UpdateRequest);
+  since_painting_.start();
 }
 
 void WindowRunView::process_pending_events() { QCoreApplication::processEvents(); }
@@ -100,6 +125,12 @@ void WindowRunView::set_cancel_caption(const std::string& caption) {
   auto& button = surroundings_.controls.as<QPushButton>(cmdCancel);
   button.setText(QString::fromStdString(caption));
   button.setAccessibleName(button.text().remove(QLatin1Char('&')));
+}
+
+void WindowRunView::announce_close() {
+  surroundings_.dialogs.show_notice(&surroundings_.window,
+                                    {MessageIcon::none, std::string(application_title),
+                                     "The window closes when the run has ended."});
 }
 
 void WindowRunView::close_window() { surroundings_.window.close(); }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <QElapsedTimer>
+#include <QTimer>
 #include <QWidget>
 #include <functional>
 #include <utility>
@@ -26,7 +28,7 @@ class WindowRunView : public RunView {
     std::function<void(const std::string&)> copy_status_line;
   };
 
-  explicit WindowRunView(Surroundings surroundings) : surroundings_(std::move(surroundings)) {}
+  explicit WindowRunView(Surroundings surroundings);
   ~WindowRunView() override;
   WindowRunView(const WindowRunView&) = delete;
   WindowRunView& operator=(const WindowRunView&) = delete;
@@ -38,6 +40,7 @@ class WindowRunView : public RunView {
   double twips_per_pixel() const override;
   void set_status_extent(std::int32_t pixels) override;
   void repaint() override;
+  void repaint_now() override;
   void process_pending_events() override;
   void show_message(const MessageBox& box) override;
   void move_focus(ControlName control) override;
@@ -45,11 +48,16 @@ class WindowRunView : public RunView {
   void hook_minimum_size() override { surroundings_.limit_size(true); }
   void unhook_minimum_size() override { surroundings_.limit_size(false); }
   void set_cancel_caption(const std::string& caption) override;
+  void announce_close() override;
   void close_window() override;
   void start_viewer(const std::string& file_name) override;
 
  private:
   Surroundings surroundings_;
+  /// Since the end of the last painting; not started before the first.
+  QElapsedTimer since_painting_;
+  /// Carries out a repaint that had to wait.
+  QTimer waiting_repaint_;
   bool hourglass_ = false;
 };
 

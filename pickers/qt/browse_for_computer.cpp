@@ -40,7 +40,7 @@ ComputerDialog::ComputerDialog(const std::string& title, ComputerSources sources
 ComputerDialog::~ComputerDialog() = default;
 
 void ComputerDialog::build() {
-  list_ = new QListWidget(this);
+  list_ = new PickList(this);
   name_ = new QLineEdit(this);
   state_ = new QLabel(this);
   state_->setObjectName(QStringLiteral("lblSearchState"));

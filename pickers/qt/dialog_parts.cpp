@@ -2,7 +2,6 @@
 
 #include <QDialogButtonBox>
 #include <QFontMetrics>
-#include <QListWidget>
 #include <QMessageBox>
 #include <QPushButton>
 #include <QString>
@@ -21,6 +20,21 @@ void name_button(QPushButton& button, const QString& object_name, const QString&
 }
 
 }  // namespace
+
+void PickList::focusInEvent(QFocusEvent* event) {
+  QListWidget::focusInEvent(event);
+  if (!selectionModel()->hasSelection()) {
+    selectionModel()->clearCurrentIndex();
+  }
+}
+
+QModelIndex PickList::moveCursor(CursorAction action, Qt::KeyboardModifiers modifiers) {
+  if (!selectionModel()->hasSelection() && count() > 0) {
+    const bool from_the_end = action == MoveEnd || action == MoveUp;
+    return model()->index(from_the_end ? count() - 1 : 0, 0);
+  }
+  return QListWidget::moveCursor(action, modifiers);
+}
 
 void set_up_list(QListWidget& list, const QString& object_name, const QString& accessible_name,
                  const QString& accessible_description) {

@@ -1,16 +1,28 @@
 #pragma once
 
+#include <QListWidget>
 #include <functional>
 #include <string>
 
 class QDialogButtonBox;
-class QListWidget;
 class QString;
 class QWidget;
 
 namespace importkcd {
 
 // What the dialogs of this folder have in common. Object names are the controls' names.
+
+/// A list in which the row that looks chosen is chosen: while nothing is selected no row is marked
+/// as the current one, and the first key that moves selects the first row (End and Up: the last
+/// one).
+class PickList : public QListWidget {
+ public:
+  using QListWidget::QListWidget;
+
+ protected:
+  void focusInEvent(QFocusEvent* event) override;
+  QModelIndex moveCursor(CursorAction action, Qt::KeyboardModifiers modifiers) override;
+};
 
 /// Names a list and gives it the size that its font asks for.
 void set_up_list(QListWidget& list, const QString& object_name, const QString& accessible_name,

@@ -20,7 +20,22 @@ bool concerns_the_size(QEvent::Type type) {
   }
 }
 
+/// Whether the desktop chooses the window's size.
+bool fills_screen(const QWidget& window) {
+  return window.isMaximized() || window.isFullScreen() || window.isMinimized();
+}
+
+/// Milliseconds after which a window that became larger is known to be maximised or not: desktops
+/// tell the size and the state one after the other.
+constexpr int settling_time = 100;
+
 }  // namespace
+
+LimitResizing::LimitResizing() {
+  settled_.setSingleShot(true);
+  settled_.setInterval(settling_time);
+  connect(&settled_, &QTimer::timeout, this, &LimitResizing::take_back_excess);
+}
 
 LimitResizing::~LimitResizing() { release(); }
 
@@ -60,6 +75,7 @@ void LimitResizing::release() {
   if (window_.isNull()) {
     return;
   }
+  settled_.stop();
   window_->removeEventFilter(this);
   if (!handle_.isNull()) {
     handle_->removeEventFilter(this);
@@ -86,19 +102,31 @@ void LimitResizing::watch_handle() {
 void LimitResizing::apply() {
   // The frame's size is known once the window is on the screen; limits without it would be too
   // large, and the window would grow.
-  if (handle_.isNull() || !handle_->isExposed()) {
+  if (handle_.isNull() || !handle_->isExposed() || fills_screen(*window_)) {
     return;
   }
-  const QSize frame = window_->frameGeometry().size() - window_->size();
-  const QSize minimum = (minimum_outer_ - frame).expandedTo({0, 0});
+  const QSize minimum = (minimum_outer_ - frame()).expandedTo({0, 0});
+  // The desktop is told the maximum without the frame taken off: a maximised window has another
+  // frame or none, and a smaller limit would shrink it or undo the maximising.
   const QSize maximum =
-      (maximum_outer_ - frame).expandedTo(minimum).boundedTo({QWIDGETSIZE_MAX, QWIDGETSIZE_MAX});
+      maximum_outer_.expandedTo(minimum).boundedTo({QWIDGETSIZE_MAX, QWIDGETSIZE_MAX});
   // Setting a limit may resize the window, which comes back here.
   if (window_->maximumSize() != maximum) {
     window_->setMaximumSize(maximum);
   }
   if (window_->minimumSize() != minimum) {
     window_->setMinimumSize(minimum);
+  }
+  settled_.start();
+}
+
+void LimitResizing::take_back_excess() {
+  if (window_.isNull() || handle_.isNull() || fills_screen(*window_)) {
+    return;
+  }
+  const QSize allowed = (maximum_outer_ - frame()).expandedTo(window_->minimumSize());
+  if (window_->size() != window_->size().boundedTo(allowed)) {
+    window_->resize(window_->size().boundedTo(allowed));
   }
 }
 

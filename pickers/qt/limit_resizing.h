@@ -3,18 +3,19 @@
 #include <QObject>
 #include <QPointer>
 #include <QSize>
+#include <QTimer>
 #include <QWidget>
 #include <QWindow>
 
 namespace importkcd {
 
-/// Keeps one window from being made smaller or larger than given. The limits are of the window's
+/// Keeps one window from being dragged smaller or larger than given. The limits are of the window's
 /// outer size (its frame included) in the window's own pixels; they follow when the frame's size
-/// becomes known or changes. Other windows are left alone. Does not own the window; a hooked window
-/// that is destroyed counts as unhooked.
+/// becomes known or changes. A window that is maximised or fills the screen is left alone, as other
+/// windows are. Does not own the window; a hooked window that is destroyed counts as unhooked.
 class LimitResizing : public QObject {
  public:
-  LimitResizing() = default;
+  LimitResizing();
   LimitResizing(const LimitResizing&) = delete;
   LimitResizing& operator=(const LimitResizing&) = delete;
   /// Unhooks.
@@ -36,6 +37,8 @@ class LimitResizing : public QObject {
   void release();
   void watch_handle();
   void apply();
+  void take_back_excess();
+  QSize frame() const { return window_->frameGeometry().size() - window_->size(); }
 
   QPointer<QWidget> window_;
   /// The platform's side of the window, which may be made anew while the window lives.
@@ -44,6 +47,7 @@ class LimitResizing : public QObject {
   QSize maximum_outer_;
   QSize previous_minimum_;
   QSize previous_maximum_;
+  QTimer settled_;
 };
 
 }  // namespace importkcd

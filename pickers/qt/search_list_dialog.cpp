@@ -33,7 +33,7 @@ void SearchListDialog::build(const Controls& controls) {
   label_->setObjectName(QLatin1String(controls.label));
   label_->setTextFormat(Qt::PlainText);
 
-  list_ = new QListWidget;
+  list_ = new PickList;
   set_up_list(*list_, QLatin1String(controls.list), QLatin1String(controls.list_name),
               QLatin1String(controls.list_description));
   label_->setBuddy(list_);

@@ -26,6 +26,13 @@ class RecordingView : public RunView {
   double twips_per_pixel() const override { return 15; }
   void set_status_extent(std::int32_t pixels) override { extents.push_back(pixels); }
   void repaint() override { ++repaints; }
+  void repaint_now() override {
+    ++repaints_at_once;
+    seen_lines = lines.size();
+    if (on_repaint) {
+      on_repaint();
+    }
+  }
   void process_pending_events() override {
     ++event_rounds;
     if (events) {
@@ -48,6 +55,7 @@ class RecordingView : public RunView {
   void set_cancel_caption(const std::string& caption) override {
     operations.push_back("cancel button " + caption);
   }
+  void announce_close() override { operations.emplace_back("announce close"); }
   void close_window() override { operations.emplace_back("close window"); }
   void start_viewer(const std::string& file_name) override {
     operations.push_back("viewer " + file_name);
@@ -65,11 +73,17 @@ class RecordingView : public RunView {
   /// Called while pending events are processed, with the last status line.
   std::function<void(const std::string&)> events;
 
+  /// Called by each repaint at once.
+  std::function<void()> on_repaint;
+
   std::vector<std::string> operations;
   std::vector<std::string> lines;
   std::vector<MessageBox> boxes;
   std::vector<std::int32_t> extents;
   int repaints = 0;
+  int repaints_at_once = 0;
+  /// How many lines there were at the last repaint at once.
+  std::size_t seen_lines = 0;
   int event_rounds = 0;
 };
 

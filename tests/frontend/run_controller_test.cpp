@@ -310,8 +310,8 @@ TEST_F(RunControllerTest, ClosingTheWindowWaitsForTheEndOfTheRun) {
   controller.cmdImport_Click();
   EXPECT_EQ(shown_lines(), expected_lines("Creating database 'Sales'"));
   EXPECT_THAT(view.operations_but_lines(),
-              ElementsAre("hourglass", "unhook", "hook", "default pointer", "cancel button &Close",
-                          "close window"));
+              ElementsAre("hourglass", "unhook", "announce close", "hook", "default pointer",
+                          "cancel button &Close", "close window"));
   EXPECT_TRUE(controller.may_close());
 }
 
@@ -349,8 +349,8 @@ TEST_F(RunControllerTest, ASecondClickDuringARunNests) {
                   "Creating roles", "Creating cubes", "Done", "Import succeeded"));
   EXPECT_THAT(view.operations_but_lines(),
               ElementsAre("hourglass", "unhook", "hourglass", "unhook", "hook", "default pointer",
-                          "cancel button &Close", "hook", "default pointer", "cancel button &Close",
-                          "close window"));
+                          "cancel button &Close", "announce close", "hook", "default pointer",
+                          "cancel button &Close", "close window"));
 }
 
 TEST_F(RunControllerTest, ANestedRunTakesOverTheOutputFile) {
@@ -397,7 +397,47 @@ TEST_F(RunControllerTest, TheWindowIsRepaintedBeforeAnUnattendedRun) {
   settings.KeepOpen = true;
   view.typed.olap_server = "";
   controller.Form_Activate();
-  EXPECT_EQ(view.repaints, 2) << "once for the start, once for the error's line";
+  EXPECT_EQ(view.repaints, 1) << "for the error's line";
+  EXPECT_EQ(view.repaints_at_once, 3) << "at the start, and at the ends of the click and the run";
+}
+
+TEST_F(RunControllerTest, EveryLineIsSeenBeforeAServerIsOpenedAndAtTheEnd) {
+  RunController slow(view, settings, converter,
+                     {[this](std::string_view) -> std::unique_ptr<OlapServer> {
+                        EXPECT_EQ(view.lines.size(), 2U);
+                        EXPECT_EQ(view.seen_lines, view.lines.size());
+                        return make_memory_server(store);
+                      },
+                      "HERE", [] { return std::string("NOW"); }});
+  slow.cmdImport_Click();
+  EXPECT_EQ(view.lines.back(), "Import succeeded");
+  EXPECT_EQ(view.seen_lines, view.lines.size());
+}
+
+TEST_F(RunControllerTest, EveryLineIsSeenBeforeTheDocumentIsLoadedAndBeforeTheServerStores) {
+  std::vector<std::string> last_seen;
+  view.on_repaint = [&] { last_seen.push_back(view.lines.empty() ? "" : view.lines.back()); };
+  view.typed.kcd_filename = folder.write(
+      "b.kcd", R"(<database version="1.0.1073" name="Sales" description="d"><cubes/></database>)");
+  controller.cmdImport_Click();
+  ASSERT_EQ(last_seen.size(), 4U);
+  EXPECT_THAT(last_seen[1], ::testing::StartsWith("Opening kcd document file '"));
+  EXPECT_EQ(last_seen[2], "Creating cubes");
+}
+
+TEST_F(RunControllerTest, WhatAnEngineHasToSayToAPersonIsShown) {
+  view.typed.kcd_filename =
+      folder.write("b.kcd", R"(<database version="1.0.1073" name="Sales" description="d">
+      <library><data_sources><data_source name="W" connection_string="c"/></data_sources></library>
+      <cubes><cube name="Torn" description="" data_source="W" fact_table="f" from_clause=""
+      join_clause="" aggregation_prefix="" schema_layout="" olap_mode="" estimated_rows="1">
+      <cube_dimensions><cube_dimension_reference name="Missing"><cube_levels_reference/>
+      </cube_dimension_reference></cube_dimensions><cube_measures/><cube_calculated_members/>
+      <cube_roles/></cube></cubes></database>)");
+  controller.cmdImport_Click();
+  EXPECT_FALSE(controller.LastRunSucceeded());
+  ASSERT_EQ(view.boxes.size(), 1U);
+  EXPECT_THAT(view.boxes[0].text, HasSubstr("'Torn'"));
 }
 
 TEST_F(RunControllerTest, AnUnattendedRunMayLeaveTheWindowOpen) {

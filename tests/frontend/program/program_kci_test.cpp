@@ -101,8 +101,9 @@ TEST_F(ProgramKci, AServerThatCannotBeReachedIsAFailure) {
   labels_server = "sqlite:" + folder.file("nowhere");
   EXPECT_EQ(failure("English"),
             std::string("Problem\nThere is no connection to the labels server\n") + failed + "\n");
-  EXPECT_EQ(errors,
-            "Retrieve SQLServer Databases: Error while connecting to : " + labels_server + "\n");
+  EXPECT_EQ(errors, "Retrieve SQLServer Databases: Error while connecting to : " + labels_server +
+                        " (Cannot read the folder '" + folder.file("nowhere") +
+                        "': No such file or directory)\n");
 }
 
 TEST_F(ProgramKci, APasswordIsShownNowhere) {

@@ -1,5 +1,6 @@
 #include <filesystem>
 
+#include "frontend/command_line_options.h"
 #include "tests/frontend/program/program_fixture.h"
 
 namespace importkcd::testing {
@@ -98,6 +99,25 @@ TEST_F(Program, PasswordOfOneCharacterIsAFailedStart) {
   EXPECT_EQ(result.output, "");
   EXPECT_EQ(result.errors, "ImportKCD: Invalid procedure call or argument in option 'dwpwd'\n");
   EXPECT_FALSE(std::filesystem::exists(folder.file("shop.olap")));
+}
+
+TEST_F(Program, HelpAndVersionAnswerWithoutADisplay) {
+  const auto help = run({"--help"});
+  EXPECT_EQ(help.exit_status, 0);
+  EXPECT_EQ(help.errors, "");
+  for (const auto& option : command_line_options()) {
+    EXPECT_THAT(help.output, HasSubstr("/" + std::string(option.name)));
+  }
+  const auto version = run({"--version"});
+  EXPECT_EQ(version.exit_status, 0);
+  EXPECT_EQ(version.errors, "");
+  EXPECT_EQ(version.output, "ImportKCD " IMPORTKCD_VERSION "\n");
+}
+
+TEST_F(Program, RequestForHelpAmongOptionsMeansNothing) {
+  const auto result = run({"/machine", server(), "/file", document, "--help"});
+  EXPECT_EQ(result.exit_status, 0);
+  EXPECT_TRUE(result.output.starts_with("Start\n")) << result.output;
 }
 
 TEST_F(Program, AttendedStartNeedsADisplay) {

@@ -1,5 +1,6 @@
 #include <QFile>
 #include <QProcess>
+#include <QRegularExpression>
 
 #include "tests/frontend/program/program_fixture.h"
 #include "tests/frontend/program/x_display.h"
@@ -80,6 +81,38 @@ TEST_F(ProgramWindow, TypedDocumentIsImportedByReturn) {
   key("Escape");
   expect_end(0);
   EXPECT_TRUE(std::filesystem::exists(output_file()));
+}
+
+TEST_F(ProgramWindow, MaximisedWindowFillsTheScreenAndIsRestored) {
+  start({});
+  ASSERT_TRUE(display.wait_for_window(main_title));
+  const QString window = display.xdotool({"getactivewindow"});
+  const auto geometry = [&] { return display.xdotool({"getwindowgeometry", window}); };
+  const auto double_click_on_title = [&] {
+    static const QRegularExpression position("Position: (\\d+),(\\d+)");
+    const auto place = position.match(geometry());
+    // xdotool adds the frame twice.
+    display.xdotool({"mousemove", QString::number(place.captured(1).toInt() + 200),
+                     QString::number(place.captured(2).toInt() - 22), "click", "--repeat", "2",
+                     "--delay", "80", "1"});
+  };
+  // What would undo a change comes a moment later.
+  const auto expect_that_it_stays = [&](const auto& holds) {
+    for (int look = 0; look < 60; ++look) {
+      ASSERT_TRUE(holds()) << geometry().toStdString();
+    }
+  };
+  const auto is_maximised = [&] { return geometry().contains("Geometry: 1600x"); };
+  const QString designed = geometry();
+  double_click_on_title();
+  EXPECT_TRUE(wait_until(is_maximised)) << geometry().toStdString();
+  expect_that_it_stays(is_maximised);
+  double_click_on_title();
+  const auto is_restored = [&] { return geometry() == designed; };
+  EXPECT_TRUE(wait_until(is_restored)) << geometry().toStdString();
+  expect_that_it_stays(is_restored);
+  key("Escape");
+  expect_end(0);
 }
 
 TEST_F(ProgramWindow, CheckOfAnUnattendedStartWaitsForAClick) {

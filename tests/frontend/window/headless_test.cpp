@@ -24,6 +24,13 @@ TEST(HeadlessDialogs, MessagesArePrintedOneALine) {
   EXPECT_EQ(errors.str(), "ImportKCD: Unable to write Is a directory\n");
 }
 
+TEST(HeadlessDialogs, DetailsStandBehindTheMessageAndNoticesArePrintedToo) {
+  std::ostringstream errors;
+  HeadlessDialogs dialogs(errors);
+  dialogs.show_notice(nullptr, {MessageIcon::none, "T", "Not reached", "no such server"});
+  EXPECT_EQ(errors.str(), "T: Not reached (no such server)\n");
+}
+
 TEST(HeadlessDialogs, QuestionsAreAnsweredWithNo) {
   std::ostringstream errors;
   HeadlessDialogs dialogs(errors);

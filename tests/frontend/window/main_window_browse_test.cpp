@@ -1,5 +1,6 @@
 #include <QComboBox>
 #include <QLineEdit>
+#include <chrono>
 
 #include "tests/frontend/window/window_fixture.h"
 
@@ -125,6 +126,36 @@ TEST_F(BrowseButtons, OpeningTheDatabaseListConnectsAndFillsIt) {
   EXPECT_EQ(get<QComboBox>(cmbLanguage).count(), 0);
 }
 
+TEST_F(BrowseButtons, TheTypedLoginReachesTheLabelsServerWithItsTimeLimit) {
+  open();
+  fill(txtKCDFilename, "a.kci");
+  fill(txtServer, "labels");
+  fill(txtSQLUsername, "ann");
+  fill(txtSQLPassword, "secret");
+  get<QComboBox>(cmbDB).showPopup();
+  get<QComboBox>(cmbDB).hidePopup();
+  EXPECT_EQ(labels_login.server, "labels");
+  EXPECT_FALSE(labels_login.secure_login);
+  EXPECT_EQ(labels_login.user, "ann");
+  EXPECT_EQ(labels_login.password, "secret");
+  EXPECT_EQ(labels_login.timeouts.connecting, std::chrono::seconds(20));
+  click(optSecureLogin);
+  get<QComboBox>(cmbDB).showPopup();
+  get<QComboBox>(cmbDB).hidePopup();
+  EXPECT_TRUE(labels_login.secure_login);
+  EXPECT_EQ(labels_login.user, "");
+}
+
+TEST_F(BrowseButtons, TheListsOfLabelsAreFilledUnderTheWaitPointer) {
+  open();
+  fill(txtKCDFilename, "a.kci");
+  fill(txtServer, "labels");
+  get<QComboBox>(cmbDB).showPopup();
+  get<QComboBox>(cmbDB).hidePopup();
+  EXPECT_EQ(pointer_while_connecting, Qt::WaitCursor);
+  EXPECT_EQ(QApplication::overrideCursor(), nullptr);
+}
+
 TEST_F(BrowseButtons, OpeningTheLanguageListFillsItWithoutAChoice) {
   open();
   fill(txtKCDFilename, "a.kci");
@@ -145,8 +176,9 @@ TEST_F(BrowseButtons, LabelsServerThatCannotBeReachedIsReported) {
   fill(txtServer, "elsewhere");
   get<QComboBox>(cmbDB).showPopup();
   ASSERT_EQ(dialogs.boxes.size(), 1U);
-  EXPECT_EQ(dialogs.boxes[0], (MessageBox{MessageIcon::critical, "Retrieve SQLServer Databases",
-                                          "Error while connecting to : elsewhere"}));
+  EXPECT_EQ(dialogs.boxes[0],
+            (MessageBox{MessageIcon::critical, "Retrieve SQLServer Databases",
+                        "Error while connecting to : elsewhere", "no such server"}));
 }
 
 }  // namespace

@@ -102,6 +102,12 @@ TEST_F(WindowLayout, MinimisingChangesNoControl) {
   expect_nothing_moved();
 }
 
+TEST_F(WindowLayout, FitsOnALaptopScreenAtFiveQuarters) {
+  // 1366x768 at 125 % are 614 lines, less those of a panel and of the window's frame.
+  EXPECT_LE(window->height(), 614 - 40 - 30);
+  EXPECT_LE(window->width(), 1092);
+}
+
 std::string name_of(const QWidget& control) { return control.objectName().toStdString(); }
 
 /// The width without which a control's text would be cut.
@@ -136,18 +142,46 @@ void expect_tidy(const QWidget& window, const std::string& about) {
 
 TEST_F(WindowLayout, NothingIsClippedOrOverlapsWhateverTheFont) {
   const QFont usual = QApplication::font();
-  for (const int points : {7, 10, 14, 20}) {
+  for (const int points : {7, 10, 14, 20, 28, 32}) {
     QFont font = usual;
     font.setPointSize(points);
     QApplication::setFont(font);
     window.reset();
     open();
     const std::string about = std::to_string(points) + " points, ";
+    EXPECT_LE(window->width() * 15, 32767) << about << "the width must be recordable";
     expect_tidy(*window, about);
     resize_by(200, 100);
     expect_tidy(*window, about + "widened, ");
   }
   QApplication::setFont(usual);
+}
+
+using GreyedBoxes = WindowTest;
+
+TEST_F(GreyedBoxes, HaveTheBackgroundOfTheWindowAroundThem) {
+  open();
+  const auto background = [this](ControlName name) {
+    return get(name).palette().color(QPalette::Active, QPalette::Base);
+  };
+  const QPalette palette = QGuiApplication::palette();
+  EXPECT_EQ(background(txtOLAPDatabase), palette.color(QPalette::Active, QPalette::Window));
+  click(cbAltOLAPDatabase);
+  EXPECT_EQ(background(txtOLAPDatabase), palette.color(QPalette::Active, QPalette::Base));
+}
+
+TEST_F(GreyedBoxes, FollowAChangeOfTheColours) {
+  open();
+  const QPalette usual = QApplication::palette();
+  QPalette dark = usual;
+  dark.setColor(QPalette::All, QPalette::Window, QColor(10, 20, 30));
+  QApplication::setPalette(dark);
+  QCoreApplication::processEvents();
+  EXPECT_EQ(get(txtOLAPDatabase).palette().color(QPalette::Active, QPalette::Base),
+            QColor(10, 20, 30));
+  EXPECT_NE(get(txtKCDFilename).palette().color(QPalette::Active, QPalette::Base),
+            QColor(10, 20, 30));
+  QApplication::setPalette(usual);
 }
 
 }  // namespace

@@ -1,6 +1,10 @@
 #include <QComboBox>
+#include <QKeyEvent>
 #include <QLineEdit>
+#include <QListView>
 #include <QPushButton>
+#include <QScreen>
+#include <QScrollBar>
 #include <filesystem>
 
 #include "tests/frontend/window/window_fixture.h"
@@ -200,6 +204,9 @@ TEST_F(WindowRun, ClosingTheWindowDuringARunWaitsForItsEnd) {
   };
   click(cmdImport);
   EXPECT_TRUE(visible_during_run);
+  EXPECT_THAT(dialogs.notices,
+              ElementsAre(MessageBox{MessageIcon::none, "ImportKCD",
+                                     "The window closes when the run has ended."}));
   EXPECT_EQ(status_lines().back(), "Import succeeded");
   EXPECT_FALSE(window->isVisible());
   EXPECT_TRUE(unloaded);
@@ -216,6 +223,87 @@ TEST_F(WindowRun, SecondClickOnImportRunsWithinTheFirst) {
   EXPECT_EQ(servers_opened, 2);
   EXPECT_EQ(status_lines().back(), "Import succeeded");
   EXPECT_TRUE(window->isVisible());
+}
+
+TEST_F(WindowRun, DoubleClickOnImportIsOneClick) {
+  open_with_document();
+  during_run = [&] {
+    // As it comes from a desktop: the second press and its release, during the run.
+    during_run = nullptr;
+    QTest::mouseDClick(&get(cmdImport), Qt::LeftButton);
+    QTest::mouseRelease(&get(cmdImport), Qt::LeftButton);
+  };
+  QTest::mouseClick(&get(cmdImport), Qt::LeftButton);
+  EXPECT_EQ(servers_opened, 1);
+}
+
+TEST_F(WindowRun, ReturnThatIsHeldDownIsOneReturn) {
+  for (const ControlName where : {txtKCDFilename, cmdImport, cmdBrowseKCD}) {
+    open_with_document();
+    servers_opened = 0;
+    focus(where);
+    const auto repeat = [&] {
+      QKeyEvent held(QEvent::KeyPress, Qt::Key_Return, Qt::NoModifier, "\r", true);
+      QCoreApplication::sendEvent(QApplication::focusWidget(), &held);
+    };
+    during_run = repeat;
+    press(Qt::Key_Return);
+    repeat();
+    EXPECT_EQ(servers_opened, where == cmdBrowseKCD ? 0 : 1) << where;
+  }
+  EXPECT_EQ(dialogs.file_requests.size(), 1U);
+}
+
+TEST_F(WindowRun, PointerIsTheDefaultOneAfterAConversionThatFailed) {
+  open();
+  fill(txtKCDFilename, QString::fromStdString(folder.write("b.kci", "<database guid='{G}'/>")));
+  fill(txtOLAPServer, "memory:");
+  fill(txtServer, "labels");
+  fill(txtSQLUsername, "u");
+  get<QComboBox>(cmbDB).setEditText("labels");
+  get<QComboBox>(cmbLanguage).setEditText("Dutch");
+  folder.write("b.kci", "no document");
+  click(cmdImport);
+  EXPECT_EQ(status_lines().back(), "Error during checking and converting the KCI-file");
+  EXPECT_EQ(QApplication::overrideCursor(), nullptr);
+}
+
+TEST_F(WindowRun, ClosingUnhooksTheWindowAndClosesTheLabelsConnection) {
+  open();
+  fill(txtKCDFilename, "a.kci");
+  fill(txtServer, "labels");
+  get<QComboBox>(cmbDB).showPopup();
+  get<QComboBox>(cmbDB).hidePopup();
+  ASSERT_EQ(open_labels_connections, 1);
+  ASSERT_NE(window->minimumSize(), QSize(0, 0));
+  window->close();
+  EXPECT_EQ(open_labels_connections, 0);
+  EXPECT_EQ(window->minimumSize(), QSize(0, 0));
+  EXPECT_EQ(window->maximumSize(), QSize(QWIDGETSIZE_MAX, QWIDGETSIZE_MAX));
+}
+
+TEST_F(WindowRun, TheMaximumIsTheWindowsOwnScreen) {
+  open();
+  EXPECT_EQ(window->maximumSize(), window->screen()->size());
+}
+
+TEST_F(WindowRun, LinesThatWereAddedAreSeenWhenTheServerIsOpened) {
+  open_with_document();
+  QString seen;
+  during_run = [&] { seen = get<QListView>(lstStatus).currentIndex().data().toString(); };
+  click(cmdImport);
+  EXPECT_EQ(seen, "Opening DSO server on machine 'memory:'");
+  EXPECT_EQ(get<QListView>(lstStatus).currentIndex().data().toString(), "Import succeeded");
+}
+
+TEST_F(WindowRun, TheListScrollsAsFarAsItsLastLineIsWide) {
+  open_with_document();
+  fill(txtOLAPServer, QString(300, 'm'));
+  click(cmdImport);
+  const auto& list = get<QListView>(lstStatus);
+  const QString last = QString::fromStdString(status_lines().back());
+  EXPECT_EQ(list.horizontalScrollBar()->maximum(),
+            window->fontMetrics().horizontalAdvance("  " + last) - list.viewport()->width());
 }
 
 TEST_F(WindowRun, CloseButtonClosesAfterARun) {

@@ -3,13 +3,17 @@
 #include <gtest/gtest.h>
 
 #include <QApplication>
+#include <QDesktopServices>
+#include <QDir>
 #include <QFileDialog>
 #include <QLineEdit>
 #include <QListWidget>
 #include <QMessageBox>
+#include <QPointer>
 #include <QPushButton>
 #include <QTest>
 #include <QTimer>
+#include <QUrl>
 #include <functional>
 
 #include "base/import_error.h"
@@ -68,6 +72,98 @@ TEST_F(QtDialogsTest, MessageBoxShowsPlainTextAndOneButton) {
   EXPECT_EQ(pointer, Qt::ArrowCursor);
   EXPECT_EQ(QApplication::overrideCursor()->shape(), Qt::WaitCursor);
   QApplication::restoreOverrideCursor();
+}
+
+TEST_F(QtDialogsTest, BoxesHaveTheirIcons) {
+  for (const auto& [icon, shown] : {std::pair(MessageIcon::none, QMessageBox::NoIcon),
+                                    std::pair(MessageIcon::exclamation, QMessageBox::Warning),
+                                    std::pair(MessageIcon::critical, QMessageBox::Critical)}) {
+    QMessageBox::Icon seen = QMessageBox::Question;
+    in_dialog([&](QWidget& dialog) {
+      seen = dynamic_cast<QMessageBox&>(dialog).icon();
+      dialog.close();
+    });
+    dialogs.show_message(nullptr, {icon, "T", "x"});
+    EXPECT_EQ(seen, shown);
+  }
+}
+
+TEST_F(QtDialogsTest, DetailIsShownOnDemand) {
+  QString detail;
+  in_dialog([&](QWidget& dialog) {
+    detail = dynamic_cast<QMessageBox&>(dialog).detailedText();
+    dialog.close();
+  });
+  dialogs.show_message(nullptr, {MessageIcon::critical, "T", "x", "no such\r\nserver"});
+  EXPECT_EQ(detail, "no such\nserver");
+}
+
+TEST_F(QtDialogsTest, NoticeWaitsForNobodyAndEndsWithItsOwner) {
+  QPointer<QMessageBox> box;
+  {
+    QWidget owner;
+    dialogs.show_notice(&owner, {MessageIcon::none, "T", "<b>x"});
+    box = owner.findChild<QMessageBox*>();
+    ASSERT_NE(box, nullptr);
+    EXPECT_TRUE(box->isVisible());
+    EXPECT_FALSE(box->isModal());
+    EXPECT_EQ(box->text(), "<b>x");
+    EXPECT_EQ(box->textFormat(), Qt::PlainText);
+    box->close();
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    EXPECT_EQ(box, nullptr) << "a closed notice is gone";
+    dialogs.show_notice(&owner, {MessageIcon::none, "T", "x"});
+    box = owner.findChild<QMessageBox*>();
+    ASSERT_NE(box, nullptr);
+  }
+  EXPECT_EQ(box, nullptr);
+}
+
+TEST_F(QtDialogsTest, FileDialogLeavesNoHistory) {
+  const TemporaryFolder folder;
+  const QString file = QString::fromStdString(folder.write("a.kcd", ""));
+  in_dialog([&](QWidget& dialog) {
+    dialog.findChild<QLineEdit*>("fileNameEdit")->setText(file);
+    QTest::keyClick(dialog.findChild<QLineEdit*>("fileNameEdit"), Qt::Key_Return);
+  });
+  EXPECT_EQ(dialogs.open_file(nullptr, {.title = "T",
+                                        .filter = "Text (*.kcd)|*.kcd",
+                                        .default_suffix = "kcd",
+                                        .must_exist = true,
+                                        .start = folder.file("b.kcd")}),
+            file.toStdString());
+  const QString settings = qEnvironmentVariable("XDG_CONFIG_HOME");
+  ASSERT_FALSE(settings.isEmpty());
+  EXPECT_FALSE(QFile::exists(settings + "/QtProject.conf"));
+}
+
+TEST_F(QtDialogsTest, ComputerBrowserGivesTheTypedName) {
+  in_dialog([](QWidget& dialog) {
+    EXPECT_EQ(dialog.windowTitle(), "Search your OLAP Server...");
+    dialog.findChild<QLineEdit*>("txtComputer")->setText("SRV");
+    dialog.findChild<QPushButton*>("cmdOk")->click();
+  });
+  EXPECT_EQ(dialogs.browse_for_computer(nullptr, "Search your OLAP Server..."), "SRV");
+}
+
+/// Takes the place of the desktop's viewer.
+class Viewer : public QObject {
+  Q_OBJECT
+ public:
+  Viewer() { QDesktopServices::setUrlHandler("file", this, "view"); }
+  Viewer(const Viewer&) = delete;
+  Viewer& operator=(const Viewer&) = delete;
+  ~Viewer() override { QDesktopServices::unsetUrlHandler("file"); }
+  QList<QUrl> viewed;
+ public Q_SLOTS:
+  void view(const QUrl& url) { viewed.append(url); }
+};
+
+TEST_F(QtDialogsTest, ViewerGetsAnAbsoluteName) {
+  Viewer viewer;
+  dialogs.start_viewer("out put.txt");
+  EXPECT_EQ(viewer.viewed,
+            QList<QUrl>{QUrl::fromLocalFile(QDir::current().filePath("out put.txt"))});
 }
 
 TEST_F(QtDialogsTest, QuestionIsAnsweredWithNoByReturnAndEscape) {
@@ -134,3 +230,5 @@ TEST(QtNameFilter, PatternsStandInParentheses) {
 
 }  // namespace
 }  // namespace importkcd::testing
+
+#include "qt_dialogs_test.moc"

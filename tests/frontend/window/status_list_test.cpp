@@ -2,12 +2,21 @@
 
 #include <gtest/gtest.h>
 
+#include <QAction>
+#include <QApplication>
+#include <QClipboard>
+#include <QContextMenuEvent>
+#include <QHelpEvent>
+#include <QMenu>
 #include <QPainter>
 #include <QScrollBar>
 #include <QStyledItemDelegate>
 #include <QTest>
+#include <QToolTip>
 
 #include "frontend/window/status_list_painting.h"
+#include "frontend/window/window_controls.h"
+#include "tests/frontend/window/window_fixture.h"
 
 namespace importkcd::testing {
 namespace {
@@ -23,6 +32,24 @@ class StatusListTest : public ::testing::Test {
     for (int line = 0; line < count; ++line) {
       list.add_line(QString::number(line));
     }
+    list.show_added_lines();
+  }
+  QStringList selected() {
+    QStringList texts;
+    for (const QModelIndex& index : list.selectionModel()->selectedRows()) {
+      texts.append(index.data().toString());
+    }
+    texts.sort();
+    return texts;
+  }
+  QPoint middle_of(int row) {
+    return list.visualRect(list.model()->index(row, 0))
+        .intersected(list.viewport()->rect())
+        .center();
+  }
+  void show_tool_tip_of(int row) {
+    QHelpEvent event(QEvent::ToolTip, middle_of(row), list.viewport()->mapToGlobal(middle_of(row)));
+    QCoreApplication::sendEvent(list.viewport(), &event);
   }
   int current() { return list.currentIndex().row(); }
 
@@ -68,11 +95,96 @@ TEST_F(StatusListTest, EmptyListTakesKeysAndClicks) {
 TEST_F(StatusListTest, ScrollsToTheRightAsFarAsItsExtent) {
   add(1);
   list.set_horizontal_extent(150);
+  list.show_added_lines();
   EXPECT_EQ(list.horizontalScrollBar()->maximum(), 0);
   list.set_horizontal_extent(500);
+  list.show_added_lines();
   EXPECT_EQ(list.horizontalScrollBar()->maximum(), 500 - list.viewport()->width());
   QTest::keyClick(&list, Qt::Key_Right);
   EXPECT_GT(list.horizontalScrollBar()->value(), 0);
+}
+
+TEST_F(StatusListTest, AddedLinesWaitForBeingShown) {
+  add(50);
+  list.add_line("later");
+  EXPECT_EQ(list.model()->rowCount(), 51);
+  EXPECT_EQ(current(), 49);
+  list.show_added_lines();
+  EXPECT_EQ(selected(), QStringList{"later"});
+}
+
+TEST_F(StatusListTest, ShowingNothingNewLeavesTheSelectionAlone) {
+  add(3);
+  list.setCurrentIndex(list.model()->index(0, 0));
+  list.show_added_lines();
+  EXPECT_EQ(current(), 0);
+}
+
+TEST_F(StatusListTest, ShiftSelectsSeveralLinesByKeysAndMouse) {
+  add(4);
+  QTest::keyClick(&list, Qt::Key_Up, Qt::ShiftModifier);
+  QTest::keyClick(&list, Qt::Key_Up, Qt::ShiftModifier);
+  EXPECT_EQ(selected(), (QStringList{"1", "2", "3"}));
+  QTest::mouseClick(list.viewport(), Qt::LeftButton, Qt::NoModifier, middle_of(0));
+  EXPECT_EQ(selected(), QStringList{"0"});
+  QTest::mouseClick(list.viewport(), Qt::LeftButton, Qt::ShiftModifier, middle_of(2));
+  EXPECT_EQ(selected(), (QStringList{"0", "1", "2"}));
+}
+
+TEST_F(StatusListTest, ALineThatComesWhileAKeyIsHeldDownIsSelectedAlone) {
+  add(2);
+  QTest::keyPress(&list, Qt::Key_Control, Qt::ControlModifier);
+  add(1);
+  QTest::keyRelease(&list, Qt::Key_Control);
+  EXPECT_EQ(list.selectionModel()->selectedRows().size(), 1);
+  EXPECT_EQ(current(), 2);
+}
+
+TEST_F(StatusListTest, CopiesTheSelectedLinesInTheirOrder) {
+  add(4);
+  QTest::mouseClick(list.viewport(), Qt::LeftButton, Qt::NoModifier, middle_of(3));
+  QTest::mouseClick(list.viewport(), Qt::LeftButton, Qt::ControlModifier, middle_of(1));
+  QTest::mouseClick(list.viewport(), Qt::LeftButton, Qt::ControlModifier, middle_of(0));
+  QTest::keyClick(&list, Qt::Key_C, Qt::ControlModifier);
+  EXPECT_EQ(QGuiApplication::clipboard()->text(), "0\n1\n3");
+}
+
+TEST_F(StatusListTest, SelectAllIsForCopying) {
+  add(3);
+  QTest::keyClick(&list, Qt::Key_A, Qt::ControlModifier);
+  QTest::keyClick(&list, Qt::Key_C, Qt::ControlModifier);
+  EXPECT_EQ(QGuiApplication::clipboard()->text(), "0\n1\n2");
+}
+
+TEST_F(StatusListTest, ContextMenuSelectsAllAndCopiesWhileOthersGoOn) {
+  add(2);
+  for (const char* command : {"Select &All", "&Copy"}) {
+    QContextMenuEvent event(QContextMenuEvent::Keyboard, middle_of(1),
+                            list.viewport()->mapToGlobal(middle_of(1)));
+    QCoreApplication::sendEvent(list.viewport(), &event);
+    auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
+    ASSERT_NE(menu, nullptr);
+    for (QAction* action : menu->actions()) {
+      if (action->text() == command) {
+        action->trigger();
+      }
+    }
+    menu->close();
+  }
+  EXPECT_EQ(QGuiApplication::clipboard()->text(), "0\n1");
+}
+
+TEST_F(StatusListTest, ToolTipShowsTheWholeOfALineThatIsCutOff) {
+  list.add_line("short");
+  const QString whole = "<b>" + QString(80, 'x');
+  list.add_line(whole);
+  list.show_added_lines();
+  show_tool_tip_of(0);
+  EXPECT_EQ(QToolTip::text(), "");
+  show_tool_tip_of(1);
+  EXPECT_EQ(QToolTip::text(), plain_tool_tip(whole));
+  EXPECT_TRUE(QToolTip::text().contains("&lt;b&gt;"));
+  QToolTip::hideText();
 }
 
 TEST_F(StatusListTest, PaintsTheLinesThatAreSeen) {
@@ -118,6 +230,7 @@ TEST(StatusListLook, LinesLookLikeItems) {
         "Creating cube 'Sales'"}) {
     list.add_line(QString::fromUtf8(line));
   }
+  list.show_added_lines();
   list.show();
   static_cast<void>(QTest::qWaitForWindowActive(&list, 20000));
   EXPECT_EQ(list.painted(), list.painted_as_items());
@@ -125,6 +238,7 @@ TEST(StatusListLook, LinesLookLikeItems) {
   ASSERT_TRUE(list.hasFocus());
   EXPECT_EQ(list.painted(), list.painted_as_items()) << "with the focus";
   list.set_horizontal_extent(500);
+  list.show_added_lines();
   list.horizontalScrollBar()->setValue(50);
   EXPECT_EQ(list.painted(), list.painted_as_items()) << "scrolled to the right";
   list.setLayoutDirection(Qt::RightToLeft);
@@ -132,17 +246,6 @@ TEST(StatusListLook, LinesLookLikeItems) {
   list.setEnabled(false);
   EXPECT_EQ(list.painted(), list.painted_as_items()) << "disabled";
 }
-
-/// Counts how often a widget is painted.
-class Paintings : public QObject {
- public:
-  explicit Paintings(QWidget& widget) { widget.installEventFilter(this); }
-  bool eventFilter(QObject* /*watched*/, QEvent* event) override {
-    count += event->type() == QEvent::Paint ? 1 : 0;
-    return false;
-  }
-  int count = 0;
-};
 
 TEST(SteadyScrollBar, IsPaintedOnlyWhenItsSliderMoves) {
   SteadyScrollBar bar(Qt::Vertical, nullptr);

@@ -1,6 +1,7 @@
 #include "tests/frontend/window/window_fixture.h"
 
 #include <QAbstractButton>
+#include <QCursor>
 #include <QListView>
 #include <QStyle>
 #include <QStyleOptionButton>
@@ -24,10 +25,13 @@ WindowTest::WindowTest() {
   };
   services.open_labels = [this](const LabelsLogin& login) -> std::unique_ptr<LabelsConnection> {
     ++labels_connections;
+    labels_login = login;
+    const QCursor* pointer = QApplication::overrideCursor();
+    pointer_while_connecting = pointer == nullptr ? Qt::ArrowCursor : pointer->shape();
     if (login.server != "labels") {
       throw ImportError("no such server", error_source::labels_database);
     }
-    return std::make_unique<StubLabels>();
+    return std::make_unique<StubLabels>(open_labels_connections);
   };
   services.computer_name = "HERE";
   services.time_stamp = [] { return std::string("NOW"); };

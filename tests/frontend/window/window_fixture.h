@@ -29,6 +29,7 @@ class AnsweringDialogs : public Dialogs {
       on_message();
     }
   }
+  void show_notice(QWidget* /*owner*/, const MessageBox& box) override { notices.push_back(box); }
   bool ask_yes_no(QWidget* /*owner*/, const MessageBox& box) override {
     questions.push_back(box);
     return yes;
@@ -55,6 +56,7 @@ class AnsweringDialogs : public Dialogs {
   std::function<void()> on_message;
 
   std::vector<MessageBox> boxes;
+  std::vector<MessageBox> notices;
   std::vector<MessageBox> questions;
   std::vector<OpenFileRequest> file_requests;
   std::vector<std::string> computer_titles;
@@ -83,6 +85,13 @@ class StubLabels : public LabelsConnection {
     std::size_t row_ = 0;
   };
 
+  explicit StubLabels(int& open_connections) : open_connections_(open_connections) {
+    ++open_connections_;
+  }
+  StubLabels(const StubLabels&) = delete;
+  StubLabels& operator=(const StubLabels&) = delete;
+  ~StubLabels() override { --open_connections_; }
+
   std::vector<std::string> catalogs() override { return {"labels", "master"}; }
   void use_database(const std::string& /*name*/) override {}
   std::unique_ptr<LabelRows> execute(const std::string& statement) override {
@@ -94,6 +103,20 @@ class StubLabels : public LabelsConnection {
     }
     return std::make_unique<Rows>(Table{{"Dutch"}, {"English"}});
   }
+
+ private:
+  int& open_connections_;
+};
+
+/// Counts how often a widget is painted.
+class Paintings : public QObject {
+ public:
+  explicit Paintings(QWidget& widget) { widget.installEventFilter(this); }
+  bool eventFilter(QObject* /*watched*/, QEvent* event) override {
+    count += event->type() == QEvent::Paint ? 1 : 0;
+    return false;
+  }
+  int count = 0;
 };
 
 /// A fresh main window over an in-memory server and a folder of its own. Controls are found by
@@ -153,6 +176,10 @@ class WindowTest : public ::testing::Test {
   std::function<void()> during_run;
   int servers_opened = 0;
   int labels_connections = 0;
+  int open_labels_connections = 0;
+  /// What the last connection to a labels server was asked for, and the pointer meanwhile.
+  LabelsLogin labels_login;
+  std::optional<Qt::CursorShape> pointer_while_connecting;
 };
 
 }  // namespace importkcd::testing

@@ -15,6 +15,7 @@ int main(int argument_count, char** arguments) {
   qputenv("QT_QPA_PLATFORM", QByteArray("offscreen:configfile=") + screen.c_str());
   qputenv("XDG_RUNTIME_DIR", folder.path().c_str());
   qputenv("XDG_DATA_HOME", folder.path().c_str());
+  qputenv("XDG_CONFIG_HOME", folder.path().c_str());
   ::testing::InitGoogleTest(&argument_count, arguments);
   const QApplication application(argument_count, arguments);
   QApplication::setQuitOnLastWindowClosed(false);

@@ -78,6 +78,16 @@ class BrowseForComputerTest : public ::testing::Test {
   Search hosts_{{"alpha"}};
 };
 
+TEST_F(BrowseForComputerTest, TheFirstArrowKeySelectsAndFillsTheName) {
+  EXPECT_EQ(browse([](QDialog& dialog) {
+              EXPECT_TRUE(QTest::qWaitFor([&] { return list(dialog).hasFocus(); }));
+              EXPECT_FALSE(list(dialog).currentIndex().isValid()) << "no row looks chosen";
+              QTest::keyClick(&list(dialog), Qt::Key_Down);
+              QTest::keyClick(&list(dialog), Qt::Key_Return);
+            }),
+            "alpha");
+}
+
 TEST_F(BrowseForComputerTest, TheDialogHasTheTitleAndListsWhatTheSourcesFind) {
   browse([&](QDialog& dialog) {
     EXPECT_EQ(dialog.windowTitle(), "Select your Server...");

@@ -41,7 +41,28 @@ TEST(LimitResizing, TheOuterSizeDoesNotGoAboveTheMaximum) {
   LimitResizing limits;
   limits.hook(window, designed, screen);
   window.resize(5000, 5000);
-  EXPECT_EQ(window.outer(), screen);
+  EXPECT_TRUE(QTest::qWaitFor([&] { return window.outer() == screen; }));
+}
+
+TEST(LimitResizing, TheDesktopIsToldTheMaximumWithoutTheFrameTakenOff) {
+  ShownWindow window;
+  LimitResizing limits;
+  limits.hook(window, designed, screen);
+  EXPECT_EQ(window.maximumSize(), screen);
+}
+
+TEST(LimitResizing, AMaximisedWindowIsLeftAloneUntilItIsRestored) {
+  ShownWindow window;
+  window.showMaximized();
+  ASSERT_TRUE(QTest::qWaitFor([&] { return window.isMaximized() && window.width() > 720; }));
+  const QSize maximised = window.size();
+  LimitResizing limits;
+  limits.hook(window, {300, 200}, {720, 520});
+  QTest::qWait(300);
+  EXPECT_EQ(window.size(), maximised);
+  EXPECT_EQ(window.maximumSize(), QSize(QWIDGETSIZE_MAX, QWIDGETSIZE_MAX));
+  window.showNormal();
+  EXPECT_TRUE(QTest::qWaitFor([&] { return window.maximumSize() == QSize(720, 520); }));
 }
 
 TEST(LimitResizing, SizesBetweenTheLimitsAreLeftAlone) {

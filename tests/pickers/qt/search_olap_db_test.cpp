@@ -121,6 +121,30 @@ TEST_F(SearchOlapDb, KeysChooseConfirmAndCancel) {
   EXPECT_EQ(picker_.SelectedOLAPDB(), "");
 }
 
+TEST_F(SearchOlapDb, TheFirstArrowKeySelects) {
+  EXPECT_TRUE(show([](QDialog& dialog) {
+    EXPECT_TRUE(QTest::qWaitFor([&] { return list(dialog).hasFocus(); }));
+    EXPECT_FALSE(list(dialog).currentIndex().isValid()) << "no row looks chosen";
+    QTest::keyClick(&list(dialog), Qt::Key_Down);
+    QTest::keyClick(&list(dialog), Qt::Key_Return);
+  }));
+  EXPECT_EQ(picker_.SelectedOLAPDB(), "Sales");
+  EXPECT_TRUE(show([](QDialog& dialog) {
+    QTest::keyClick(&list(dialog), Qt::Key_Up);
+    QTest::keyClick(&list(dialog), Qt::Key_Return);
+  }));
+  EXPECT_EQ(picker_.SelectedOLAPDB(), "Abc");
+}
+
+TEST_F(SearchOlapDb, FurtherArrowKeysMoveTheSelection) {
+  EXPECT_TRUE(show([](QDialog& dialog) {
+    QTest::keyClick(&list(dialog), Qt::Key_Down);
+    QTest::keyClick(&list(dialog), Qt::Key_Down);
+    QTest::keyClick(&list(dialog), Qt::Key_Return);
+  }));
+  EXPECT_EQ(picker_.SelectedOLAPDB(), "Zoo");
+}
+
 TEST_F(SearchOlapDb, ClosingTheWindowCancels) {
   EXPECT_FALSE(show([](QDialog& dialog) { dialog.close(); }));
 }

@@ -104,6 +104,17 @@ std::vector<std::string> argument_list(const CLI::App& program, int count,
   return result;
 }
 
+std::string read_everything(std::istream& in) { return read_all({"-", "a document"}, in); }
+
+std::string listed(const std::vector<std::string>& names) {
+  std::string list;
+  for (const auto& name : names) {
+    list += list.empty() ? "" : ", ";
+    list += "'" + name + "'";
+  }
+  return list;
+}
+
 bool is_kci_file(std::string_view file) {
   constexpr std::string_view extension = ".kci";
   return file.size() >= extension.size() &&

@@ -19,8 +19,14 @@ namespace importkcd {
 std::vector<std::string> argument_list(const CLI::App& program, int count,
                                        const char* const* arguments);
 
+/// Names for a message: 'A', 'B'.
+std::string listed(const std::vector<std::string>& names);
+
 /// Whether a file's name ends in ".kci", in any letter case: its texts are label references.
 bool is_kci_file(std::string_view file);
+
+/// All that `in`, standard input, holds. Throws ImportError when it cannot be read.
+std::string read_everything(std::istream& in);
 
 /// The connection string that a file holds as its one line, without the line end; "-" names `in`.
 /// White space may follow it. Throws ImportError, whose description names the file, when it cannot

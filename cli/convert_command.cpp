@@ -73,8 +73,7 @@ void require_text(const char* option, const std::string& text) {
 }  // namespace
 
 ConvertCommand::ConvertCommand(CLI::App& program)
-    : command_(program.add_subcommand(
-          "convert", "Turn a label-reference file into a document in one language")) {
+    : Command(program, "convert", "Turn a label-reference file into a document in one language") {
   add_options();
   command_->parse_complete_callback([this] { check_combinations(); });
 }
@@ -119,8 +118,6 @@ void ConvertCommand::check_combinations() const {
   require_text("--labels-database", labels_database_);
   require_text("--language", language_);
 }
-
-bool ConvertCommand::chosen() const { return command_->parsed(); }
 
 std::string ConvertCommand::password(const CommandEnvironment& environment) const {
   if (command_->count("--password-file") > 0) {

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "base/files.h"
+#include "base/import_error.h"
 #include "base/removed_by_signals.h"
 
 namespace importkcd {
@@ -24,6 +25,8 @@ struct PreparedDocument {
   bool usable = true;
   /// Lives as long as a signal that ends the process takes the copy with it.
   RemovedBySignals guard{};
+  /// What an error comes from: the document, or a disk.
+  FailureCause cause = FailureCause::server;
 };
 
 /// Copies a document line by line into a fresh file of the temporary folder, which only its owner

@@ -161,7 +161,7 @@ PreparedDocument ImportOLAPDBFromKCDDoc::prepare_temporary_copy() {
     auto prepared = PrepareDocument(kcd_document_file_name, pattern);
     succeeded = prepared.usable;
     last_error = prepared.error;
-    cause = prepared.cause;
+    cause = prepared.usable ? FailureCause::refused : prepared.cause;
     return prepared;
   } catch (const std::exception& error) {
     fail("Error in reading document " + kcd_document_file_name + " " + error.what());

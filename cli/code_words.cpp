@@ -47,25 +47,13 @@ std::string word_for(OlapAggregateFunction function) {
 }
 
 std::string word_for(OlapDimensionKind kind) {
-  switch (kind) {
-    case OlapDimensionKind::shared:
-      return "shared";
-    case OlapDimensionKind::is_private:
-      return "private";
-    case OlapDimensionKind::is_virtual:
-      return "virtual";
-  }
-  return code_text(kind);
+  const auto word = dimension_kind_word(kind);
+  return word ? std::string(*word) : code_text(kind);
 }
 
 std::string word_for(OlapCubeKind kind) {
-  switch (kind) {
-    case OlapCubeKind::regular:
-      return "regular";
-    case OlapCubeKind::is_virtual:
-      return "virtual";
-  }
-  return code_text(kind);
+  const auto word = cube_kind_word(kind);
+  return word ? std::string(*word) : code_text(kind);
 }
 
 }  // namespace importkcd

@@ -55,6 +55,17 @@ constexpr auto aggregate_functions = std::to_array<Entry<OlapAggregateFunction>>
     {"max", OlapAggregateFunction::max},
 });
 
+constexpr auto dimension_kinds = std::to_array<Entry<OlapDimensionKind>>({
+    {"shared", OlapDimensionKind::shared},
+    {"private", OlapDimensionKind::is_private},
+    {"virtual", OlapDimensionKind::is_virtual},
+});
+
+constexpr auto cube_kinds = std::to_array<Entry<OlapCubeKind>>({
+    {"regular", OlapCubeKind::regular},
+    {"virtual", OlapCubeKind::is_virtual},
+});
+
 /// The code of a word, compared exactly; the first code for a word that is not there.
 template <class Vocabulary>
 auto exact_code(const Vocabulary& vocabulary, std::string_view word) {
@@ -72,6 +83,14 @@ auto code(const Vocabulary& vocabulary, Word word) {
   return exact_code(vocabulary, lower_cased(word.value_or("")));
 }
 
+/// The last word of a code is the usual one.
+template <class Vocabulary, class Code>
+Word word(const Vocabulary& vocabulary, Code code) {
+  const auto found = std::find_if(vocabulary.rbegin(), vocabulary.rend(),
+                                  [code](const auto& entry) { return entry.code == code; });
+  return found == vocabulary.rend() ? std::nullopt : Word(found->word);
+}
+
 }  // namespace
 
 OlapDimensionType dimension_type(Word word) { return code(dimension_types, word); }
@@ -82,12 +101,17 @@ OlapOrdering level_ordering(Word word) { return code(orderings, word); }
 
 OlapAggregateFunction aggregate_function(Word word) { return code(aggregate_functions, word); }
 
+Word dimension_type_word(OlapDimensionType type) { return word(dimension_types, type); }
+
+Word level_type_word(OlapLevelType type) { return word(level_types, type); }
+
+Word level_ordering_word(OlapOrdering ordering) { return word(orderings, ordering); }
+
 Word aggregate_function_word(OlapAggregateFunction function) {
-  const auto* const found =
-      std::find_if(aggregate_functions.begin(), aggregate_functions.end(),
-                   [function](const auto& entry) { return entry.code == function; });
-  return found == aggregate_functions.end() ? std::nullopt : Word(found->word);
+  return word(aggregate_functions, function);
 }
+
+Word olap_mode_word(OlapMode mode) { return word(olap_modes, mode); }
 
 OlapMode olap_mode(Word word) { return exact_code(olap_modes, word.value_or("")); }
 
@@ -99,5 +123,9 @@ bool boolean(Word word, bool default_value) {
   }
   return word && same_name(*word, "false") ? false : default_value;
 }
+
+Word dimension_kind_word(OlapDimensionKind kind) { return word(dimension_kinds, kind); }
+
+Word cube_kind_word(OlapCubeKind kind) { return word(cube_kinds, kind); }
 
 }  // namespace importkcd

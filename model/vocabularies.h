@@ -17,8 +17,13 @@ OlapLevelType level_type(Word word);
 OlapOrdering level_ordering(Word word);
 OlapAggregateFunction aggregate_function(Word word);
 
-/// The word of a code; nothing for a code that the vocabulary does not have.
+/// The word of a code, the usual one where it has several; nothing for a code that the vocabulary
+/// does not have.
+Word dimension_type_word(OlapDimensionType type);
+Word level_type_word(OlapLevelType type);
+Word level_ordering_word(OlapOrdering ordering);
 Word aggregate_function_word(OlapAggregateFunction function);
+Word olap_mode_word(OlapMode mode);
 
 /// Compared exactly, letter case and all.
 OlapMode olap_mode(Word word);
@@ -28,5 +33,9 @@ bool boolean(Word word);
 
 /// "true" is true, "false" is false, everything else the default.
 bool boolean(Word word, bool default_value);
+
+/// "shared", "private" or "virtual"; "regular" or "virtual": words of no document, for people.
+Word dimension_kind_word(OlapDimensionKind kind);
+Word cube_kind_word(OlapCubeKind kind);
 
 }  // namespace importkcd

@@ -13,7 +13,7 @@
 #include <type_traits>
 #include <vector>
 
-#include "servers/catalogue/catalogue_rows.h"
+#include "model/definition_fields.h"
 
 namespace importkcd {
 

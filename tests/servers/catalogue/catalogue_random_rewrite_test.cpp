@@ -7,7 +7,7 @@
 #include <type_traits>
 #include <vector>
 
-#include "servers/catalogue/catalogue_rows.h"
+#include "model/definition_fields.h"
 #include "tests/servers/catalogue/catalogue_test_support.h"
 #include "tests/support/temporary_folder.h"
 

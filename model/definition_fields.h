@@ -8,13 +8,14 @@
 
 namespace importkcd {
 
-/// A definition to be stored (const) or to be filled from a row.
+/// A definition to be looked at (const) or to be filled.
 template <class Row, class Definition>
 concept RowOf = std::same_as<std::remove_const_t<Row>, Definition>;
 
-/// Calls `field(column, value)` for every column of a definition's row, in one fixed order. This is
-/// the only list of a definition's fields here: the text of statements, the binding of values and
-/// the reading of rows are all made from it. Collections are no fields; they have their own tables.
+/// Calls `field(name, value)` for every field of a definition, in one fixed order; the names are
+/// words of cube definition documents where those have one. This is the only list of a definition's
+/// fields: what a catalogue stores and what a comparison tells are made from it. Collections are no
+/// fields; see visit_parts().
 template <class Field>
 void visit_fields(RowOf<OlapProperty> auto& property, Field&& field) {
   field("name", property.name);
@@ -129,6 +130,57 @@ void visit_fields(RowOf<OlapCube> auto& cube, Field&& field) {
   field("join_clause", cube.join_clause);
   field("olap_mode", cube.olap_mode);
   field("estimated_rows", cube.estimated_rows);
+}
+
+template <class Row>
+concept RowWithoutParts =
+    RowOf<Row, OlapProperty> || RowOf<Row, OlapDataSource> || RowOf<Row, OlapMemberProperty> ||
+    RowOf<Row, OlapMeasure> || RowOf<Row, OlapCalculatedMember> || RowOf<Row, OlapPartitionLevel>;
+
+/// Calls `part(kind, collection)` for every collection of a definition, in one fixed order; `kind`
+/// names one of its parts ("level").
+template <class Part>
+void visit_parts(RowWithoutParts auto& /*definition*/, Part&& /*part*/) {}
+
+template <class Part>
+void visit_parts(RowOf<OlapLevel> auto& level, Part&& part) {
+  part("member property", level.member_properties);
+}
+
+template <class Part>
+void visit_parts(RowOf<OlapDimension> auto& dimension, Part&& part) {
+  part("custom property", dimension.custom_properties);
+  part("level", dimension.levels);
+}
+
+template <class Part>
+void visit_parts(RowOf<OlapCubeDimension> auto& dimension, Part&& part) {
+  part("level", dimension.levels);
+}
+
+template <class Part>
+void visit_parts(RowOf<OlapRole> auto& role, Part&& part) {
+  part("permission", role.permissions);
+}
+
+template <class Part>
+void visit_parts(RowOf<OlapPartitionDimension> auto& dimension, Part&& part) {
+  part("level", dimension.levels);
+}
+
+template <class Part>
+void visit_parts(RowOf<OlapPartition> auto& partition, Part&& part) {
+  part("dimension", partition.slices);
+}
+
+template <class Part>
+void visit_parts(RowOf<OlapCube> auto& cube, Part&& part) {
+  part("custom property", cube.custom_properties);
+  part("dimension", cube.dimensions);
+  part("measure", cube.measures);
+  part("calculated member", cube.calculated_members);
+  part("role", cube.roles);
+  part("partition", cube.partitions);
 }
 
 }  // namespace importkcd

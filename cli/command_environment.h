@@ -8,6 +8,7 @@
 
 #include "model/olap_server.h"
 #include "servers/olap_store.h"
+#include "servers/rehearsal_store.h"
 
 namespace importkcd {
 
@@ -19,12 +20,15 @@ constexpr int failure = 1;
 constexpr int usage = 2;
 /// A question was answered, but some of its cells could not be computed.
 constexpr int cell_errors = 3;
+/// Of `kcd plan`: the import would change what is stored.
+constexpr int changes_planned = 10;
 }  // namespace exit_status
 
 /// What the subcommands meet outside of the program. The streams outlive it.
 struct CommandEnvironment {
   OlapServerFactory open_for_change;
   OlapServerFactory open_for_looking;
+  RehearsalFactory open_for_rehearsal;
   /// Those of the server that `machine` means; see server_choice.h.
   std::function<std::vector<KeptCopy>(std::string_view machine)> kept_copies;
   std::function<RestoredDatabase(std::string_view machine, const std::string& database)>

@@ -5,10 +5,8 @@
 #include <ostream>
 #include <string_view>
 
-#include "base/import_error.h"
 #include "base/text.h"
 #include "cli/arguments.h"
-#include "importer/import_olapdb_from_kcd_doc.h"
 
 namespace importkcd {
 namespace {
@@ -16,6 +14,7 @@ namespace {
 constexpr const char* incremental_mode = "incremental";
 constexpr const char* replace_mode = "replace";
 constexpr const char* update_mode = "update";
+constexpr const char* sync_mode = "sync";
 
 constexpr const char* discard = "discard";
 constexpr const char* keep = "keep";
@@ -46,18 +45,14 @@ std::int32_t type_of_mode(std::string_view mode) {
 
 }  // namespace
 
-ImportCommand::ImportCommand(CLI::App& program)
-    : command_(program.add_subcommand("import",
-                                      "Import a cube definition document into an OLAP server")),
-      server_("localhost"),
-      mode_(incremental_mode),
-      on_error_(discard) {
+ImportArguments::ImportArguments(CLI::App& command)
+    : command_(&command), server_("localhost"), mode_(incremental_mode), on_error_(discard) {
   add_options();
   add_flags();
   command_->parse_complete_callback([this] { check_combinations(); });
 }
 
-void ImportCommand::add_options() {
+void ImportArguments::add_options() {
   auto& command = *command_;
   command.add_option("FILE", document_, "The document (.kcd)")->required()->type_name("");
   command
@@ -66,13 +61,7 @@ void ImportCommand::add_options() {
                   "or memory:")
       ->type_name("SERVER")
       ->capture_default_str();
-  command
-      .add_option("--mode", mode_,
-                  "What happens to objects that exist: they are skipped (incremental), their "
-                  "database is deleted first (replace), or they are rewritten (update)")
-      ->type_name("MODE")
-      ->check(CLI::IsMember({incremental_mode, replace_mode, update_mode}))
-      ->capture_default_str();
+  add_mode_options();
   command
       .add_option(
           "--on-error", on_error_,
@@ -104,7 +93,7 @@ void ImportCommand::add_options() {
   to_file->type_name("FILE|-")->needs(from)->excludes(to);
 }
 
-void ImportCommand::add_flags() {
+void ImportArguments::add_flags() {
   auto& command = *command_;
   auto* without =
       command.add_flag("--no-partitions", no_partitions_, "Leave the cubes' partitions alone");
@@ -123,62 +112,112 @@ void ImportCommand::add_flags() {
       ->disable_flag_override();
 }
 
-void ImportCommand::check_combinations() const {
+void ImportArguments::add_mode_options() {
+  auto& command = *command_;
+  command
+      .add_option("--mode", mode_,
+                  "What happens to objects that exist: they are skipped (incremental), their "
+                  "database is deleted first (replace), they are rewritten (update), or the "
+                  "database becomes what the document says (sync)")
+      ->type_name("MODE")
+      ->check(CLI::IsMember({incremental_mode, replace_mode, update_mode, sync_mode}))
+      ->capture_default_str();
+  auto* keep_unknown =
+      command.add_flag("--keep-unknown", keep_unknown_,
+                       "Leave objects alone that the document does not have (sync mode only)");
+  keep_unknown->disable_flag_override();
+  command.add_flag("--prune")
+      ->description("Remove them, which is the default (sync mode only)")
+      ->disable_flag_override()
+      ->excludes(keep_unknown);
+  command
+      .add_flag("--keep", keep_former_,
+                "Keep what was there before, for kcd restore, as sync mode does and replace mode "
+                "(update mode only)")
+      ->disable_flag_override();
+}
+
+void ImportArguments::check_combinations() const {
   if (is_kci_file(document_)) {
     throw CLI::ValidationError(document_, "a KCI file has to become a document first: kcd convert");
   }
-  if (dont_update_levels_ && mode_ != update_mode) {
-    throw CLI::ValidationError("--dont-update-levels", "goes with --mode update only");
-  }
+  check_mode();
   if (command_->count("--pattern-from") > 0 &&
       command_->count("--pattern-to") + command_->count("--pattern-to-file") == 0) {
     throw CLI::RequiresError("--pattern-from", "--pattern-to");
   }
 }
 
-bool ImportCommand::chosen() const { return command_->parsed(); }
+void ImportArguments::check_mode() const {
+  for (const char* option : {"--dont-update-levels", "--keep"}) {
+    if (command_->count(option) > 0 && mode_ != update_mode) {
+      throw CLI::ValidationError(option, "goes with --mode update only");
+    }
+  }
+  for (const char* option : {"--prune", "--keep-unknown"}) {
+    if (command_->count(option) > 0 && mode_ != sync_mode) {
+      throw CLI::ValidationError(option, "goes with --mode sync only");
+    }
+  }
+  if (mode_ == sync_mode && on_error_ == keep) {
+    throw CLI::ValidationError("--on-error keep", "does not go with --mode sync");
+  }
+}
 
-std::string ImportCommand::connection_text(const CommandEnvironment& environment) const {
+std::string ImportArguments::connection_text(const CommandEnvironment& environment) const {
   return command_->count("--connect-string-file") == 0
              ? connect_string_
              : read_connection_text(connect_string_file_, environment.in);
 }
 
-std::string ImportCommand::new_pattern(const CommandEnvironment& environment) const {
+std::string ImportArguments::new_pattern(const CommandEnvironment& environment) const {
   return command_->count("--pattern-to-file") == 0 ? pattern_to_
                                                    : read_pattern(pattern_to_file_, environment.in);
 }
 
-int ImportCommand::run(const CommandEnvironment& environment) const {
-  ImportOLAPDBFromKCDDoc importer(environment.open_for_change);
-  StreamSink sink(environment);
-  importer.kcd_document_file_name = document_;
-  importer.machine_name = server_;
-  importer.ImportType = type_of_mode(mode_);
-  importer.incremental = importer.ImportType == import_type::incremental;
-  importer.replace_yn = importer.ImportType == import_type::replace;
-  importer.after_failure = on_error_ == keep ? AfterFailure::keep : AfterFailure::discard;
-  importer.DontUpdateLevels = dont_update_levels_;
-  importer.import_partitions = !no_partitions_;
-  importer.import_virtual_objects = !no_virtual_;
-  importer.alternate_database_name = database_;
-  importer.use_alternate_database_name = command_->count("--database") > 0;
-  importer.data_source_name = data_source_;
-  importer.datawarehouse_connectstring = connection_text(environment);
-  importer.replace_pattern(command_->count("--pattern-from") > 0);
-  importer.pattern_from = pattern_from_;
-  importer.pattern_to = new_pattern(environment);
-  importer.progres_window = &sink;
-  importer.notifications = &sink;
+ImportRequest ImportArguments::request(const CommandEnvironment& environment) const {
+  ImportRequest request;
+  request.synchronises = mode_ == sync_mode;
+  request.prunes = !keep_unknown_;
+  request.keeps_former = keep_former_;
+  auto& options = request.options;
+  options.kcd_document_file_name = document_;
+  options.machine_name = server_;
+  options.ImportType = type_of_mode(mode_);
+  options.incremental = options.ImportType == import_type::incremental;
+  options.replace_yn = options.ImportType == import_type::replace;
+  options.after_failure = on_error_ == keep ? AfterFailure::keep : AfterFailure::discard;
+  options.DontUpdateLevels = dont_update_levels_;
+  options.import_partitions = !no_partitions_;
+  options.import_virtual_objects = !no_virtual_;
+  options.alternate_database_name = database_;
+  options.use_alternate_database_name = command_->count("--database") > 0;
+  options.data_source_name = data_source_;
+  options.datawarehouse_connectstring = connection_text(environment);
+  options.replace_pattern(command_->count("--pattern-from") > 0);
+  options.pattern_from = pattern_from_;
+  options.pattern_to = new_pattern(environment);
+  return request;
+}
 
-  importer.succeeded = true;
-  importer.ReleaseDocument();
-  importer.make();
-  if (!importer.last_error.empty()) {
-    environment.err << printable(importer.last_error) << '\n';
+ImportCommand::ImportCommand(CLI::App& program)
+    : command_(program.add_subcommand("import",
+                                      "Import a cube definition document into an OLAP server")),
+      arguments_(*command_) {}
+
+bool ImportCommand::chosen() const { return command_->parsed(); }
+
+int ImportCommand::run(const CommandEnvironment& environment) const {
+  StreamSink sink(environment);
+  auto request = arguments_.request(environment);
+  request.options.progres_window = &sink;
+  request.options.notifications = &sink;
+  const auto result =
+      carry_out(request, {environment.open_for_change, environment.open_for_rehearsal});
+  if (!result.error.empty()) {
+    environment.err << printable(result.error) << '\n';
   }
-  return importer.succeeded && importer.passed_over.empty() ? exit_status::success
-                                                            : exit_status::failure;
+  return result.succeeded ? exit_status::success : exit_status::failure;
 }
 
 }  // namespace importkcd

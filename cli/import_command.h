@@ -3,6 +3,7 @@
 #include <string>
 
 #include "cli/command_environment.h"
+#include "comparison/import_request.h"
 
 namespace CLI {
 class App;
@@ -11,26 +12,30 @@ class Option;
 
 namespace importkcd {
 
-/// `kcd import`: runs the importer once. Standard output carries the progress messages, one per
-/// line; everything else goes to standard error.
-class ImportCommand {
+/// What an import is asked to do: the document and the options that `kcd import` and `kcd plan`
+/// have in common.
+class ImportArguments {
  public:
-  /// Adds the subcommand and its options to `program`, which does not outlive this object.
-  /// Combinations of options that make no sense end the parsing with a CLI::ValidationError.
-  explicit ImportCommand(CLI::App& program);
-  ImportCommand(const ImportCommand&) = delete;
-  ImportCommand& operator=(const ImportCommand&) = delete;
+  /// Adds them to a subcommand, which does not outlive this object. Combinations that make no sense
+  /// end the parsing with a CLI::ValidationError.
+  explicit ImportArguments(CLI::App& command);
+  ImportArguments(const ImportArguments&) = delete;
+  ImportArguments& operator=(const ImportArguments&) = delete;
 
-  /// Whether the parsed command line asks for it.
-  bool chosen() const;
+  /// What was asked for, without sinks. Reads the files that options name; throws ImportError when
+  /// one cannot be read.
+  ImportRequest request(const CommandEnvironment& environment) const;
 
-  /// Carries it out and gives the program's exit status.
-  int run(const CommandEnvironment& environment) const;
+  /// The server's text and the mode's name.
+  const std::string& server() const { return server_; }
+  const std::string& mode() const { return mode_; }
 
  private:
   void add_options();
   void add_flags();
+  void add_mode_options();
   void check_combinations() const;
+  void check_mode() const;
   std::string connection_text(const CommandEnvironment& environment) const;
   std::string new_pattern(const CommandEnvironment& environment) const;
 
@@ -49,6 +54,28 @@ class ImportCommand {
   bool no_partitions_ = false;
   bool no_virtual_ = false;
   bool dont_update_levels_ = false;
+  bool keep_unknown_ = false;
+  bool keep_former_ = false;
+};
+
+/// `kcd import`: runs the importer once. Standard output carries the progress messages, one per
+/// line; everything else goes to standard error.
+class ImportCommand {
+ public:
+  /// Adds the subcommand and its options to `program`, which does not outlive this object.
+  explicit ImportCommand(CLI::App& program);
+  ImportCommand(const ImportCommand&) = delete;
+  ImportCommand& operator=(const ImportCommand&) = delete;
+
+  /// Whether the parsed command line asks for it.
+  bool chosen() const;
+
+  /// Carries it out and gives the program's exit status.
+  int run(const CommandEnvironment& environment) const;
+
+ private:
+  CLI::App* command_;
+  ImportArguments arguments_;
 };
 
 }  // namespace importkcd

@@ -11,6 +11,7 @@
 #include "cli/arguments.h"
 #include "cli/convert_command.h"
 #include "cli/import_command.h"
+#include "cli/plan_command.h"
 #include "cli/query_command.h"
 #include "cli/restore_command.h"
 #include "cli/serve_command.h"
@@ -35,6 +36,7 @@ CommandEnvironment environment_of_process() {
                                     : make_olap_server(machine, ServerAccess::read_write);
       },
       [](std::string_view machine) { return make_olap_server(machine, ServerAccess::read_only); },
+      make_rehearsal,
       kept_copies,
       restore_database,
       std::cin,
@@ -58,6 +60,7 @@ int run(int argument_count, const char* const* arguments) {
   program.require_subcommand(1);
   program.failure_message(usage_message);
   const ImportCommand import_command(program);
+  const PlanCommand plan_command(program);
   const ConvertCommand convert_command(program);
   const ShowCommand show_command(program);
   const RestoreCommand restore_command(program);
@@ -74,6 +77,9 @@ int run(int argument_count, const char* const* arguments) {
   const auto environment = environment_of_process();
   if (import_command.chosen()) {
     return import_command.run(environment);
+  }
+  if (plan_command.chosen()) {
+    return plan_command.run(environment);
   }
   if (convert_command.chosen()) {
     return convert_command.run(environment);

@@ -16,7 +16,7 @@ constexpr const char* this_computer = "localhost";
 
 RestoreCommand::RestoreCommand(CLI::App& program)
     : command_(program.add_subcommand(
-          "restore", "Bring a database back as it was before an import replaced it")),
+          "restore", "Bring a database back as it was before an import replaced or changed it")),
       server_(this_computer) {
   command_
       ->add_option("SERVER", server_,

@@ -11,8 +11,8 @@ class App;
 
 namespace importkcd {
 
-/// `kcd restore`: brings a database back that an import in replace mode deleted, or lists the kept
-/// copies.
+/// `kcd restore`: brings a database back as it was before an import in replace or sync mode, or one
+/// that was asked to keep it, or lists the kept copies.
 class RestoreCommand {
  public:
   /// Adds the subcommand and its options to `program`, which does not outlive this object.

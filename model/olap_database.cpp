@@ -1,5 +1,6 @@
 #include "model/olap_database.h"
 
+#include <tuple>
 #include <utility>
 
 namespace importkcd {
@@ -18,6 +19,13 @@ OlapPartition own_partition(const std::string& cube_name) {
   partition.name = cube_name;
   partition.follows_cube = true;
   return partition;
+}
+
+/// What a partition that follows its cube takes over from it.
+template <class CubeOrPartition>
+auto own_settings(CubeOrPartition& object) {
+  return std::tie(object.fact_table, object.aggregation_prefix, object.from_clause,
+                  object.join_clause, object.data_source, object.olap_mode);
 }
 
 PartitionLevelView level_view(const OlapLevel& level, const OlapPartitionLevel* slice) {
@@ -74,6 +82,19 @@ OlapCube& OlapDatabase::add_cube(const std::string& name, OlapCubeKind kind) {
   return cubes_.put(std::move(cube));
 }
 
+std::vector<std::string> OlapDatabase::remove_cube(const std::string& name) {
+  auto* cube = cubes_.edit(name);
+  if (cube == nullptr) {
+    return {};
+  }
+  while (!cube->dimensions.empty()) {
+    remove_first(*cube, OlapCubeContent::dimensions);
+  }
+  auto released = take_released_dimensions(*cube);
+  cubes_.remove(name);
+  return released;
+}
+
 OlapCubeDimension& OlapDatabase::add_cube_dimension(OlapCube& cube, const std::string& name) {
   const auto* dimension = dimensions_.find(name);
   if (dimension == nullptr) {
@@ -125,6 +146,15 @@ void OlapDatabase::release_private_dimension(const OlapCube& cube, const std::st
 void restore_own_partition(OlapCube& cube) {
   if (cube.kind == OlapCubeKind::regular && cube.partitions.empty()) {
     cube.partitions.add(own_partition(cube.name));
+  }
+}
+
+void refresh_following_partitions(OlapCube& cube) {
+  for (std::size_t i = 0; i < cube.partitions.size(); ++i) {
+    const auto& partition = cube.partitions[i];
+    if (partition.follows_cube && own_settings(partition) != own_settings(cube)) {
+      own_settings(cube.partitions.edit_at(i)) = own_settings(cube);
+    }
   }
 }
 

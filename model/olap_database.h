@@ -58,6 +58,10 @@ class OlapDatabase {
   /// are removed. A regular cube comes with its own partition. Throws ImportError on an empty name.
   OlapCube& add_cube(const std::string& name, OlapCubeKind kind);
 
+  /// Removes a cube with its private dimensions, whose names are given back. Does nothing when
+  /// there is none of that name.
+  std::vector<std::string> remove_cube(const std::string& name);
+
   /// Adds the dimension `name` of this database to a cube, with the cube's own copy of its levels.
   /// Throws ImportError when there is no such dimension or the cube has it already. The result is
   /// valid until the next cube dimension is added.
@@ -90,6 +94,9 @@ std::size_t count_of(const OlapCube& cube, OlapCubeContent content);
 /// Gives a regular cube without partitions the one that is made with every cube: named after it,
 /// and following its source settings.
 void restore_own_partition(OlapCube& cube);
+
+/// Has the partitions that follow their cube take over its source settings.
+void refresh_following_partitions(OlapCube& cube);
 
 /// A level of a cube as one of its partitions has it.
 struct PartitionLevelView {

@@ -18,6 +18,9 @@ struct StoredObject {
   std::string name;
 };
 
+/// The kinds of objects directly under a database.
+enum class OlapObjectKind { data_source, dimension, role, cube };
+
 /// A lock check's answer that the object may not be changed now, because it is in use. Any other
 /// error of a lock check says that the server could not find out.
 class LockRefused : public ImportError {
@@ -81,6 +84,12 @@ class OlapServer {
   virtual void write_back_partition(OlapDatabase& database, OlapCube& cube,
                                     OlapPartition& partition) = 0;
 
+  /// Removes an object from the working copy and, with finish(), from the server; a cube takes its
+  /// private dimensions along. Does nothing when there is none of that name. It is the caller who
+  /// sees to it that nothing refers to the object any more.
+  virtual void remove_object(OlapDatabase& database, OlapObjectKind kind,
+                             const std::string& name) = 0;
+
   /// Throws LockRefused while a regular cube of the database uses the dimension.
   virtual void lock_dimension(OlapDatabase& database, const OlapDimension& dimension) = 0;
 
@@ -105,6 +114,10 @@ class OlapServer {
   /// Whether what a failed run wrote back may be stored. Not where people are served what is
   /// stored.
   virtual bool keeps_failed_runs() const { return true; }
+
+  /// From now on finish() keeps a copy of each stored database that it changes, as it was before.
+  /// Returns false, and changes nothing, where no copies are kept.
+  virtual bool keep_former_databases() { return false; }
 
   /// Stores everything that was written back or removed since connect() or the last finish(), all
   /// of it or nothing, and releases the held databases. Ends all OlapDatabase references. Does

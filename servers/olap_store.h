@@ -31,13 +31,20 @@ struct DatabaseChanges {
   std::string name;
   /// The stored database of that name goes first, with all that is in it; see kept_copies().
   bool removes_stored = false;
+  /// Before anything of the stored database changes, a copy of it becomes the kept one. Not where
+  /// no copies are kept, nor when the database is not stored or is the kept copy itself.
+  bool keeps_former = false;
   /// The database is there afterwards: it is added when it is not stored (any more). When false,
   /// nothing but the removal is to be done.
   bool exists_afterwards = false;
   /// New text of the database's description; nothing when it stays as it is.
   std::optional<std::string> description;
-  /// Private dimensions that left with their place in a cube. Some may not be stored.
+  /// Objects that left, private dimensions that left with their place in a cube among them. Some
+  /// may not be stored.
+  std::vector<std::string> removed_data_sources;
   std::vector<std::string> removed_dimensions;
+  std::vector<std::string> removed_roles;
+  std::vector<std::string> removed_cubes;
   /// Whole objects, each of which is added at the end or takes the place of the one of its name.
   NamedCollection<OlapDataSource> data_sources;
   NamedCollection<OlapDimension> dimensions;
@@ -45,10 +52,10 @@ struct DatabaseChanges {
   NamedCollection<OlapCube> cubes;
 };
 
-/// A database that was removed, as it was then.
+/// A database that was removed, or changed by a run that asked for a copy, as it was before.
 struct KeptCopy {
   std::string name;
-  /// When it was removed, in UTC: "2026-11-21 06:30:00".
+  /// When that happened, in UTC: "2026-11-21 06:30:00".
   std::string kept_since;
 };
 
@@ -97,8 +104,15 @@ class OlapStore {
   /// nothing of them is stored, and other readers never see a part of them.
   virtual void apply(std::vector<DatabaseChanges> changes) = 0;
 
-  /// The removed databases that are kept whole, the oldest first: of each name the one that was
-  /// removed last. They count as databases nowhere else. Fails when this kind of store keeps none.
+  /// What apply() would refuse or remark about databases that `changed`, a store made of this one,
+  /// holds as they would be: a rehearsal asks. Changes nothing. By default there is nothing to say.
+  virtual void look_at(OlapStore& /*changed*/, const std::vector<std::string>& /*databases*/) {}
+
+  /// Whether this kind of store keeps copies of databases.
+  virtual bool keeps_copies() const = 0;
+
+  /// The copies that are kept whole, the oldest first: of each name the one that was kept last.
+  /// They count as databases nowhere else. Fails when this kind of store keeps none.
   virtual std::vector<KeptCopy> kept_copies() = 0;
 
   /// Brings a kept copy back as the database of its name, as one unit; a database that is there

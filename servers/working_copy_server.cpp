@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <tuple>
 #include <utility>
 
 // How it works. A run changes working copies (OlapDatabase), whose objects are read from the store
@@ -39,28 +38,20 @@ namespace {
   throw LockRefused(description, error_source::olap_server);
 }
 
-/// What a partition that follows its cube takes over from it.
-template <class CubeOrPartition>
-auto own_settings(CubeOrPartition& object) {
-  return std::tie(object.fact_table, object.aggregation_prefix, object.from_clause,
-                  object.join_clause, object.data_source, object.olap_mode);
-}
-
-void refresh_following_partitions(OlapCube& cube) {
-  for (std::size_t i = 0; i < cube.partitions.size(); ++i) {
-    const auto& partition = cube.partitions[i];
-    if (partition.follows_cube && own_settings(partition) != own_settings(cube)) {
-      own_settings(cube.partitions.edit_at(i)) = own_settings(cube);
-    }
-  }
-}
-
 /// Whether a database that is there afterwards differs from the stored one.
 bool has_content(const DatabaseChanges& changes) {
   return changes.exists_afterwards &&
-         (changes.description || !changes.removed_dimensions.empty() ||
-          !changes.data_sources.empty() || !changes.dimensions.empty() || !changes.roles.empty() ||
-          !changes.cubes.empty());
+         (changes.description || !changes.removed_data_sources.empty() ||
+          !changes.removed_dimensions.empty() || !changes.removed_roles.empty() ||
+          !changes.removed_cubes.empty() || !changes.data_sources.empty() ||
+          !changes.dimensions.empty() || !changes.roles.empty() || !changes.cubes.empty());
+}
+
+template <class T>
+void take_out(NamedCollection<T>& written, std::vector<std::string>& removed,
+              const std::string& name) {
+  written.remove(name);
+  removed.push_back(name);
 }
 
 /// Lets go of the held databases whatever becomes of storing.
@@ -80,6 +71,12 @@ class HeldNamesGuard {
 WorkingCopyServer::WorkingCopyServer(std::shared_ptr<OlapStore> store) : store_(std::move(store)) {}
 
 WorkingCopyServer::~WorkingCopyServer() { store_->release_all(); }
+
+std::shared_ptr<RehearsalStore> WorkingCopyServer::rehearse(RehearsalBase base) {
+  auto rehearsal = std::make_shared<RehearsalStore>(store_, base);
+  store_ = rehearsal;
+  return rehearsal;
+}
 
 void WorkingCopyServer::connect(const std::string& /*machine*/) { store_->open(); }
 
@@ -165,9 +162,8 @@ void WorkingCopyServer::write_back_cube(OlapDatabase& database, OlapCube& cube) 
   restore_own_partition(cube);
   refresh_following_partitions(cube);
   auto& changes = opened(database).changes;
-  for (auto& name : database.take_released_dimensions(cube)) {
-    changes.dimensions.remove(name);
-    changes.removed_dimensions.push_back(std::move(name));
+  for (const auto& name : database.take_released_dimensions(cube)) {
+    take_out(changes.dimensions, changes.removed_dimensions, name);
   }
   changes.cubes.put(cube);
 }
@@ -180,6 +176,31 @@ void WorkingCopyServer::write_back_partition(OlapDatabase& database, OlapCube& c
     fail("cube '" + cube.name + "' was not written back before its partition");
   }
   written->partitions.put(partition);
+}
+
+void WorkingCopyServer::remove_object(OlapDatabase& database, OlapObjectKind kind,
+                                      const std::string& name) {
+  auto& changes = opened(database).changes;
+  switch (kind) {
+    case OlapObjectKind::data_source:
+      database.data_sources().remove(name);
+      take_out(changes.data_sources, changes.removed_data_sources, name);
+      break;
+    case OlapObjectKind::dimension:
+      database.dimensions().remove(name);
+      take_out(changes.dimensions, changes.removed_dimensions, name);
+      break;
+    case OlapObjectKind::role:
+      database.roles().remove(name);
+      take_out(changes.roles, changes.removed_roles, name);
+      break;
+    case OlapObjectKind::cube:
+      for (const auto& dimension : database.remove_cube(name)) {
+        take_out(changes.dimensions, changes.removed_dimensions, dimension);
+      }
+      take_out(changes.cubes, changes.removed_cubes, name);
+      break;
+  }
 }
 
 void WorkingCopyServer::lock_dimension(OlapDatabase& database, const OlapDimension& dimension) {
@@ -211,6 +232,11 @@ bool WorkingCopyServer::structure_is_valid(OlapDatabase& database, const OlapCub
                                  });
 }
 
+bool WorkingCopyServer::keep_former_databases() {
+  keeps_former_ = store_->keeps_copies();
+  return keeps_former_;
+}
+
 void WorkingCopyServer::finish() {
   std::vector<DatabaseChanges> changes;
   for (auto& open : databases_) {
@@ -220,6 +246,7 @@ void WorkingCopyServer::finish() {
       drop_displaced_dimensions(*open);
     }
     if (open->changes.removes_stored || has_content(open->changes)) {
+      open->changes.keeps_former = keeps_former_ && !open->changes.removes_stored;
       changes.push_back(std::move(open->changes));
     }
   }

@@ -9,6 +9,7 @@
 
 #include "model/olap_server.h"
 #include "servers/olap_store.h"
+#include "servers/rehearsal_store.h"
 
 namespace importkcd {
 
@@ -21,6 +22,10 @@ class WorkingCopyServer : public OlapServer {
 
   /// What is underneath; connect() opens it.
   OlapStore& store() { return *store_; }
+
+  /// Makes this server, before it is connected, one that only rehearses: on its store, which is one
+  /// that creates nothing, or on an empty one in its place. Gives what keeps the result.
+  std::shared_ptr<RehearsalStore> rehearse(RehearsalBase base);
 
   void connect(const std::string& machine) override;
   OlapClassType class_type() const override { return OlapClassType::server; }
@@ -36,11 +41,13 @@ class WorkingCopyServer : public OlapServer {
   void write_back_cube(OlapDatabase& database, OlapCube& cube) override;
   void write_back_partition(OlapDatabase& database, OlapCube& cube,
                             OlapPartition& partition) override;
+  void remove_object(OlapDatabase& database, OlapObjectKind kind, const std::string& name) override;
   void lock_dimension(OlapDatabase& database, const OlapDimension& dimension) override;
   void lock_levels(OlapDatabase& database, const OlapDimension& dimension) override;
   void lock_cube(OlapDatabase& database, const OlapCube& cube) override;
   void remove_first(OlapDatabase& database, OlapCube& cube, OlapCubeContent content) override;
   bool structure_is_valid(OlapDatabase& database, const OlapCube& cube) override;
+  bool keep_former_databases() override;
   void finish() override;
 
  private:
@@ -54,6 +61,7 @@ class WorkingCopyServer : public OlapServer {
   static void drop_displaced_dimensions(OpenDatabase& open);
 
   std::shared_ptr<OlapStore> store_;
+  bool keeps_former_ = false;
   /// The databases of this run in the order in which they were touched, removed ones included.
   std::vector<std::unique_ptr<OpenDatabase>> databases_;
 };

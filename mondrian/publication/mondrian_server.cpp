@@ -44,8 +44,11 @@ class MondrianStore : public OlapStore {
   void open() override {
     std::error_code error;
     directory_ = fs::weakly_canonical(fs::absolute(directory_), error);
-    if (access_ == ServerAccess::read_write) {
+    // Who only rehearses what would be stored hears of a folder that could not be taken, too.
+    if (access_ == ServerAccess::read_write || access_ == ServerAccess::read_only_or_empty) {
       check_directory();
+    }
+    if (access_ == ServerAccess::read_write) {
       make_directory();
     }
     definitions_ = make_catalogue_store((directory_ / published::definitions).string(), access_,
@@ -86,6 +89,13 @@ class MondrianStore : public OlapStore {
     }
   }
 
+  void look_at(OlapStore& changed, const std::vector<std::string>& databases) override {
+    for (const auto& remark : Publication::rehearse(directory_, changed, databases)) {
+      messages_->add(remark);
+    }
+  }
+
+  bool keeps_copies() const override { return true; }
   std::vector<KeptCopy> kept_copies() override { return definitions_->kept_copies(); }
 
   RestoredDatabase restore(const std::string& database) override {

@@ -176,6 +176,24 @@ std::string Publication::list_of_catalogues() const {
   return without_substitutions(xml_document(root, {}));
 }
 
+std::vector<std::string> Publication::rehearse(const fs::path& directory, OlapStore& definitions,
+                                               const std::vector<std::string>& databases) {
+  std::vector<std::string> remarks;
+  for (const auto& name : definitions.database_names()) {
+    if (!is_among(databases, name)) {
+      continue;
+    }
+    OlapDatabase database(name, definitions.description(name), definitions.sources(name));
+    for (const auto& catalogue : catalogues_of(database, remarks)) {
+      if (schema_element(database, catalogue, remarks).child("Cube") != nullptr) {
+        check_schema_place(directory / published::schemas /
+                           schema_file_name(name, catalogue.data_source));
+      }
+    }
+  }
+  return remarks;
+}
+
 void Publication::carry_out() {
   files_.take_places();
   std::error_code ignored;

@@ -32,6 +32,12 @@ class Publication {
   /// all catalogues.
   void prepare(OlapStore& definitions, const std::vector<std::string>& touched);
 
+  /// What publishing these databases would leave out, and why. Throws as prepare() does when a file
+  /// of somebody else stands in the way; writes nothing.
+  static std::vector<std::string> rehearse(const std::filesystem::path& directory,
+                                           OlapStore& definitions,
+                                           const std::vector<std::string>& databases);
+
   /// Puts the written files into their places and removes schemas that are in use no more. Called
   /// after the definitions were stored. When it fails, publication_was_cut_off() tells so.
   void carry_out();

@@ -17,8 +17,8 @@ constexpr int schema_version = 1;
 /// index. Codes are those of the object model (codes.h).
 constexpr const char* object_tables_sql = R"sql(
 -- Databases are listed by id: a new one gets the highest. A row with kept_since is no longer one
--- of them but the kept copy of a database that was removed at that time (UTC); a name has one copy
--- at most.
+-- of them but the kept copy of a database that was removed or changed at that time (UTC); a name has
+-- one copy at most.
 CREATE TABLE databases (
   id INTEGER PRIMARY KEY,
   name TEXT NOT NULL,

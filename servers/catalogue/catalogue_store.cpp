@@ -100,6 +100,8 @@ class CatalogueStore : public OlapStore {
     });
   }
 
+  bool keeps_copies() const override { return true; }
+
   std::vector<KeptCopy> kept_copies() override {
     if (!tables_) {
       return {};

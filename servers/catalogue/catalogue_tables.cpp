@@ -28,17 +28,37 @@ void CatalogueTables::apply(const DatabaseChanges& changes) {
     return;
   }
   const auto stored = databases_.find(folded_name);
+  if (stored && changes.keeps_former) {
+    keep_copy(*stored);
+  }
   const auto id = stored ? *stored : databases_.add(changes.name, folded_name);
   if (changes.description) {
     databases_.describe(id, *changes.description);
   }
   std::apply([&](auto&... objects_of_kind) { (objects_of_kind.begin(id, !stored), ...); },
              objects_);
+  objects<OlapDataSource>().remove(changes.removed_data_sources, changes.data_sources);
   objects<OlapDimension>().remove(changes.removed_dimensions, changes.dimensions);
+  objects<OlapRole>().remove(changes.removed_roles, changes.roles);
+  objects<OlapCube>().remove(changes.removed_cubes, changes.cubes);
   write_all(changes.data_sources);
   write_all(changes.dimensions);
   write_all(changes.roles);
   write_all(changes.cubes);
+}
+
+/// A row is copied after the row that it belongs to.
+void CatalogueTables::keep_copy(std::int64_t id) {
+  const auto copy = databases_.add_kept_copy(id);
+  std::apply([&](auto&... objects_of_kind) { (objects_of_kind.copy(id, copy), ...); }, objects_);
+  const auto copy_parts = [&](std::string_view object_table, auto&... parts) {
+    (parts.copy(object_table, id, copy), ...);
+  };
+  copy_parts(object_table<OlapDimension>, dimension_properties_, levels_, member_properties_);
+  copy_parts(object_table<OlapRole>, role_permissions_);
+  copy_parts(object_table<OlapCube>, cube_properties_, cube_dimensions_, cube_levels_,
+             cube_member_properties_, measures_, calculated_members_, cube_roles_,
+             cube_role_permissions_, partitions_, partition_dimensions_, partition_levels_);
 }
 
 template <class Object>

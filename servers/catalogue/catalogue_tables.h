@@ -52,6 +52,7 @@ class CatalogueTables {
   void apply(const DatabaseChanges& changes);
 
  private:
+  void keep_copy(std::int64_t id);
   void read_parts(std::int64_t, OlapDataSource&) {}
   void read_parts(std::int64_t id, OlapRole& role);
   void read_parts(std::int64_t id, OlapDimension& dimension);

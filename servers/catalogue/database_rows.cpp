@@ -45,10 +45,21 @@ void DatabaseRows::describe(std::int64_t id, const std::string& description) {
 
 void DatabaseRows::keep(const std::string& folded_name) {
   if (const auto id = find(folded_name)) {
-    run(database_, "DELETE FROM databases WHERE folded_name = ? AND kept_since IS NOT NULL",
-        folded_name);
+    forget_kept_copy(folded_name);
     mark_as_kept(*id);
   }
+}
+
+std::int64_t DatabaseRows::add_kept_copy(std::int64_t id) {
+  SQLite::Statement query(database_, "SELECT folded_name FROM databases WHERE id = ?");
+  ValueBinder(query).bind(id);
+  query.executeStep();
+  forget_kept_copy(query.getColumn(0).getString());
+  run(database_,
+      "INSERT INTO databases (name, folded_name, description, kept_since)"
+      " SELECT name, folded_name, description, datetime('now') FROM databases WHERE id = ?",
+      id);
+  return database_.getLastInsertRowid();
 }
 
 std::vector<KeptCopy> DatabaseRows::kept_copies() {
@@ -81,6 +92,11 @@ std::optional<RestoredDatabase> DatabaseRows::restore(const std::string& folded_
   }
   run(database_, "UPDATE databases SET kept_since = NULL WHERE id = ?", id);
   return restored;
+}
+
+void DatabaseRows::forget_kept_copy(const std::string& folded_name) {
+  run(database_, "DELETE FROM databases WHERE folded_name = ? AND kept_since IS NOT NULL",
+      folded_name);
 }
 
 void DatabaseRows::mark_as_kept(std::int64_t id) {

@@ -11,8 +11,8 @@
 
 namespace importkcd {
 
-/// The rows of table `databases`: the databases, and the kept copies of removed ones, which count
-/// as databases nowhere. All operations throw SQLite::Exception when they fail; those that change
+/// The rows of table `databases`: the databases, and the kept copies of them, which count as
+/// databases nowhere. All operations throw SQLite::Exception when they fail; those that change
 /// something belong inside a transaction.
 class DatabaseRows {
  public:
@@ -36,6 +36,10 @@ class DatabaseRows {
   /// there is no such database.
   void keep(const std::string& folded_name);
 
+  /// Adds a kept copy of a database, in place of the earlier one, and gives its id. The database's
+  /// objects are to be copied under it.
+  std::int64_t add_kept_copy(std::int64_t id);
+
   /// The oldest first.
   std::vector<KeptCopy> kept_copies();
 
@@ -44,6 +48,7 @@ class DatabaseRows {
   std::optional<RestoredDatabase> restore(const std::string& folded_name);
 
  private:
+  void forget_kept_copy(const std::string& folded_name);
   void mark_as_kept(std::int64_t id);
 
   SQLite::Database& database_;

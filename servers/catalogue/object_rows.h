@@ -103,6 +103,17 @@ class ObjectRows {
     }
   }
 
+  /// Adds copies of all objects of a database to another one, which has none yet. A copy has the
+  /// position of its original.
+  void copy(std::int64_t from_database, std::int64_t to_database) {
+    const auto columns = "folded_name, position, " + field_columns<Object>();
+    SQLite::Statement statement(database_, "INSERT INTO " + table() + " (database_id, " + columns +
+                                               ") SELECT ?, " + columns + " FROM " + table() +
+                                               " WHERE database_id = ?");
+    ValueBinder(statement).bind(to_database).bind(from_database);
+    statement.exec();
+  }
+
   /// Stores an object in the place of the one that has its name, or at the end of the collection.
   WrittenObject put(const Object& object) {
     const auto folded_name = lower_cased(object.name);

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <span>
 #include <string>
+#include <string_view>
 
 #include "model/named_collection.h"
 #include "servers/catalogue/catalogue_schema.h"
@@ -104,6 +105,25 @@ class PartRows {
           }
         },
         path...);
+  }
+
+  /// Gives the copies that ObjectRows::copy() made of a database's objects copies of these parts.
+  void copy(std::string_view object_table, std::int64_t from_database, std::int64_t to_database) {
+    const auto object_id = table_.key_columns.substr(0, table_.key_columns.find(','));
+    const auto columns =
+        std::string(table_.key_columns.substr(object_id.size() + 2)) + ", " + field_columns<Row>();
+    const std::string objects(object_table);
+    const std::string parts(table_.name);
+    SQLite::Statement statement(
+        database_, "INSERT INTO " + parts + " (" + std::string(object_id) + ", " + columns +
+                       ") SELECT copies.id, " + qualified(columns, parts) + " FROM " + objects +
+                       " AS originals JOIN " + objects +
+                       " AS copies ON copies.database_id = ?"
+                       " AND copies.position = originals.position JOIN " +
+                       parts + " ON " + parts + "." + std::string(object_id) +
+                       " = originals.id WHERE originals.database_id = ?");
+    ValueBinder(statement).bind(to_database).bind(from_database);
+    statement.exec();
   }
 
  private:

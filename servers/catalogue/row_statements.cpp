@@ -37,6 +37,10 @@ std::string equal_to_placeholders(std::string_view columns) {
   return "(" + std::string(columns) + ") = (" + placeholders(columns) + ")";
 }
 
+std::string qualified(std::string_view columns, std::string_view table) {
+  return prefixed(std::string(table) + ".", columns);
+}
+
 std::string insertion(std::string_view table, const std::string& columns) {
   return "INSERT INTO " + std::string(table) + " (" + columns + ") VALUES (" +
          placeholders(columns) + ")";

@@ -180,6 +180,9 @@ std::string field_columns() {
 /// "(a, b) = (?, ?)" for a comma-separated list of columns.
 std::string equal_to_placeholders(std::string_view columns);
 
+/// "table.a, table.b" for a comma-separated list of columns.
+std::string qualified(std::string_view columns, std::string_view table);
+
 /// Inserts a row; the values of the columns are to be bound.
 std::string insertion(std::string_view table, const std::string& columns);
 

@@ -116,6 +116,12 @@ std::unique_ptr<OlapServer> make_olap_server(std::string_view machine, ServerAcc
   return server_of(machine, access);
 }
 
+Rehearsal make_rehearsal(std::string_view machine, RehearsalBase base) {
+  auto server = server_of(machine, ServerAccess::read_only_or_empty);
+  auto store = server->rehearse(base);
+  return {std::move(server), std::move(store)};
+}
+
 std::vector<KeptCopy> kept_copies(std::string_view machine) {
   const auto server = server_of(machine, ServerAccess::read_only);
   server->connect(std::string(machine));

@@ -7,6 +7,7 @@
 
 #include "model/olap_server.h"
 #include "servers/olap_store.h"
+#include "servers/rehearsal_store.h"
 
 namespace importkcd {
 
@@ -21,6 +22,10 @@ namespace importkcd {
 /// this computer are compared without regard to letter case. Anything else throws ImportError,
 /// whose description names the forms.
 std::unique_ptr<OlapServer> make_olap_server(std::string_view machine, ServerAccess access);
+
+/// Makes the rehearsal of what that server would do; nothing is created or changed. Where there is
+/// nothing yet, it begins with nothing. Throws as make_olap_server() does.
+Rehearsal make_rehearsal(std::string_view machine, RehearsalBase base);
 
 /// OlapStore::kept_copies() and restore() of the server that a machine text means. They create
 /// nothing, and without a copy of that name restore_database() changes nothing. They throw

@@ -6,22 +6,14 @@
 #include <utility>
 #include <vector>
 
+#include "servers/database_definition.h"
 #include "servers/olap_store.h"
 
 namespace importkcd {
 
-struct StoredDatabase {
-  std::string name;
-  std::string description;
-  NamedCollection<OlapDataSource> data_sources;
-  NamedCollection<OlapDimension> dimensions;
-  NamedCollection<OlapRole> roles;
-  NamedCollection<OlapCube> cubes;
-};
-
 class MemoryStorage {
  public:
-  NamedCollection<StoredDatabase> databases;
+  NamedCollection<DatabaseDefinition> databases;
   /// Lower-cased names of the databases that a run holds.
   std::unordered_set<std::string> held;
 };
@@ -32,7 +24,7 @@ namespace {
 template <class T>
 class StoredObjects : public ObjectSource<T> {
  public:
-  using Collection = NamedCollection<T> StoredDatabase::*;
+  using Collection = NamedCollection<T> DatabaseDefinition::*;
 
   StoredObjects(const MemoryStorage& storage, std::string database, Collection collection)
       : storage_(storage), database_(std::move(database)), collection_(collection) {}
@@ -103,36 +95,25 @@ class MemoryStore : public OlapStore {
 
   DatabaseSources sources(const std::string& database) override {
     DatabaseSources result;
-    result.data_sources = reader(database, &StoredDatabase::data_sources);
-    result.dimensions = reader(database, &StoredDatabase::dimensions);
-    result.roles = reader(database, &StoredDatabase::roles);
-    result.cubes = reader(database, &StoredDatabase::cubes);
+    result.data_sources = reader(database, &DatabaseDefinition::data_sources);
+    result.dimensions = reader(database, &DatabaseDefinition::dimensions);
+    result.roles = reader(database, &DatabaseDefinition::roles);
+    result.cubes = reader(database, &DatabaseDefinition::cubes);
     return result;
   }
 
   std::vector<std::string> dimensions_in_use(const std::string& database,
                                              OlapCubeKind kind) override {
-    NamedCollection<OlapProperty> used;
-    for (const auto& cube : stored(database).cubes) {
-      if (cube.kind == kind) {
-        for (const auto& dimension : cube.dimensions) {
-          used.put({dimension.name, {}});
-        }
-      }
-    }
-    std::vector<std::string> result;
-    for (const auto& dimension : used) {
-      result.push_back(dimension.name);
-    }
-    return result;
+    return importkcd::dimensions_in_use(stored(database), kind);
   }
 
   void apply(std::vector<DatabaseChanges> changes) override {
     for (auto& change : changes) {
-      apply(change);
+      apply_changes(std::move(change), storage_->databases);
     }
   }
 
+  bool keeps_copies() const override { return false; }
   std::vector<KeptCopy> kept_copies() override { fail_without_copies(); }
   RestoredDatabase restore(const std::string& /*database*/) override { fail_without_copies(); }
 
@@ -150,38 +131,16 @@ class MemoryStore : public OlapStore {
 
   template <class T>
   std::unique_ptr<ObjectSource<T>> reader(const std::string& database,
-                                          NamedCollection<T> StoredDatabase::*collection) {
+                                          NamedCollection<T> DatabaseDefinition::*collection) {
     return std::make_unique<StoredObjects<T>>(*storage_, database, collection);
   }
 
-  const StoredDatabase& stored(const std::string& database) const {
+  const DatabaseDefinition& stored(const std::string& database) const {
     const auto* found = storage_->databases.find(database);
     if (found == nullptr) {
       throw ImportError("database '" + database + "' not found", error_source::olap_server);
     }
     return *found;
-  }
-
-  void apply(DatabaseChanges& change) {
-    auto& databases = storage_->databases;
-    if (change.removes_stored) {
-      databases.remove(change.name);
-    }
-    if (!change.exists_afterwards) {
-      return;
-    }
-    if (!databases.contains(change.name)) {
-      StoredDatabase added;
-      added.name = change.name;
-      databases.add(std::move(added));
-    }
-    auto& database = *databases.edit(change.name);
-    database.description = change.description.value_or(database.description);
-    database.dimensions.remove_all(change.removed_dimensions);
-    database.data_sources.put_all(std::move(change.data_sources));
-    database.dimensions.put_all(std::move(change.dimensions));
-    database.roles.put_all(std::move(change.roles));
-    database.cubes.put_all(std::move(change.cubes));
   }
 
   std::shared_ptr<MemoryStorage> storage_;

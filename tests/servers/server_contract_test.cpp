@@ -1,131 +1,17 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
 
-#include "mondrian/publication/mondrian_server.h"
-#include "servers/catalogue/catalogue_store.h"
-#include "servers/memory/memory_server.h"
-#include "servers/working_copy_server.h"
-#include "tests/support/temporary_folder.h"
+#include "tests/servers/server_contract_fixture.h"
 
-namespace importkcd {
+namespace importkcd::testing {
 namespace {
 
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
-
-/// Where the servers of one test keep their databases; each server stands for one run.
-class Place {
- public:
-  virtual ~Place() = default;
-  virtual std::unique_ptr<OlapServer> server() = 0;
-};
-
-class MemoryPlace : public Place {
- public:
-  std::unique_ptr<OlapServer> server() override { return make_memory_server(storage_); }
-
- private:
-  std::shared_ptr<MemoryStorage> storage_ = make_memory_store();
-};
-
-class CataloguePlace : public Place {
- public:
-  std::unique_ptr<OlapServer> server() override {
-    return std::make_unique<WorkingCopyServer>(
-        make_catalogue_store(folder_.file("server.olap"), ServerAccess::read_write));
-  }
-
- private:
-  testing::TemporaryFolder folder_;
-};
-
-class MondrianPlace : public Place {
- public:
-  std::unique_ptr<OlapServer> server() override {
-    return make_mondrian_server(folder_.file("olap"), ServerAccess::read_write);
-  }
-
- private:
-  testing::TemporaryFolder folder_;
-};
-
-struct PlaceKind {
-  std::string name;
-  std::function<std::unique_ptr<Place>()> make;
-};
-
-/// What every server promises, whatever is underneath it.
-class ServerContract : public ::testing::TestWithParam<PlaceKind> {
- protected:
-  ServerContract() : place_(GetParam().make()) { next_run(); }
-
-  /// Ends the current run without storing anything more and starts the next one.
-  void next_run() {
-    server_.reset();
-    server_ = place_->server();
-    server_->connect("anything");
-  }
-
-  void store() {
-    server_->finish();
-    next_run();
-  }
-
-  std::unique_ptr<OlapServer> another_run() {
-    auto other = place_->server();
-    other->connect("anything");
-    return other;
-  }
-
-  OlapServer& server() { return *server_; }
-
-  OlapDatabase& new_database(const std::string& name = "Retail") {
-    auto& database = server().add_database(name);
-    server().write_back_database(database);
-    return database;
-  }
-
-  OlapDatabase& open(const std::string& name = "Retail") { return server().open_database(name); }
-
-  std::vector<std::string> database_names() {
-    std::vector<std::string> names;
-    for (const auto& object : server().stored_objects()) {
-      names.push_back(object.name);
-    }
-    return names;
-  }
-
-  OlapDimension& add_dimension(OlapDatabase& database, const std::string& name,
-                               OlapDimensionKind kind = OlapDimensionKind::shared,
-                               const std::string& owner = {}) {
-    auto& dimension = database.dimensions().add_new(name);
-    dimension.kind = kind;
-    dimension.owner_cube = owner;
-    dimension.levels.add_new("Level of " + name).member_key_column = "key";
-    server().write_back_dimension(database, dimension);
-    return dimension;
-  }
-
-  /// A stored database "Retail" with the dimension "Time", used by the cube "Sales".
-  void store_small_database() {
-    auto& database = new_database();
-    add_dimension(database, "Time");
-    auto& cube = database.add_cube("Sales", OlapCubeKind::regular);
-    cube.fact_table = "sales";
-    database.add_cube_dimension(cube, "Time");
-    server().write_back_cube(database, cube);
-    store();
-  }
-
- private:
-  std::unique_ptr<Place> place_;
-  std::unique_ptr<OlapServer> server_;
-};
 
 TEST_P(ServerContract, IsAServerOfVersion8) {
   EXPECT_EQ(server().class_type(), OlapClassType::server);
@@ -468,6 +354,9 @@ TEST_P(ServerContract, AStructureIsValidWithSourceTableDimensionAndMeasure) {
 }
 
 TEST_P(ServerContract, AHeldDatabaseIsRefusedToAnotherRunUntilFinish) {
+  if (GetParam().name == "rehearsal") {
+    GTEST_SKIP() << "a rehearsal holds nothing";
+  }
   server().hold_database("Retail");
   EXPECT_NO_THROW(server().hold_database("RETAIL"));
   const auto other = another_run();
@@ -483,6 +372,9 @@ TEST_P(ServerContract, AHeldDatabaseIsRefusedToAnotherRunUntilFinish) {
 }
 
 TEST_P(ServerContract, AHeldDatabaseIsFreeWhenItsRunEnds) {
+  if (GetParam().name == "rehearsal") {
+    GTEST_SKIP() << "a rehearsal holds nothing";
+  }
   auto other = another_run();
   other->hold_database("Retail");
   EXPECT_THROW(server().hold_database("Retail"), ImportError);
@@ -531,12 +423,7 @@ TEST_P(ServerContract, EveryFieldOfACubeSurvives) {
   EXPECT_EQ(stored.partitions[0].slices[0].levels[0].member_key_column, "key");
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Servers, ServerContract,
-    ::testing::Values(PlaceKind{"memory", [] { return std::make_unique<MemoryPlace>(); }},
-                      PlaceKind{"catalogue", [] { return std::make_unique<CataloguePlace>(); }},
-                      PlaceKind{"mondrian", [] { return std::make_unique<MondrianPlace>(); }}),
-    [](const auto& tested) { return tested.param.name; });
+INSTANTIATE_TEST_SUITE_P(Servers, ServerContract, all_places(), name_of_place);
 
 }  // namespace
-}  // namespace importkcd
+}  // namespace importkcd::testing

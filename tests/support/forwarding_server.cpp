@@ -123,6 +123,12 @@ void ForwardingServer::write_back_partition(OlapDatabase& database, OlapCube& cu
   target_->write_back_partition(database, cube, partition);
 }
 
+void ForwardingServer::remove_object(OlapDatabase& database, OlapObjectKind kind,
+                                     const std::string& name) {
+  const auto announced = announce("remove_object", name);
+  target_->remove_object(database, kind, name);
+}
+
 void ForwardingServer::lock_dimension(OlapDatabase& database, const OlapDimension& dimension) {
   const auto announced = announce("lock_dimension", dimension.name);
   target_->lock_dimension(database, dimension);
@@ -153,6 +159,8 @@ bool ForwardingServer::structure_is_valid(OlapDatabase& database, const OlapCube
 std::vector<std::string> ForwardingServer::take_messages() { return target_->take_messages(); }
 
 bool ForwardingServer::keeps_failed_runs() const { return target_->keeps_failed_runs(); }
+
+bool ForwardingServer::keep_former_databases() { return target_->keep_former_databases(); }
 
 void ForwardingServer::finish() {
   const auto announced = announce("finish");

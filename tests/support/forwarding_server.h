@@ -35,6 +35,7 @@ class ForwardingServer : public OlapServer {
   void write_back_cube(OlapDatabase& database, OlapCube& cube) override;
   void write_back_partition(OlapDatabase& database, OlapCube& cube,
                             OlapPartition& partition) override;
+  void remove_object(OlapDatabase& database, OlapObjectKind kind, const std::string& name) override;
   void lock_dimension(OlapDatabase& database, const OlapDimension& dimension) override;
   void lock_levels(OlapDatabase& database, const OlapDimension& dimension) override;
   void lock_cube(OlapDatabase& database, const OlapCube& cube) override;
@@ -42,6 +43,7 @@ class ForwardingServer : public OlapServer {
   bool structure_is_valid(OlapDatabase& database, const OlapCube& cube) override;
   std::vector<std::string> take_messages() override;
   bool keeps_failed_runs() const override;
+  bool keep_former_databases() override;
   void finish() override;
 
  private:

@@ -82,6 +82,13 @@ void ForwardingStore::apply(std::vector<DatabaseChanges> changes) {
   target_->apply(std::move(changes));
 }
 
+void ForwardingStore::look_at(OlapStore& changed, const std::vector<std::string>& databases) {
+  before_();
+  target_->look_at(changed, databases);
+}
+
+bool ForwardingStore::keeps_copies() const { return target_->keeps_copies(); }
+
 std::vector<KeptCopy> ForwardingStore::kept_copies() {
   before_();
   return target_->kept_copies();

@@ -26,6 +26,8 @@ class ForwardingStore : public OlapStore {
   std::vector<std::string> dimensions_in_use(const std::string& database,
                                              OlapCubeKind kind) override;
   void apply(std::vector<DatabaseChanges> changes) override;
+  void look_at(OlapStore& changed, const std::vector<std::string>& databases) override;
+  bool keeps_copies() const override;
   std::vector<KeptCopy> kept_copies() override;
   RestoredDatabase restore(const std::string& database) override;
 

@@ -1,0 +1,39 @@
+#include "cli/plan_command.h"
+
+#include <CLI/CLI.hpp>
+#include <ostream>
+
+#include "base/text.h"
+#include "cli/plan_output.h"
+
+namespace importkcd {
+
+PlanCommand::PlanCommand(CLI::App& program)
+    : command_(program.add_subcommand(
+          "plan", "Tell what an import would change on an OLAP server, without doing it")),
+      arguments_(*command_) {
+  command_->add_flag("--json", json_, "Print JSON")->disable_flag_override();
+}
+
+bool PlanCommand::chosen() const { return command_->parsed(); }
+
+int PlanCommand::run(const CommandEnvironment& environment) const {
+  const auto planned = plan_import(arguments_.request(environment), environment.open_for_rehearsal);
+  for (const auto& remark : planned.remarks) {
+    environment.err << "The import would say: " << printable(remark) << '\n';
+  }
+  if (!planned.result.error.empty()) {
+    environment.err << printable(planned.result.error) << '\n';
+  }
+  if (!planned.database.empty()) {
+    const PlanHeading heading{arguments_.server(), arguments_.mode()};
+    json_ ? print_plan_json(planned, heading, environment.out)
+          : print_plan(planned, heading, environment.out);
+  }
+  if (!planned.result.succeeded) {
+    return exit_status::failure;
+  }
+  return planned.plan.changes_anything() ? exit_status::changes_planned : exit_status::success;
+}
+
+}  // namespace importkcd

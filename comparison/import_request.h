@@ -1,0 +1,65 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "importer/import_options.h"
+#include "model/olap_server.h"
+#include "servers/rehearsal_store.h"
+
+namespace importkcd {
+
+/// An import as the command line asks for it: a run of the importer, or one that makes a database
+/// what its document says (synchronise).
+struct ImportRequest {
+  /// The mode, its `ImportType`, counts only when the database is not synchronised.
+  ImportOptions options;
+  bool synchronises = false;
+  /// Whether synchronising removes what the document does not have.
+  bool prunes = true;
+  /// Whether what a run changes is kept as it was before, to be brought back. Synchronising does so
+  /// wherever copies are kept.
+  bool keeps_former = false;
+};
+
+/// Where an import happens.
+struct ImportServers {
+  OlapServerFactory open_for_change;
+  RehearsalFactory rehearse;
+};
+
+/// Collects what an import says to a person.
+class RemarkCollector : public NotificationSink {
+ public:
+  /// `remarks` outlives this object.
+  explicit RemarkCollector(std::vector<std::string>& remarks) : remarks_(remarks) {}
+  void show_message(const std::string& text) override { remarks_.push_back(text); }
+
+ private:
+  std::vector<std::string>& remarks_;
+};
+
+struct ImportResult {
+  /// Whether all was done that was asked for.
+  bool succeeded = false;
+  /// Empty when there was no error.
+  std::string error;
+};
+
+/// Carries an import out. Messages go to the sinks of its options. Throws nothing that the importer
+/// traps.
+ImportResult carry_out(const ImportRequest& request, const ImportServers& servers);
+
+/// What a document says, found out by importing it where nothing is stored.
+struct DocumentReading {
+  ImportResult result;
+  /// The one database; nothing after an error.
+  std::optional<DatabaseDefinition> database;
+  /// What the importer had to say to a person.
+  std::vector<std::string> remarks;
+};
+
+DocumentReading read_document(const ImportRequest& request, const RehearsalFactory& rehearse);
+
+}  // namespace importkcd

@@ -1,0 +1,132 @@
+#include "servers/rehearsal_store.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+
+#include "servers/choice/server_choice.h"
+#include "servers/memory/memory_server.h"
+#include "tests/support/temporary_folder.h"
+
+namespace importkcd {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+class RehearsalStoreTest : public ::testing::Test {
+ protected:
+  RehearsalStoreTest() {
+    const auto server = make_memory_server(storage_);
+    server->connect("");
+    auto& database = server->add_database("Retail");
+    database.description = "Shops";
+    server->write_back_database(database);
+    server->write_back_dimension(database, database.dimensions().add_new("Time"));
+    server->finish();
+  }
+
+  std::unique_ptr<WorkingCopyServer> server() const { return make_memory_server(storage_); }
+
+  /// A connected rehearsal in which a dimension was added.
+  std::shared_ptr<RehearsalStore> rehearse(RehearsalBase base) {
+    rehearsing_ = server();
+    auto store = rehearsing_->rehearse(base);
+    rehearsing_->connect("");
+    rehearsing_->hold_database("RETAIL");
+    auto& database = base == RehearsalBase::stored ? rehearsing_->open_database("Retail")
+                                                   : rehearsing_->add_database("Retail");
+    rehearsing_->write_back_dimension(database, database.dimensions().add_new("Product"));
+    rehearsing_->write_back_database(database);
+    rehearsing_->finish();
+    return store;
+  }
+
+ private:
+  std::shared_ptr<MemoryStorage> storage_ = make_memory_store();
+  std::unique_ptr<WorkingCopyServer> rehearsing_;
+};
+
+TEST_F(RehearsalStoreTest, KnowsWhatWasThereAndWhatWouldBe) {
+  const auto store = rehearse(RehearsalBase::stored);
+  ASSERT_TRUE(store->before("retail") && store->after("retail"));
+  EXPECT_THAT(store->before("retail")->dimensions, ::testing::SizeIs(1));
+  EXPECT_EQ(store->before("retail")->description, "Shops");
+  EXPECT_THAT(store->after("retail")->dimensions, ::testing::SizeIs(2));
+  EXPECT_EQ(store->held_name(), "RETAIL");
+}
+
+TEST_F(RehearsalStoreTest, StoresNothing) {
+  rehearse(RehearsalBase::stored);
+  const auto look = server();
+  look->connect("");
+  EXPECT_THAT(look->open_database("Retail").dimensions().names(), ElementsAre("Time"));
+}
+
+TEST_F(RehearsalStoreTest, LaterStepsSeeEarlierOnes) {
+  const auto store = rehearse(RehearsalBase::stored);
+  WorkingCopyServer next(store);
+  EXPECT_THAT(next.open_database("Retail").dimensions().names(), ElementsAre("Time", "Product"));
+  next.remove_database("Retail");
+  next.finish();
+  EXPECT_TRUE(store->before("Retail"));
+  EXPECT_FALSE(store->after("Retail"));
+  EXPECT_THAT(store->database_names(), IsEmpty());
+}
+
+TEST_F(RehearsalStoreTest, ADatabaseThatWasNotTouchedIsTheSameBeforeAndAfter) {
+  const auto idle = server();
+  const auto store = idle->rehearse(RehearsalBase::stored);
+  idle->connect("");
+  EXPECT_THAT(store->before("Retail")->dimensions, ::testing::SizeIs(1));
+  EXPECT_THAT(store->after("Retail")->dimensions, ::testing::SizeIs(1));
+  EXPECT_FALSE(store->before("Other"));
+  EXPECT_EQ(store->held_name(), "");
+}
+
+TEST_F(RehearsalStoreTest, AnEmptyBaseHidesWhatIsStored) {
+  const auto store = rehearse(RehearsalBase::empty);
+  EXPECT_FALSE(store->before("Retail"));
+  EXPECT_THAT(store->after("Retail")->dimensions, ::testing::SizeIs(1));
+  EXPECT_EQ(store->after("Retail")->description, "");
+}
+
+TEST_F(RehearsalStoreTest, ARehearsalHoldsNothing) {
+  rehearse(RehearsalBase::stored);
+  const auto other = server();
+  other->connect("");
+  EXPECT_NO_THROW(other->hold_database("Retail"));
+}
+
+TEST_F(RehearsalStoreTest, RestoringCannotBeRehearsed) {
+  EXPECT_THROW(rehearse(RehearsalBase::stored)->restore("Retail"), ImportError);
+}
+
+TEST(Rehearsal, CreatesNothingOnAnyServer) {
+  const testing::TemporaryFolder folder;
+  for (const auto& machine : {"catalogue:" + folder.file("server.olap"),
+                              "mondrian:" + folder.file("olap"), std::string("memory:")}) {
+    const auto rehearsal = make_rehearsal(machine, RehearsalBase::stored);
+    rehearsal.server->connect(machine);
+    rehearsal.server->hold_database("Retail");
+    auto& database = rehearsal.server->add_database("Retail");
+    rehearsal.server->write_back_database(database);
+    rehearsal.server->finish();
+    EXPECT_TRUE(rehearsal.store->after("Retail")) << machine;
+  }
+  EXPECT_TRUE(std::filesystem::is_empty(folder.path()));
+}
+
+TEST(Rehearsal, MeetsTheSameRefusalsAsARun) {
+  const testing::TemporaryFolder folder;
+  folder.write("datasources.xml", "somebody else's");
+  const auto rehearsal =
+      make_rehearsal("mondrian:" + folder.path().string(), RehearsalBase::stored);
+  EXPECT_THROW(rehearsal.server->connect(""), ImportError);
+  EXPECT_THROW(make_rehearsal("elsewhere", RehearsalBase::stored), ImportError);
+}
+
+}  // namespace
+}  // namespace importkcd

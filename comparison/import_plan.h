@@ -11,7 +11,7 @@ namespace importkcd {
 /// What an import would do, found out by doing it where nothing is stored.
 struct ImportPlan {
   /// How the import would end.
-  ImportResult result;
+  RequestOutcome result;
   /// What it would say to a person.
   std::vector<std::string> remarks;
   /// The database, as it is stored, or else as the document names it; empty when the import would

@@ -9,7 +9,7 @@
 namespace importkcd {
 namespace {
 
-ImportResult run_importer(const ImportOptions& options, OlapServerFactory open_server) {
+RequestOutcome run_importer(const ImportOptions& options, OlapServerFactory open_server) {
   ImportOLAPDBFromKCDDoc importer(std::move(open_server));
   static_cast<ImportOptions&>(importer) = options;
   importer.succeeded = true;
@@ -31,7 +31,7 @@ OlapServerFactory keeping_former(const OlapServerFactory& open_server) {
 
 }  // namespace
 
-ImportResult carry_out(const ImportRequest& request, const ImportServers& servers) {
+RequestOutcome carry_out(const ImportRequest& request, const ImportServers& servers) {
   if (request.synchronises) {
     return synchronise(request, servers);
   }

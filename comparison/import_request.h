@@ -40,7 +40,7 @@ class RemarkCollector : public NotificationSink {
   std::vector<std::string>& remarks_;
 };
 
-struct ImportResult {
+struct RequestOutcome {
   /// Whether all was done that was asked for.
   bool succeeded = false;
   /// Empty when there was no error.
@@ -49,11 +49,11 @@ struct ImportResult {
 
 /// Carries an import out. Messages go to the sinks of its options. Throws nothing that the importer
 /// traps.
-ImportResult carry_out(const ImportRequest& request, const ImportServers& servers);
+RequestOutcome carry_out(const ImportRequest& request, const ImportServers& servers);
 
 /// What a document says, found out by importing it where nothing is stored.
 struct DocumentReading {
-  ImportResult result;
+  RequestOutcome result;
   /// The one database; nothing after an error.
   std::optional<DatabaseDefinition> database;
   /// What the importer had to say to a person.

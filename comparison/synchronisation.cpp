@@ -228,14 +228,14 @@ void synchronise_database(const ImportRequest& request, OlapServer& server,
 
 }  // namespace
 
-ImportResult synchronise(const ImportRequest& request, const ImportServers& servers) {
+RequestOutcome synchronise(const ImportRequest& request, const ImportServers& servers) {
   auto document = read_document(request, servers.rehearse);
   if (!document.database) {
     tell(request, document.remarks);
     return document.result;
   }
   std::unique_ptr<OlapServer> server;
-  ImportResult result{true, {}};
+  RequestOutcome result{true, {}};
   try {
     server = servers.open_for_change(request.options.machine_name);
     synchronise_database(request, *server, std::move(*document.database));

@@ -16,6 +16,6 @@ namespace importkcd {
 ///
 /// Sends one progress message per changed object. An error of the server, a lock check's refusal
 /// included, and a written cube whose structure is not valid end the result's success.
-ImportResult synchronise(const ImportRequest& request, const ImportServers& servers);
+RequestOutcome synchronise(const ImportRequest& request, const ImportServers& servers);
 
 }  // namespace importkcd

@@ -36,10 +36,11 @@ LIST = pathlib.Path(__file__).resolve().parent / "mutations.toml"
 PROGRAMS = {
     "base/": ["base_tests", "document_tests", "labels_tests", "mondrian_tests", "kcd_tests"],
     "document/": ["document_tests", "importer_tests", "kcd_tests"],
-    "model/": ["model_tests", "servers_tests", "importer_tests"],
-    "servers/": ["servers_tests", "importer_tests", "kcd_tests"],
+    "model/": ["model_tests", "servers_tests", "importer_tests", "comparison_tests"],
+    "servers/": ["servers_tests", "importer_tests", "comparison_tests", "kcd_tests"],
     "mondrian/": ["mondrian_tests", "kcd_tests"],
     "importer/": ["importer_tests", "kcd_tests"],
+    "comparison/": ["comparison_tests", "kcd_tests"],
     "xmla/": ["xmla_tests", "kcd_tests"],
     "labels/": ["labels_tests", "kcd_tests"],
     "cli/": ["kcd_tests"],

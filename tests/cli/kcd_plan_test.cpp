@@ -53,7 +53,7 @@ TEST_F(KcdPlan, TellsWhatANewDatabaseWouldHold) {
   + database 'Shop'
   + data source 'Warehouse'
   + dimension 'Time'                    2 levels
-  + dimension 'Product'                 1 level
+  + dimension 'Product'                 2 levels
   + dimension 'Region'                  1 level
   + role 'Readers'
   + cube 'Sales'                        2 dimensions, 1 measure, 1 calculated member, 1 role, 2 partitions

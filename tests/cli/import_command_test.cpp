@@ -32,7 +32,7 @@ class DisturbedImport : public ::testing::Test {
       return std::make_unique<ForwardingServer>(make_memory_server(store_), hook);
     };
     errors.str("");
-    return command.run({open, open, {}, {}, input_, output_, errors});
+    return command.run({open, open, {}, {}, {}, input_, output_, errors});
   }
 
   ForwardingServer::Hook hook;

@@ -55,10 +55,12 @@ TEST_F(KcdPlan, TellsWhatANewDatabaseWouldHold) {
   + dimension 'Time'                    2 levels
   + dimension 'Product'                 2 levels
   + dimension 'Region'                  1 level
+  + dimension 'Colours'                 1 level
   + role 'Readers'
   + cube 'Sales'                        2 dimensions, 1 measure, 1 calculated member, 1 role, 2 partitions
   + cube 'Stock'                        1 dimension, 1 measure, 1 partition
-8 to create, 0 to change, 0 kept although they differ, 0 to remove
+  + cube 'Overview'                     1 dimension, 1 measure
+10 to create, 0 to change, 0 kept although they differ, 0 to remove
 )");
   EXPECT_FALSE(std::filesystem::exists(folder.file("server.olap")));
 }

@@ -34,6 +34,7 @@ class ImportArguments {
   void add_options();
   void add_mode_options();
   void add_flags();
+  void add_mode_options();
   void check_combinations() const;
   void check_mode() const;
   std::string connection_text(const CommandEnvironment& environment) const;

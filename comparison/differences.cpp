@@ -115,12 +115,12 @@ class Comparison {
     visit_pairs(
         before, after, [](const auto& object, const auto& visit) { visit_fields(object, visit); },
         [this](std::string_view name, const auto& left, const auto& right) {
-          compare_values(name, left, right);
+          this->compare_values(name, left, right);
         });
     visit_pairs(
         before, after, [](const auto& object, const auto& visit) { visit_parts(object, visit); },
         [this](std::string_view kind, const auto& left, const auto& right) {
-          compare_parts(kind, left, right);
+          this->compare_parts(kind, left, right);
         });
   }
 

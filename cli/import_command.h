@@ -32,7 +32,6 @@ class ImportArguments {
 
  private:
   void add_options();
-  void add_mode_options();
   void add_flags();
   void add_mode_options();
   void check_combinations() const;

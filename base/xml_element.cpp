@@ -26,6 +26,27 @@ struct FreeXml {
   void operator()(xmlTextReader* reader) const { xmlFreeTextReader(reader); }
 };
 
+/// Takes the library's errors while it lives: some of its functions tell of a lack of memory that
+/// way alone, and leave a value out.
+class XmlErrors {
+ public:
+  XmlErrors() : old_context_(xmlStructuredErrorContext), old_handler_(xmlStructuredError) {
+    xmlSetStructuredErrorFunc(this, [](void* errors, xmlErrorPtr /*error*/) {
+      static_cast<XmlErrors*>(errors)->any_ = true;
+    });
+  }
+  ~XmlErrors() { xmlSetStructuredErrorFunc(old_context_, old_handler_); }
+  XmlErrors(const XmlErrors&) = delete;
+  XmlErrors& operator=(const XmlErrors&) = delete;
+
+  bool any() const { return any_; }
+
+ private:
+  void* old_context_;
+  xmlStructuredErrorFunc old_handler_;
+  bool any_ = false;
+};
+
 /// Writes elements into memory; every refusal of the library is an error.
 class XmlWriter {
  public:
@@ -63,7 +84,7 @@ class XmlWriter {
   }
 
   std::string text() {
-    writer_.reset();
+    require(xmlTextWriterFlush(writer_.get()) >= 0 && !errors_.any());
     return {reinterpret_cast<const char*>(xmlBufferContent(buffer_.get())),
             static_cast<std::size_t>(xmlBufferLength(buffer_.get()))};
   }
@@ -87,6 +108,7 @@ class XmlWriter {
     }
   }
 
+  XmlErrors errors_;
   std::unique_ptr<xmlBuffer, FreeXml> buffer_;
   std::unique_ptr<xmlTextWriter, FreeXml> writer_;
 };

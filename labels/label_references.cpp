@@ -5,6 +5,7 @@
 
 #include "base/import_error.h"
 #include "base/text.h"
+#include "labels/labels_connection.h"
 #include "labels/loaded_labels.h"
 
 namespace importkcd {

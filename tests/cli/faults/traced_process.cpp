@@ -27,7 +27,7 @@ constexpr int system_call_stop = SIGTRAP | 0x80;
 constexpr auto no_call = static_cast<unsigned long long>(-1);
 
 constexpr std::array never_failing{SYS_exit_group, SYS_exit, SYS_rt_sigreturn, SYS_restart_syscall,
-                                   SYS_munmap,     SYS_brk,  SYS_execve};
+                                   SYS_munmap,     SYS_brk,  SYS_futex,        SYS_execve};
 
 FileDescriptor memory_file() { return FileDescriptor(memfd_create("importkcd-test", MFD_CLOEXEC)); }
 

@@ -9,6 +9,7 @@ namespace {
 
 using testing::all_level;
 using ::testing::ElementsAre;
+using ::testing::HasSubstr;
 using testing::level;
 
 class DimensionMapping : public testing::MappingTest {
@@ -73,6 +74,29 @@ TEST_F(DimensionMapping, ASnowflakeIsAChainOfJoins) {
       "  </Hierarchy>\n"
       "</Dimension>\n");
   EXPECT_EQ(foreign_key(cube), "product_id");
+}
+
+TEST_F(DimensionMapping, ALevelWithColumnsOfTwoTablesMakesAView) {
+  const auto in_view = [this](const std::vector<OlapLevel>& levels) {
+    auto& dimension = *database.dimensions().edit("Product");
+    dimension.levels = {};
+    for (const auto& of_dimension : levels) {
+      dimension.levels.add(of_dimension);
+    }
+    return dimension_xml(
+        add_cube("Sales", "sales", "sales, product", "sales.product_id = product.id", {"Product"}));
+  };
+  add_dimension("Product", "product, g", {level("Product", "product.id")},
+                "product.group_id = g.id");
+  EXPECT_THAT(in_view({level("Product", "product.id", "g.name")}),
+              HasSubstr("&quot;g&quot;.&quot;name&quot; as &quot;level1_name&quot;"));
+  auto with_property = level("Product", "product.id");
+  OlapMemberProperty property;
+  property.name = "Group";
+  property.source_column = "g.name";
+  with_property.member_properties.add(property);
+  EXPECT_THAT(in_view({with_property}),
+              HasSubstr("&quot;g&quot;.&quot;name&quot; as &quot;level1_property1&quot;"));
 }
 
 TEST_F(DimensionMapping, TablesThatOnlyTheCubeTiesComeAlong) {

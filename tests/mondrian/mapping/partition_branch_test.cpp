@@ -128,6 +128,31 @@ TEST_F(PartitionBranch, ADisabledLevelCutsNothing) {
   cube_->dimensions.edit_at(0).levels.edit("City")->disabled = true;
   slice(add_partition("Sales", "sales", "sales, store", "sales.store_id = store.id"), "City", "17");
   EXPECT_EQ(queries(), "<Table name=\"sales\"/>\n");
+  add_partition("Old", "sales_2024", "sales_2024, store", "sales_2024.store_id = store.id");
+  EXPECT_THAT(queries(), ::testing::Not(::testing::HasSubstr("17")));
+}
+
+TEST_F(PartitionBranch, LevelsOfOneNameAndColumnInTwoDimensionsStayTwo) {
+  add_dimension("Sold", "sales", {level("Year", "sales.y")});
+  add_dimension("Paid", "sales", {level("Year", "sales.y")});
+  cube_ = &add_cube("Sales", "sales", "sales", "", {"Sold", "Paid"});
+  auto& partition = add_partition("Sales", "sales_1999", "sales_1999", "");
+  partition.slices.edit_or_add("Paid").levels.add({"Year", "sales_1999.paid", "1999"});
+  EXPECT_THAT(queries(), ::testing::HasSubstr("\"y\" as \"y\""));
+  EXPECT_THAT(queries(), ::testing::HasSubstr("\"paid\" as \"y_\""));
+}
+
+TEST_F(PartitionBranch, TheForeignKeyIsTheColumnThatEqualsTheKeyOfTheDimension) {
+  add_partition("Old", "old", "old, store",
+                "old.postcode = store.postcode AND old.shop = store.id");
+  EXPECT_THAT(queries(), ::testing::HasSubstr("\"old\".\"shop\" as \"store_id\""));
+}
+
+TEST_F(PartitionBranch, AnExpressionSpeaksOfTheFactsByTheirAlias) {
+  const auto source = cube_source(DatabaseKind::unknown, "sales", "sales", "");
+  FactSource facts(source, *cube_, false, "sales_2");
+  EXPECT_EQ(facts.value(parse_expression("sales.amount + 1"), "sum").expression,
+            "\"sales_2\".\"amount\" + 1");
 }
 
 TEST_F(PartitionBranch, ASliceOnATextIsAConditionOnTheNameOrElseTheKey) {

@@ -2,6 +2,7 @@
 
 #include <optional>
 #include <string_view>
+#include <vector>
 
 #include "model/codes.h"
 
@@ -28,5 +29,12 @@ bool boolean(Word word);
 
 /// "true" is true, "false" is false, everything else the default.
 bool boolean(Word word, bool default_value);
+
+/// The words of the vocabularies, the first one for the first code.
+std::vector<std::string_view> dimension_type_words();
+std::vector<std::string_view> level_type_words();
+std::vector<std::string_view> level_ordering_words();
+std::vector<std::string_view> aggregate_function_words();
+std::vector<std::string_view> olap_mode_words();
 
 }  // namespace importkcd

@@ -8,6 +8,8 @@
 #include "base/import_error.h"
 #include "base/text.h"
 #include "cli/arguments.h"
+#include "cli/document_findings.h"
+#include "cli/finding_output.h"
 #include "importer/import_olapdb_from_kcd_doc.h"
 
 namespace importkcd {
@@ -109,6 +111,10 @@ void ImportCommand::add_options() {
       ->disable_flag_override()
       ->excludes(without);
   command
+      .add_flag("--strict", strict_,
+                "Check the document first, and import nothing when there is an error or a warning")
+      ->disable_flag_override();
+  command
       .add_flag("--dont-update-levels", dont_update_levels_,
                 "Leave the levels of shared dimensions alone (update mode only)")
       ->disable_flag_override();
@@ -140,6 +146,20 @@ std::string ImportCommand::new_pattern(const CommandEnvironment& environment) co
                                                    : read_pattern(pattern_to_file_, environment.in);
 }
 
+/// Tells what is wrong in the document. Returns whether nothing is.
+bool ImportCommand::is_clean(const CommandEnvironment& environment,
+                             const ImportOptions& options) const {
+  auto findings = findings_before(options);
+  for (auto& finding : findings) {
+    finding.severity = Severity::error;
+    write_finding(environment.err, document_, finding);
+  }
+  if (!findings.empty()) {
+    environment.err << "Nothing was imported: " << summary_of({{document_, findings}}) << '\n';
+  }
+  return findings.empty();
+}
+
 int ImportCommand::run(const CommandEnvironment& environment) const {
   ImportOLAPDBFromKCDDoc importer(environment.open_for_change);
   StreamSink sink(environment);
@@ -161,11 +181,17 @@ int ImportCommand::run(const CommandEnvironment& environment) const {
   importer.progres_window = &sink;
   importer.notifications = &sink;
 
+  if (strict_ && !is_clean(environment, importer)) {
+    return exit_status::failure;
+  }
   importer.succeeded = true;
   importer.ReleaseDocument();
   importer.make();
   if (!importer.last_error.empty()) {
     environment.err << printable(importer.last_error) << '\n';
+  }
+  for (const auto& finding : findings_of_failure(importer)) {
+    write_finding(environment.err, document_, finding);
   }
   return importer.succeeded && importer.passed_over.empty() ? exit_status::success
                                                             : exit_status::failure;

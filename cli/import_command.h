@@ -3,6 +3,7 @@
 #include <string>
 
 #include "cli/command_environment.h"
+#include "importer/import_options.h"
 
 namespace CLI {
 class App;
@@ -30,6 +31,7 @@ class ImportCommand {
  private:
   void add_options();
   void check_combinations() const;
+  bool is_clean(const CommandEnvironment& environment, const ImportOptions& options) const;
   std::string connection_text(const CommandEnvironment& environment) const;
   std::string new_pattern(const CommandEnvironment& environment) const;
 
@@ -45,6 +47,7 @@ class ImportCommand {
   std::string pattern_from_;
   std::string pattern_to_;
   std::string pattern_to_file_;
+  bool strict_ = false;
   bool no_partitions_ = false;
   bool dont_update_levels_ = false;
 };

@@ -9,10 +9,12 @@
 #include "base/connection_text.h"
 #include "base/text.h"
 #include "cli/arguments.h"
+#include "cli/check_command.h"
 #include "cli/convert_command.h"
 #include "cli/import_command.h"
 #include "cli/query_command.h"
 #include "cli/restore_command.h"
+#include "cli/schema_command.h"
 #include "cli/serve_command.h"
 #include "cli/show_command.h"
 #include "servers/choice/server_choice.h"
@@ -58,6 +60,8 @@ int run(int argument_count, const char* const* arguments) {
   program.require_subcommand(1);
   program.failure_message(usage_message);
   const ImportCommand import_command(program);
+  const CheckCommand check_command(program);
+  const SchemaCommand schema_command(program);
   const ConvertCommand convert_command(program);
   const ShowCommand show_command(program);
   const RestoreCommand restore_command(program);
@@ -74,6 +78,12 @@ int run(int argument_count, const char* const* arguments) {
   const auto environment = environment_of_process();
   if (import_command.chosen()) {
     return import_command.run(environment);
+  }
+  if (check_command.chosen()) {
+    return check_command.run(environment);
+  }
+  if (schema_command.chosen()) {
+    return schema_command.run(environment);
   }
   if (convert_command.chosen()) {
     return convert_command.run(environment);

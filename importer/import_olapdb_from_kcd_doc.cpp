@@ -68,6 +68,9 @@ std::int32_t ImportOLAPDBFromKCDDoc::make() {
   passed_over.clear();
   incomplete_cubes.clear();
   database_name_.clear();
+  working_on = nullptr;
+  failed_at = nullptr;
+  failed_position = {};
   if (succeeded) {
     OpenOlapServer();
   }
@@ -76,6 +79,7 @@ std::int32_t ImportOLAPDBFromKCDDoc::make() {
     copy = prepare_temporary_copy();
   }
   if (succeeded) {
+    lacks_first_line_ = copy.lacks_first_line;
     OpenKcdDocument(copy.path);
     if (!succeeded && !copy.error.empty()) {
       // The document is not to blame for a copy that is cut off, nor would anybody look at that.
@@ -86,11 +90,23 @@ std::int32_t ImportOLAPDBFromKCDDoc::make() {
   if (succeeded) {
     ProcessDocument();
     delete_temporary_copy(copy.path);
+    if (failed_at != nullptr) {
+      failed_position = in_original(failed_at->position());
+    }
   }
   return 0;
 }
 
-void ImportOLAPDBFromKCDDoc::ReleaseDocument() { document_.reset(); }
+/// The pattern may have moved what follows in a line.
+DocumentPosition ImportOLAPDBFromKCDDoc::in_original(DocumentPosition position) const {
+  return {position.line + (lacks_first_line_ ? 1 : 0), replace_pattern_yn() ? 0 : position.column};
+}
+
+void ImportOLAPDBFromKCDDoc::ReleaseDocument() {
+  document_.reset();
+  working_on = nullptr;
+  failed_at = nullptr;
+}
 
 void ImportOLAPDBFromKCDDoc::OpenOlapServer() {
   std::string shown_name;
@@ -131,6 +147,10 @@ void ImportOLAPDBFromKCDDoc::OpenKcdDocument(const std::string& path) {
     ReportProgress("Opening kcd document file '" + path + "'");
     document_.reset();
     document_ = KcdDocument::load(path);
+  } catch (const DocumentSyntaxError& error) {
+    fail("Cannot open kcd document file " + path + " because " + error.what());
+    failed_position = in_original(error.position());
+    failed_reason = error.reason();
   } catch (const std::exception& error) {
     fail("Cannot open kcd document file " + path + " because " + error.what());
   }
@@ -141,6 +161,7 @@ void ImportOLAPDBFromKCDDoc::ProcessDocument() {
     import_into_database();
   } catch (const std::exception& error) {
     fail(processing_error(error));
+    failed_reason = error.what();
   }
   finish();
 }
@@ -148,6 +169,7 @@ void ImportOLAPDBFromKCDDoc::ProcessDocument() {
 void ImportOLAPDBFromKCDDoc::import_into_database() {
   ReportProgress("Processing document");
   const KcdElement& root = document_->root();
+  const WorkingOn at(*this, root);
   const std::string version(root.attribute("version").value_or(""));
   if (version != current_version && version != older_version) {
     fail("Expected kcd document version '" + std::string(current_version) +

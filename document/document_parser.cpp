@@ -222,7 +222,8 @@ class DocumentParse {
   static xmlEntity* entity_used(void* context, const xmlChar* name);
   static void comment_read(void* context, const xmlChar* text);
   static void instruction_read(void* context, const xmlChar* target, const xmlChar* text);
-  static void characters_read(void* context, const xmlChar* text, int length);
+  static void section_read(void* context, const xmlChar* text, int length);
+  static void text_read(void* context, const xmlChar* text, int length);
   static void error_reported(void* context, xmlError* error);
   static xmlSAXHandler handlers();
 
@@ -338,9 +339,9 @@ xmlSAXHandler DocumentParse::handlers() {
   sax.getParameterEntity = entity_used;
   sax.comment = comment_read;
   sax.processingInstruction = instruction_read;
-  sax.cdataBlock = characters_read;
-  sax.characters = characters_read;
-  sax.ignorableWhitespace = characters_read;
+  sax.cdataBlock = section_read;
+  sax.characters = text_read;
+  sax.ignorableWhitespace = text_read;
   return sax;
 }
 
@@ -516,10 +517,14 @@ void DocumentParse::instruction_read(void* context, const xmlChar* /*target*/,
   self(context).end_piece();
 }
 
-/// Of some texts the library tells while it still stands in front of them.
-void DocumentParse::characters_read(void* context, const xmlChar* text, int length) {
+void DocumentParse::section_read(void* context, const xmlChar* /*text*/, int /*length*/) {
+  self(context).end_piece();
+}
+
+/// Of some texts the library tells while it still stands in front of them. They come in parts, of
+/// which none ends a piece.
+void DocumentParse::text_read(void* context, const xmlChar* text, int length) {
   auto& parse = self(context);
-  parse.piece_ = 0;
   auto state = state_of(*parse.parser_);
   const std::string_view told(reinterpret_cast<const char*>(text),
                               static_cast<std::size_t>(length));

@@ -169,7 +169,9 @@ void ImportOLAPDBFromKCDDoc::ProcessDocument() {
 void ImportOLAPDBFromKCDDoc::import_into_database() {
   ReportProgress("Processing document");
   const KcdElement& root = document_->root();
-  const WorkingOn at(*this, root);
+  // What the server says of the database itself is not the document's fault.
+  std::optional<WorkingOn> at;
+  at.emplace(*this, root);
   const std::string version(root.attribute("version").value_or(""));
   if (version != current_version && version != older_version) {
     fail("Expected kcd document version '" + std::string(current_version) +
@@ -177,6 +179,7 @@ void ImportOLAPDBFromKCDDoc::import_into_database() {
   }
   const auto name =
       use_alternate_database_name ? alternate_database_name : decoded_text(root, "name");
+  at.reset();
   // Deliberately before the version is judged: the old database is deleted in any case.
   if (ImportType == import_type::replace && DatabaseExists(name)) {
     DeleteDatabase(name);
@@ -199,8 +202,11 @@ OlapDatabase& ImportOLAPDBFromKCDDoc::find_or_create_database(const std::string&
     return *existing;
   }
   ReportProgress("Creating database '" + name + "'");
+  std::optional<WorkingOn> at;
+  at.emplace(*this, document_->root());
   OlapDatabase& database = server_->add_database(name);
   database.description = decoded_text(document_->root(), "description");
+  at.reset();
   server_->write_back_database(database);
   return database;
 }

@@ -40,6 +40,7 @@ PROGRAMS = {
     "servers/": ["servers_tests", "importer_tests", "kcd_tests"],
     "mondrian/": ["mondrian_tests", "kcd_tests"],
     "importer/": ["importer_tests", "kcd_tests"],
+    "check/": ["check_tests", "kcd_tests"],
     "xmla/": ["xmla_tests", "kcd_tests"],
     "labels/": ["labels_tests", "kcd_tests"],
     "cli/": ["kcd_tests"],

@@ -4,9 +4,12 @@
 #include <istream>
 #include <ostream>
 #include <string_view>
+#include <vector>
 
 #include "base/text.h"
 #include "cli/arguments.h"
+#include "cli/document_findings.h"
+#include "cli/finding_output.h"
 
 namespace importkcd {
 namespace {
@@ -41,6 +44,21 @@ std::int32_t type_of_mode(std::string_view mode) {
     return import_type::replace;
   }
   return mode == update_mode ? import_type::update : import_type::incremental;
+}
+
+/// Tells what is wrong in the document. Returns whether nothing is.
+bool ImportCommand::is_clean(const CommandEnvironment& environment,
+                             const ImportOptions& options) const {
+  const auto& document = options.kcd_document_file_name;
+  auto findings = findings_before(options);
+  for (auto& finding : findings) {
+    finding.severity = Severity::error;
+    write_finding(environment.err, document, finding);
+  }
+  if (!findings.empty()) {
+    environment.err << "Nothing was imported: " << summary_of({{document, findings}}) << '\n';
+  }
+  return findings.empty();
 }
 
 }  // namespace
@@ -105,6 +123,10 @@ void ImportArguments::add_flags() {
   command
       .add_flag("--no-virtual", no_virtual_,
                 "Leave the document's virtual dimensions and virtual cubes alone")
+      ->disable_flag_override();
+  command
+      .add_flag("--strict", strict_,
+                "Check the document first, and import nothing when there is an error or a warning")
       ->disable_flag_override();
   command
       .add_flag("--dont-update-levels", dont_update_levels_,
@@ -212,10 +234,20 @@ int ImportCommand::run(const CommandEnvironment& environment) const {
   auto request = arguments_.request(environment);
   request.options.progres_window = &sink;
   request.options.notifications = &sink;
+  std::vector<Finding> faults;
+  request.look_at_failure = [&](const ImportOLAPDBFromKCDDoc& importer) {
+    faults = findings_of_failure(importer);
+  };
+  if (arguments_.strict() && !is_clean(environment, request.options)) {
+    return exit_status::failure;
+  }
   const auto result =
       carry_out(request, {environment.open_for_change, environment.open_for_rehearsal});
   if (!result.error.empty()) {
     environment.err << printable(result.error) << '\n';
+  }
+  for (const auto& fault : faults) {
+    write_finding(environment.err, request.options.kcd_document_file_name, fault);
   }
   return result.succeeded ? exit_status::success : exit_status::failure;
 }

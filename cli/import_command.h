@@ -29,6 +29,8 @@ class ImportArguments {
   /// The server's text and the mode's name.
   const std::string& server() const { return server_; }
   const std::string& mode() const { return mode_; }
+  /// Whether a document with errors or warnings is to be refused; plans do not ask.
+  bool strict() const { return strict_; }
 
  private:
   void add_options();
@@ -51,6 +53,7 @@ class ImportArguments {
   std::string pattern_from_;
   std::string pattern_to_;
   std::string pattern_to_file_;
+  bool strict_ = false;
   bool no_partitions_ = false;
   bool no_virtual_ = false;
   bool dont_update_levels_ = false;

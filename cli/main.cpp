@@ -9,12 +9,14 @@
 #include "base/connection_text.h"
 #include "base/text.h"
 #include "cli/arguments.h"
+#include "cli/check_command.h"
 #include "cli/convert_command.h"
 #include "cli/export_command.h"
 #include "cli/import_command.h"
 #include "cli/plan_command.h"
 #include "cli/query_command.h"
 #include "cli/restore_command.h"
+#include "cli/schema_command.h"
 #include "cli/serve_command.h"
 #include "cli/show_command.h"
 #include "servers/choice/server_choice.h"
@@ -62,6 +64,8 @@ int run(int argument_count, const char* const* arguments) {
   program.failure_message(usage_message);
   const ImportCommand import_command(program);
   const PlanCommand plan_command(program);
+  const CheckCommand check_command(program);
+  const SchemaCommand schema_command(program);
   const ConvertCommand convert_command(program);
   const ExportCommand export_command(program);
   const ShowCommand show_command(program);
@@ -82,6 +86,12 @@ int run(int argument_count, const char* const* arguments) {
   }
   if (plan_command.chosen()) {
     return plan_command.run(environment);
+  }
+  if (check_command.chosen()) {
+    return check_command.run(environment);
+  }
+  if (schema_command.chosen()) {
+    return schema_command.run(environment);
   }
   if (convert_command.chosen()) {
     return convert_command.run(environment);

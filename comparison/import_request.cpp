@@ -4,17 +4,21 @@
 
 #include "base/import_error.h"
 #include "comparison/synchronisation.h"
-#include "importer/import_olapdb_from_kcd_doc.h"
 
 namespace importkcd {
 namespace {
 
-RequestOutcome run_importer(const ImportOptions& options, OlapServerFactory open_server) {
+/// Runs the importer with these options in the place of the request's own.
+RequestOutcome run_importer(const ImportRequest& request, const ImportOptions& options,
+                            OlapServerFactory open_server) {
   ImportOLAPDBFromKCDDoc importer(std::move(open_server));
   static_cast<ImportOptions&>(importer) = options;
   importer.succeeded = true;
   importer.ReleaseDocument();
   importer.make();
+  if (!importer.succeeded && request.look_at_failure) {
+    request.look_at_failure(importer);
+  }
   return {importer.succeeded && importer.passed_over.empty(), importer.last_error};
 }
 
@@ -35,9 +39,9 @@ RequestOutcome carry_out(const ImportRequest& request, const ImportServers& serv
   if (request.synchronises) {
     return synchronise(request, servers);
   }
-  return run_importer(request.options, request.keeps_former
-                                           ? keeping_former(servers.open_for_change)
-                                           : servers.open_for_change);
+  return run_importer(
+      request, request.options,
+      request.keeps_former ? keeping_former(servers.open_for_change) : servers.open_for_change);
 }
 
 DocumentReading read_document(const ImportRequest& request, const RehearsalFactory& rehearse) {
@@ -50,7 +54,7 @@ DocumentReading read_document(const ImportRequest& request, const RehearsalFacto
   options.after_failure = AfterFailure::discard;
   options.progres_window = nullptr;
   options.notifications = &remarks;
-  reading.result = run_importer(options, [&](std::string_view machine) {
+  reading.result = run_importer(request, options, [&](std::string_view machine) {
     auto rehearsal = rehearse(machine, RehearsalBase::empty);
     store = std::move(rehearsal.store);
     return std::move(rehearsal.server);

@@ -1,9 +1,11 @@
 #pragma once
 
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
 
+#include "importer/import_olapdb_from_kcd_doc.h"
 #include "importer/import_options.h"
 #include "model/olap_server.h"
 #include "servers/rehearsal_store.h"
@@ -21,6 +23,8 @@ struct ImportRequest {
   /// Whether what a run changes is kept as it was before, to be brought back. Synchronising does so
   /// wherever copies are kept.
   bool keeps_former = false;
+  /// Called with an importer that has failed, its document still loaded; may be empty.
+  std::function<void(const ImportOLAPDBFromKCDDoc&)> look_at_failure = {};
 };
 
 /// Where an import happens.

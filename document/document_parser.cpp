@@ -4,6 +4,8 @@
 #include <libxml/xmlerror.h>
 
 #include <algorithm>
+#include <cstdint>
+#include <cstring>
 #include <deque>
 #include <exception>
 #include <memory>
@@ -13,6 +15,9 @@
 
 #include "base/files.h"
 #include "base/import_error.h"
+#include "base/text.h"
+#include "base/text_encoding.h"
+#include "document/document_copy.h"
 #include "document/kcd_document_builder.h"
 
 namespace importkcd {
@@ -52,6 +57,13 @@ struct ParserState {
   bool has_input = false;
   /// What holds all names that the parser hands over, each once.
   xmlDict* names = nullptr;
+  /// The part of the document in front of the place that was reached, as far as the parser still
+  /// holds it, in UTF-8: the whole of a tag that is being read. `passed` is the end of `behind` in
+  /// the document, in bytes of UTF-8.
+  std::string_view behind;
+  std::uint64_t passed = 0;
+  /// The place that was reached, as the parser counts it. A tag's end is told, not its beginning.
+  DocumentPosition reached;
   /// Declared entities make the library begin a document, which it does not free after an error.
   xmlDoc* document = nullptr;
 };
@@ -73,6 +85,13 @@ ParserState state_of(const xmlParserCtxt& parser) {
   state.has_input =
       input == nullptr || input->cur < input->end ||
       (input->buf != nullptr && input->buf->raw != nullptr && xmlBufUse(input->buf->raw) != 0);
+  if (input != nullptr) {
+    const auto* const begin = reinterpret_cast<const char*>(input->base);
+    state.behind = {begin, static_cast<std::size_t>(input->cur - input->base)};
+    state.passed = input->consumed + state.behind.size();
+    state.reached = {static_cast<std::uint32_t>(input->line),
+                     static_cast<std::uint32_t>(input->col)};
+  }
   state.names = parser.dict;
   state.document = parser.myDoc;
   return state;
@@ -97,12 +116,80 @@ std::string without_bytes(std::string message) {
   return message;
 }
 
+std::uint32_t characters_in(std::string_view text) {
+  return static_cast<std::uint32_t>(std::count_if(text.begin(), text.end(), begins_character));
+}
+
+std::size_t last_of(std::string_view text, char wanted) {
+  const auto* const found = static_cast<const char*>(memrchr(text.data(), wanted, text.size()));
+  return found == nullptr ? std::string_view::npos : static_cast<std::size_t>(found - text.data());
+}
+
+/// Finds out where tags begin: the library tells their ends. A "<" cannot stand within a tag.
+/// Columns are counted here, because the library miscounts some content; its own count is taken
+/// behind a comment, a processing instruction or a CDATA section that is longer than what it keeps
+/// in memory (some 400 bytes) and ends in the line in which it began.
+class TagPlaces {
+ public:
+  /// Notes the place reached, which is not within a tag.
+  void note(const ParserState& state) { noted_ = {state.passed, column(state, state.behind)}; }
+
+  /// The same when the place is the end of a text, which may have gone from what `state` has.
+  void note_text(const ParserState& state, std::string_view text) {
+    if (state.passed - noted_.passed != text.size()) {
+      note(state);
+      return;
+    }
+    const auto line_end = last_of(text, '\n');
+    noted_ = {state.passed, line_end == std::string_view::npos
+                                ? noted_.column + characters_in(text)
+                                : characters_in(text.substr(line_end + 1)) + 1};
+  }
+
+  /// The place of the "<" of the tag that `state` has reached the end of.
+  DocumentPosition beginning(const ParserState& state) const {
+    const auto begin = std::min(last_of(state.behind, '<'), state.behind.size());
+    const auto tag = state.behind.substr(begin);
+    const auto line_ends = static_cast<std::uint32_t>(std::count(tag.begin(), tag.end(), '\n'));
+    return {state.reached.line - line_ends, column(state, state.behind.substr(0, begin))};
+  }
+
+ private:
+  /// Of the end of `before`, which is a beginning of what `state` still has.
+  std::uint32_t column(const ParserState& state, std::string_view before) const {
+    constexpr std::string_view byte_order_mark = "\xEF\xBB\xBF";
+    const auto since = state.passed - (state.behind.size() - before.size()) - noted_.passed;
+    auto fresh = before.substr(before.size() - std::min<std::uint64_t>(since, before.size()));
+    const auto line_end = last_of(fresh, '\n');
+    if (line_end != std::string_view::npos) {
+      return characters_in(fresh.substr(line_end + 1)) + 1;
+    }
+    if (since > before.size()) {
+      const auto tag = characters_in(state.behind.substr(before.size()));
+      return state.reached.column > tag ? state.reached.column - tag : 0;
+    }
+    if (noted_.passed == 0 && fresh.starts_with(byte_order_mark)) {
+      fresh.remove_prefix(byte_order_mark.size());
+    }
+    return noted_.column + characters_in(fresh);
+  }
+
+  struct Noted {
+    std::uint64_t passed = 0;
+    std::uint32_t column = 1;
+  };
+  Noted noted_;
+};
+
 /// The parse of one file. The library calls its static functions; none of them lets an exception
 /// out. After the first failure the file seems to end, which ends the parse soon.
 class DocumentParse {
  public:
   DocumentParse(const std::string& path, KcdDocumentBuilder& builder)
       : reader_(path, error_source::kcd_document), builder_(builder) {}
+
+  /// To be called before run().
+  void pass_over_document_type_line();
 
   /// Throws as parse_document does.
   void run();
@@ -135,7 +222,8 @@ class DocumentParse {
   static xmlEntity* entity_used(void* context, const xmlChar* name);
   static void comment_read(void* context, const xmlChar* text);
   static void instruction_read(void* context, const xmlChar* target, const xmlChar* text);
-  static void characters_read(void* context, const xmlChar* text, int length);
+  static void section_read(void* context, const xmlChar* text, int length);
+  static void text_read(void* context, const xmlChar* text, int length);
   static void error_reported(void* context, xmlError* error);
   static xmlSAXHandler handlers();
 
@@ -145,9 +233,11 @@ class DocumentParse {
   void check_limits();
   std::size_t next_bytes(char* buffer, std::size_t size);
   void begin_element(const xmlChar* local, const xmlChar* prefix, const xmlChar** attributes,
-                     std::size_t count);
+                     std::size_t count, DocumentPosition position);
   std::string_view name(const xmlChar* prefix, const xmlChar* local);
   std::string_view value(std::string_view text);
+  DocumentPosition in_file(DocumentPosition position) const;
+  void end_piece();
   void fail(const std::string& reason);
 
   FileReader reader_;
@@ -160,6 +250,10 @@ class DocumentParse {
   /// Bytes taken from the file since the last event, and in the document type.
   std::size_t piece_ = 0;
   std::size_t document_type_ = 0;
+  TagPlaces places_;
+  /// A byte order mark that was taken from the file and not handed over yet.
+  std::string byte_order_mark_;
+  std::uint32_t lines_passed_over_ = 0;
   std::exception_ptr failure_;
 };
 
@@ -188,11 +282,20 @@ void DocumentParse::run() {
   }
 }
 
+void DocumentParse::pass_over_document_type_line() {
+  const auto first_bytes = reader_.window(3).substr(0, 3);
+  const auto encoding = TextEncoding::of_first_bytes(first_bytes);
+  byte_order_mark_ = first_bytes.substr(0, encoding.byte_order_mark());
+  reader_.skip(byte_order_mark_.size());
+  lines_passed_over_ = skip_document_type_line(reader_, encoding) ? 1 : 0;
+}
+
 void DocumentParse::parse() {
   auto sax = handlers();
   constexpr std::string_view byte_order_mark = "\xEF\xBB\xBF";
   // Of a byte order mark and a declaration that contradict each other the library takes the latter.
-  const bool is_marked = reader_.window(3).substr(0, 3) == byte_order_mark;
+  const bool is_marked =
+      byte_order_mark_ == byte_order_mark || reader_.window(3).substr(0, 3) == byte_order_mark;
   parser_.reset(xmlCreateIOParserCtxt(&sax, this, read, nullptr, this, XML_CHAR_ENCODING_NONE));
   if (!parser_) {
     throw std::bad_alloc();
@@ -236,7 +339,9 @@ xmlSAXHandler DocumentParse::handlers() {
   sax.getParameterEntity = entity_used;
   sax.comment = comment_read;
   sax.processingInstruction = instruction_read;
-  sax.cdataBlock = characters_read;
+  sax.cdataBlock = section_read;
+  sax.characters = text_read;
+  sax.ignorableWhitespace = text_read;
   return sax;
 }
 
@@ -282,12 +387,16 @@ void DocumentParse::check_limits() {
 
 std::size_t DocumentParse::next_bytes(char* buffer, std::size_t size) {
   // All that was asked for, because the library judges the encoding by its first bytes at hand.
-  const auto bytes = reader_.window(size).substr(0, size);
-  std::copy(bytes.begin(), bytes.end(), buffer);
+  const auto mark = std::string_view(byte_order_mark_).substr(0, size);
+  const auto wanted = size - mark.size();
+  const auto bytes = reader_.window(wanted).substr(0, wanted);
+  std::copy(bytes.begin(), bytes.end(), std::copy(mark.begin(), mark.end(), buffer));
   reader_.skip(bytes.size());
-  piece_ += bytes.size();
-  document_type_ += parser_ && state_of(*parser_).in_document_type ? bytes.size() : 0;
-  return bytes.size();
+  const auto count = mark.size() + bytes.size();
+  byte_order_mark_.erase(0, mark.size());
+  piece_ += count;
+  document_type_ += parser_ && state_of(*parser_).in_document_type ? count : 0;
+  return count;
 }
 
 void DocumentParse::start_element(void* context, const xmlChar* local, const xmlChar* prefix,
@@ -307,13 +416,16 @@ void DocumentParse::start_element(void* context, const xmlChar* local, const xml
     } else if (!parse.builder_.keeps_next()) {
       parse.builder_.begin_element({}, {});
     } else {
-      parse.begin_element(local, prefix, attributes, static_cast<std::size_t>(attribute_count));
+      parse.begin_element(local, prefix, attributes, static_cast<std::size_t>(attribute_count),
+                          parse.in_file(parse.places_.beginning(state)));
     }
+    parse.places_.note(state);
   });
 }
 
 void DocumentParse::begin_element(const xmlChar* local, const xmlChar* prefix,
-                                  const xmlChar** attributes, std::size_t count) {
+                                  const xmlChar** attributes, std::size_t count,
+                                  DocumentPosition position) {
   attributes_.clear();
   values_.clear();
   for (std::size_t i = 0; i < count; ++i, attributes += entries_per_attribute) {
@@ -322,7 +434,7 @@ void DocumentParse::begin_element(const xmlChar* local, const xmlChar* prefix,
                                 static_cast<std::size_t>(attributes[4] - attributes[3]));
     attributes_.push_back({name(attributes[1], attributes[0]), value(text)});
   }
-  builder_.begin_element(name(prefix, local), attributes_);
+  builder_.begin_element(name(prefix, local), attributes_, position);
 }
 
 std::string_view DocumentParse::name(const xmlChar* prefix, const xmlChar* local) {
@@ -353,7 +465,7 @@ std::string_view DocumentParse::value(std::string_view text) {
 
 void DocumentParse::end_element(void* context, const xmlChar* /*local*/, const xmlChar* /*prefix*/,
                                 const xmlChar* /*uri*/) {
-  self(context).piece_ = 0;
+  self(context).end_piece();
   self(context).guarded([context] { self(context).builder_.end_element(); });
 }
 
@@ -397,16 +509,30 @@ xmlEntity* DocumentParse::entity_used(void* context, const xmlChar* name) {
 }
 
 void DocumentParse::comment_read(void* context, const xmlChar* /*text*/) {
-  self(context).piece_ = 0;
+  self(context).end_piece();
 }
 
 void DocumentParse::instruction_read(void* context, const xmlChar* /*target*/,
                                      const xmlChar* /*text*/) {
-  self(context).piece_ = 0;
+  self(context).end_piece();
 }
 
-void DocumentParse::characters_read(void* context, const xmlChar* /*text*/, int /*length*/) {
-  self(context).piece_ = 0;
+void DocumentParse::section_read(void* context, const xmlChar* /*text*/, int /*length*/) {
+  self(context).end_piece();
+}
+
+/// Of some texts the library tells while it still stands in front of them. They come in parts, of
+/// which none ends a piece.
+void DocumentParse::text_read(void* context, const xmlChar* text, int length) {
+  auto& parse = self(context);
+  auto state = state_of(*parse.parser_);
+  const std::string_view told(reinterpret_cast<const char*>(text),
+                              static_cast<std::size_t>(length));
+  if (told.data() == state.behind.data() + state.behind.size()) {
+    state.behind = {state.behind.data(), state.behind.size() + told.size()};
+    state.passed += told.size();
+  }
+  parse.places_.note_text(state, told);
 }
 
 void DocumentParse::error_reported(void* context, xmlError* error) {
@@ -439,20 +565,34 @@ void DocumentParse::error_reported(void* context, xmlError* error) {
   });
 }
 
+void DocumentParse::end_piece() {
+  piece_ = 0;
+  places_.note(state_of(*parser_));
+}
+
+DocumentPosition DocumentParse::in_file(DocumentPosition position) const {
+  return {position.line + lines_passed_over_, position.column};
+}
+
 /// Throws; for use inside of guarded() and outside of the library's calls.
 void DocumentParse::fail(const std::string& reason) {
-  std::string place;
+  DocumentPosition position;
   if (const int line = xmlSAX2GetLineNumber(parser_.get()); line != 0) {
-    place = "line " + std::to_string(line) + ", column " +
-            std::to_string(xmlSAX2GetColumnNumber(parser_.get())) + ": ";
+    position =
+        in_file({static_cast<std::uint32_t>(line),
+                 static_cast<std::uint32_t>(std::max(xmlSAX2GetColumnNumber(parser_.get()), 0))});
   }
-  throw ImportError(place + reason, error_source::kcd_document);
+  throw DocumentSyntaxError(position, reason);
 }
 
 }  // namespace
 
-void parse_document(const std::string& path, KcdDocumentBuilder& builder) {
-  DocumentParse(path, builder).run();
+void parse_document(const std::string& path, KcdDocumentBuilder& builder, FirstLine first_line) {
+  DocumentParse parse(path, builder);
+  if (first_line == FirstLine::may_be_dropped) {
+    parse.pass_over_document_type_line();
+  }
+  parse.run();
 }
 
 }  // namespace importkcd

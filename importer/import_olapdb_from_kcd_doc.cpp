@@ -69,6 +69,9 @@ std::int32_t ImportOLAPDBFromKCDDoc::make() {
   remarks.clear();
   incomplete_cubes.clear();
   database_name_.clear();
+  working_on = nullptr;
+  failed_at = nullptr;
+  failed_position = {};
   if (succeeded) {
     OpenOlapServer();
   }
@@ -77,6 +80,7 @@ std::int32_t ImportOLAPDBFromKCDDoc::make() {
     copy = prepare_temporary_copy();
   }
   if (succeeded) {
+    lacks_first_line_ = copy.lacks_first_line;
     OpenKcdDocument(copy.path);
     if (!succeeded && !copy.error.empty()) {
       // The document is not to blame for a copy that is cut off, nor would anybody look at that.
@@ -87,11 +91,23 @@ std::int32_t ImportOLAPDBFromKCDDoc::make() {
   if (succeeded) {
     ProcessDocument();
     delete_temporary_copy(copy.path);
+    if (failed_at != nullptr) {
+      failed_position = in_original(failed_at->position());
+    }
   }
   return 0;
 }
 
-void ImportOLAPDBFromKCDDoc::ReleaseDocument() { document_.reset(); }
+/// The pattern may have moved what follows in a line.
+DocumentPosition ImportOLAPDBFromKCDDoc::in_original(DocumentPosition position) const {
+  return {position.line + (lacks_first_line_ ? 1 : 0), replace_pattern_yn() ? 0 : position.column};
+}
+
+void ImportOLAPDBFromKCDDoc::ReleaseDocument() {
+  document_.reset();
+  working_on = nullptr;
+  failed_at = nullptr;
+}
 
 void ImportOLAPDBFromKCDDoc::OpenOlapServer() {
   std::string shown_name;
@@ -134,6 +150,10 @@ void ImportOLAPDBFromKCDDoc::OpenKcdDocument(const std::string& path) {
     ReportLongStep();
     document_.reset();
     document_ = KcdDocument::load(path);
+  } catch (const DocumentSyntaxError& error) {
+    fail("Cannot open kcd document file " + path + " because " + error.what());
+    failed_position = in_original(error.position());
+    failed_reason = error.reason();
   } catch (const std::exception& error) {
     fail("Cannot open kcd document file " + path + " because " + error.what());
   }
@@ -144,6 +164,7 @@ void ImportOLAPDBFromKCDDoc::ProcessDocument() {
     import_into_database();
   } catch (const std::exception& error) {
     fail(processing_error(error));
+    failed_reason = error.what();
   }
   finish();
 }
@@ -151,6 +172,9 @@ void ImportOLAPDBFromKCDDoc::ProcessDocument() {
 void ImportOLAPDBFromKCDDoc::import_into_database() {
   ReportProgress("Processing document");
   const KcdElement& root = document_->root();
+  // What the server says of the database itself is not the document's fault.
+  std::optional<WorkingOn> at;
+  at.emplace(*this, root);
   const std::string version(root.attribute("version").value_or(""));
   if (version != current_version && version != older_version) {
     fail("Expected kcd document version '" + std::string(current_version) +
@@ -158,6 +182,7 @@ void ImportOLAPDBFromKCDDoc::import_into_database() {
   }
   const auto name =
       use_alternate_database_name ? alternate_database_name : decoded_text(root, "name");
+  at.reset();
   // Deliberately before the version is judged: the old database is deleted in any case.
   if (ImportType == import_type::replace && DatabaseExists(name)) {
     DeleteDatabase(name);
@@ -200,8 +225,11 @@ OlapDatabase& ImportOLAPDBFromKCDDoc::find_or_create_database(const std::string&
     return *existing;
   }
   ReportProgress("Creating database '" + name + "'");
+  std::optional<WorkingOn> at;
+  at.emplace(*this, document_->root());
   OlapDatabase& database = server_->add_database(name);
   database.description = decoded_text(document_->root(), "description");
+  at.reset();
   server_->write_back_database(database);
   return database;
 }

@@ -39,6 +39,8 @@ TEST_F(KcdUsage, HasHelpOfItsOwnAndOfEachSubcommand) {
        {std::pair{std::vector<std::string>{"--help"}, "import"},
         std::pair{std::vector<std::string>{"import", "--help"}, "--connect-string-file"},
         std::pair{std::vector<std::string>{"plan", "--help"}, "--json"},
+        std::pair{std::vector<std::string>{"check", "--help"}, "--for-mdx"},
+        std::pair{std::vector<std::string>{"schema", "--help"}, "schema"},
         std::pair{std::vector<std::string>{"convert", "--help"}, "--labels-server"},
         std::pair{std::vector<std::string>{"show", "--help"}, "--json"},
         std::pair{std::vector<std::string>{"restore", "--help"}, "--list"},
@@ -55,9 +57,11 @@ TEST_F(KcdUsage, TheManualKnowsEveryOptionOfTheHelp) {
   const auto manual = read_file(KCD_MANUAL);
   for (const auto& arguments :
        {std::vector<std::string>{"--help"}, std::vector<std::string>{"import", "--help"},
-        std::vector<std::string>{"plan", "--help"}, std::vector<std::string>{"convert", "--help"},
-        std::vector<std::string>{"show", "--help"}, std::vector<std::string>{"restore", "--help"},
-        std::vector<std::string>{"serve", "--help"}, std::vector<std::string>{"query", "--help"}}) {
+        std::vector<std::string>{"plan", "--help"}, std::vector<std::string>{"check", "--help"},
+        std::vector<std::string>{"schema", "--help"}, std::vector<std::string>{"export", "--help"},
+        std::vector<std::string>{"convert", "--help"}, std::vector<std::string>{"show", "--help"},
+        std::vector<std::string>{"restore", "--help"}, std::vector<std::string>{"serve", "--help"},
+        std::vector<std::string>{"query", "--help"}}) {
     const auto help = kcd(arguments).output;
     const std::regex option("--([a-z-]+)");
     const std::sregex_iterator end;

@@ -42,6 +42,7 @@ PROGRAMS = {
     "importer/": ["importer_tests", "kcd_tests"],
     "exporter/": ["exporter_tests", "kcd_tests"],
     "comparison/": ["comparison_tests", "kcd_tests"],
+    "check/": ["check_tests", "kcd_tests"],
     "xmla/": ["xmla_tests", "kcd_tests"],
     "labels/": ["labels_tests", "kcd_tests"],
     "cli/": ["kcd_tests"],

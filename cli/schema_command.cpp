@@ -1,0 +1,21 @@
+#include "cli/schema_command.h"
+
+#include <CLI/CLI.hpp>
+#include <ostream>
+
+#include "check/kcd_schema.h"
+
+namespace importkcd {
+
+SchemaCommand::SchemaCommand(CLI::App& program)
+    : command_(program.add_subcommand(
+          "schema", "Print the schema of documents (XSD), which editors take for completion")) {}
+
+bool SchemaCommand::chosen() const { return command_->parsed(); }
+
+int SchemaCommand::run(const CommandEnvironment& environment) const {
+  environment.out << kcd_schema();
+  return exit_status::success;
+}
+
+}  // namespace importkcd

@@ -30,9 +30,7 @@ void take_stored_partitions(DatabaseDefinition& wanted, const DatabaseDefinition
     const auto* former = stored.cubes.find(wanted.cubes[i].name);
     if (former != nullptr && former->kind == OlapCubeKind::regular &&
         wanted.cubes[i].kind == OlapCubeKind::regular) {
-      auto& cube = wanted.cubes.edit_at(i);
-      cube.partitions = former->partitions;
-      refresh_following_partitions(cube);
+      wanted.cubes.edit_at(i).partitions = former->partitions;
     }
   }
 }

@@ -42,6 +42,16 @@ class KcdPlan : public KcdTest {
     return files;
   }
 
+  /// The cube 'Payroll' cannot be served by the OLAP engine.
+  static std::string sales_with_a_damaged_cube() {
+    auto text = sales();
+    const std::string join = R"("payroll"."employee_id" = "employee"."employee_id")";
+    for (auto at = text.find(join); at != std::string::npos; at = text.find(join, at)) {
+      text.replace(at, join.size(), R"("payroll"."pay_period_id" = "pay_period"."pay_period_id")");
+    }
+    return text;
+  }
+
   static std::string sales() { return read_file(std::string(EXAMPLES_FOLDER) + "/sales.kcd"); }
 };
 
@@ -170,11 +180,7 @@ TEST_F(KcdPlan, TouchesNothing) {
 }
 
 TEST_F(KcdPlan, HearsWhatTheOlapEngineCouldNotServe) {
-  auto text = sales();
-  const std::string join = R"("payroll"."employee_id" = "employee"."employee_id")";
-  for (auto at = text.find(join); at != std::string::npos; at = text.find(join, at)) {
-    text.replace(at, join.size(), R"("payroll"."pay_period_id" = "pay_period"."pay_period_id")");
-  }
+  const auto text = sales_with_a_damaged_cube();
   const std::vector<std::string> arguments{"--server", "mondrian:" + folder.file("olap"),
                                            "--connect-string", "jdbc:postgresql:warehouse"};
   const auto planned = plan(text, arguments);
@@ -279,6 +285,16 @@ TEST_F(KcdSync, ADocumentThatFailsStoresNothingAndMakesNothing) {
   EXPECT_EQ(result.exit_status, 1);
   EXPECT_EQ(result.errors, "Expected kcd document version '1.0.1073', but found version '2.0'.\n");
   EXPECT_FALSE(std::filesystem::exists(folder.file("server.olap")));
+}
+
+TEST_F(KcdSync, TellsWhyACubeCouldNotBeServed) {
+  const auto result =
+      sync(sales_with_a_damaged_cube(), {"--server", "mondrian:" + folder.file("olap"),
+                                         "--connect-string", "jdbc:postgresql:warehouse"});
+  EXPECT_EQ(result.exit_status, 1);
+  EXPECT_THAT(result.errors,
+              AllOf(StartsWith("Cube 'Payroll'"), EndsWith("\nNew Cube structure is not valid\n")));
+  EXPECT_FALSE(std::filesystem::exists(folder.file("olap")));
 }
 
 TEST_F(KcdSync, PublishesOnlyWhatChanged) {

@@ -38,7 +38,7 @@ class FailingSystemCalls : public CommandFaultsTest {
 };
 
 TEST_P(FailingSystemCalls, EndTheCommandOrAreDoneWithout) {
-  constexpr long usual_stride = 5;
+  constexpr long usual_stride = 13;
   const auto stride = static_cast<int>(stride_of_faults(usual_stride));
   int failures = 0;
   int runs = 0;
@@ -58,7 +58,7 @@ TEST_P(FailingSystemCalls, EndTheCommandOrAreDoneWithout) {
 }
 
 TEST_P(FailingSystemCalls, BeforeWhichTheCommandIsKilledLeaveTheStateBeforeOrAfterIt) {
-  constexpr long usual_stride = 5;
+  constexpr long usual_stride = 13;
   const auto stride = static_cast<int>(stride_of_faults(usual_stride));
   int unchanged = 0;
   int changed = 0;

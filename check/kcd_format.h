@@ -146,4 +146,9 @@ std::string path_of(const KcdDocument& document, const KcdElement& element);
 /// One part of such a path; `number` counts the element's siblings, itself included.
 std::string path_part(const ElementFormat& format, const KcdElement& element, std::size_t number);
 
+/// The schema of documents, in XML Schema 1.0. It accepts those in which a check finds nothing, if
+/// they have the tags that are usual; what a schema cannot say (names that have to be different,
+/// references, attributes that only some levels need) is left to the check.
+std::string kcd_schema();
+
 }  // namespace importkcd

@@ -1,5 +1,4 @@
-#include "check/kcd_schema.h"
-
+#include <string>
 #include <string_view>
 #include <vector>
 

@@ -19,10 +19,6 @@ std::string_view word_of(Severity severity) {
   return severity == Severity::error ? "error" : "warning";
 }
 
-std::string counted(std::size_t count, std::string_view noun) {
-  return std::to_string(count) + " " + std::string(noun) + (count == 1 ? "" : "s");
-}
-
 SarifJson sarif_rules() {
   auto list = SarifJson::array();
   for (const auto& rule : rules()) {

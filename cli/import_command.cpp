@@ -47,8 +47,7 @@ std::int32_t type_of_mode(std::string_view mode) {
 }
 
 /// Tells what is wrong in the document. Returns whether nothing is.
-bool ImportCommand::is_clean(const CommandEnvironment& environment,
-                             const ImportOptions& options) const {
+bool is_clean(const CommandEnvironment& environment, const ImportOptions& options) {
   const auto& document = options.kcd_document_file_name;
   auto findings = findings_before(options);
   for (auto& finding : findings) {

@@ -3,7 +3,7 @@
 #include <CLI/CLI.hpp>
 #include <ostream>
 
-#include "check/kcd_schema.h"
+#include "check/kcd_format.h"
 
 namespace importkcd {
 

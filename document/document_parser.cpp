@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <cstring>
 #include <deque>
 #include <exception>
 #include <memory>
@@ -15,10 +14,11 @@
 
 #include "base/files.h"
 #include "base/import_error.h"
-#include "base/text.h"
 #include "base/text_encoding.h"
 #include "document/document_copy.h"
 #include "document/kcd_document_builder.h"
+#include "document/parser_state.h"
+#include "document/tag_places.h"
 
 namespace importkcd {
 namespace {
@@ -39,64 +39,6 @@ constexpr const char* too_deep = "elements are nested more than 1000000 deep";
 constexpr const char* too_long_piece = "a tag, a text or a comment is longer than 100000000 bytes";
 constexpr const char* too_long_document_type = "the document type is longer than 65536 bytes";
 
-/// How many entries of the parser's arrays an attribute and a name space take.
-constexpr int entries_per_attribute = 5;
-constexpr int entries_per_namespace = 2;
-
-/// What a parse has to know of the library's parser and cannot ask it.
-struct ParserState {
-  /// How many entries the arrays of an element's attributes and of the name spaces have room for.
-  int attribute_room = 0;
-  int namespace_room = 0;
-  /// How many entries the name spaces in force take.
-  int namespaces = 0;
-  int depth = 0;
-  bool in_document_type = false;
-  bool in_attribute_value = false;
-  /// Whether bytes that were handed over wait to be read or to be converted.
-  bool has_input = false;
-  /// What holds all names that the parser hands over, each once.
-  xmlDict* names = nullptr;
-  /// The part of the document in front of the place that was reached, as far as the parser still
-  /// holds it, in UTF-8: the whole of a tag that is being read. `passed` is the end of `behind` in
-  /// the document, in bytes of UTF-8.
-  std::string_view behind;
-  std::uint64_t passed = 0;
-  /// The place that was reached, as the parser counts it. A tag's end is told, not its beginning.
-  DocumentPosition reached;
-  /// Declared entities make the library begin a document, which it does not free after an error.
-  xmlDoc* document = nullptr;
-};
-
-/// The one place that looks into the library's parser. It has no functions for most of this, so
-/// that a newer release may keep these facts elsewhere or count them in another way: read its
-/// parser.c and run the tests of hostile documents before the bound is raised.
-ParserState state_of(const xmlParserCtxt& parser) {
-  static_assert(LIBXML_VERSION >= 20910 && LIBXML_VERSION < 21000,
-                "document_parser.cpp knows the parser of libxml2 2.9.10 to 2.9.14");
-  ParserState state;
-  state.attribute_room = parser.maxatts;
-  state.namespace_room = parser.nsMax;
-  state.namespaces = parser.nsNr;
-  state.depth = parser.nameNr;
-  state.in_document_type = parser.inSubset != 0;
-  state.in_attribute_value = parser.instate == XML_PARSER_ATTRIBUTE_VALUE;
-  const auto* const input = parser.input;
-  state.has_input =
-      input == nullptr || input->cur < input->end ||
-      (input->buf != nullptr && input->buf->raw != nullptr && xmlBufUse(input->buf->raw) != 0);
-  if (input != nullptr) {
-    const auto* const begin = reinterpret_cast<const char*>(input->base);
-    state.behind = {begin, static_cast<std::size_t>(input->cur - input->base)};
-    state.passed = input->consumed + state.behind.size();
-    state.reached = {static_cast<std::uint32_t>(input->line),
-                     static_cast<std::uint32_t>(input->col)};
-  }
-  state.names = parser.dict;
-  state.document = parser.myDoc;
-  return state;
-}
-
 std::string_view text_of(const xmlChar* text) { return reinterpret_cast<const char*>(text); }
 
 /// The library's messages may end with a line end and hold excerpts of several lines.
@@ -115,71 +57,6 @@ std::string without_bytes(std::string message) {
   }
   return message;
 }
-
-std::uint32_t characters_in(std::string_view text) {
-  return static_cast<std::uint32_t>(std::count_if(text.begin(), text.end(), begins_character));
-}
-
-std::size_t last_of(std::string_view text, char wanted) {
-  const auto* const found = static_cast<const char*>(memrchr(text.data(), wanted, text.size()));
-  return found == nullptr ? std::string_view::npos : static_cast<std::size_t>(found - text.data());
-}
-
-/// Finds out where tags begin: the library tells their ends. A "<" cannot stand within a tag.
-/// Columns are counted here, because the library miscounts some content; its own count is taken
-/// behind a comment, a processing instruction or a CDATA section that is longer than what it keeps
-/// in memory (some 400 bytes) and ends in the line in which it began.
-class TagPlaces {
- public:
-  /// Notes the place reached, which is not within a tag.
-  void note(const ParserState& state) { noted_ = {state.passed, column(state, state.behind)}; }
-
-  /// The same when the place is the end of a text, which may have gone from what `state` has.
-  void note_text(const ParserState& state, std::string_view text) {
-    if (state.passed - noted_.passed != text.size()) {
-      note(state);
-      return;
-    }
-    const auto line_end = last_of(text, '\n');
-    noted_ = {state.passed, line_end == std::string_view::npos
-                                ? noted_.column + characters_in(text)
-                                : characters_in(text.substr(line_end + 1)) + 1};
-  }
-
-  /// The place of the "<" of the tag that `state` has reached the end of.
-  DocumentPosition beginning(const ParserState& state) const {
-    const auto begin = std::min(last_of(state.behind, '<'), state.behind.size());
-    const auto tag = state.behind.substr(begin);
-    const auto line_ends = static_cast<std::uint32_t>(std::count(tag.begin(), tag.end(), '\n'));
-    return {state.reached.line - line_ends, column(state, state.behind.substr(0, begin))};
-  }
-
- private:
-  /// Of the end of `before`, which is a beginning of what `state` still has.
-  std::uint32_t column(const ParserState& state, std::string_view before) const {
-    constexpr std::string_view byte_order_mark = "\xEF\xBB\xBF";
-    const auto since = state.passed - (state.behind.size() - before.size()) - noted_.passed;
-    auto fresh = before.substr(before.size() - std::min<std::uint64_t>(since, before.size()));
-    const auto line_end = last_of(fresh, '\n');
-    if (line_end != std::string_view::npos) {
-      return characters_in(fresh.substr(line_end + 1)) + 1;
-    }
-    if (since > before.size()) {
-      const auto tag = characters_in(state.behind.substr(before.size()));
-      return state.reached.column > tag ? state.reached.column - tag : 0;
-    }
-    if (noted_.passed == 0 && fresh.starts_with(byte_order_mark)) {
-      fresh.remove_prefix(byte_order_mark.size());
-    }
-    return noted_.column + characters_in(fresh);
-  }
-
-  struct Noted {
-    std::uint64_t passed = 0;
-    std::uint32_t column = 1;
-  };
-  Noted noted_;
-};
 
 /// The parse of one file. The library calls its static functions; none of them lets an exception
 /// out. After the first failure the file seems to end, which ends the parse soon.
@@ -417,9 +294,9 @@ void DocumentParse::start_element(void* context, const xmlChar* local, const xml
       parse.builder_.begin_element({}, {});
     } else {
       parse.begin_element(local, prefix, attributes, static_cast<std::size_t>(attribute_count),
-                          parse.in_file(parse.places_.beginning(state)));
+                          parse.in_file(parse.places_.beginning(state.place)));
     }
-    parse.places_.note(state);
+    parse.places_.note(state.place);
   });
 }
 
@@ -521,18 +398,11 @@ void DocumentParse::section_read(void* context, const xmlChar* /*text*/, int /*l
   self(context).end_piece();
 }
 
-/// Of some texts the library tells while it still stands in front of them. They come in parts, of
-/// which none ends a piece.
+/// Texts come in parts, of which none ends a piece.
 void DocumentParse::text_read(void* context, const xmlChar* text, int length) {
   auto& parse = self(context);
-  auto state = state_of(*parse.parser_);
-  const std::string_view told(reinterpret_cast<const char*>(text),
-                              static_cast<std::size_t>(length));
-  if (told.data() == state.behind.data() + state.behind.size()) {
-    state.behind = {state.behind.data(), state.behind.size() + told.size()};
-    state.passed += told.size();
-  }
-  parse.places_.note_text(state, told);
+  parse.places_.note_text(state_of(*parse.parser_).place,
+                          {reinterpret_cast<const char*>(text), static_cast<std::size_t>(length)});
 }
 
 void DocumentParse::error_reported(void* context, xmlError* error) {
@@ -567,7 +437,7 @@ void DocumentParse::error_reported(void* context, xmlError* error) {
 
 void DocumentParse::end_piece() {
   piece_ = 0;
-  places_.note(state_of(*parser_));
+  places_.note(state_of(*parser_).place);
 }
 
 DocumentPosition DocumentParse::in_file(DocumentPosition position) const {

@@ -1,5 +1,3 @@
-#include "check/kcd_schema.h"
-
 #include <gtest/gtest.h>
 #include <libxml/parser.h>
 #include <libxml/xmlschemas.h>
@@ -13,6 +11,7 @@
 #include <utility>
 #include <vector>
 
+#include "check/kcd_format.h"
 #include "tests/check/mistakes.h"
 #include "tests/support/document_generator.h"
 #include "tests/support/temporary_folder.h"

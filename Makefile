@@ -9,7 +9,7 @@ configure = mkdir -p build && (cmake --preset $(1) $(2) $(launcher) >build/confi
             (cat build/configure.log; exit 1))
 
 .PHONY: demo demo-olap test verify verify-all build checks tidy test-asan test-fuzz fuzz \
-        fuzz-programs test-tsan valgrind coverage mutation separate-sources fresh-machine \
+        fuzz-programs faults test-tsan valgrind coverage mutation separate-sources fresh-machine \
         screenshots bench check-instructions record-instructions clean
 
 demo:
@@ -71,8 +71,12 @@ fuzz-programs: sanitized
 	cmake --build --preset asan -j $(JOBS) --target fuzzers
 
 # Everything else: for the night, because it takes hours. See docs/testing.md.
-verify-all: verify separate-sources test-tsan valgrind coverage mutation fresh-machine
+verify-all: verify separate-sources faults test-tsan valgrind coverage mutation fresh-machine
 	scripts/check-tidy build/asan analyzer
+
+# Every allocation and every system call of a command fails once, and every one is its last.
+faults: build
+	IMPORTKCD_FAULTS_STRIDE=1 build/tests/cli/faults/kcd_fault_tests --gtest_brief=1
 
 # Each source on its own, so that an include that is missing fails.
 separate-sources:

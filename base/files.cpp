@@ -1,5 +1,6 @@
 #include "base/files.h"
 
+#include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -7,6 +8,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <memory>
 #include <system_error>
 #include <utility>
 
@@ -65,6 +67,20 @@ FreshFile make_fresh_file(const std::function<std::string(int)>& path_of, mode_t
     }
   }
   return result;
+}
+
+std::vector<std::string> names_in_folder(const std::string& folder) {
+  const auto close = [](DIR* opened) { ::closedir(opened); };
+  const std::unique_ptr<DIR, decltype(close)> entries(::opendir(folder.c_str()), close);
+  std::vector<std::string> names;
+  // NOLINTNEXTLINE(concurrency-mt-unsafe): nobody else reads these entries.
+  while (const dirent* const entry = entries ? ::readdir(entries.get()) : nullptr) {
+    const std::string_view name = entry->d_name;
+    if (name != "." && name != "..") {
+      names.emplace_back(name);
+    }
+  }
+  return names;
 }
 
 FileReader::FileReader(const std::string& path, std::string_view source)

@@ -50,6 +50,10 @@ struct FreshFile {
 /// is set and the path is the last one tried.
 FreshFile make_fresh_file(const std::function<std::string(int)>& path_of, mode_t permissions);
 
+/// The names in a folder, in no order, without "." and ".."; none when it cannot be read. Unlike
+/// those of std::filesystem::directory_iterator, its errors never end the program.
+std::vector<std::string> names_in_folder(const std::string& folder);
+
 /// Reads a file in big pieces and shows it as a window that moves on.
 class FileReader {
  public:

@@ -61,6 +61,15 @@ std::string replaced(std::string_view text, std::string_view from, std::string_v
   return result;
 }
 
+std::string plural(std::string_view noun) {
+  return noun.ends_with('y') ? std::string(noun.substr(0, noun.size() - 1)) + "ies"
+                             : std::string(noun) + "s";
+}
+
+std::string counted(std::size_t count, std::string_view noun) {
+  return std::to_string(count) + " " + (count == 1 ? std::string(noun) : plural(noun));
+}
+
 std::string printable(std::string_view text) {
   const auto plain = static_cast<std::size_t>(
       std::find_if(text.begin(), text.end(), may_be_blanked) - text.begin());

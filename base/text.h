@@ -40,6 +40,12 @@ Character take_character(std::string_view& text);
 /// A text with every occurrence of `from`, which is not empty, as `to`.
 std::string replaced(std::string_view text, std::string_view from, std::string_view to);
 
+/// "measures", "properties".
+std::string plural(std::string_view noun);
+
+/// "1 measure", "2 custom properties".
+std::string counted(std::size_t count, std::string_view noun);
+
 /// UTF-8 text as it may be shown: each control character, each of Unicode's two line breaks that
 /// are none, and each control of the writing direction becomes a blank. One text stays one line, a
 /// terminal is not told anything, and nothing is shown in another order than it is stored.

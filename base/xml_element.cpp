@@ -1,6 +1,7 @@
 #include "base/xml_element.h"
 
 #include <libxml/chvalid.h>
+#include <libxml/tree.h>
 #include <libxml/xmlreader.h>
 #include <libxml/xmlstring.h>
 #include <libxml/xmlwriter.h>
@@ -8,6 +9,7 @@
 #include <algorithm>
 #include <climits>
 #include <memory>
+#include <new>
 
 #include "base/import_error.h"
 
@@ -26,6 +28,27 @@ struct FreeXml {
   void operator()(xmlBuffer* buffer) const { xmlBufferFree(buffer); }
   void operator()(xmlTextWriter* writer) const { xmlFreeTextWriter(writer); }
   void operator()(xmlTextReader* reader) const { xmlFreeTextReader(reader); }
+};
+
+/// Takes the library's errors while it lives: some of its functions tell of a lack of memory that
+/// way alone, and leave a value out.
+class XmlErrors {
+ public:
+  XmlErrors() : old_context_(xmlStructuredErrorContext), old_handler_(xmlStructuredError) {
+    xmlSetStructuredErrorFunc(this, [](void* errors, xmlErrorPtr /*error*/) {
+      static_cast<XmlErrors*>(errors)->any_ = true;
+    });
+  }
+  ~XmlErrors() { xmlSetStructuredErrorFunc(old_context_, old_handler_); }
+  XmlErrors(const XmlErrors&) = delete;
+  XmlErrors& operator=(const XmlErrors&) = delete;
+
+  bool any() const { return any_; }
+
+ private:
+  void* old_context_;
+  xmlStructuredErrorFunc old_handler_;
+  bool any_ = false;
 };
 
 /// Writes elements into memory; every refusal of the library is an error.
@@ -65,7 +88,7 @@ class XmlWriter {
   }
 
   std::string text() {
-    writer_.reset();
+    require(xmlTextWriterFlush(writer_.get()) >= 0 && !errors_.any());
     return {reinterpret_cast<const char*>(xmlBufferContent(buffer_.get())),
             static_cast<std::size_t>(xmlBufferLength(buffer_.get()))};
   }
@@ -77,6 +100,7 @@ class XmlWriter {
     }
   }
 
+  XmlErrors errors_;
   std::unique_ptr<xmlBuffer, FreeXml> buffer_;
   std::unique_ptr<xmlTextWriter, FreeXml> writer_;
 };
@@ -253,6 +277,20 @@ void check_xml_text(const std::string& text) {
     rest += length;
     left -= static_cast<std::size_t>(length);
   }
+}
+
+std::string escaped_attribute(const std::string& value) {
+  check_xml_text(value);
+  const XmlErrors errors;
+  const std::unique_ptr<xmlBuffer, FreeXml> buffer(xmlBufferCreate());
+  if (buffer) {
+    xmlAttrSerializeTxtContent(buffer.get(), nullptr, nullptr, xml_chars(value));
+  }
+  if (!buffer || errors.any()) {
+    throw std::bad_alloc();
+  }
+  return {reinterpret_cast<const char*>(xmlBufferContent(buffer.get())),
+          static_cast<std::size_t>(xmlBufferLength(buffer.get()))};
 }
 
 XmlElement read_xml(std::string_view text, std::string_view source) {

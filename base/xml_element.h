@@ -51,6 +51,9 @@ std::string xml_document(const XmlElement& root, const std::string& comment,
 /// Throws ImportError unless the text, which should be UTF-8, may stand in XML.
 void check_xml_text(const std::string& text);
 
+/// An attribute's value as it stands between quotes. Throws as check_xml_text() does.
+std::string escaped_attribute(const std::string& value);
+
 /// Reads a text that comes from elsewhere, in any encoding that it declares: nothing outside of it
 /// is ever read, and document type declarations and entities of its own are refused. Names lose
 /// their prefixes; name space declarations, comments and the like are dropped. Throws ImportError

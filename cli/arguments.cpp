@@ -104,8 +104,6 @@ std::vector<std::string> argument_list(const CLI::App& program, int count,
   return result;
 }
 
-std::string read_everything(std::istream& in) { return read_all({"-", "a document"}, in); }
-
 std::string listed(const std::vector<std::string>& names) {
   std::string list;
   for (const auto& name : names) {

@@ -25,9 +25,6 @@ std::string listed(const std::vector<std::string>& names);
 /// Whether a file's name ends in ".kci", in any letter case: its texts are label references.
 bool is_kci_file(std::string_view file);
 
-/// All that `in`, standard input, holds. Throws ImportError when it cannot be read.
-std::string read_everything(std::istream& in);
-
 /// The connection string that a file holds as its one line, without the line end; "-" names `in`.
 /// White space may follow it. Throws ImportError, whose description names the file, when it cannot
 /// be read, is empty or holds more than one line.

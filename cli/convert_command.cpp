@@ -1,12 +1,14 @@
 #include "cli/convert_command.h"
 
 #include <CLI/CLI.hpp>
-#include <cstdlib>
 #include <ostream>
 #include <utility>
 
 #include "base/text.h"
 #include "cli/arguments.h"
+#include "cli/finding_output.h"
+#include "cli/label_check.h"
+#include "document/kcd_document.h"
 #include "labels/kci_conversion.h"
 #include "labels/labels_access.h"
 #include "labels/labels_connection.h"
@@ -14,8 +16,6 @@
 
 namespace importkcd {
 namespace {
-
-constexpr const char* password_variable = "IMPORTKCD_LABELS_PASSWORD";
 
 /// The command line in the place of the window's fields: progress to standard output, what would
 /// be a message box to standard error.
@@ -64,12 +64,6 @@ class CommandLineView : public LabelsView {
   bool overwrite_;
 };
 
-void require_text(const char* option, const std::string& text) {
-  if (text.find_first_not_of(' ') == std::string::npos) {
-    throw CLI::ValidationError(option, "must not be empty");
-  }
-}
-
 }  // namespace
 
 ConvertCommand::ConvertCommand(CLI::App& program)
@@ -83,30 +77,12 @@ void ConvertCommand::add_options() {
   command.add_option("FILE", document_, "The label-reference file (.kci)")
       ->required()
       ->type_name("");
-  command
-      .add_option("--labels-server", labels_server_,
-                  "The labels server: the name of an SQL Server, sqlite:FOLDER or "
-                  "odbc:CONNECTION-STRING")
-      ->required()
-      ->type_name("SERVER");
-  command.add_option("--labels-database", labels_database_, "The labels database on that server")
-      ->required()
-      ->type_name("NAME");
-  command
-      .add_option("--language", language_, "The language of the document, as the database names it")
-      ->required()
-      ->type_name("NAME");
-  auto* user = command.add_option("--user", user_, "Who logs in to the labels server");
-  user->type_name("NAME");
-  auto* file = command.add_option("--password-file", password_file_,
-                                  "The user's password, read from a file, or from standard input "
-                                  "(-); else it is what the variable IMPORTKCD_LABELS_PASSWORD "
-                                  "holds");
-  file->type_name("FILE|-")->needs(user);
-  auto* trusted = command.add_flag("--trusted", trusted_,
-                                   "Log in as the user of this computer (integrated security)");
-  trusted->disable_flag_override()->excludes(user)->excludes(file);
+  labels_.add_to(command, true);
   command.add_flag("--overwrite", overwrite_, "Replace a document that exists already")
+      ->disable_flag_override();
+  command
+      .add_flag("--strict-labels", strict_labels_,
+                "Write no document when a label is missing; say which ones are, and where")
       ->disable_flag_override();
 }
 
@@ -114,29 +90,26 @@ void ConvertCommand::check_combinations() const {
   if (!is_kci_file(document_)) {
     throw CLI::ValidationError(document_, "not the name of a label-reference file (.kci)");
   }
-  require_text("--labels-server", labels_server_);
-  require_text("--labels-database", labels_database_);
-  require_text("--language", language_);
+  labels_.check_combinations();
 }
 
-std::string ConvertCommand::password(const CommandEnvironment& environment) const {
-  if (command_->count("--password-file") > 0) {
-    return read_password(password_file_, environment.in);
+/// Tells which labels are missing. Returns whether none is.
+bool ConvertCommand::has_all_labels(const CommandEnvironment& environment,
+                                    const LabelsFields& fields) const {
+  const auto document = KcdDocument::load_original(document_);
+  const auto labels = load_labels(fields);
+  const auto findings = check_labels(*document, {&labels, labels_.language()});
+  for (auto finding : findings) {
+    finding.severity = Severity::error;
+    write_finding(environment.err, document_, finding);
   }
-  const char* const value = std::getenv(password_variable);
-  return value == nullptr ? "" : value;
+  return findings.empty();
 }
 
 int ConvertCommand::run(const CommandEnvironment& environment) const {
-  LabelsFields fields;
-  fields.kci_filename = document_;
-  fields.server = labels_server_;
-  fields.database = labels_database_;
-  fields.language = language_;
-  fields.secure_login = trusted_;
-  if (!trusted_) {
-    fields.user = user_;
-    fields.password = password(environment);
+  auto fields = labels_.fields(environment, document_);
+  if (strict_labels_ && !has_all_labels(environment, fields)) {
+    return exit_status::failure;
   }
   CommandLineView view(environment, std::move(fields), overwrite_);
   LabelsAccess access(view, open_labels_connection);

@@ -3,6 +3,7 @@
 #include <string>
 
 #include "cli/command.h"
+#include "cli/labels_options.h"
 
 namespace importkcd {
 
@@ -16,22 +17,18 @@ class ConvertCommand : public Command {
   explicit ConvertCommand(CLI::App& program);
 
   /// Carries it out and gives the program's exit status. Throws ImportError when the password
-  /// cannot be read.
+  /// cannot be read, and when labels that are to be checked cannot be loaded.
   int run(const CommandEnvironment& environment) const override;
 
  private:
   void add_options();
   void check_combinations() const;
-  std::string password(const CommandEnvironment& environment) const;
+  bool has_all_labels(const CommandEnvironment& environment, const LabelsFields& fields) const;
 
   std::string document_;
-  std::string labels_server_;
-  std::string labels_database_;
-  std::string language_;
-  std::string user_;
-  std::string password_file_;
-  bool trusted_ = false;
+  LabelsOptions labels_;
   bool overwrite_ = false;
+  bool strict_labels_ = false;
 };
 
 }  // namespace importkcd

@@ -3,12 +3,16 @@
 #include <CLI/CLI.hpp>
 #include <chrono>
 #include <istream>
+#include <sstream>
 #include <string_view>
+#include <vector>
 
 #include "base/files.h"
 #include "base/import_error.h"
 #include "cli/arguments.h"
 #include "cli/connection_files.h"
+#include "cli/document_findings.h"
+#include "cli/finding_output.h"
 #include "cli/import_log.h"
 
 namespace importkcd {
@@ -44,6 +48,24 @@ std::int32_t type_of_mode(std::string_view mode) {
     return import_type::replace;
   }
   return mode == update_mode ? import_type::update : import_type::incremental;
+}
+
+std::vector<Finding> as_errors(std::vector<Finding> findings) {
+  for (auto& finding : findings) {
+    finding.severity = Severity::error;
+  }
+  return findings;
+}
+
+std::vector<std::string> lines_of(const std::string& document,
+                                  const std::vector<Finding>& findings) {
+  std::vector<std::string> lines;
+  for (const auto& finding : findings) {
+    std::ostringstream line;
+    write_finding(line, document, finding);
+    lines.push_back(line.str().substr(0, line.str().find('\n')));
+  }
+  return lines;
 }
 
 }  // namespace
@@ -119,6 +141,10 @@ void ImportArguments::add_flags() {
                 "Leave the document's virtual dimensions and virtual cubes alone")
       ->disable_flag_override();
   command
+      .add_flag("--strict", strict_,
+                "Check the document first, and import nothing when there is an error or a warning")
+      ->disable_flag_override();
+  command
       .add_flag("--dont-update-levels", dont_update_levels_,
                 "Leave the levels of shared dimensions alone (update mode only)")
       ->disable_flag_override();
@@ -188,14 +214,7 @@ std::string ImportArguments::document_file(const CommandEnvironment& environment
     check_readable(document_);
     return document_;
   }
-  const auto text = read_everything(environment.in);
-  try {
-    received_ = std::make_unique<TemporaryFile>("kcd");
-    received_->write(text);
-  } catch (const ImportError& error) {
-    throw ImportError("Cannot keep the document from standard input: " + error.description(), "kcd",
-                      FailureCause::server);
-  }
+  received_ = std::make_unique<StandardInputFile>(environment.in);
   return received_->path();
 }
 
@@ -255,17 +274,28 @@ ImportCommand::ImportCommand(CLI::App& program)
 int ImportCommand::run(const CommandEnvironment& environment) const {
   ImportLog log(environment, {log_ == json_log, quiet_});
   RequestOutcome outcome;
+  std::vector<Finding> faults;
   try {
     auto request = arguments_.request(environment);
     request.longest_wait = std::chrono::seconds(wait_seconds_);
     request.options.progres_window = &log;
     request.options.notifications = &log;
-    outcome = carry_out(request, {environment.open_for_change, environment.open_for_rehearsal});
+    request.look_at_failure = [&](const ImportOLAPDBFromKCDDoc& importer) {
+      faults = as_errors(findings_of_failure(importer));
+    };
+    if (arguments_.strict()) {
+      faults = as_errors(findings_before(request.options));
+    }
+    if (faults.empty()) {
+      outcome = carry_out(request, {environment.open_for_change, environment.open_for_rehearsal});
+    } else {
+      outcome.error = "Nothing was imported: " + summary_of({{arguments_.document(), faults}});
+    }
   } catch (const ImportError& error) {
     outcome.error = error.description();
     outcome.cause = error.cause();
   }
-  log.finish(outcome);
+  log.finish(outcome, lines_of(arguments_.document(), faults));
   return outcome.succeeded ? exit_status::success : exit_status::of(outcome.cause);
 }
 

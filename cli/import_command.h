@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
-#include "base/temporary_file.h"
 #include "cli/command.h"
+#include "cli/standard_input_file.h"
 #include "comparison/import_request.h"
 
 namespace CLI {
@@ -33,11 +33,14 @@ class ImportArguments {
   /// The server's text and the mode's name.
   const std::string& server() const { return server_; }
   const std::string& mode() const { return mode_; }
+  /// Whether a document with errors or warnings is to be refused; plans do not ask.
+  const std::string& document() const { return document_; }
+  bool strict() const { return strict_; }
 
  private:
   void add_options();
-  void add_mode_options();
   void add_flags();
+  void add_mode_options();
   void check_combinations() const;
   void check_mode() const;
   std::string document_file(const CommandEnvironment& environment) const;
@@ -55,13 +58,14 @@ class ImportArguments {
   std::string pattern_from_;
   std::string pattern_to_;
   std::string pattern_to_file_;
+  bool strict_ = false;
   bool no_partitions_ = false;
   bool no_virtual_ = false;
   bool dont_update_levels_ = false;
   bool keep_unknown_ = false;
   bool keep_former_ = false;
   /// What came from standard input, as a file: it is there as long as this object.
-  mutable std::unique_ptr<TemporaryFile> received_;
+  mutable std::unique_ptr<StandardInputFile> received_;
 };
 
 /// `kcd import`: runs the importer once. Standard output carries the progress messages, one per

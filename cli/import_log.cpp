@@ -52,10 +52,6 @@ std::string now_in_utc() {
   return text.str();
 }
 
-std::string number_of(std::size_t count, const std::string& what) {
-  return std::to_string(count) + " " + what + (count == 1 ? "" : "s");
-}
-
 }  // namespace
 
 ImportLog::ImportLog(const CommandEnvironment& environment, Form form)
@@ -140,7 +136,7 @@ void ImportLog::show_bar() {
   const auto done = std::min(objects_, expected_objects_);
   const auto filled = width * done / expected_objects_;
   err_ << "\r[" << std::string(filled, '#') << std::string(width - filled, '.') << "] " << done
-       << " of " << number_of(expected_objects_, "object") << std::flush;
+       << " of " << counted(expected_objects_, "object") << std::flush;
   bar_is_shown_ = true;
 }
 
@@ -152,11 +148,14 @@ void ImportLog::hide_bar() {
   }
 }
 
-void ImportLog::finish(const RequestOutcome& outcome) {
+void ImportLog::finish(const RequestOutcome& outcome, const std::vector<std::string>& faults) {
   hide_bar();
   has_bar_ = false;
   if (!outcome.error.empty()) {
     write(err_, {"error", no_object, no_object, outcome.error});
+  }
+  for (const auto& fault : faults) {
+    write(err_, {"error", no_object, no_object, fault});
   }
   write(out_,
         {"finish", outcome.database.empty() ? "" : "database", outcome.database, summary(outcome)});
@@ -166,7 +165,7 @@ std::string ImportLog::counted_cubes() const {
   std::string text;
   const auto add = [&text](std::size_t count, const char* what) {
     if (count > 0) {
-      text += (text.empty() ? number_of(count, "cube") : ", " + std::to_string(count)) + " " + what;
+      text += (text.empty() ? counted(count, "cube") : ", " + std::to_string(count)) + " " + what;
     }
   };
   add(cubes_.created, "created");
@@ -188,7 +187,7 @@ std::string ImportLog::summary(const RequestOutcome& outcome) const {
   } else {
     text << "Import" << into << " failed: nothing was stored";
   }
-  text << ", " << number_of(messages_, "message") << ", " << std::fixed << std::setprecision(2)
+  text << ", " << counted(messages_, "message") << ", " << std::fixed << std::setprecision(2)
        << time.count() << " s";
   return text.str();
 }

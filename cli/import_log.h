@@ -3,6 +3,7 @@
 #include <chrono>
 #include <cstddef>
 #include <string>
+#include <vector>
 
 #include "cli/command_environment.h"
 #include "comparison/import_request.h"
@@ -33,8 +34,9 @@ class ImportLog : public ProgressSink, public NotificationSink {
   void next_object() override;
   void show_message(const std::string& text) override;
 
-  /// Tells what became of the run: its error, if any, and the summary.
-  void finish(const RequestOutcome& outcome);
+  /// Tells what became of the run: its error, if any, the faults of the document, a line for each,
+  /// and the summary.
+  void finish(const RequestOutcome& outcome, const std::vector<std::string>& faults);
 
  private:
   struct Line {

@@ -12,6 +12,7 @@
 #include "base/connection_text.h"
 #include "base/text.h"
 #include "cli/arguments.h"
+#include "cli/check_command.h"
 #include "cli/convert_command.h"
 #include "cli/export_command.h"
 #include "cli/import_command.h"
@@ -19,6 +20,7 @@
 #include "cli/query_command.h"
 #include "cli/refresh_command.h"
 #include "cli/restore_command.h"
+#include "cli/schema_command.h"
 #include "cli/serve_command.h"
 #include "cli/settings.h"
 #include "cli/show_command.h"
@@ -91,9 +93,9 @@ int run(int argument_count, const char* const* arguments) {
   program.set_version_flag("--version", "kcd " KCD_VERSION);
   program.require_subcommand(1);
   program.footer(exit_status_table);
-  const auto commands =
-      commands_of<ImportCommand, PlanCommand, ExportCommand, ConvertCommand, ShowCommand,
-                  RestoreCommand, ServeCommand, QueryCommand, RefreshCommand>(program);
+  const auto commands = commands_of<ImportCommand, PlanCommand, CheckCommand, SchemaCommand,
+                                    ExportCommand, ConvertCommand, ShowCommand, RestoreCommand,
+                                    ServeCommand, QueryCommand, RefreshCommand>(program);
   Settings settings(program);
   program.failure_message([&](const CLI::App* app, const CLI::Error& error) {
     return usage_message(app, error, settings);

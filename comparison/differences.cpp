@@ -10,6 +10,7 @@
 #include <utility>
 
 #include "base/connection_text.h"
+#include "base/text.h"
 #include "model/definition_fields.h"
 #include "model/vocabularies.h"
 
@@ -115,12 +116,12 @@ class Comparison {
     visit_pairs(
         before, after, [](const auto& object, const auto& visit) { visit_fields(object, visit); },
         [this](std::string_view name, const auto& left, const auto& right) {
-          compare_values(name, left, right);
+          this->compare_values(name, left, right);
         });
     visit_pairs(
         before, after, [](const auto& object, const auto& visit) { visit_parts(object, visit); },
         [this](std::string_view kind, const auto& left, const auto& right) {
-          compare_parts(kind, left, right);
+          this->compare_parts(kind, left, right);
         });
   }
 
@@ -175,11 +176,6 @@ class Comparison {
   std::vector<PartName> path_;
   std::vector<Difference> differences_;
 };
-
-std::string plural(std::string_view kind) {
-  return kind.ends_with('y') ? std::string(kind.substr(0, kind.size() - 1)) + "ies"
-                             : std::string(kind) + "s";
-}
 
 std::string path_text(const std::vector<PartName>& path) {
   std::string result;
@@ -270,10 +266,6 @@ std::string summary_of(const std::vector<Difference>& differences) {
   }
   result += properties;
   return result.empty() ? result : result.substr(2);
-}
-
-std::string counted(std::size_t count, std::string_view kind) {
-  return std::to_string(count) + " " + (count == 1 ? std::string(kind) : plural(kind));
 }
 
 }  // namespace importkcd

@@ -56,7 +56,4 @@ std::string text_of(const Difference& difference);
 /// What differs, counted and without values: "2 measures, description".
 std::string summary_of(const std::vector<Difference>& differences);
 
-/// "1 measure", "2 custom properties".
-std::string counted(std::size_t count, std::string_view kind);
-
 }  // namespace importkcd

@@ -4,7 +4,6 @@
 
 #include "base/import_error.h"
 #include "comparison/synchronisation.h"
-#include "importer/import_olapdb_from_kcd_doc.h"
 
 namespace importkcd {
 namespace {
@@ -29,12 +28,17 @@ class SteadyProgress : public ProgressSink {
   ProgressSink* sink_;
 };
 
-RequestOutcome run_importer(const ImportOptions& options, OlapServerFactory open_server) {
+/// Runs the importer with these options in the place of the request's own.
+RequestOutcome run_importer(const ImportRequest& request, const ImportOptions& options,
+                            OlapServerFactory open_server) {
   ImportOLAPDBFromKCDDoc importer(std::move(open_server));
   static_cast<ImportOptions&>(importer) = options;
   importer.succeeded = true;
   importer.ReleaseDocument();
   importer.make();
+  if (!importer.succeeded && request.look_at_failure) {
+    request.look_at_failure(importer);
+  }
   return {importer.succeeded && importer.passed_over.empty(), importer.last_error, importer.cause,
           importer.database, importer.was_stored};
 }
@@ -64,7 +68,7 @@ OlapServerFactory prepared(const OlapServerFactory& open_server, const ImportReq
 RequestOutcome carry_out(const ImportRequest& request, const ImportServers& servers) {
   auto open_server = prepared(servers.open_for_change, request);
   return request.synchronises ? synchronise(request, {std::move(open_server), servers.rehearse})
-                              : run_importer(request.options, std::move(open_server));
+                              : run_importer(request, request.options, std::move(open_server));
 }
 
 DocumentReading read_document(const ImportRequest& request, const RehearsalFactory& rehearse) {
@@ -78,7 +82,7 @@ DocumentReading read_document(const ImportRequest& request, const RehearsalFacto
   SteadyProgress progress(options.progres_window);
   options.progres_window = &progress;
   options.notifications = &remarks;
-  reading.result = run_importer(options, [&](std::string_view machine) {
+  reading.result = run_importer(request, options, [&](std::string_view machine) {
     auto rehearsal = rehearse(machine, RehearsalBase::empty);
     store = std::move(rehearsal.store);
     return std::move(rehearsal.server);

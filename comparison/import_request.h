@@ -1,10 +1,12 @@
 #pragma once
 
 #include <chrono>
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
 
+#include "importer/import_olapdb_from_kcd_doc.h"
 #include "importer/import_options.h"
 #include "model/olap_server.h"
 #include "servers/rehearsal_store.h"
@@ -24,6 +26,8 @@ struct ImportRequest {
   bool keeps_former = false;
   /// How long the run waits for a database that another one holds.
   std::chrono::seconds longest_wait{0};
+  /// Called with an importer that has failed, its document still loaded; may be empty.
+  std::function<void(const ImportOLAPDBFromKCDDoc&)> look_at_failure = {};
 };
 
 /// Where an import happens.

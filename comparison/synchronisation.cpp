@@ -35,9 +35,23 @@ void take_stored_partitions(DatabaseDefinition& wanted, const DatabaseDefinition
     const auto* former = stored.cubes.find(wanted.cubes[i].name);
     if (former != nullptr && former->kind == OlapCubeKind::regular &&
         wanted.cubes[i].kind == OlapCubeKind::regular) {
-      auto& cube = wanted.cubes.edit_at(i);
-      cube.partitions = former->partitions;
-      refresh_following_partitions(cube);
+      wanted.cubes.edit_at(i).partitions = former->partitions;
+    }
+  }
+}
+
+/// Has the database keep its virtual dimensions and cubes, as an import does that leaves them
+/// alone. What the document says about an object of such a name comes first.
+void take_stored_virtual_objects(DatabaseDefinition& wanted, const DatabaseDefinition& stored) {
+  for (const auto& dimension : stored.dimensions) {
+    if (dimension.kind == OlapDimensionKind::is_virtual &&
+        !wanted.dimensions.contains(dimension.name)) {
+      wanted.dimensions.add(dimension);
+    }
+  }
+  for (const auto& cube : stored.cubes) {
+    if (cube.kind == OlapCubeKind::is_virtual && !wanted.cubes.contains(cube.name)) {
+      wanted.cubes.add(cube);
     }
   }
 }
@@ -223,6 +237,9 @@ void synchronise_database(const ImportRequest& request, OlapServer& server,
   const auto stored = definition_of(database);
   if (!request.options.import_partitions) {
     take_stored_partitions(wanted, stored);
+  }
+  if (!request.options.import_virtual_objects) {
+    take_stored_virtual_objects(wanted, stored);
   }
   server.keep_former_databases();
   const bool changed =

@@ -12,7 +12,7 @@ namespace importkcd {
 /// First the document is imported where nothing is stored, with the checks of the server asked for:
 /// what that gives is what the document says. Then what differs is written in one run of the
 /// server, which keeps what was there before where it keeps copies. After any error nothing is
-/// stored. Partitions that the options leave alone stay as they are.
+/// stored. Partitions and virtual objects that the options leave alone stay as they are.
 ///
 /// Sends one progress message per changed object. An error of the server, a lock check's refusal
 /// included, and a written cube whose structure is not valid end the result's success.

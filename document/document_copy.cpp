@@ -49,10 +49,10 @@ class DocumentCopy {
         line_feed_(encoding_.encode("\n").value_or("")),
         carriage_return_(encoding_.encode("\r").value_or("")) {}
 
-  void run(const std::optional<CompanyPattern>& pattern);
+  /// Tells whether the first line was dropped.
+  bool run(const std::optional<CompanyPattern>& pattern);
 
  private:
-  void drop_line();
   void take_pattern(const CompanyPattern& pattern);
   void copy_text();
   std::size_t copy_window(std::string_view text, bool last);
@@ -73,35 +73,16 @@ class DocumentCopy {
   bool after_carriage_return_ = false;
 };
 
-void DocumentCopy::run(const std::optional<CompanyPattern>& pattern) {
+bool DocumentCopy::run(const std::optional<CompanyPattern>& pattern) {
   to_.append(from_.window(3).substr(0, encoding_.byte_order_mark()));
   from_.skip(encoding_.byte_order_mark());
-  const auto document_type = encoding_.encode("<!DOC").value_or("");
-  if (starts_with(from_.window(document_type.size()), document_type)) {
-    drop_line();
-  }
+  const bool lacks_first_line = skip_document_type_line(from_, encoding_);
   encoding_.take_declaration(from_.window(TextEncoding::declaration_size));
   if (pattern) {
     take_pattern(*pattern);
   }
   copy_text();
-}
-
-void DocumentCopy::drop_line() {
-  const auto unit = encoding_.unit();
-  for (auto text = from_.window(unit); !text.empty(); text = from_.window(unit)) {
-    const auto end = std::min(find(text, line_feed_), find(text, carriage_return_));
-    if (end == std::string_view::npos) {
-      from_.skip(from_.at_end() ? text.size() : text.size() - text.size() % unit);
-      continue;
-    }
-    const bool is_carriage_return = starts_with(text.substr(end), carriage_return_);
-    from_.skip(end + unit);
-    if (is_carriage_return && starts_with(from_.window(unit), line_feed_)) {
-      from_.skip(unit);
-    }
-    return;
-  }
+  return lacks_first_line;
 }
 
 void DocumentCopy::take_pattern(const CompanyPattern& pattern) {
@@ -180,7 +161,7 @@ void DocumentCopy::copy_lines(std::string_view text) {
 }
 
 PreparedDocument failure(std::string path, std::string error) {
-  return {std::move(path), std::move(error), false, {}};
+  return {std::move(path), std::move(error), false, false, {}};
 }
 
 PreparedDocument failure_of_document(std::string path, std::string error) {
@@ -210,8 +191,9 @@ PreparedDocument copy_to_temporary_file(FileReader& reader, const std::string& d
   RemovedBySignals guard(path);
   held_back.reset();
   FileWriter writer(std::move(file));
+  bool lacks_first_line = false;
   try {
-    copy_document(reader, writer, pattern);
+    lacks_first_line = copy_document(reader, writer, pattern);
   } catch (const ImportError& error) {
     return failure_of_document(path,
                                "Error in reading document " + document + " " + error.description());
@@ -221,13 +203,38 @@ PreparedDocument copy_to_temporary_file(FileReader& reader, const std::string& d
   if (writer.failed()) {
     error = "Error in writing to file " + path + " " + writer.error();
   }
-  return {path, error, true, std::move(guard)};
+  return {path, error, true, lacks_first_line, std::move(guard)};
 }
 
 }  // namespace
 
-void copy_document(FileReader& from, FileWriter& to, const std::optional<CompanyPattern>& pattern) {
-  DocumentCopy(from, to).run(pattern);
+bool skip_document_type_line(FileReader& from, const TextEncoding& encoding) {
+  const auto document_type = encoding.encode("<!DOC").value_or("");
+  if (!starts_with(from.window(document_type.size()), document_type)) {
+    return false;
+  }
+  const auto unit = encoding.unit();
+  const auto line_feed = encoding.encode("\n").value_or("");
+  const auto carriage_return = encoding.encode("\r").value_or("");
+  for (auto text = from.window(unit); !text.empty(); text = from.window(unit)) {
+    const auto end = std::min(find_on_unit(text, line_feed, 0, unit),
+                              find_on_unit(text, carriage_return, 0, unit));
+    if (end == std::string_view::npos) {
+      from.skip(from.at_end() ? text.size() : text.size() - text.size() % unit);
+      continue;
+    }
+    const bool is_carriage_return = starts_with(text.substr(end), carriage_return);
+    from.skip(end + unit);
+    if (is_carriage_return && starts_with(from.window(unit), line_feed)) {
+      from.skip(unit);
+    }
+    break;
+  }
+  return true;
+}
+
+bool copy_document(FileReader& from, FileWriter& to, const std::optional<CompanyPattern>& pattern) {
+  return DocumentCopy(from, to).run(pattern);
 }
 
 PreparedDocument PrepareDocument(const std::string& document,

@@ -4,6 +4,7 @@
 #include <libxml/xmlerror.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <deque>
 #include <exception>
 #include <memory>
@@ -13,7 +14,11 @@
 
 #include "base/files.h"
 #include "base/import_error.h"
+#include "base/text_encoding.h"
+#include "document/document_copy.h"
 #include "document/kcd_document_builder.h"
+#include "document/parser_state.h"
+#include "document/tag_places.h"
 
 namespace importkcd {
 namespace {
@@ -33,50 +38,6 @@ constexpr const char* too_many_namespaces = "more than 1000 name space declarati
 constexpr const char* too_deep = "elements are nested more than 1000000 deep";
 constexpr const char* too_long_piece = "a tag, a text or a comment is longer than 100000000 bytes";
 constexpr const char* too_long_document_type = "the document type is longer than 65536 bytes";
-
-/// How many entries of the parser's arrays an attribute and a name space take.
-constexpr int entries_per_attribute = 5;
-constexpr int entries_per_namespace = 2;
-
-/// What a parse has to know of the library's parser and cannot ask it.
-struct ParserState {
-  /// How many entries the arrays of an element's attributes and of the name spaces have room for.
-  int attribute_room = 0;
-  int namespace_room = 0;
-  /// How many entries the name spaces in force take.
-  int namespaces = 0;
-  int depth = 0;
-  bool in_document_type = false;
-  bool in_attribute_value = false;
-  /// Whether bytes that were handed over wait to be read or to be converted.
-  bool has_input = false;
-  /// What holds all names that the parser hands over, each once.
-  xmlDict* names = nullptr;
-  /// Declared entities make the library begin a document, which it does not free after an error.
-  xmlDoc* document = nullptr;
-};
-
-/// The one place that looks into the library's parser. It has no functions for most of this, so
-/// that a newer release may keep these facts elsewhere or count them in another way: read its
-/// parser.c and run the tests of hostile documents before the bound is raised.
-ParserState state_of(const xmlParserCtxt& parser) {
-  static_assert(LIBXML_VERSION >= 20910 && LIBXML_VERSION < 21000,
-                "document_parser.cpp knows the parser of libxml2 2.9.10 to 2.9.14");
-  ParserState state;
-  state.attribute_room = parser.maxatts;
-  state.namespace_room = parser.nsMax;
-  state.namespaces = parser.nsNr;
-  state.depth = parser.nameNr;
-  state.in_document_type = parser.inSubset != 0;
-  state.in_attribute_value = parser.instate == XML_PARSER_ATTRIBUTE_VALUE;
-  const auto* const input = parser.input;
-  state.has_input =
-      input == nullptr || input->cur < input->end ||
-      (input->buf != nullptr && input->buf->raw != nullptr && xmlBufUse(input->buf->raw) != 0);
-  state.names = parser.dict;
-  state.document = parser.myDoc;
-  return state;
-}
 
 std::string_view text_of(const xmlChar* text) { return reinterpret_cast<const char*>(text); }
 
@@ -103,6 +64,9 @@ class DocumentParse {
  public:
   DocumentParse(const std::string& path, KcdDocumentBuilder& builder)
       : reader_(path, error_source::kcd_document), builder_(builder) {}
+
+  /// To be called before run().
+  void pass_over_document_type_line();
 
   /// Throws as parse_document does.
   void run();
@@ -135,7 +99,8 @@ class DocumentParse {
   static xmlEntity* entity_used(void* context, const xmlChar* name);
   static void comment_read(void* context, const xmlChar* text);
   static void instruction_read(void* context, const xmlChar* target, const xmlChar* text);
-  static void characters_read(void* context, const xmlChar* text, int length);
+  static void section_read(void* context, const xmlChar* text, int length);
+  static void text_read(void* context, const xmlChar* text, int length);
   static void error_reported(void* context, xmlError* error);
   static xmlSAXHandler handlers();
 
@@ -145,9 +110,11 @@ class DocumentParse {
   void check_limits();
   std::size_t next_bytes(char* buffer, std::size_t size);
   void begin_element(const xmlChar* local, const xmlChar* prefix, const xmlChar** attributes,
-                     std::size_t count);
+                     std::size_t count, DocumentPosition position);
   std::string_view name(const xmlChar* prefix, const xmlChar* local);
   std::string_view value(std::string_view text);
+  DocumentPosition in_file(DocumentPosition position) const;
+  void end_piece();
   void fail(const std::string& reason);
 
   FileReader reader_;
@@ -160,6 +127,10 @@ class DocumentParse {
   /// Bytes taken from the file since the last event, and in the document type.
   std::size_t piece_ = 0;
   std::size_t document_type_ = 0;
+  TagPlaces places_;
+  /// A byte order mark that was taken from the file and not handed over yet.
+  std::string byte_order_mark_;
+  std::uint32_t lines_passed_over_ = 0;
   std::exception_ptr failure_;
 };
 
@@ -188,11 +159,20 @@ void DocumentParse::run() {
   }
 }
 
+void DocumentParse::pass_over_document_type_line() {
+  const auto first_bytes = reader_.window(3).substr(0, 3);
+  const auto encoding = TextEncoding::of_first_bytes(first_bytes);
+  byte_order_mark_ = first_bytes.substr(0, encoding.byte_order_mark());
+  reader_.skip(byte_order_mark_.size());
+  lines_passed_over_ = skip_document_type_line(reader_, encoding) ? 1 : 0;
+}
+
 void DocumentParse::parse() {
   auto sax = handlers();
   constexpr std::string_view byte_order_mark = "\xEF\xBB\xBF";
   // Of a byte order mark and a declaration that contradict each other the library takes the latter.
-  const bool is_marked = reader_.window(3).substr(0, 3) == byte_order_mark;
+  const bool is_marked =
+      byte_order_mark_ == byte_order_mark || reader_.window(3).substr(0, 3) == byte_order_mark;
   parser_.reset(xmlCreateIOParserCtxt(&sax, this, read, nullptr, this, XML_CHAR_ENCODING_NONE));
   if (!parser_) {
     throw std::bad_alloc();
@@ -236,7 +216,9 @@ xmlSAXHandler DocumentParse::handlers() {
   sax.getParameterEntity = entity_used;
   sax.comment = comment_read;
   sax.processingInstruction = instruction_read;
-  sax.cdataBlock = characters_read;
+  sax.cdataBlock = section_read;
+  sax.characters = text_read;
+  sax.ignorableWhitespace = text_read;
   return sax;
 }
 
@@ -282,12 +264,16 @@ void DocumentParse::check_limits() {
 
 std::size_t DocumentParse::next_bytes(char* buffer, std::size_t size) {
   // All that was asked for, because the library judges the encoding by its first bytes at hand.
-  const auto bytes = reader_.window(size).substr(0, size);
-  std::copy(bytes.begin(), bytes.end(), buffer);
+  const auto mark = std::string_view(byte_order_mark_).substr(0, size);
+  const auto wanted = size - mark.size();
+  const auto bytes = reader_.window(wanted).substr(0, wanted);
+  std::copy(bytes.begin(), bytes.end(), std::copy(mark.begin(), mark.end(), buffer));
   reader_.skip(bytes.size());
-  piece_ += bytes.size();
-  document_type_ += parser_ && state_of(*parser_).in_document_type ? bytes.size() : 0;
-  return bytes.size();
+  const auto count = mark.size() + bytes.size();
+  byte_order_mark_.erase(0, mark.size());
+  piece_ += count;
+  document_type_ += parser_ && state_of(*parser_).in_document_type ? count : 0;
+  return count;
 }
 
 void DocumentParse::start_element(void* context, const xmlChar* local, const xmlChar* prefix,
@@ -307,13 +293,16 @@ void DocumentParse::start_element(void* context, const xmlChar* local, const xml
     } else if (!parse.builder_.keeps_next()) {
       parse.builder_.begin_element({}, {});
     } else {
-      parse.begin_element(local, prefix, attributes, static_cast<std::size_t>(attribute_count));
+      parse.begin_element(local, prefix, attributes, static_cast<std::size_t>(attribute_count),
+                          parse.in_file(parse.places_.beginning(state.place)));
     }
+    parse.places_.note(state.place);
   });
 }
 
 void DocumentParse::begin_element(const xmlChar* local, const xmlChar* prefix,
-                                  const xmlChar** attributes, std::size_t count) {
+                                  const xmlChar** attributes, std::size_t count,
+                                  DocumentPosition position) {
   attributes_.clear();
   values_.clear();
   for (std::size_t i = 0; i < count; ++i, attributes += entries_per_attribute) {
@@ -322,7 +311,7 @@ void DocumentParse::begin_element(const xmlChar* local, const xmlChar* prefix,
                                 static_cast<std::size_t>(attributes[4] - attributes[3]));
     attributes_.push_back({name(attributes[1], attributes[0]), value(text)});
   }
-  builder_.begin_element(name(prefix, local), attributes_);
+  builder_.begin_element(name(prefix, local), attributes_, position);
 }
 
 std::string_view DocumentParse::name(const xmlChar* prefix, const xmlChar* local) {
@@ -353,7 +342,7 @@ std::string_view DocumentParse::value(std::string_view text) {
 
 void DocumentParse::end_element(void* context, const xmlChar* /*local*/, const xmlChar* /*prefix*/,
                                 const xmlChar* /*uri*/) {
-  self(context).piece_ = 0;
+  self(context).end_piece();
   self(context).guarded([context] { self(context).builder_.end_element(); });
 }
 
@@ -397,16 +386,23 @@ xmlEntity* DocumentParse::entity_used(void* context, const xmlChar* name) {
 }
 
 void DocumentParse::comment_read(void* context, const xmlChar* /*text*/) {
-  self(context).piece_ = 0;
+  self(context).end_piece();
 }
 
 void DocumentParse::instruction_read(void* context, const xmlChar* /*target*/,
                                      const xmlChar* /*text*/) {
-  self(context).piece_ = 0;
+  self(context).end_piece();
 }
 
-void DocumentParse::characters_read(void* context, const xmlChar* /*text*/, int /*length*/) {
-  self(context).piece_ = 0;
+void DocumentParse::section_read(void* context, const xmlChar* /*text*/, int /*length*/) {
+  self(context).end_piece();
+}
+
+/// Texts come in parts, of which none ends a piece.
+void DocumentParse::text_read(void* context, const xmlChar* text, int length) {
+  auto& parse = self(context);
+  parse.places_.note_text(state_of(*parse.parser_).place,
+                          {reinterpret_cast<const char*>(text), static_cast<std::size_t>(length)});
 }
 
 void DocumentParse::error_reported(void* context, xmlError* error) {
@@ -439,20 +435,34 @@ void DocumentParse::error_reported(void* context, xmlError* error) {
   });
 }
 
+void DocumentParse::end_piece() {
+  piece_ = 0;
+  places_.note(state_of(*parser_).place);
+}
+
+DocumentPosition DocumentParse::in_file(DocumentPosition position) const {
+  return {position.line + lines_passed_over_, position.column};
+}
+
 /// Throws; for use inside of guarded() and outside of the library's calls.
 void DocumentParse::fail(const std::string& reason) {
-  std::string place;
+  DocumentPosition position;
   if (const int line = xmlSAX2GetLineNumber(parser_.get()); line != 0) {
-    place = "line " + std::to_string(line) + ", column " +
-            std::to_string(xmlSAX2GetColumnNumber(parser_.get())) + ": ";
+    position =
+        in_file({static_cast<std::uint32_t>(line),
+                 static_cast<std::uint32_t>(std::max(xmlSAX2GetColumnNumber(parser_.get()), 0))});
   }
-  throw ImportError(place + reason, error_source::kcd_document);
+  throw DocumentSyntaxError(position, reason);
 }
 
 }  // namespace
 
-void parse_document(const std::string& path, KcdDocumentBuilder& builder) {
-  DocumentParse(path, builder).run();
+void parse_document(const std::string& path, KcdDocumentBuilder& builder, FirstLine first_line) {
+  DocumentParse parse(path, builder);
+  if (first_line == FirstLine::may_be_dropped) {
+    parse.pass_over_document_type_line();
+  }
+  parse.run();
 }
 
 }  // namespace importkcd

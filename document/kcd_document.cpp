@@ -17,9 +17,10 @@ struct KcdDocument::Storage {
 };
 
 std::optional<std::string_view> KcdElement::attribute(std::string_view name) const {
-  const auto found = std::find_if(attributes_.begin(), attributes_.end(),
+  const auto all = attributes();
+  const auto found = std::find_if(all.begin(), all.end(),
                                   [&](const auto& attribute) { return attribute.name == name; });
-  return found == attributes_.end() ? std::nullopt : std::optional(found->value);
+  return found == all.end() ? std::nullopt : std::optional(found->value);
 }
 
 const KcdElement* KcdElement::child(std::string_view tag) const {
@@ -30,6 +31,21 @@ const KcdElement* KcdElement::child(std::string_view tag) const {
   return element;
 }
 
+namespace {
+
+std::string place_text(DocumentPosition position) {
+  return position.line == 0 ? ""
+                            : "line " + std::to_string(position.line) + ", column " +
+                                  std::to_string(position.column) + ": ";
+}
+
+}  // namespace
+
+DocumentSyntaxError::DocumentSyntaxError(DocumentPosition position, const std::string& reason)
+    : ImportError(place_text(position) + reason, error_source::kcd_document),
+      position_(position),
+      reason_(reason) {}
+
 KcdDocument::KcdDocument() : storage_(std::make_unique<Storage>()) {}
 
 KcdDocument::~KcdDocument() = default;
@@ -37,6 +53,12 @@ KcdDocument::~KcdDocument() = default;
 std::unique_ptr<KcdDocument> KcdDocument::load(const std::string& path) {
   KcdDocumentBuilder builder;
   parse_document(path, builder);
+  return builder.finish();
+}
+
+std::unique_ptr<KcdDocument> KcdDocument::load_original(const std::string& path) {
+  KcdDocumentBuilder builder;
+  parse_document(path, builder, FirstLine::may_be_dropped);
   return builder.finish();
 }
 
@@ -55,12 +77,14 @@ void KcdDocumentBuilder::keep_names(std::shared_ptr<const void> names) {
 }
 
 void KcdDocumentBuilder::begin_element(std::string_view tag,
-                                       std::span<const KcdAttribute> attributes) {
+                                       std::span<const KcdAttribute> attributes,
+                                       DocumentPosition position) {
   if (!keeps_next()) {
     open_.push_back({});
     return;
   }
   auto* const element = make_element(tag, attributes);
+  element->position_ = position;
   if (open_.empty()) {
     document_->root_ = element;
   } else {
@@ -87,8 +111,11 @@ KcdElement* KcdDocumentBuilder::make_element(std::string_view tag,
     new (&kept[i]) KcdAttribute{name, {text, value.size()}};
   }
   auto* const element = memory.new_object<KcdElement>();
-  element->tag_ = tag;
-  element->attributes_ = {kept, attributes.size()};
+  // The parser keeps tags and counts of attributes far below these bounds.
+  element->tag_ = tag.data();
+  element->tag_size_ = static_cast<std::uint32_t>(tag.size());
+  element->attributes_ = kept;
+  element->attribute_count_ = static_cast<std::uint32_t>(attributes.size());
   return element;
 }
 

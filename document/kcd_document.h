@@ -1,12 +1,24 @@
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <span>
 #include <string>
 #include <string_view>
 
+#include "base/import_error.h"
+
 namespace importkcd {
+
+/// A place in a document's file. Both numbers begin with 1; columns count characters, a tab being
+/// one. A column of 0 means that only the line is known, a line of 0 that neither is.
+struct DocumentPosition {
+  std::uint32_t line = 0;
+  std::uint32_t column = 0;
+
+  bool operator==(const DocumentPosition&) const = default;
+};
 
 /// An attribute of a KcdElement. Both texts live as long as the document.
 struct KcdAttribute {
@@ -20,10 +32,13 @@ struct KcdAttribute {
 class KcdElement {
  public:
   /// The qualified tag name.
-  std::string_view tag() const { return tag_; }
+  std::string_view tag() const { return {tag_, tag_size_}; }
+
+  /// Where the element's "<" stands.
+  DocumentPosition position() const { return position_; }
 
   /// The attributes in document order; name space declarations are none.
-  std::span<const KcdAttribute> attributes() const { return attributes_; }
+  std::span<const KcdAttribute> attributes() const { return {attributes_, attribute_count_}; }
 
   /// The attribute's value; nothing when it is absent. Names are compared exactly.
   std::optional<std::string_view> attribute(std::string_view name) const;
@@ -37,8 +52,12 @@ class KcdElement {
  private:
   friend class KcdDocumentBuilder;
 
-  std::string_view tag_;
-  std::span<const KcdAttribute> attributes_;
+  // Documents have millions of these: the counts share eight bytes.
+  const char* tag_ = nullptr;
+  const KcdAttribute* attributes_ = nullptr;
+  std::uint32_t tag_size_ = 0;
+  std::uint32_t attribute_count_ = 0;
+  DocumentPosition position_;
   KcdElement* first_child_ = nullptr;
   KcdElement* next_sibling_ = nullptr;
 };
@@ -78,13 +97,32 @@ inline KcdChildren children_of(const KcdElement* element) {
   return KcdChildren(element == nullptr ? nullptr : element->first_child());
 }
 
+/// A document that is not what it should be as XML. The description is "line 3, column 14: " and
+/// the reason.
+class DocumentSyntaxError : public ImportError {
+ public:
+  DocumentSyntaxError(DocumentPosition position, const std::string& reason);
+
+  DocumentPosition position() const { return position_; }
+  const std::string& reason() const { return reason_; }
+
+ private:
+  DocumentPosition position_;
+  std::string reason_;
+};
+
 /// A loaded cube definition document: a compact, read-only tree that owns all its texts.
 class KcdDocument {
  public:
   /// Loads a document in any encoding that it declares. Nothing outside the file is read, and
-  /// entities may not be declared. Throws ImportError, whose description gives place and reason,
-  /// when the file cannot be read or is not well-formed XML in every respect.
+  /// entities may not be declared. Throws ImportError when the file cannot be read, and its kind
+  /// DocumentSyntaxError, whose description gives place and reason, when the file is not
+  /// well-formed XML in every respect.
   static std::unique_ptr<KcdDocument> load(const std::string& path);
+
+  /// The same for a person's own file, of which no copy was prepared: a first line that begins with
+  /// "<!DOC" is passed over (document_copy.h), and counts as a line all the same.
+  static std::unique_ptr<KcdDocument> load_original(const std::string& path);
 
   /// Reads a document as load() does, in every respect, but keeps nothing but its root element.
   static std::unique_ptr<KcdDocument> load_root(const std::string& path);

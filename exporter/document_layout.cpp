@@ -1,11 +1,8 @@
 #include "exporter/document_layout.h"
 
-#include <libxml/tree.h>
 #include <libxml/xmlstring.h>
 
 #include <cstddef>
-#include <memory>
-#include <new>
 #include <string_view>
 #include <utility>
 
@@ -19,10 +16,6 @@ constexpr std::size_t line_limit = 100;
 constexpr std::size_t indentation = 2;
 constexpr std::size_t continuation = 4;
 
-struct FreeBuffer {
-  void operator()(xmlBuffer* buffer) const { xmlBufferFree(buffer); }
-};
-
 std::size_t width(const std::string& text) {
   const auto characters = xmlUTF8Strlen(reinterpret_cast<const xmlChar*>(text.c_str()));
   return characters < 0 ? text.size() : static_cast<std::size_t>(characters);
@@ -30,15 +23,7 @@ std::size_t width(const std::string& text) {
 
 /// NAME="VALUE"; in apostrophes when only that saves references.
 std::string attribute_text(const std::string& name, const std::string& value) {
-  check_xml_text(value);
-  const std::unique_ptr<xmlBuffer, FreeBuffer> buffer(xmlBufferCreate());
-  if (!buffer) {
-    throw std::bad_alloc();
-  }
-  xmlAttrSerializeTxtContent(buffer.get(), nullptr, nullptr,
-                             reinterpret_cast<const xmlChar*>(value.c_str()));
-  std::string escaped(reinterpret_cast<const char*>(xmlBufferContent(buffer.get())),
-                      static_cast<std::size_t>(xmlBufferLength(buffer.get())));
+  auto escaped = escaped_attribute(value);
   const bool in_apostrophes =
       value.find('"') != std::string::npos && value.find('\'') == std::string::npos;
   if (in_apostrophes) {

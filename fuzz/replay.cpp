@@ -100,6 +100,9 @@ class Mutator {
 
 void run_all(const std::string& folder, int variants) {
   const auto corpus = read_corpus(folder);
+  if (corpus.empty()) {
+    throw std::runtime_error("no input in " + folder);
+  }
   Mutator mutator(corpus);
   for (const auto& sample : corpus) {
     for (int i = 0; i <= variants; ++i) {

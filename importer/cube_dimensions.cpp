@@ -59,6 +59,7 @@ void build_private_dimension(ImportRun& run, const KcdElement& element) {
 
   OlapDimension& dimension = *run.database().dimensions().edit(name);
   for (const KcdElement& level : children_of(required_child(element, "cube_levels"))) {
+    const auto at = run.working_on(level);
     build_level(level, dimension);
   }
   run.server().write_back_dimension(run.database(), dimension);
@@ -80,13 +81,15 @@ void adjust_level(const KcdElement& element, OlapCubeDimension& dimension) {
 }
 
 /// Adjusts the levels from the last to the first.
-void adjust_levels(const KcdElement& cube_levels_reference, OlapCubeDimension& dimension) {
+void adjust_levels(const ImportRun& run, const KcdElement& cube_levels_reference,
+                   OlapCubeDimension& dimension) {
   std::vector<const KcdElement*> levels;
   for (const KcdElement& level : children_of(cube_levels_reference)) {
     levels.push_back(&level);
   }
   std::reverse(levels.begin(), levels.end());
   for (const KcdElement* level : levels) {
+    const auto at = run.working_on(*level);
     adjust_level(*level, dimension);
   }
 }
@@ -95,7 +98,7 @@ void build_dimension_reference(ImportRun& run, const KcdElement& element) {
   OlapCube& cube = *run.current_cube;
   OlapCubeDimension& dimension =
       run.database().add_cube_dimension(cube, decoded_text(element, "name"));
-  adjust_levels(required_child(element, "cube_levels_reference"), dimension);
+  adjust_levels(run, required_child(element, "cube_levels_reference"), dimension);
   run.server().write_back_cube(run.database(), cube);
 }
 
@@ -112,6 +115,7 @@ void build_cube_dimension(ImportRun& run, const KcdElement& element) {
 
 void build_cube_dimensions(ImportRun& run, const KcdElement& cube_dimensions) {
   for (const KcdElement& element : children_of(cube_dimensions)) {
+    const auto at = run.working_on(element);
     build_cube_dimension(run, element);
   }
 }

@@ -1,5 +1,7 @@
 #include "importer/cube_measures.h"
 
+#include <exception>
+#include <new>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -58,20 +60,32 @@ void build_calculated_member(const KcdElement& element, OlapCube& cube) {
   cube.calculated_members.add(std::move(member));
 }
 
+template <class Step>
+void leave_out_when_broken(Step step) {
+  try {
+    step();
+  } catch (const std::bad_alloc&) {
+    throw;
+  } catch (const std::exception&) {
+    return;
+  }
+}
+
 }  // namespace
 
 // A cube is still of use without a broken measure or calculated member, so their errors are
-// ignored; whoever uses the cube sees what is missing.
+// ignored; whoever uses the cube sees what is missing. A lack of memory is no fault of theirs: a
+// cube that lost a measure to it would be taken for complete.
 
 void build_measures(ImportRun& run, const KcdElement& cube_measures) {
   for (const KcdElement& element : children_of(cube_measures)) {
-    ignore_errors([&] { build_measure(run, element); });
+    leave_out_when_broken([&] { build_measure(run, element); });
   }
 }
 
 void build_calculated_members(ImportRun& run, const KcdElement& cube_calculated_members) {
   for (const KcdElement& element : children_of(cube_calculated_members)) {
-    ignore_errors([&] { build_calculated_member(element, *run.current_cube); });
+    leave_out_when_broken([&] { build_calculated_member(element, *run.current_cube); });
   }
 }
 

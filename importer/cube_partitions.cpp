@@ -37,13 +37,16 @@ void slice_level(const KcdElement& element, const OlapCubeDimension& dimension,
   partition.slices.edit_or_add(dimension.name).levels.put(std::move(slice));
 }
 
-void slice_dimension(const KcdElement& element, const OlapCube& cube, OlapPartition& partition) {
+void slice_dimension(const ImportRun& run, const KcdElement& element, const OlapCube& cube,
+                     OlapPartition& partition) {
+  const auto at_dimension = run.working_on(element);
   const auto name = decoded_text(element, "name");
   const OlapCubeDimension* dimension = cube.dimensions.find(name);
   if (dimension == nullptr) {
     throw ImportError("dimension '" + name + "' not found", error_source::olap_server);
   }
   for (const KcdElement& level : children_of(required_child(element, "partition_levels"))) {
+    const auto at = run.working_on(level);
     slice_level(level, *dimension, partition);
   }
 }
@@ -57,7 +60,7 @@ void build_partition(ImportRun& run, const KcdElement& element) {
 
   OlapPartition& sliced = *cube.partitions.edit(name);
   for (const KcdElement& dimension : children_of(required_child(element, "partition_dimensions"))) {
-    slice_dimension(dimension, cube, sliced);
+    slice_dimension(run, dimension, cube, sliced);
   }
 }
 
@@ -66,6 +69,7 @@ void build_partition(ImportRun& run, const KcdElement& element) {
 void create_cube_partitions(ImportRun& run, const KcdElement* cube_partitions) {
   run.ReportProgress("Creating cube partitions");
   for (const KcdElement& element : children_of(cube_partitions)) {
+    const auto at = run.working_on(element);
     build_partition(run, element);
   }
 }

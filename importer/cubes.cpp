@@ -121,6 +121,7 @@ void build_parts(ImportRun& run, const KcdElement& element, OlapCube& cube) {
 }
 
 void import_cube(ImportRun& run, const KcdElement& element) {
+  const auto at = run.working_on(element);
   const auto name = decoded_text(element, "name");
   report_object(run, "Searching cube '", {ObjectAction::searching, cube_kind, name});
   OlapCube* cube = cube_to_write(run, name);

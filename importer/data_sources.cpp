@@ -41,6 +41,7 @@ void ImportDataSources(ImportRun& run, const KcdElement* data_sources) {
 
 void ImportDataSource(ImportRun& run, const KcdElement& element) {
   run.trap([&] {
+    const auto at = run.working_on(element);
     OlapDataSource fresh;
     fresh.name = decoded_text(element, "name");
     OlapDataSource* data_source = prepare_database_object(

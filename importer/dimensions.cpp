@@ -46,6 +46,7 @@ bool import_dimension(const ImportRun& run, const KcdElement& element, OlapDimen
                       const DimensionTexts& texts, Lock lock, Set set) {
   bool whole = true;
   const bool ended = run.trap([&] {
+    const auto at = run.working_on(element);
     OlapDimension fresh;
     fresh.name = decoded_text(element, "name");
     fresh.kind = kind;
@@ -96,6 +97,7 @@ void set_level(OlapLevel& level, const KcdElement& element) {
 /// Returns whether the member property came through.
 bool ImportMemberProperty(const ImportRun& run, const KcdElement& element, OlapLevel& level) {
   return run.trap([&] {
+    const auto at = run.working_on(element);
     OlapMemberProperty& property = level.member_properties.add_new(decoded_text(element, "name"));
     property.description = decoded_text(element, "description");
     property.caption = decoded_text(element, "caption");
@@ -107,6 +109,7 @@ bool ImportMemberProperty(const ImportRun& run, const KcdElement& element, OlapL
 bool ImportLevel(const ImportRun& run, const KcdElement& element, OlapDimension& dimension) {
   bool whole = true;
   const bool level_is_set = run.trap([&] {
+    const auto at = run.working_on(element);
     OlapLevel& level = dimension.levels.add_new(decoded_text(element, "name"));
     set_level(level, element);
     for (const KcdElement& member_properties : children_of(element)) {
@@ -159,6 +162,7 @@ void ImportSharedDimension(const ImportRun& run, const KcdElement& element) {
 /// Returns whether the level came through.
 bool ImportVirtualLevel(const ImportRun& run, const KcdElement& element, OlapDimension& dimension) {
   return run.trap([&] {
+    const auto at = run.working_on(element);
     const auto name = decoded_text(element, "name");
     auto key_column = raw_text(element, "member_key_column");
     OlapLevel& level = dimension.levels.add_new(name);

@@ -107,6 +107,9 @@ std::int32_t ImportOLAPDBFromKCDDoc::make() {
   cause = FailureCause::refused;
   database.clear();
   was_stored = false;
+  working_on = nullptr;
+  failed_at = nullptr;
+  failed_position = {};
   if (succeeded) {
     OpenOlapServer();
   }
@@ -115,6 +118,7 @@ std::int32_t ImportOLAPDBFromKCDDoc::make() {
     copy = prepare_temporary_copy();
   }
   if (succeeded) {
+    lacks_first_line_ = copy.lacks_first_line;
     OpenKcdDocument(copy.path);
     if (!succeeded && !copy.error.empty()) {
       // The document is not to blame for a copy that is cut off, nor would anybody look at that.
@@ -126,11 +130,23 @@ std::int32_t ImportOLAPDBFromKCDDoc::make() {
   if (succeeded) {
     ProcessDocument();
     delete_temporary_copy(copy.path);
+    if (failed_at != nullptr) {
+      failed_position = in_original(failed_at->position());
+    }
   }
   return 0;
 }
 
-void ImportOLAPDBFromKCDDoc::ReleaseDocument() { document_.reset(); }
+/// The pattern may have moved what follows in a line.
+DocumentPosition ImportOLAPDBFromKCDDoc::in_original(DocumentPosition position) const {
+  return {position.line + (lacks_first_line_ ? 1 : 0), replace_pattern_yn() ? 0 : position.column};
+}
+
+void ImportOLAPDBFromKCDDoc::ReleaseDocument() {
+  document_.reset();
+  working_on = nullptr;
+  failed_at = nullptr;
+}
 
 void ImportOLAPDBFromKCDDoc::OpenOlapServer() {
   std::string shown_name;
@@ -175,6 +191,10 @@ void ImportOLAPDBFromKCDDoc::OpenKcdDocument(const std::string& path) {
     ReportLongStep();
     document_.reset();
     document_ = KcdDocument::load(path);
+  } catch (const DocumentSyntaxError& error) {
+    fail("Cannot open kcd document file " + path + " because " + error.what());
+    failed_position = in_original(error.position());
+    failed_reason = error.reason();
   } catch (const std::exception& error) {
     fail("Cannot open kcd document file " + path + " because " + error.what());
   }
@@ -185,6 +205,7 @@ void ImportOLAPDBFromKCDDoc::ProcessDocument() {
     import_into_database();
   } catch (const std::exception& error) {
     fail(processing_error(error), cause_of(error));
+    failed_reason = error.what();
   }
   finish();
 }
@@ -192,6 +213,9 @@ void ImportOLAPDBFromKCDDoc::ProcessDocument() {
 void ImportOLAPDBFromKCDDoc::import_into_database() {
   ReportProgress("Processing document");
   const KcdElement& root = document_->root();
+  // What the server says of the database itself is not the document's fault.
+  std::optional<WorkingOn> at;
+  at.emplace(*this, root);
   const std::string version(root.attribute("version").value_or(""));
   if (version != current_version && version != older_version) {
     fail("Expected kcd document version '" + std::string(current_version) +
@@ -199,6 +223,7 @@ void ImportOLAPDBFromKCDDoc::import_into_database() {
   }
   const auto name =
       use_alternate_database_name ? alternate_database_name : decoded_text(root, "name");
+  at.reset();
   // Deliberately before the version is judged: the old database is deleted in any case.
   if (ImportType == import_type::replace && DatabaseExists(name)) {
     DeleteDatabase(name);
@@ -237,8 +262,11 @@ OlapDatabase& ImportOLAPDBFromKCDDoc::find_or_create_database(const std::string&
     return *existing;
   }
   ReportObject("Creating database '" + name + "'", {ObjectAction::creating, "database", name});
+  std::optional<WorkingOn> at;
+  at.emplace(*this, document_->root());
   OlapDatabase& added = server_->add_database(name);
   added.description = decoded_text(document_->root(), "description");
+  at.reset();
   server_->write_back_database(added);
   return added;
 }

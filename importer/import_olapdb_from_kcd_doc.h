@@ -46,6 +46,7 @@ class ImportOLAPDBFromKCDDoc : public ImportOptions, public ImportOutcome {
   void import_virtual_cubes(const KcdElement* collection);
 
  private:
+  DocumentPosition in_original(DocumentPosition position) const;
   void OpenOlapServer();
   PreparedDocument prepare_temporary_copy();
   void OpenKcdDocument(const std::string& path);
@@ -68,6 +69,7 @@ class ImportOLAPDBFromKCDDoc : public ImportOptions, public ImportOutcome {
   OlapServerFactory open_server_;
   std::unique_ptr<OlapServer> server_;
   std::unique_ptr<KcdDocument> document_;
+  bool lacks_first_line_ = false;
   /// Name of the database of the last `make`; empty before.
   std::string database_name_;
 };

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "base/import_error.h"
+#include "document/kcd_document.h"
 
 namespace importkcd {
 
@@ -166,6 +167,16 @@ struct ImportOutcome {
   std::vector<std::string> passed_over = {};
   /// What a person should know although it is no fault of the run; as passed_over.
   std::vector<std::string> remarks = {};
+  /// The element that a run is working on; null when it works on none.
+  const KcdElement* working_on = nullptr;
+  /// The element at which the run failed with `last_error`; null when it failed elsewhere. It lives
+  /// as long as the run's document.
+  const KcdElement* failed_at = nullptr;
+  /// The place of the fault that the run failed with, in the person's own file; its line is 0 when
+  /// the fault is not in the document, and its column when the pattern may have moved it.
+  DocumentPosition failed_position = {};
+  /// Why it failed there, without what `last_error` says around it.
+  std::string failed_reason = {};
   /// The cubes that were written back before all their parts were, or that are not valid.
   std::vector<std::string> incomplete_cubes = {};
 
@@ -181,6 +192,8 @@ struct ImportOutcome {
     succeeded = false;
     last_error = error;
     cause = from;
+    failed_reason = error;
+    failed_at = working_on;
   }
 };
 

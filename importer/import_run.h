@@ -8,6 +8,28 @@
 
 namespace importkcd {
 
+/// Tells an outcome which element a run works on. What lay around it is told again afterwards,
+/// unless an exception takes the run out of it, whose place is asked for by whoever catches that.
+class WorkingOn {
+ public:
+  WorkingOn(ImportOutcome& outcome, const KcdElement& element)
+      : outcome_(outcome), before_(outcome.working_on), exceptions_(std::uncaught_exceptions()) {
+    outcome.working_on = &element;
+  }
+  ~WorkingOn() {
+    if (std::uncaught_exceptions() == exceptions_) {
+      outcome_.working_on = before_;
+    }
+  }
+  WorkingOn(const WorkingOn&) = delete;
+  WorkingOn& operator=(const WorkingOn&) = delete;
+
+ private:
+  ImportOutcome& outcome_;
+  const KcdElement* before_;
+  int exceptions_;
+};
+
 /// What the sections of one run share: its options, its outcome and the objects it works on.
 class ImportRun {
  public:
@@ -43,13 +65,20 @@ class ImportRun {
   /// Returns whether the step ended without an error.
   template <class Step>
   bool trap(Step step) const {
+    const auto* const working_on = outcome_.working_on;
     try {
       step();
       return true;
     } catch (const std::exception& error) {
       fail(error.what(), cause_of(error));
+      outcome_.working_on = working_on;
       return false;
     }
+  }
+
+  /// Notes that the run works on an element as long as the result lives.
+  [[nodiscard]] WorkingOn working_on(const KcdElement& element) const {
+    return WorkingOn(outcome_, element);
   }
 
   /// Notes what went wrong although the run goes on as if it had not: a sentence for a person,

@@ -17,6 +17,7 @@ constexpr ObjectMessages role_messages{"role", "Searching role '", "Creating rol
 constexpr const char* access_key = "Access";
 
 void import_role(const ImportRun& run, const KcdElement& element) {
+  const auto at = run.working_on(element);
   OlapRole fresh;
   fresh.name = decoded_text(element, "name");
   OlapRole* role =
@@ -58,6 +59,7 @@ void import_roles(ImportRun& run, const KcdElement* roles) {
 
 void build_cube_roles(ImportRun& run, const KcdElement& cube_roles, OlapCube& cube) {
   for (const KcdElement& element : children_of(cube_roles)) {
+    const auto at = run.working_on(element);
     const auto name = decoded_text(element, "name");
     if (prepare_cube_role(run, name, cube)) {
       cube.roles.edit(name)->permissions.put({access_key, raw_text(element, "permissions")});

@@ -91,7 +91,26 @@ Word word(const Vocabulary& vocabulary, Code code) {
   return found == vocabulary.rend() ? std::nullopt : Word(found->word);
 }
 
+template <class Vocabulary>
+std::vector<std::string_view> words_of(const Vocabulary& vocabulary) {
+  std::vector<std::string_view> words;
+  for (const auto& entry : vocabulary) {
+    words.push_back(entry.word);
+  }
+  return words;
+}
+
 }  // namespace
+
+std::vector<std::string_view> dimension_type_words() { return words_of(dimension_types); }
+
+std::vector<std::string_view> level_type_words() { return words_of(level_types); }
+
+std::vector<std::string_view> level_ordering_words() { return words_of(orderings); }
+
+std::vector<std::string_view> aggregate_function_words() { return words_of(aggregate_functions); }
+
+std::vector<std::string_view> olap_mode_words() { return words_of(olap_modes); }
 
 OlapDimensionType dimension_type(Word word) { return code(dimension_types, word); }
 

@@ -2,6 +2,7 @@
 
 #include <optional>
 #include <string_view>
+#include <vector>
 
 #include "model/codes.h"
 
@@ -37,5 +38,11 @@ bool boolean(Word word, bool default_value);
 /// "shared", "private" or "virtual"; "regular" or "virtual": words of no document, for people.
 Word dimension_kind_word(OlapDimensionKind kind);
 Word cube_kind_word(OlapCubeKind kind);
+/// The words of the vocabularies, the first one for the first code.
+std::vector<std::string_view> dimension_type_words();
+std::vector<std::string_view> level_type_words();
+std::vector<std::string_view> level_ordering_words();
+std::vector<std::string_view> aggregate_function_words();
+std::vector<std::string_view> olap_mode_words();
 
 }  // namespace importkcd

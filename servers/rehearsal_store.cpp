@@ -16,8 +16,8 @@ RehearsalStore::RehearsalStore(std::shared_ptr<OlapStore> target, RehearsalBase 
     : target_(std::move(target)), base_(base) {}
 
 std::optional<DatabaseDefinition> RehearsalStore::before(const std::string& database) {
-  if (touched_.contains(database)) {
-    return copy_of(before_.find(database));
+  if (state_.touched.contains(database)) {
+    return copy_of(state_.before.find(database));
   }
   const auto names = base_names();
   const auto found = std::find_if(names.begin(), names.end(), [&](const std::string& name) {
@@ -27,17 +27,18 @@ std::optional<DatabaseDefinition> RehearsalStore::before(const std::string& data
 }
 
 std::optional<DatabaseDefinition> RehearsalStore::after(const std::string& database) {
-  return touched_.contains(database) ? copy_of(after_.find(database)) : before(database);
+  return state_.touched.contains(database) ? copy_of(state_.after.find(database))
+                                           : before(database);
 }
 
 std::vector<std::string> RehearsalStore::database_names() {
   std::vector<std::string> result;
   for (auto& name : base_names()) {
-    if (!touched_.contains(name)) {
+    if (!state_.touched.contains(name)) {
       result.push_back(std::move(name));
     }
   }
-  for (const auto& database : after_) {
+  for (const auto& database : state_.after) {
     result.push_back(database.name);
   }
   return result;
@@ -67,19 +68,29 @@ std::vector<std::string> RehearsalStore::dimensions_in_use(const std::string& da
 }
 
 void RehearsalStore::apply(std::vector<DatabaseChanges> changes) {
-  std::vector<std::string> names;
-  for (auto& change : changes) {
-    names.push_back(change.name);
-    if (!touched_.contains(change.name)) {
-      if (auto stored = before(change.name)) {
-        before_.add(*stored);
-        after_.add(std::move(*stored));
-      }
-      touched_.add({change.name, {}});
+  const auto former = state_;
+  try {
+    std::vector<std::string> names;
+    for (auto& change : changes) {
+      names.push_back(change.name);
+      take_over(std::move(change));
     }
-    apply_changes(std::move(change), after_);
+    target_->look_at(*this, names);
+  } catch (...) {
+    state_ = former;
+    throw;
   }
-  target_->look_at(*this, names);
+}
+
+void RehearsalStore::take_over(DatabaseChanges change) {
+  if (!state_.touched.contains(change.name)) {
+    if (auto stored = before(change.name)) {
+      state_.before.add(*stored);
+      state_.after.add(std::move(*stored));
+    }
+    state_.touched.add({change.name, {}});
+  }
+  apply_changes(std::move(change), state_.after);
 }
 
 RestoredDatabase RehearsalStore::restore(const std::string& database) {
@@ -92,7 +103,7 @@ std::vector<std::string> RehearsalStore::base_names() {
 }
 
 const DatabaseDefinition* RehearsalStore::changed(const std::string& database) const {
-  return after_.find(database);
+  return state_.after.find(database);
 }
 
 }  // namespace importkcd

@@ -51,18 +51,23 @@ class RehearsalStore : public OlapStore {
   RestoredDatabase restore(const std::string& database) override;
 
  private:
+  /// The databases that were changed, as they were and as they are; those that were not there, or
+  /// are not any more, are missing in the one or the other.
+  struct State {
+    NamedCollection<DatabaseDefinition> before;
+    NamedCollection<DatabaseDefinition> after;
+    /// The names of both.
+    NamedCollection<OlapProperty> touched;
+  };
+
+  void take_over(DatabaseChanges change);
   std::vector<std::string> base_names();
   const DatabaseDefinition* changed(const std::string& database) const;
 
   std::shared_ptr<OlapStore> target_;
   RehearsalBase base_;
   std::string held_name_;
-  /// The databases that were changed, as they were and as they are; those that were not there, or
-  /// are not any more, are missing in the one or the other.
-  NamedCollection<DatabaseDefinition> before_;
-  NamedCollection<DatabaseDefinition> after_;
-  /// The names of both.
-  NamedCollection<OlapProperty> touched_;
+  State state_;
 };
 
 /// A server that rehearses what another one would do, and the store that it works on.

@@ -2,6 +2,7 @@
 
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <ctime>
@@ -99,21 +100,16 @@ void check_schema_place(const fs::path& path) {
 }
 
 bool has_schemas_beside(const fs::path& folder) {
-  std::error_code ignored;
-  for (const auto& file : fs::directory_iterator(folder, ignored)) {
-    if (is_left_beside(file.path())) {
-      return true;
-    }
-  }
-  return false;
+  const auto names = names_in_folder(folder.string());
+  return std::any_of(names.begin(), names.end(),
+                     [&](const std::string& name) { return is_left_beside(folder / name); });
 }
 
 void remove_unused_schemas(const fs::path& folder, const std::set<std::string>& in_use) {
   std::error_code ignored;
-  for (const auto& file : fs::directory_iterator(folder, ignored)) {
-    const auto& path = file.path();
-    if (!in_use.contains(path.filename().string()) &&
-        (is_published(path) || is_left_beside(path))) {
+  for (const auto& name : names_in_folder(folder.string())) {
+    const auto path = folder / name;
+    if (!in_use.contains(name) && (is_published(path) || is_left_beside(path))) {
       fs::remove(path, ignored);
     }
   }

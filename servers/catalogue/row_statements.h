@@ -131,8 +131,9 @@ void read_value(const SQLite::Column& column, Value& value) {
 template <class Value>
 bool value_equals(const SQLite::Column& column, const Value& value) {
   if constexpr (std::is_same_v<Value, std::string>) {
-    // Zero bytes are part of a text.
-    const char* text = column.getText();
+    // Zero bytes are part of a text. Read as it lies there: with a zero byte behind it, it would
+    // have to be copied, and look empty when there is no memory for that.
+    const auto* const text = static_cast<const char*>(column.getBlob());
     return std::string_view(text, static_cast<std::size_t>(column.getBytes())) == value;
   } else if constexpr (std::is_same_v<Value, double>) {
     // A zero's sign counts.

@@ -84,6 +84,11 @@ TEST(PasswordMask, FindsTheKeysWhateverTheirLetterCaseAndBlanks) {
             "password=***; PASSWORD =***;pwd=***; Pwd =***");
 }
 
+TEST(PasswordMask, FindsAKeyBehindATab) {
+  EXPECT_EQ(mask_passwords("User=u\tPassword=secret"), "User=u\tPassword=***");
+  EXPECT_EQ(mask_passwords("Provider=P;\tPWD\t=\tsecret"), "Provider=P;\tPWD\t=***");
+}
+
 TEST(PasswordMask, FindsKeysThatContainTheWord) {
   EXPECT_EQ(mask_passwords("Jet OLEDB:Database Password=a;NewPwd=b"),
             "Jet OLEDB:Database Password=***;NewPwd=***");

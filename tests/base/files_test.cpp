@@ -1,6 +1,7 @@
 #include "base/files.h"
 
 #include <fcntl.h>
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <unistd.h>
 
@@ -75,6 +76,16 @@ TEST_F(FilesTest, AFreshFileThatCannotBeMadeTellsTheLastName) {
   EXPECT_EQ(system_description(errno), "No such file or directory");
   EXPECT_FALSE(fresh.file.is_open());
   EXPECT_EQ(fresh.path, folder.file("none/f"));
+}
+
+TEST_F(FilesTest, TheNamesInAFolderAreThoseOfAllKindsOfFiles) {
+  static_cast<void>(folder.write("file", ""));
+  static_cast<void>(folder.write(".hidden", ""));
+  std::filesystem::create_directory(folder.file("folder"));
+  EXPECT_THAT(names_in_folder(folder.path().string()),
+              ::testing::UnorderedElementsAre("file", ".hidden", "folder"));
+  EXPECT_THAT(names_in_folder(folder.file("folder")), ::testing::IsEmpty());
+  EXPECT_THAT(names_in_folder(folder.file("none")), ::testing::IsEmpty());
 }
 
 TEST_F(FilesTest, AReadersFailureIsOneOfItsComponent) {

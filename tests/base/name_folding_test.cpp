@@ -3,7 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <array>
-#include <clocale>
+
+#include "tests/support/compiled_locale.h"
 
 namespace importkcd {
 namespace {
@@ -39,11 +40,9 @@ TEST(NameFolding, BytesThatAreNoTextAreKept) {
 }
 
 TEST(NameFolding, LocaleDoesNotMatter) {
-  const std::string before = std::setlocale(LC_ALL, nullptr);
-  std::setlocale(LC_ALL, "tr_TR.UTF-8");
+  const testing::CompiledLocale turkish("tr_TR");
   EXPECT_EQ(lower_cased("TITLE"), "title");
   EXPECT_TRUE(same_name("TITLE", "title"));
-  std::setlocale(LC_ALL, before.c_str());
 }
 
 TEST(SameName, LetterCaseDoesNotMatter) {

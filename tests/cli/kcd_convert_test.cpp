@@ -409,5 +409,36 @@ TEST_F(KcdConvert, TheScriptBuildsTheLabelsDatabaseAnew) {
   EXPECT_EQ(run_process({.program = MAKE_LABELS_DATABASE}).exit_status, 2);
 }
 
+TEST_F(KcdConvert, StrictLabelsRefuseADocumentWithMissingOnes) {
+  const auto file = folder.write("sales.kci", read_file(EXAMPLES_FOLDER "/sales.kci"));
+  const auto result = convert(file, "Français", {"--strict-labels"});
+  EXPECT_EQ(result.exit_status, 1);
+  EXPECT_THAT(lines_of(result.errors),
+              ElementsAre(file + ":108:9: error: cube '$##40%' > measure '$##52%': attribute "
+                                 "'description': label 56 has no text in 'Français'"));
+  EXPECT_FALSE(std::filesystem::exists(folder.file("sales.kcd")));
+  EXPECT_EQ(convert(file, "English", {"--strict-labels"}).exit_status, 0);
+  EXPECT_TRUE(std::filesystem::exists(folder.file("sales.kcd")));
+}
+
+TEST_F(KcdConvert, ACheckListsTheLabelsThatAreMissingInALanguage) {
+  const auto file = folder.write("sales.kci", read_file(EXAMPLES_FOLDER "/sales.kci"));
+  const std::vector<std::string> labels{
+      "check", file, "--labels-server", server, "--labels-database", database};
+  const auto in_language = [&](const std::string& language) {
+    auto arguments = labels;
+    arguments.insert(arguments.end(), {"--language", language});
+    return kcd(arguments);
+  };
+  EXPECT_EQ(in_language("English").output, "0 errors, 0 warnings in " + file + "\n");
+  EXPECT_EQ(in_language("Deutsch").output,
+            file +
+                ":110:9: warning: cube '$##40%' > measure '$##53%': attribute 'description': "
+                "label 57 has no text in 'Deutsch'\n0 errors, 1 warning in " +
+                file + "\n");
+  EXPECT_EQ(in_language("Latin").exit_status, 1);
+  EXPECT_NE(in_language("Latin").errors, "");
+}
+
 }  // namespace
 }  // namespace importkcd

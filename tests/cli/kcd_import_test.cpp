@@ -244,7 +244,10 @@ TEST_F(KcdImport, APatternCanBeReplacedByNothing) {
 TEST_F(KcdImport, AFailurePrintsTheErrorAndExitsWithOne) {
   const auto result = import(bare_document("0.9", "Shop"));
   EXPECT_EQ(result.exit_status, 1);
-  EXPECT_EQ(result.errors, "Expected kcd document version '1.0.1073', but found version '0.9'.\n");
+  EXPECT_EQ(result.errors,
+            "Expected kcd document version '1.0.1073', but found version '0.9'.\n" +
+                folder.file("document.kcd") +
+                ":1:1: error: version '0.9' is not known; it is one of 1.0.1073, 1.0.1051\n");
   EXPECT_EQ(messages_of(result.output).back(), "Processing document");
 }
 
@@ -270,7 +273,10 @@ TEST_F(KcdImport, ControlCharactersArePrintedAsBlanks) {
   EXPECT_THAT(result.output, HasSubstr("\nCreating database 'A B C'\n"));
 
   const auto failed = import(bare_document("1&#10;2", "A"), {"--server", "memory:"});
-  EXPECT_EQ(failed.errors, "Expected kcd document version '1.0.1073', but found version '1 2'.\n");
+  EXPECT_EQ(failed.errors,
+            "Expected kcd document version '1.0.1073', but found version '1 2'.\n" +
+                folder.file("document.kcd") +
+                ":1:1: error: version '1 2' is not known; it is one of 1.0.1073, 1.0.1051\n");
 }
 
 TEST_F(KcdImport, AnErrorThatDidNotStopTheRunIsAWarning) {

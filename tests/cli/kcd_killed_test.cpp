@@ -54,11 +54,12 @@ class KcdKilled : public KcdTest, public ::testing::WithParamInterface<std::stri
     return {{"status", result.exit_status}, {"errors", result.errors}, {"state", state()}};
   }
 
-  /// Starts an import and kills it after that time, wherever it is then.
-  void import_and_kill(std::chrono::duration<double> after) const {
+  /// Starts an import and kills it after that time, wherever it is then. Tells whether it was still
+  /// under way.
+  bool import_and_kill(std::chrono::duration<double> after) const {
     RunningProcess run(importing);
     std::this_thread::sleep_for(after);
-    run.kill();
+    return run.kill();
   }
 
   ProcessStart importing;
@@ -81,16 +82,18 @@ TEST_P(KcdKilled, LeavesTheStateBeforeOrAfterItAndHoldsNothing) {
 
   std::mt19937 random(91);  // NOLINT(cert-msc32-c,cert-msc51-cpp): the moments are to repeat
   std::uniform_real_distribution<double> part(0, 1);
+  int killed = 0;
   for (int round = 0; round < rounds; ++round) {
     SCOPED_TRACE("round " + std::to_string(round));
     restore();
-    import_and_kill(whole * part(random));
+    killed += import_and_kill(whole * part(random)) ? 1 : 0;
     const auto left = state();
     EXPECT_TRUE(left == before || left == after) << left.dump(2);
     EXPECT_EQ(check_of(catalogue), "ok");
     // No lock is left: the same import does what it does undisturbed.
     EXPECT_EQ(import_undisturbed(), left == after ? second : first);
   }
+  EXPECT_GT(killed, 0) << "every import had ended before";
 }
 
 INSTANTIATE_TEST_SUITE_P(Modes, KcdKilled, ::testing::Values("incremental", "replace", "update"),

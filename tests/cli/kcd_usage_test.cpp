@@ -38,6 +38,9 @@ TEST_F(KcdUsage, HasHelpOfItsOwnAndOfEachSubcommand) {
   for (const auto& [arguments, text] :
        {std::pair{std::vector<std::string>{"--help"}, "import"},
         std::pair{std::vector<std::string>{"import", "--help"}, "--connect-string-file"},
+        std::pair{std::vector<std::string>{"plan", "--help"}, "--json"},
+        std::pair{std::vector<std::string>{"check", "--help"}, "--for-mdx"},
+        std::pair{std::vector<std::string>{"schema", "--help"}, "schema"},
         std::pair{std::vector<std::string>{"convert", "--help"}, "--labels-server"},
         std::pair{std::vector<std::string>{"show", "--help"}, "--json"},
         std::pair{std::vector<std::string>{"restore", "--help"}, "--list"},
@@ -54,6 +57,8 @@ TEST_F(KcdUsage, TheManualKnowsEveryOptionOfTheHelp) {
   const auto manual = read_file(KCD_MANUAL);
   for (const auto& arguments :
        {std::vector<std::string>{"--help"}, std::vector<std::string>{"import", "--help"},
+        std::vector<std::string>{"plan", "--help"}, std::vector<std::string>{"check", "--help"},
+        std::vector<std::string>{"schema", "--help"}, std::vector<std::string>{"export", "--help"},
         std::vector<std::string>{"convert", "--help"}, std::vector<std::string>{"show", "--help"},
         std::vector<std::string>{"restore", "--help"}, std::vector<std::string>{"serve", "--help"},
         std::vector<std::string>{"query", "--help"}}) {

@@ -96,6 +96,20 @@ TEST_F(ImportPlanTest, TheDatabasesDescriptionIsComparedToo) {
   EXPECT_THAT(lines_of(plan(other).plan), ElementsAre("change database Shop"));
 }
 
+TEST_F(ImportPlanTest, APrivateDimensionIsToldOnceWithItsCube) {
+  import(whole_document());
+  request.options.ImportType = import_type::replace;
+  const auto planned = plan(
+      changed(changed(whole_document(), R"(<cube_dimension name="Channel" description="Where")",
+                      R"(<cube_dimension name="Channel" description="How")"),
+              R"(member_key_column="channels.id")", R"(member_key_column="channels.code")"));
+  EXPECT_THAT(lines_of(planned.plan), ElementsAre("change cube Sales"));
+  EXPECT_THAT(differences(planned),
+              ElementsAre("dimension 'Channel' > level 'Channel': member_key_column channels.id "
+                          "-> channels.code",
+                          "dimension 'Channel': description Where -> How"));
+}
+
 TEST_F(ImportPlanTest, AReplacementTellsWhatLeaves) {
   import(whole_document());
   request.options.ImportType = import_type::replace;

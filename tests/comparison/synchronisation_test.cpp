@@ -201,6 +201,30 @@ TEST_F(SynchronisationTest, PartitionsThatAreLeftAloneStay) {
   EXPECT_THAT(stored_text(), HasSubstr("partition | Rest | sales_rest |"));
 }
 
+TEST_F(SynchronisationTest, VirtualObjectsFollowTheDocument) {
+  request.options.import_virtual_objects = true;
+  synchronise(whole_document());
+  expect_content(whole_document());
+  EXPECT_THAT(sink.messages, ::testing::IsSupersetOf(
+                                 {"Creating dimension 'Colours'", "Creating cube 'Overview'"}));
+  synchronise(whole_document());
+  EXPECT_THAT(writes(), IsEmpty());
+  synchronise(changed(whole_document(), R"(<measure_reference name="Amount")",
+                      R"(<measure_reference name="Money")"));
+  EXPECT_THAT(sink.messages, ElementsAre("Updating cube 'Overview'"));
+  synchronise(changed(whole_document(), R"(<virtual_cube name="Overview">)",
+                      R"(<virtual_cube name="Survey">)"));
+  EXPECT_THAT(sink.messages, ElementsAre("Removing cube 'Overview'", "Creating cube 'Survey'"));
+}
+
+TEST_F(SynchronisationTest, VirtualObjectsThatAreLeftAloneStay) {
+  request.options.import_virtual_objects = true;
+  synchronise(whole_document());
+  request.options.import_virtual_objects = false;
+  synchronise(whole_document());
+  EXPECT_THAT(writes(), IsEmpty());
+}
+
 TEST_F(SynchronisationTest, AnotherRunsDatabaseIsNotTouched) {
   synchronise(whole_document());
   const auto other = server();

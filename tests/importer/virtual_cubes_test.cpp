@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -18,6 +19,8 @@ namespace {
 
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
+using ::testing::Not;
+using ::testing::SizeIs;
 
 constexpr std::string_view overview = R"(
 <virtual_cubes>
@@ -245,6 +248,23 @@ TEST_F(VirtualCubes, AFailingSecondEmptyingStepCancelsTheUpdate) {
               ElementsAre("Creating virtual cubes", "Searching virtual cube 'Overview'",
                           "Update virtual cube 'Overview'",
                           "           Updating virtual cube 'Overview' canceled"));
+}
+
+TEST_F(VirtualCubes, MessagesThatCannotBeShownAreIgnored) {
+  class Broken : public ProgressSink {
+   public:
+    void put_progres_message(const std::string& /*message*/) override {
+      throw std::runtime_error("no window");
+    }
+  };
+  Broken broken;
+  options.progres_window = &broken;
+  options.ImportType = import_type::update;
+  store_old_virtual_cube();
+  EXPECT_NO_THROW(import(overview));
+  expect_no_error();
+  EXPECT_THAT(stored_cubes(), Not(ElementsAre(old_content)));
+  EXPECT_THAT(stored_cubes(), SizeIs(1));
 }
 
 TEST_F(VirtualCubes, TheCreatingMessageIsSentEvenWhenTheAddFailed) {

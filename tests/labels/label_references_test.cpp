@@ -1,5 +1,6 @@
 #include "labels/label_references.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <map>
@@ -94,8 +95,12 @@ TEST(LabelReferences, WhileNothingIsLoadedNoIdIsInRange) {
 }
 
 TEST(LabelReferences, AnIdOutOf16BitsEndsTheSubstitution) {
-  EXPECT_THROW(substituted("$##12%$##32768%"), ImportError);
-  EXPECT_THROW(substituted("$##70000%"), ImportError);
+  EXPECT_THAT([&] { substituted("$##12%$##32768%"); },
+              ::testing::ThrowsMessage<ImportError>(
+                  ::testing::HasSubstr("is out of range (-32768 to 32767)")));
+  EXPECT_THAT([&] { substituted("$##70000%"); },
+              ::testing::ThrowsMessage<ImportError>(
+                  ::testing::HasSubstr("is out of range (-32768 to 32767)")));
 }
 
 TEST(LabelReferences, LabelsAreNotReadAgain) {

@@ -1,5 +1,6 @@
 #include "labels/loaded_labels.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <string>
@@ -85,8 +86,12 @@ TEST(XmlEscapeText, AfterTheApostrophesNoneIsLeftToEscape) {
 TEST(XmlEscapeText, ALengthOf32767CharactersIsTheMost) {
   EXPECT_EQ(XmlEscapeText(std::string(32767, '<')).size(), 5U * 32767);
   EXPECT_EQ(XmlEscapeText(repeated("é", 32767)), repeated("é", 32767));
-  EXPECT_THROW(XmlEscapeText(std::string(32768, 'x')), ImportError);
-  EXPECT_THROW(XmlEscapeText(repeated("é", 32768)), ImportError);
+  EXPECT_THAT([&] { XmlEscapeText(std::string(32768, 'x')); },
+              ::testing::ThrowsMessage<ImportError>(
+                  ::testing::HasSubstr("A label is longer than 32767 characters")));
+  EXPECT_THAT([&] { XmlEscapeText(repeated("é", 32768)); },
+              ::testing::ThrowsMessage<ImportError>(
+                  ::testing::HasSubstr("A label is longer than 32767 characters")));
 }
 
 }  // namespace

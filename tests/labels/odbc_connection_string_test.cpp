@@ -1,5 +1,6 @@
 #include "labels/odbc_connection_string.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "base/import_error.h"
@@ -8,6 +9,8 @@ namespace importkcd {
 namespace {
 
 using namespace std::string_literals;
+using ::testing::HasSubstr;
+using ::testing::ThrowsMessage;
 
 LabelsLogin sql_login(const std::string& user, const std::string& password) {
   LabelsLogin login;
@@ -23,12 +26,15 @@ TEST(OdbcConnectionString, IsPutTogetherFromItsItems) {
 }
 
 TEST(OdbcConnectionString, NoValueCanAddAnAttribute) {
+  const std::string cannot_be_part = "cannot be part of a connection";
   EXPECT_EQ(quoted_odbc_value("a;SERVER=evil", OdbcQuoting::doubled_braces), "{a;SERVER=evil}");
   EXPECT_EQ(quoted_odbc_value("a}b{", OdbcQuoting::doubled_braces), "{a}}b{}");
   EXPECT_EQ(quoted_odbc_value("a}b", OdbcQuoting::up_to_brace_and_semicolon), "{a}b}");
   for (const auto quoting : {OdbcQuoting::doubled_braces, OdbcQuoting::up_to_brace_and_semicolon}) {
-    EXPECT_THROW(quoted_odbc_value("x};SERVER=evil;{", quoting), ImportError);
-    EXPECT_THROW(quoted_odbc_value("a\0b"s, quoting), ImportError);
+    EXPECT_THAT([&] { quoted_odbc_value("x};SERVER=evil;{", quoting); },
+                ThrowsMessage<ImportError>(HasSubstr(cannot_be_part)));
+    EXPECT_THAT([&] { quoted_odbc_value("a\0b"s, quoting); },
+                ThrowsMessage<ImportError>(HasSubstr(cannot_be_part)));
   }
 }
 
@@ -38,6 +44,10 @@ TEST(OdbcConnectionString, GetsUserAndPasswordUnlessItHasThem) {
   EXPECT_EQ(completed_connection_string("DSN=Labels;uid=sa;pwd=y", login),
             "DSN=Labels;uid=sa;pwd=y");
   EXPECT_EQ(completed_connection_string("DSN=Labels;PWD=y", login), "DSN=Labels;PWD=y;UID={me}");
+  for (const std::string key : {"UID", "User", "UserName", "user id"}) {
+    EXPECT_EQ(completed_connection_string("DSN=Labels;" + key + "=sa", login),
+              "DSN=Labels;" + key + "=sa");
+  }
   auto secure = login;
   secure.secure_login = true;
   EXPECT_EQ(completed_connection_string("DSN=Labels", secure), "DSN=Labels");
@@ -47,6 +57,16 @@ TEST(OdbcConnectionString, GetsUserAndPasswordUnlessItHasThem) {
 TEST(OdbcConnectionString, MariaDbLearnsTheTimeOutsByAttributes) {
   EXPECT_EQ(completed_connection_string("DRIVER={MariaDB Unicode};PORT=1", sql_login("", "")),
             "DRIVER={MariaDB Unicode};PORT=1;CONN_TIMEOUT=20;READ_TIMEOUT=30");
+  EXPECT_EQ(completed_connection_string("DRIVER=/usr/lib/libmaodbc.so", sql_login("", "")),
+            "DRIVER=/usr/lib/libmaodbc.so;CONN_TIMEOUT=20;READ_TIMEOUT=30");
+}
+
+TEST(OdbcConnectionString, TimeOutsOfItsOwnStay) {
+  for (const std::string own : {"Conn_Timeout=5", "READ_TIMEOUT=5"}) {
+    EXPECT_EQ(completed_connection_string("DRIVER={MariaDB Unicode};" + own, sql_login("", "")),
+              "DRIVER={MariaDB Unicode};" + own);
+  }
+  EXPECT_EQ(completed_connection_string("DRIVER={SQLite3}", sql_login("", "")), "DRIVER={SQLite3}");
 }
 
 TEST(OdbcConnectionString, FreeTdsGetsItsFinalSemicolon) {
@@ -87,7 +107,8 @@ TEST(SqlServerConnectionString, QuotesEveryText) {
 TEST(SqlServerConnectionString, ALoginWithoutAUserDoesNotBecomeIntegratedSecurity) {
   LabelsLogin login;
   login.server = "DB1";
-  EXPECT_THROW(sql_server_connection_string(login), ImportError);
+  EXPECT_THAT([&] { sql_server_connection_string(login); },
+              ThrowsMessage<ImportError>(HasSubstr("Login failed for user ''.")));
 }
 
 TEST(LabelsServer, IsShownWithoutPasswords) {

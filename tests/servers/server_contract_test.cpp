@@ -11,7 +11,9 @@ namespace importkcd::testing {
 namespace {
 
 using ::testing::ElementsAre;
+using ::testing::HasSubstr;
 using ::testing::IsEmpty;
+using ::testing::ThrowsMessage;
 
 TEST_P(ServerContract, IsAServerOfVersion8) {
   EXPECT_EQ(server().class_type(), OlapClassType::server);
@@ -52,19 +54,22 @@ TEST_P(ServerContract, DatabasesKeepTheOrderInWhichTheyWereAdded) {
 TEST_P(ServerContract, DatabaseNamesDifferInMoreThanLetterCase) {
   new_database("Überblick");
   store();
-  EXPECT_THROW(server().add_database("ÜBERBLICK"), ImportError);
+  EXPECT_THAT([&] { server().add_database("ÜBERBLICK"); },
+              ThrowsMessage<ImportError>(HasSubstr("'ÜBERBLICK' already exists")));
   EXPECT_EQ(open("überblick").name(), "überblick");
 }
 
 TEST_P(ServerContract, ADatabaseNeedsAName) {
-  EXPECT_THROW(server().add_database(""), ImportError);
+  EXPECT_THAT([&] { server().add_database(""); },
+              ThrowsMessage<ImportError>(HasSubstr("an object must have a name")));
 }
 
 TEST_P(ServerContract, ARemovedDatabaseIsGoneAtOnceAndLeavesWithFinish) {
   store_small_database();
   server().remove_database("Retail");
   EXPECT_THAT(database_names(), IsEmpty());
-  EXPECT_THROW(open(), ImportError);
+  EXPECT_THAT([&] { open(); },
+              ThrowsMessage<ImportError>(HasSubstr("database 'Retail' not found")));
   EXPECT_THAT(another_run()->stored_objects(), ::testing::SizeIs(1));
   store();
   EXPECT_THAT(database_names(), IsEmpty());
@@ -90,7 +95,8 @@ TEST_P(ServerContract, ADatabaseThatWasAddedAnewMayBeRemovedToo) {
 }
 
 TEST_P(ServerContract, RemovingADatabaseThatIsNotThereFails) {
-  EXPECT_THROW(server().remove_database("Retail"), ImportError);
+  EXPECT_THAT([&] { server().remove_database("Retail"); },
+              ThrowsMessage<ImportError>(HasSubstr("database 'Retail' not found")));
 }
 
 TEST_P(ServerContract, AnObjectThatWasNotWrittenBackIsLost) {
@@ -187,8 +193,10 @@ TEST_P(ServerContract, APartitionIsWrittenBackWithoutTheRestOfItsCube) {
 TEST_P(ServerContract, APartitionNeedsAWrittenBackCube) {
   auto& database = new_database();
   auto& cube = database.add_cube("Sales", OlapCubeKind::regular);
-  EXPECT_THROW(server().write_back_partition(database, cube, *cube.partitions.edit("Sales")),
-               ImportError);
+  EXPECT_THAT(
+      [&] { server().write_back_partition(database, cube, *cube.partitions.edit("Sales")); },
+      ThrowsMessage<ImportError>(
+          HasSubstr("cube 'Sales' was not written back before its partition")));
 }
 
 TEST_P(ServerContract, ARegularCubeWithoutPartitionsGetsItsOwnAgain) {
@@ -234,13 +242,15 @@ TEST_P(ServerContract, ACubeDimensionHasItsOwnCopyOfTheLevels) {
 TEST_P(ServerContract, ACubeDimensionMustNameADimensionOfTheDatabase) {
   auto& database = new_database();
   auto& cube = database.add_cube("Sales", OlapCubeKind::regular);
-  EXPECT_THROW(database.add_cube_dimension(cube, "Time"), ImportError);
+  EXPECT_THAT([&] { database.add_cube_dimension(cube, "Time"); },
+              ThrowsMessage<ImportError>(HasSubstr("dimension 'Time' not found")));
 }
 
 TEST_P(ServerContract, ADimensionIsLockedWhileACubeUsesIt) {
   store_small_database();
   const auto& time = *open().dimensions().find("Time");
-  EXPECT_THROW(server().lock_dimension(open(), time), ImportError);
+  EXPECT_THAT([&] { server().lock_dimension(open(), time); },
+              ThrowsMessage<ImportError>(HasSubstr("dimension 'Time' is used in a cube")));
   auto& cube = *open().cubes().edit("Sales");
   server().remove_first(open(), cube, OlapCubeContent::dimensions);
   server().write_back_cube(open(), cube);
@@ -253,7 +263,8 @@ TEST_P(ServerContract, ADimensionIsLockedByACubeOfTheSameRun) {
   const auto& time = add_dimension(database, "Time");
   EXPECT_NO_THROW(server().lock_dimension(database, time));
   database.add_cube_dimension(database.add_cube("Sales", OlapCubeKind::regular), "Time");
-  EXPECT_THROW(server().lock_dimension(database, time), ImportError);
+  EXPECT_THAT([&] { server().lock_dimension(database, time); },
+              ThrowsMessage<ImportError>(HasSubstr("dimension 'Time' is used in a cube")));
 }
 
 TEST_P(ServerContract, AVirtualCubeLocksTheLevelsOnly) {
@@ -264,12 +275,14 @@ TEST_P(ServerContract, AVirtualCubeLocksTheLevelsOnly) {
   store();
   const auto& time = *open().dimensions().find("Time");
   EXPECT_NO_THROW(server().lock_dimension(open(), time));
-  EXPECT_THROW(server().lock_levels(open(), time), ImportError);
+  EXPECT_THAT([&] { server().lock_levels(open(), time); },
+              ThrowsMessage<ImportError>(HasSubstr("dimension 'Time' is used in a virtual cube")));
 }
 
 TEST_P(ServerContract, LevelsAreLockedAlsoByARegularCube) {
   store_small_database();
-  EXPECT_THROW(server().lock_levels(open(), *open().dimensions().find("Time")), ImportError);
+  EXPECT_THAT([&] { server().lock_levels(open(), *open().dimensions().find("Time")); },
+              ThrowsMessage<ImportError>(HasSubstr("dimension 'Time' is used in a cube")));
 }
 
 TEST_P(ServerContract, ACubeMayAlwaysBeChanged) {
@@ -377,7 +390,8 @@ TEST_P(ServerContract, AHeldDatabaseIsFreeWhenItsRunEnds) {
   }
   auto other = another_run();
   other->hold_database("Retail");
-  EXPECT_THROW(server().hold_database("Retail"), ImportError);
+  EXPECT_THAT([&] { server().hold_database("Retail"); },
+              ThrowsMessage<ImportError>(HasSubstr("'Retail' is in use by another import")));
   other.reset();
   EXPECT_NO_THROW(server().hold_database("Retail"));
 }

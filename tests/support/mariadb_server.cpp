@@ -1,7 +1,6 @@
 #include "tests/support/mariadb_server.h"
 
 #include <gtest/gtest.h>
-#include <poll.h>
 #include <sys/wait.h>
 
 #include <csignal>
@@ -14,7 +13,6 @@
 #include "tests/support/process.h"
 
 namespace importkcd::testing {
-namespace {}  // namespace
 
 MariaDbServer::MariaDbServer() : port_(free_port()) {
   hand_over(folder_.path().string(), {"mysql"});
@@ -23,7 +21,10 @@ MariaDbServer::MariaDbServer() : port_(free_port()) {
   if (!comes_up()) {
     std::ifstream log(folder_.file("log"));
     ADD_FAILURE() << std::string(std::istreambuf_iterator<char>(log), {});
+    return;
   }
+  // Somebody else's server may have taken the port meanwhile.
+  EXPECT_EQ(run_sql("", "SELECT @@datadir"), folder_.file("data") + "/\n");
 }
 
 MariaDbServer::~MariaDbServer() {
@@ -63,10 +64,10 @@ void MariaDbServer::wake_up() const { kill(process_, SIGCONT); }
 
 void MariaDbServer::install() const {
   auto command = unprivileged_command("KILL", {"mysql"});
-  command.insert(
-      command.end(),
-      {"mariadb-install-db", "--no-defaults", "--datadir=" + folder_.file("data"),
-       "--auth-root-authentication-method=normal", "--skip-test-db", "--skip-name-resolve"});
+  command.insert(command.end(),
+                 {"mariadb-install-db", "--no-defaults", "--datadir=" + folder_.file("data"),
+                  "--auth-root-authentication-method=normal", "--skip-test-db",
+                  "--skip-name-resolve", "--tmpdir=" + folder_.path().string()});
   const auto result = run_process({command[0], {command.begin() + 1, command.end()}, {}, {}, {}});
   EXPECT_EQ(result.exit_status, 0) << result.output << result.errors;
 }
@@ -77,25 +78,19 @@ void MariaDbServer::start() {
                                       password + "';\nGRANT ALL ON *.* TO '" + user + "'@'%';\n");
   hand_over(statements, {"mysql"});
   auto command = unprivileged_command("KILL", {"mysql"});
-  command.insert(command.end(),
-                 {"/usr/sbin/mariadbd", "--no-defaults", "--datadir=" + folder_.file("data"),
-                  "--socket=" + folder_.file("socket"), "--pid-file=" + folder_.file("pid"),
-                  "--log-error=" + folder_.file("log"), "--init-file=" + statements,
-                  "--port=" + std::to_string(port_), "--bind-address=127.0.0.1",
-                  "--skip-name-resolve", "--character-set-server=utf8mb4",
-                  "--innodb-flush-log-at-trx-commit=0", "--innodb-buffer-pool-size=16M"});
+  command.insert(
+      command.end(),
+      {"/usr/sbin/mariadbd", "--no-defaults", "--datadir=" + folder_.file("data"),
+       "--socket=" + folder_.file("socket"), "--pid-file=" + folder_.file("pid"),
+       "--log-error=" + folder_.file("log"), "--init-file=" + statements,
+       "--port=" + std::to_string(port_), "--bind-address=127.0.0.1", "--skip-name-resolve",
+       "--tmpdir=" + folder_.path().string(), "--character-set-server=utf8mb4",
+       "--innodb-flush-log-at-trx-commit=0", "--innodb-buffer-pool-size=16M"});
   process_ = start_server(std::move(command), folder_.file("output"));
 }
 
 bool MariaDbServer::comes_up() const {
-  constexpr int pause_milliseconds = 20;
-  while (!accepts_connections(port_)) {
-    if (!runs(process_)) {
-      return false;
-    }
-    poll(nullptr, 0, pause_milliseconds);
-  }
-  return true;
+  return wait_for_server([this] { return accepts_connections(port_); }, process_);
 }
 
 }  // namespace importkcd::testing

@@ -38,7 +38,8 @@ class MariaDbServer {
   void start();
   bool comes_up() const;
 
-  TemporaryFolder folder_;
+  /// Blanks or a long path are nothing for its scripts and sockets.
+  TemporaryFolder folder_{"/tmp"};
   int port_ = 0;
   pid_t process_ = -1;
 };

@@ -98,7 +98,6 @@ void PostgresServer::start() {
 }
 
 bool PostgresServer::comes_up() const {
-  constexpr int pause_milliseconds = 20;
   const auto ready = folder_.file("data") + "/postmaster.pid";
   // The server's own file says when it is ready, whoever else answers at that port.
   const auto is_ready = [&] {
@@ -106,13 +105,7 @@ bool PostgresServer::comes_up() const {
     return std::filesystem::exists(ready, error) &&
            read_file(ready).find("\nready ") != std::string::npos;
   };
-  while (!is_ready()) {
-    if (!runs(process_)) {
-      return false;
-    }
-    poll(nullptr, 0, pause_milliseconds);
-  }
-  return true;
+  return wait_for_server(is_ready, process_);
 }
 
 void PostgresServer::stop() {

@@ -37,7 +37,8 @@ class PostgresServer {
   bool comes_up() const;
   void stop();
 
-  TemporaryFolder folder_;
+  /// Blanks or a long path are nothing for its scripts and sockets.
+  TemporaryFolder folder_{"/tmp"};
   int port_ = 0;
   pid_t process_ = -1;
 };

@@ -4,6 +4,7 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <netinet/in.h>
+#include <poll.h>
 #include <pwd.h>
 #include <spawn.h>
 #include <sys/socket.h>
@@ -98,6 +99,18 @@ bool runs(pid_t process) {
          waitid(P_PID, static_cast<id_t>(process), &information, WEXITED | WNOHANG | WNOWAIT) ==
              0 &&
          information.si_pid == 0;
+}
+
+bool wait_for_server(const std::function<bool()>& condition, pid_t server) {
+  constexpr int pause_milliseconds = 20;
+  constexpr int most_pauses = 120 * 1000 / pause_milliseconds;
+  for (int pauses = 0; !condition(); ++pauses) {
+    if (!runs(server) || pauses == most_pauses) {
+      return false;
+    }
+    poll(nullptr, 0, pause_milliseconds);
+  }
+  return true;
 }
 
 }  // namespace importkcd::testing

@@ -2,6 +2,7 @@
 
 #include <sys/types.h>
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -31,5 +32,8 @@ pid_t start_server(std::vector<std::string> command, const std::string& log_file
 
 /// Whether a process that this one started still runs.
 bool runs(pid_t process);
+
+/// Waits for a condition while a server runs, but no longer than two minutes.
+bool wait_for_server(const std::function<bool()>& condition, pid_t server);
 
 }  // namespace importkcd::testing

@@ -167,11 +167,12 @@ void RunningProcess::read_until(std::string_view text) {
 
 void RunningProcess::send(int signal) const { ::kill(child_, signal); }
 
-void RunningProcess::kill() {
-  if (child_ > 0) {
-    ::kill(child_, SIGKILL);
-    exit_status_of(std::exchange(child_, -1));
+bool RunningProcess::kill() {
+  if (child_ <= 0) {
+    return false;
   }
+  ::kill(child_, SIGKILL);
+  return exit_status_of(std::exchange(child_, -1)) == 128 + SIGKILL;
 }
 
 int RunningProcess::finish() {

@@ -48,8 +48,8 @@ class RunningProcess {
   /// Sends it a signal.
   void send(int signal) const;
   int process_id() const { return child_; }
-  /// Kills it with SIGKILL.
-  void kill();
+  /// Kills it with SIGKILL. Tells whether it was still running.
+  bool kill();
   /// Reads the rest of its output and gives its exit status, as ProcessResult tells it.
   int finish();
   /// What it has written on standard error.

@@ -10,8 +10,10 @@
 
 namespace importkcd::testing {
 
-TemporaryFolder::TemporaryFolder() {
-  std::string name = (std::filesystem::temp_directory_path() / "importkcd-test-XXXXXX").string();
+TemporaryFolder::TemporaryFolder() : TemporaryFolder(std::filesystem::temp_directory_path()) {}
+
+TemporaryFolder::TemporaryFolder(const std::filesystem::path& parent) {
+  std::string name = (parent / "importkcd-test-XXXXXX").string();
   EXPECT_NE(mkdtemp(name.data()), nullptr);
   path_ = name;
 }

@@ -6,10 +6,12 @@
 
 namespace importkcd::testing {
 
-/// A fresh folder under the system's temporary folder that goes away with this object.
+/// A fresh folder that goes away with this object.
 class TemporaryFolder {
  public:
+  /// Under the system's temporary folder, or under another.
   TemporaryFolder();
+  explicit TemporaryFolder(const std::filesystem::path& parent);
   ~TemporaryFolder();
   TemporaryFolder(const TemporaryFolder&) = delete;
   TemporaryFolder& operator=(const TemporaryFolder&) = delete;

@@ -199,6 +199,11 @@ std::string whole_document() {
          "\n</database>\n";
 }
 
+std::string imported_document() {
+  auto text = whole_document();
+  return text.erase(text.find(unread), unread.size());
+}
+
 std::vector<std::string> whole_document_messages(bool import_partitions) {
   std::vector<std::string> messages = {
       "Processing document",

@@ -11,6 +11,9 @@ namespace importkcd::testing {
 /// that are asked to.
 std::string whole_document();
 
+/// The same without the parts that an import leaves unread.
+std::string imported_document();
+
 /// An earlier state of the same database, without the shared dimension "Product" and the cube
 /// "Stock", with "Region" without levels and with other texts everywhere.
 std::string older_document();

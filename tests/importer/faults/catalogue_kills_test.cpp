@@ -54,6 +54,7 @@ TEST_P(CatalogueKills, AtRandomMomentsLeaveTheStateBeforeOrAfterTheImport) {
   const auto whole = steady_clock::now() - began;
   std::mt19937 random(1121);  // NOLINT(cert-msc32-c,cert-msc51-cpp): the moments are to repeat
   std::uniform_real_distribution<double> part(0, 1);
+  int killed = 0;
   for (int round = 0; round < 40 / stride; ++round) {
     restore();
     const auto child = fork();
@@ -63,9 +64,12 @@ TEST_P(CatalogueKills, AtRandomMomentsLeaveTheStateBeforeOrAfterTheImport) {
     }
     std::this_thread::sleep_for(whole * part(random));
     ::kill(child, SIGKILL);
-    waitpid(child, nullptr, 0);
+    int status = 0;
+    waitpid(child, &status, 0);
+    killed += WIFSIGNALED(status) ? 1 : 0;
     EXPECT_THAT(checked_content(), ::testing::AnyOf(before, after)) << "round " << round;
   }
+  EXPECT_GT(killed, 0) << "every import had ended before";
 }
 
 INSTANTIATE_TEST_SUITE_P(Cases, CatalogueKills,

@@ -9,6 +9,7 @@ namespace {
 
 using testing::all_level;
 using ::testing::ElementsAre;
+using ::testing::HasSubstr;
 using testing::level;
 
 class DimensionMapping : public testing::MappingTest {
@@ -73,6 +74,29 @@ TEST_F(DimensionMapping, ASnowflakeIsAChainOfJoins) {
       "  </Hierarchy>\n"
       "</Dimension>\n");
   EXPECT_EQ(foreign_key(cube), "product_id");
+}
+
+TEST_F(DimensionMapping, ALevelWithColumnsOfTwoTablesMakesAView) {
+  const auto in_view = [this](const std::vector<OlapLevel>& levels) {
+    auto& dimension = *database.dimensions().edit("Product");
+    dimension.levels = {};
+    for (const auto& of_dimension : levels) {
+      dimension.levels.add(of_dimension);
+    }
+    return dimension_xml(
+        add_cube("Sales", "sales", "sales, product", "sales.product_id = product.id", {"Product"}));
+  };
+  add_dimension("Product", "product, g", {level("Product", "product.id")},
+                "product.group_id = g.id");
+  EXPECT_THAT(in_view({level("Product", "product.id", "g.name")}),
+              HasSubstr("&quot;g&quot;.&quot;name&quot; as &quot;level1_name&quot;"));
+  auto with_property = level("Product", "product.id");
+  OlapMemberProperty property;
+  property.name = "Group";
+  property.source_column = "g.name";
+  with_property.member_properties.add(property);
+  EXPECT_THAT(in_view({with_property}),
+              HasSubstr("&quot;g&quot;.&quot;name&quot; as &quot;level1_property1&quot;"));
 }
 
 TEST_F(DimensionMapping, TablesThatOnlyTheCubeTiesComeAlong) {
@@ -206,6 +230,55 @@ TEST_F(DimensionMapping, DisabledLevelsAreLeftOutAndMakeTheDimensionTheCubesOwn)
   EXPECT_EQ(mapped.dimensions.at(0).mapped.element.children[0].children.size(), 2U);
   levels.edit("City")->disabled = true;
   EXPECT_EQ(fault_of(cube), "Cube 'Sales' cannot be published: dimension 'Store': it has no level");
+}
+
+TEST_F(DimensionMapping, MoreEqualitiesThanAChainHasMakeAView) {
+  for (const std::string more : {"product.kind = g.kind", "product.sold_as = product.kept_as"}) {
+    auto& dimension = database.dimensions().add_new("Product of " + more);
+    dimension.data_source = "DW";
+    dimension.from_clause = "product, g";
+    dimension.join_clause = "product.group_id = g.id AND " + more;
+    dimension.levels.add(level("Product", "product.id"));
+    const auto& cube = add_cube("Sales", "sales", "sales, product", "sales.product_id = product.id",
+                                {dimension.name});
+    EXPECT_THAT(dimension_xml(cube), HasSubstr("<View alias=\"product\">")) << more;
+  }
+}
+
+TEST_F(DimensionMapping, ADimensionOfAnotherDatabaseIsNoneOfTheCubes) {
+  const auto& cube = add_sales();
+  database.data_sources().add_new("Other").connection_string = "jdbc:postgresql://host/other";
+  database.dimensions().edit("Store")->data_source = "Other";
+  EXPECT_EQ(fault_of(cube),
+            "Cube 'Sales' cannot be published: dimension 'Store': its data source 'Other' is "
+            "another database than the cube's, 'DW'");
+}
+
+TEST_F(DimensionMapping, ACubeThatLeavesALevelOutDoesNotShareTheDimension) {
+  auto& dimension =
+      add_dimension("Store", "store", {level("City", "store.city"), level("Shop", "store.shop")});
+  auto& cube = add_cube("Sales", "sales", "sales, store", "sales.store_id = store.id", {"Store"});
+  EXPECT_TRUE(map(cube).dimensions.at(0).mapped.may_be_shared);
+  cube.dimensions.edit("Store")->levels.edit("Shop")->disabled = true;
+  EXPECT_FALSE(map(cube).dimensions.at(0).mapped.may_be_shared);
+  cube.dimensions.edit("Store")->levels.edit("Shop")->disabled = false;
+  dimension.levels.add(level("Till", "store.till"));
+  EXPECT_FALSE(map(cube).dimensions.at(0).mapped.may_be_shared);
+}
+
+TEST_F(DimensionMapping, FactsInTheClausesOfTheDimensionAreNoTableOfIt) {
+  add_dimension("Store", "store, sales", {level("City", "store.city")},
+                "sales.store_id = store.id");
+  const auto& cube =
+      add_cube("Sales", "sales", "sales, store", "sales.store_id = store.id", {"Store"});
+  EXPECT_THAT(dimension_xml(cube), HasSubstr("primaryKey=\"id\">\n    <Table name=\"store\"/>"));
+}
+
+TEST_F(DimensionMapping, OnlyAColumnOfTheFactsCanStandForTheDimensionsOwnKey) {
+  add_dimension("Region", "region", {level("Region", "region.id", "region.name")});
+  auto& cube = add_cube("Sales", "sales", "sales, store", "sales.store_id = store.id", {"Region"});
+  cube.dimensions.edit("Region")->levels.edit("Region")->member_key_column = "store.region_id";
+  EXPECT_THAT(fault_of(cube), HasSubstr("dimension 'Region'"));
 }
 
 TEST_F(DimensionMapping, AKeyOfTheCubeThatEqualsTheDimensionsOwnIsTheOwn) {

@@ -1,6 +1,9 @@
 #include "mondrian/mapping/partition_branch.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
+
+#include <utility>
 
 #include "tests/mondrian/mapping/mapping_fixture.h"
 
@@ -91,6 +94,65 @@ TEST_F(PartitionBranch, ASliceOnANumberIsAConditionOnTheKey) {
       "select \"sales\".\"store_id\" as \"store_id\", \"sales\".\"amount\" as \"amount\" from "
       "\"sales\", \"store\" where \"sales\".\"store_id\" = \"store\".\"id\" and "
       "\"store\".\"city_id\" = 17");
+}
+
+TEST_F(PartitionBranch, OnlyWholeAndDecimalNumbersAreNumbers) {
+  auto& partition = add_partition("Sales", "sales", "sales, store", "sales.store_id = store.id");
+  const std::vector<std::pair<std::string, std::string>> cases = {
+      {"-17", "\"city_id\" = -17"},     {"1.25", "\"city_id\" = 1.25"},
+      {"-0.5", "\"city_id\" = -0.5"},   {"1.", "\"city\" = '1.'"},
+      {".5", "\"city\" = '.5'"},        {"-", "\"city\" = '-'"},
+      {"1.2.3", "\"city\" = '1.2.3'"},  {"1.5x", "\"city\" = '1.5x'"},
+      {"1 OR 1", "\"city\" = '1 OR 1'"}};
+  for (const auto& [value, condition] : cases) {
+    partition.slices.remove("Store");
+    slice(partition, "City", value);
+    EXPECT_THAT(queries(), ::testing::EndsWith(" and \"store\"." + condition)) << value;
+  }
+}
+
+TEST_F(PartitionBranch, ALevelIsThatOfItsOwnDimension) {
+  // Both dimensions have a level of one name, whose values lie in the fact table.
+  add_dimension("Sold", "sales", {level("Year", "sales.sold_year")});
+  add_dimension("Paid", "sales", {level("Year", "sales.paid_year")});
+  auto& cube = add_cube("Sales", "sales", "sales", "", {"Sold", "Paid"});
+  cube_ = &cube;
+  auto& partition = add_partition("Sales", "sales_1999", "sales_1999", "");
+  partition.slices.edit_or_add("Paid").levels.add({"Year", "sales_1999.year_of_payment", "1999"});
+  EXPECT_THAT(queries(), ::testing::HasSubstr("\"sold_year\" as \"sold_year\""));
+  EXPECT_THAT(queries(), ::testing::HasSubstr("\"year_of_payment\" as \"paid_year\""));
+  EXPECT_THAT(queries(), ::testing::EndsWith(" where \"sales_1999\".\"year_of_payment\" = '1999'"));
+}
+
+TEST_F(PartitionBranch, ADisabledLevelCutsNothing) {
+  cube_->dimensions.edit_at(0).levels.edit("City")->disabled = true;
+  slice(add_partition("Sales", "sales", "sales, store", "sales.store_id = store.id"), "City", "17");
+  EXPECT_EQ(queries(), "<Table name=\"sales\"/>\n");
+  add_partition("Old", "sales_2024", "sales_2024, store", "sales_2024.store_id = store.id");
+  EXPECT_THAT(queries(), ::testing::Not(::testing::HasSubstr("17")));
+}
+
+TEST_F(PartitionBranch, LevelsOfOneNameAndColumnInTwoDimensionsStayTwo) {
+  add_dimension("Sold", "sales", {level("Year", "sales.y")});
+  add_dimension("Paid", "sales", {level("Year", "sales.y")});
+  cube_ = &add_cube("Sales", "sales", "sales", "", {"Sold", "Paid"});
+  auto& partition = add_partition("Sales", "sales_1999", "sales_1999", "");
+  partition.slices.edit_or_add("Paid").levels.add({"Year", "sales_1999.paid", "1999"});
+  EXPECT_THAT(queries(), ::testing::HasSubstr("\"y\" as \"y\""));
+  EXPECT_THAT(queries(), ::testing::HasSubstr("\"paid\" as \"y_\""));
+}
+
+TEST_F(PartitionBranch, TheForeignKeyIsTheColumnThatEqualsTheKeyOfTheDimension) {
+  add_partition("Old", "old", "old, store",
+                "old.postcode = store.postcode AND old.shop = store.id");
+  EXPECT_THAT(queries(), ::testing::HasSubstr("\"old\".\"shop\" as \"store_id\""));
+}
+
+TEST_F(PartitionBranch, AnExpressionSpeaksOfTheFactsByTheirAlias) {
+  const auto source = cube_source(DatabaseKind::unknown, "sales", "sales", "");
+  FactSource facts(source, *cube_, false, "sales_2");
+  EXPECT_EQ(facts.value(parse_expression("sales.amount + 1"), "sum").expression,
+            "\"sales_2\".\"amount\" + 1");
 }
 
 TEST_F(PartitionBranch, ASliceOnATextIsAConditionOnTheNameOrElseTheKey) {

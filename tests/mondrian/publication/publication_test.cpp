@@ -23,6 +23,15 @@ unsigned mode_of(const fs::path& path) {
   return status.st_mode & 0777U;
 }
 
+/// As it stands in an address; the temporary folder may have blanks in its path.
+std::string address_of(const std::string& file) {
+  auto address = fs::weakly_canonical(file).string();
+  for (auto at = address.find(' '); at != std::string::npos; at = address.find(' ', at)) {
+    address.replace(at, 1, "%20");
+  }
+  return address;
+}
+
 class Publications : public PublicationTest {};
 
 TEST_F(Publications, ARunPublishesWhenItIsFinished) {
@@ -45,7 +54,7 @@ TEST_F(Publications, ARunPublishesWhenItIsFinished) {
       <Catalog name="Retail">
         <DataSourceInfo>Provider=mondrian;Jdbc='jdbc:postgresql:dw';JdbcDrivers=org.postgresql.Driver;Warehouse='DW';UseContentChecksum=true</DataSourceInfo>
         <Definition>file://)" +
-                fs::weakly_canonical(path("schemas/Retail.xml")).string() +
+                address_of(path("schemas/Retail.xml")) +
                 R"(</Definition>
       </Catalog>
     </Catalogs>

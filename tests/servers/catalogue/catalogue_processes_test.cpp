@@ -171,7 +171,8 @@ TEST_F(CatalogueProcesses, ReadersSeeWholeStatesWhileARunStores) {
   ASSERT_TRUE(run.is_ready());
   int seen = 0;
   int states = 0;
-  while (states < 20) {
+  for (int attempts = 0; states < 20; ++attempts) {
+    ASSERT_LT(attempts, 100'000) << "nothing is stored any more";
     const auto state = state_of(*opened_store(path, ServerAccess::read_only), "Sales", cubes);
     ASSERT_NE(state, "mixed");
     ASSERT_GE(std::stoi(state), seen);
@@ -190,7 +191,8 @@ TEST_F(CatalogueProcesses, ReadersOfACatalogueThatIsBeingMadeSeeNothingOrAWholeS
     });
     ASSERT_TRUE(run.is_ready());
     bool seen = false;
-    while (!seen) {
+    for (int attempts = 0; !seen; ++attempts) {
+      ASSERT_LT(attempts, 100'000) << "nothing is ever stored";
       const auto store = opened_store(path, ServerAccess::read_only_or_empty);
       seen = !store->database_names().empty();
       if (seen) {

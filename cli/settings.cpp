@@ -11,7 +11,8 @@
 #include <sstream>
 #include <system_error>
 
-#include "base/text.h"
+#include "base/files.h"
+#include "base/import_error.h"
 
 namespace importkcd {
 
@@ -114,6 +115,20 @@ std::string without_comment(const std::string& line) {
     }
   }
   return line;
+}
+
+std::string content_of(const std::string& file) {
+  try {
+    FileReader reader(file, "kcd");
+    std::string text;
+    for (auto window = reader.window(1); !window.empty(); window = reader.window(1)) {
+      text += window;
+      reader.skip(window.size());
+    }
+    return text;
+  } catch (const ImportError& error) {
+    refuse(file, error.description());
+  }
 }
 
 bool is_text_in_quotes(const std::string& text) {
@@ -244,13 +259,7 @@ void Settings::take_file(const std::string& file, bool must_be_there) {
   if (file.empty() || (!must_be_there && !fs::exists(file, error) && !error)) {
     return;
   }
-  errno = 0;
-  std::ifstream stream(file, std::ios::binary);
-  const std::string text(std::istreambuf_iterator<char>(stream), {});
-  if (!stream || fs::is_directory(file, error)) {
-    refuse(file, errno == 0 ? "it cannot be read" : std::generic_category().message(errno));
-  }
-  auto all = settings_in(file, text);
+  auto all = settings_in(file, content_of(file));
   // What is said of one subcommand counts more than what is said of all.
   std::stable_sort(all.begin(), all.end(), [](const Setting& left, const Setting& right) {
     return !left.section.empty() && right.section.empty();

@@ -268,7 +268,7 @@ RequestOutcome synchronise(const ImportRequest& request, const ImportServers& se
   } catch (const std::exception& error) {
     result.succeeded = false;
     result.error = "Cannot synchronise the database because of " + mask_passwords(error.what());
-    result.cause = server ? cause_of(error) : FailureCause::server;
+    result.cause = cause_of(error);
   }
   if (server) {
     tell(request, server->take_messages());

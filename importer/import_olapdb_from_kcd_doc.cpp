@@ -164,7 +164,7 @@ void ImportOLAPDBFromKCDDoc::OpenOlapServer() {
     }
   } catch (const std::exception& error) {
     fail("Cannot open DSO server on machine '" + shown_name + "' because: " + error.what(),
-         cause_of(error) == FailureCause::held ? FailureCause::held : FailureCause::server);
+         cause_of(error));
   }
 }
 

@@ -75,8 +75,9 @@ inline std::vector<std::string> lines_of(std::string text) {
 /// The last line of an import's output, its summary, with "T" in place of the seconds.
 inline std::string summary_of(const std::string& output) {
   const auto lines = lines_of(output);
-  return lines.empty() ? ""
-                       : std::regex_replace(lines.back(), std::regex("[0-9]+\\.[0-9]{2} s$"), "T s");
+  return lines.empty()
+             ? ""
+             : std::regex_replace(lines.back(), std::regex("[0-9]+\\.[0-9]{2} s$"), "T s");
 }
 
 /// The messages of an import's output: all its lines but the summary.

@@ -140,5 +140,31 @@ TEST_F(KcdMondrian, LookingAtAMissingDirectoryCreatesNothing) {
   EXPECT_FALSE(std::filesystem::exists(folder.file("olap")));
 }
 
+TEST_F(KcdMondrian, ARefreshPublishesTheSameSchemasAsNewOnes) {
+  ASSERT_EQ(import_example().exit_status, 0);
+  const auto text_of = [&](const std::string& file) {
+    const auto text = read_file(file);
+    return std::pair{text.substr(0, text.find("<Schema")), text.substr(text.find("<Schema"))};
+  };
+  const std::filesystem::directory_iterator schemas(folder.path() / "olap" / "schemas");
+  const auto file = schemas->path().string();
+  const auto [mark, content] = text_of(file);
+  const auto list = read_file(folder.file("olap/datasources.xml"));
+  const auto result = kcd({"refresh", server()});
+  EXPECT_EQ(result.exit_status, 0);
+  EXPECT_EQ(result.output, "Published anew: " + server() + "\n");
+  const auto [new_mark, same_content] = text_of(file);
+  EXPECT_NE(new_mark, mark);
+  EXPECT_EQ(same_content, content);
+  EXPECT_EQ(read_file(folder.file("olap/datasources.xml")), list);
+}
+
+TEST_F(KcdMondrian, OnlyWhatAnEngineServesCanBeRefreshed) {
+  EXPECT_EQ(kcd({"refresh", "localhost"}).exit_status, 2);
+  const auto missing = kcd({"refresh", server()});
+  EXPECT_EQ(missing.exit_status, 5);
+  EXPECT_FALSE(std::filesystem::exists(folder.file("olap")));
+}
+
 }  // namespace
 }  // namespace importkcd::testing

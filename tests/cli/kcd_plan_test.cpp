@@ -157,7 +157,9 @@ TEST_F(KcdPlan, AnImportThatWouldFailHasNoPlan) {
   const auto result = plan(bare_document("2.0", "Shop"));
   EXPECT_EQ(result.exit_status, 1);
   EXPECT_EQ(result.output, "");
-  EXPECT_EQ(result.errors, "Expected kcd document version '1.0.1073', but found version '2.0'.\n");
+  EXPECT_THAT(
+      result.errors,
+      StartsWith("Expected kcd document version '1.0.1073', but found version '2.0'.\n"));
   EXPECT_THAT(files_in(folder.file("data")), IsEmpty());
 }
 
@@ -188,7 +190,8 @@ TEST_F(KcdPlan, HearsWhatTheOlapEngineCouldNotServe) {
   const auto imported = import(text, arguments);
   EXPECT_EQ(imported.exit_status, 1);
   EXPECT_THAT(planned.errors, StartsWith("The import would say: Cube 'Payroll'"));
-  EXPECT_EQ(planned.errors, "The import would say: " + imported.errors);
+  // The import goes on with the place.
+  EXPECT_THAT("The import would say: " + imported.errors, StartsWith(planned.errors));
 }
 
 TEST_F(KcdPlan, MeetsAFileThatStandsInTheWay) {
@@ -201,7 +204,7 @@ TEST_F(KcdPlan, MeetsAFileThatStandsInTheWay) {
     folder.write("olap/schemas/" + file.path().filename().string(), "<Schema/>");
   }
   const auto in_the_way = plan(sales(), arguments);
-  EXPECT_EQ(in_the_way.exit_status, 1);
+  EXPECT_EQ(in_the_way.exit_status, 5);
   EXPECT_THAT(in_the_way.output, EndsWith("Nothing to change\n"));
   EXPECT_THAT(in_the_way.errors, HasSubstr("no import has written the file that is there"));
   EXPECT_EQ(in_the_way.errors, import(sales(), arguments).errors);
@@ -225,7 +228,7 @@ TEST_F(KcdPlan, RefusesWhatAnImportRefuses) {
 TEST_F(KcdPlan, AnOutputThatCannotBeWrittenIsAFailure) {
   import(whole_document());
   start.output_file = "/dev/full";
-  EXPECT_EQ(plan(whole_document()).exit_status, 1);
+  EXPECT_EQ(plan(whole_document()).exit_status, 5);
 }
 
 class KcdSync : public KcdPlan {
@@ -251,7 +254,8 @@ TEST_F(KcdSync, BringsEveryServerToItsDocument) {
       const auto result = sync(document, to);
       EXPECT_EQ(result.exit_status, 0) << server << result.errors;
       EXPECT_EQ(plan(document, planning).exit_status, 0) << server;
-      EXPECT_EQ(sync(document, to).output, "Nothing to change in database 'Harbour Retail'\n");
+      EXPECT_THAT(messages_of(sync(document, to).output),
+                  ElementsAre("Nothing to change in database 'Harbour Retail'"));
     }
   }
 }
@@ -264,7 +268,7 @@ TEST_F(KcdSync, TellsEachChangedObjectAndIsTakenBackByRestore) {
                column_type="129" description="" estimated_size="9" member_key_column="c"
                member_name_column="c" ordering="name" unique_items="true"/><level name="Region" )"));
   EXPECT_EQ(result.exit_status, 0);
-  EXPECT_EQ(result.output, "Updating dimension 'Region'\n");
+  EXPECT_THAT(messages_of(result.output), ElementsAre("Updating dimension 'Region'"));
   EXPECT_EQ(result.errors, "");
   EXPECT_NE(shown(), before);
   EXPECT_EQ(kcd({"restore", "Shop"}).exit_status, 0);
@@ -283,7 +287,9 @@ TEST_F(KcdSync, KeepsUnknownObjectsWhenAskedTo) {
 TEST_F(KcdSync, ADocumentThatFailsStoresNothingAndMakesNothing) {
   const auto result = sync(bare_document("2.0", "Shop"), {"--server", catalogue()});
   EXPECT_EQ(result.exit_status, 1);
-  EXPECT_EQ(result.errors, "Expected kcd document version '1.0.1073', but found version '2.0'.\n");
+  EXPECT_THAT(
+      result.errors,
+      StartsWith("Expected kcd document version '1.0.1073', but found version '2.0'.\n"));
   EXPECT_FALSE(std::filesystem::exists(folder.file("server.olap")));
 }
 
@@ -293,7 +299,7 @@ TEST_F(KcdSync, TellsWhyACubeCouldNotBeServed) {
                                          "--connect-string", "jdbc:postgresql:warehouse"});
   EXPECT_EQ(result.exit_status, 1);
   EXPECT_THAT(result.errors,
-              AllOf(StartsWith("Cube 'Payroll'"), EndsWith("\nNew Cube structure is not valid\n")));
+              AllOf(StartsWith("Cube 'Payroll'"), HasSubstr("\nNew Cube structure is not valid\n")));
   EXPECT_FALSE(std::filesystem::exists(folder.file("olap")));
 }
 
@@ -307,7 +313,8 @@ TEST_F(KcdSync, PublishesOnlyWhatChanged) {
   const auto schemas = folder.path() / "olap" / "schemas";
   const auto first = files_in(schemas);
   ASSERT_EQ(first.size(), 2U);
-  EXPECT_EQ(sync(sales(), to).output, "Nothing to change in database 'Harbour Retail'\n");
+  EXPECT_THAT(messages_of(sync(sales(), to).output),
+              ElementsAre("Nothing to change in database 'Harbour Retail'"));
   EXPECT_EQ(files_in(schemas), first);
   sync(changed(sales(), R"(<cube name="Sales" description=")",
                R"(<cube name="Sales" description="All )"),

@@ -128,6 +128,20 @@ TEST_F(RepeatedImportAnswers, NewRowsCountAfterTheNextImport) {
   expect_to_follow("Money", "amount");
 }
 
+TEST_F(RepeatedImportAnswers, NewRowsCountAfterARefresh) {
+  copy_sales();
+  ASSERT_EQ(import({cube("Money", "amount")}, "incremental").exit_status, 0);
+  expect_to_follow("Money", "amount");
+  world().postgres().run_sql(sales_warehouse,
+                             R"(UPDATE ")" + name_ + R"(" SET amount = amount + 1000)");
+  // The engine remembers the figures of before.
+  EXPECT_NE(fault("Money", "amount"), "");
+  const auto refresh = run_process(
+      {KCD_PROGRAM, {"refresh", "mondrian:" + world().directory()}, {{"LC_ALL", "C"}}, {}, {}});
+  EXPECT_EQ(refresh.exit_status, 0) << refresh.errors;
+  expect_to_follow("Money", "amount");
+}
+
 TEST_F(RepeatedImportAnswers, StayAfterAFailure) {
   copy_sales();
   ASSERT_EQ(import({cube("Money", "amount")}, "incremental").exit_status, 0);

@@ -104,6 +104,15 @@ std::vector<std::string> argument_list(const CLI::App& program, int count,
   return result;
 }
 
+std::string listed(const std::vector<std::string>& names) {
+  std::string list;
+  for (const auto& name : names) {
+    list += list.empty() ? "" : ", ";
+    list += "'" + name + "'";
+  }
+  return list;
+}
+
 bool is_kci_file(std::string_view file) {
   constexpr std::string_view extension = ".kci";
   return file.size() >= extension.size() &&

@@ -19,6 +19,9 @@ namespace importkcd {
 std::vector<std::string> argument_list(const CLI::App& program, int count,
                                        const char* const* arguments);
 
+/// Names for a message: 'A', 'B'.
+std::string listed(const std::vector<std::string>& names);
+
 /// Whether a file's name ends in ".kci", in any letter case: its texts are label references.
 bool is_kci_file(std::string_view file);
 

@@ -1,29 +1,21 @@
 #include "cli/check_command.h"
 
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <CLI/CLI.hpp>
 #include <algorithm>
-#include <array>
-#include <cerrno>
-#include <filesystem>
-#include <istream>
 #include <iterator>
 #include <memory>
 #include <ostream>
 #include <string_view>
 #include <utility>
 
-#include "base/files.h"
 #include "base/import_error.h"
-#include "base/removed_by_signals.h"
 #include "base/text.h"
 #include "check/document_check.h"
 #include "cli/arguments.h"
 #include "cli/document_findings.h"
 #include "cli/label_check.h"
 #include "cli/mdx_check.h"
+#include "cli/standard_input_file.h"
 
 namespace importkcd {
 namespace {
@@ -31,51 +23,6 @@ namespace {
 constexpr const char* text_format = "text";
 constexpr const char* sarif_format = "sarif";
 constexpr std::string_view mondrian_form = "mondrian:";
-
-/// Standard input as a file, which goes away with this object.
-class StandardInputFile {
- public:
-  explicit StandardInputFile(std::istream& in) {
-    const auto folder = std::filesystem::temp_directory_path();
-    auto [path, file] = make_fresh_file(
-        [&](int attempt) {
-          return (folder /
-                  ("importkcd-stdin-" + std::to_string(::getpid()) + "-" + std::to_string(attempt)))
-              .string();
-        },
-        S_IRUSR | S_IWUSR);
-    path_ = path;
-    if (!file.is_open()) {
-      throw ImportError("Cannot make " + path + ": " + system_description(errno), "kcd");
-    }
-    guard_ = RemovedBySignals(path);
-    copy(in, FileWriter(std::move(file)));
-  }
-  ~StandardInputFile() {
-    std::error_code ignored;
-    std::filesystem::remove(path_, ignored);
-  }
-  StandardInputFile(const StandardInputFile&) = delete;
-  StandardInputFile& operator=(const StandardInputFile&) = delete;
-
-  const std::string& path() const { return path_; }
-
- private:
-  void copy(std::istream& in, FileWriter writer) const {
-    std::array<char, 65536> buffer{};
-    do {
-      in.read(buffer.data(), buffer.size());
-      writer.append({buffer.data(), static_cast<std::size_t>(in.gcount())});
-    } while (in);
-    writer.close();
-    if (writer.failed()) {
-      throw ImportError("Cannot write " + path_ + ": " + writer.error(), "kcd");
-    }
-  }
-
-  std::string path_;
-  RemovedBySignals guard_;
-};
 
 bool is_error(const Finding& finding) { return finding.severity == Severity::error; }
 
@@ -90,8 +37,8 @@ void append(std::vector<Finding>& findings, std::vector<Finding> more) {
 }  // namespace
 
 CheckCommand::CheckCommand(CLI::App& program)
-    : command_(program.add_subcommand(
-          "check", "Tell what is wrong in documents, all at once, without importing them")),
+    : Command(program, "check",
+              "Tell what is wrong in documents, all at once, without importing them"),
       format_(text_format) {
   add_options();
   command_->parse_complete_callback([this] { check_combinations(); });
@@ -132,8 +79,6 @@ void CheckCommand::check_combinations() const {
     labels_.check_combinations();
   }
 }
-
-bool CheckCommand::chosen() const { return command_->parsed(); }
 
 bool CheckCommand::is_for_mdx() const {
   return for_mdx_ || std::string_view(server_).starts_with(mondrian_form);

@@ -4,32 +4,23 @@
 #include <vector>
 
 #include "check/findings.h"
-#include "cli/command_environment.h"
+#include "cli/command.h"
 #include "cli/finding_output.h"
 #include "cli/labels_options.h"
-
-namespace CLI {
-class App;
-}  // namespace CLI
 
 namespace importkcd {
 
 /// `kcd check`: tells what is wrong in documents, without importing them. Findings go to standard
 /// output, the summary too unless they are in SARIF.
-class CheckCommand {
+class CheckCommand : public Command {
  public:
   /// Adds the subcommand and its options to `program`, which does not outlive this object.
   /// Combinations of options that make no sense end the parsing with a CLI::ValidationError.
   explicit CheckCommand(CLI::App& program);
-  CheckCommand(const CheckCommand&) = delete;
-  CheckCommand& operator=(const CheckCommand&) = delete;
-
-  /// Whether the parsed command line asks for it.
-  bool chosen() const;
 
   /// Carries it out and gives the program's exit status: 1 when there is an error. Throws
   /// ImportError when a labels database or a password cannot be read.
-  int run(const CommandEnvironment& environment) const;
+  int run(const CommandEnvironment& environment) const override;
 
  private:
   void add_options();
@@ -40,7 +31,6 @@ class CheckCommand {
   std::vector<Finding> findings_in(const CommandEnvironment& environment, const std::string& path,
                                    bool is_label_file, const LoadedLabels* labels) const;
 
-  CLI::App* command_;
   std::vector<std::string> files_;
   std::string server_;
   std::string format_;

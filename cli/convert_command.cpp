@@ -67,8 +67,7 @@ class CommandLineView : public LabelsView {
 }  // namespace
 
 ConvertCommand::ConvertCommand(CLI::App& program)
-    : command_(program.add_subcommand(
-          "convert", "Turn a label-reference file into a document in one language")) {
+    : Command(program, "convert", "Turn a label-reference file into a document in one language") {
   add_options();
   command_->parse_complete_callback([this] { check_combinations(); });
 }
@@ -93,8 +92,6 @@ void ConvertCommand::check_combinations() const {
   }
   labels_.check_combinations();
 }
-
-bool ConvertCommand::chosen() const { return command_->parsed(); }
 
 /// Tells which labels are missing. Returns whether none is.
 bool ConvertCommand::has_all_labels(const CommandEnvironment& environment,

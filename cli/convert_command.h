@@ -2,39 +2,29 @@
 
 #include <string>
 
-#include "cli/command_environment.h"
+#include "cli/command.h"
 #include "cli/labels_options.h"
-
-namespace CLI {
-class App;
-}  // namespace CLI
 
 namespace importkcd {
 
 /// `kcd convert`: turns a label-reference file into a document in one language. Standard output
 /// carries the name of the document written, or the messages of a conversion that failed;
 /// everything else goes to standard error.
-class ConvertCommand {
+class ConvertCommand : public Command {
  public:
   /// Adds the subcommand and its options to `program`, which does not outlive this object.
   /// Combinations of options that make no sense end the parsing with a CLI::ValidationError.
   explicit ConvertCommand(CLI::App& program);
-  ConvertCommand(const ConvertCommand&) = delete;
-  ConvertCommand& operator=(const ConvertCommand&) = delete;
-
-  /// Whether the parsed command line asks for it.
-  bool chosen() const;
 
   /// Carries it out and gives the program's exit status. Throws ImportError when the password
   /// cannot be read, and when labels that are to be checked cannot be loaded.
-  int run(const CommandEnvironment& environment) const;
+  int run(const CommandEnvironment& environment) const override;
 
  private:
   void add_options();
   void check_combinations() const;
   bool has_all_labels(const CommandEnvironment& environment, const LabelsFields& fields) const;
 
-  CLI::App* command_;
   std::string document_;
   LabelsOptions labels_;
   bool overwrite_ = false;

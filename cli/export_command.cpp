@@ -13,6 +13,7 @@
 #include "base/temporary_file.h"
 #include "base/text.h"
 #include "base/whole_file.h"
+#include "cli/arguments.h"
 #include "cli/stored_databases.h"
 #include "comparison/plan.h"
 #include "exporter/kcd_export.h"
@@ -63,8 +64,7 @@ void tell_losses(const Plan& losses, std::ostream& err) {
 }  // namespace
 
 ExportCommand::ExportCommand(CLI::App& program)
-    : command_(program.add_subcommand("export", "Write a stored database as a document")),
-      server_("localhost") {
+    : Command(program, "export", "Write a stored database as a document"), server_("localhost") {
   command_
       ->add_option("SERVER", server_,
                    "The OLAP server: localhost (this computer), catalogue:PATH or "
@@ -83,8 +83,6 @@ ExportCommand::ExportCommand(CLI::App& program)
       ->disable_flag_override();
 }
 
-bool ExportCommand::chosen() const { return command_->parsed(); }
-
 OlapDatabase& ExportCommand::chosen_database(OlapServer& server) const {
   auto names = databases_of(server);
   if (command_->count("DATABASE") > 0) {
@@ -94,11 +92,7 @@ OlapDatabase& ExportCommand::chosen_database(OlapServer& server) const {
     throw ImportError("No databases on " + mask_passwords(server_), source);
   }
   if (names.size() > 1) {
-    std::string list;
-    for (const auto& name : names) {
-      list.append(list.empty() ? "'" : ", '").append(name).append("'");
-    }
-    throw ImportError("There are several databases; name one of " + list, source);
+    throw ImportError("There are several databases; name one of " + listed(names), source);
   }
   return server.open_database(names.front());
 }

@@ -2,36 +2,26 @@
 
 #include <string>
 
-#include "cli/command_environment.h"
-
-namespace CLI {
-class App;
-}  // namespace CLI
+#include "cli/command.h"
 
 namespace importkcd {
 
 /// `kcd export`: writes a stored database as a cube definition document, to standard output or into
 /// a file. What a document cannot say goes to standard error.
-class ExportCommand {
+class ExportCommand : public Command {
  public:
   /// Adds the subcommand and its options to `program`, which does not outlive this object.
   explicit ExportCommand(CLI::App& program);
-  ExportCommand(const ExportCommand&) = delete;
-  ExportCommand& operator=(const ExportCommand&) = delete;
-
-  /// Whether the parsed command line asks for it.
-  bool chosen() const;
 
   /// Carries it out and gives the program's exit status: success as well when something could not
   /// be said. Throws ImportError when the server cannot be read, does not hold the database, or
   /// holds what no document may hold, and when the file cannot be written.
-  int run(const CommandEnvironment& environment) const;
+  int run(const CommandEnvironment& environment) const override;
 
  private:
   OlapDatabase& chosen_database(OlapServer& server) const;
   void write(const std::string& text, std::ostream& out) const;
 
-  CLI::App* command_;
   std::string server_;
   std::string database_;
   std::string output_;

@@ -1,15 +1,19 @@
 #include "cli/import_command.h"
 
 #include <CLI/CLI.hpp>
+#include <chrono>
 #include <istream>
-#include <ostream>
+#include <sstream>
 #include <string_view>
 #include <vector>
 
-#include "base/text.h"
+#include "base/files.h"
+#include "base/import_error.h"
 #include "cli/arguments.h"
+#include "cli/connection_files.h"
 #include "cli/document_findings.h"
 #include "cli/finding_output.h"
+#include "cli/import_log.h"
 
 namespace importkcd {
 namespace {
@@ -22,22 +26,22 @@ constexpr const char* sync_mode = "sync";
 constexpr const char* discard = "discard";
 constexpr const char* keep = "keep";
 
-/// Progress to standard output, what asks for attention to standard error.
-class StreamSink : public ProgressSink, public NotificationSink {
- public:
-  explicit StreamSink(const CommandEnvironment& environment)
-      : out_(environment.out), err_(environment.err) {}
+constexpr const char* plain_log = "plain";
+constexpr const char* json_log = "json";
 
-  /// Flushed each time: whoever watches a pipe sees how far the run is.
-  void put_progres_message(const std::string& message) override {
-    out_ << printable(message) << '\n' << std::flush;
+constexpr const char* standard_input = "-";
+constexpr const char* seen_by_others =
+    "; other users of this computer can see a command line, so no password belongs into it";
+
+/// Fails as the importer does, but before a server is made.
+void check_readable(const std::string& document) {
+  try {
+    const FileReader reader(document, error_source::kcd_document);
+  } catch (const ImportError& error) {
+    throw ImportError("Error in opening document " + document + " " + error.description(),
+                      error_source::kcd_document);
   }
-  void show_message(const std::string& text) override { err_ << printable(text) << '\n'; }
-
- private:
-  std::ostream& out_;
-  std::ostream& err_;
-};
+}
 
 std::int32_t type_of_mode(std::string_view mode) {
   if (mode == replace_mode) {
@@ -46,18 +50,22 @@ std::int32_t type_of_mode(std::string_view mode) {
   return mode == update_mode ? import_type::update : import_type::incremental;
 }
 
-/// Tells what is wrong in the document. Returns whether nothing is.
-bool is_clean(const CommandEnvironment& environment, const ImportOptions& options) {
-  const auto& document = options.kcd_document_file_name;
-  auto findings = findings_before(options);
+std::vector<Finding> as_errors(std::vector<Finding> findings) {
   for (auto& finding : findings) {
     finding.severity = Severity::error;
-    write_finding(environment.err, document, finding);
   }
-  if (!findings.empty()) {
-    environment.err << "Nothing was imported: " << summary_of({{document, findings}}) << '\n';
+  return findings;
+}
+
+std::vector<std::string> lines_of(const std::string& document,
+                                  const std::vector<Finding>& findings) {
+  std::vector<std::string> lines;
+  for (const auto& finding : findings) {
+    std::ostringstream line;
+    write_finding(line, document, finding);
+    lines.push_back(line.str().substr(0, line.str().find('\n')));
   }
-  return findings.empty();
+  return lines;
 }
 
 }  // namespace
@@ -71,7 +79,9 @@ ImportArguments::ImportArguments(CLI::App& command)
 
 void ImportArguments::add_options() {
   auto& command = *command_;
-  command.add_option("FILE", document_, "The document (.kcd)")->required()->type_name("");
+  command.add_option("FILE", document_, "The document (.kcd); - is standard input")
+      ->required()
+      ->type_name("");
   command
       .add_option("--server", server_,
                   "The OLAP server: localhost (this computer), catalogue:PATH, mondrian:DIRECTORY "
@@ -94,15 +104,22 @@ void ImportArguments::add_options() {
       .add_option("--data-source", data_source_,
                   "Data warehouse server, put into the connection strings' Data Source item")
       ->type_name("SERVER");
-  auto* text = command.add_option("--connect-string", connect_string_,
-                                  "Connection string of every data source");
-  auto* file = command.add_option("--connect-string-file", connect_string_file_,
-                                  "The same, read from a file, or from standard input (-)");
-  file->type_name("FILE|-")->excludes(text);
+  auto* text =
+      command.add_option("--connect-string", connect_string_,
+                         "Connection string of every data source" + std::string(seen_by_others));
+  auto* file = command.add_option("--connect-string-file", connect_string_files_,
+                                  "The same, read from a file, or from standard input (-); "
+                                  "NAME=FILE is for the data source of that name. May be given "
+                                  "several times");
+  file->type_name("[NAME=]FILE|-")
+      ->expected(1)
+      ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
+      ->excludes(text);
   text->excludes(file);
   auto* from = command.add_option("--pattern-from", pattern_from_,
                                   "Replace this text everywhere in the document ...");
-  auto* to = command.add_option("--pattern-to", pattern_to_, "... by this one");
+  auto* to = command.add_option("--pattern-to", pattern_to_,
+                                "... by this one" + std::string(seen_by_others));
   auto* to_file = command.add_option("--pattern-to-file", pattern_to_file_,
                                      "... or by this one, read from a file, or from standard input "
                                      "(-)");
@@ -162,6 +179,12 @@ void ImportArguments::check_combinations() const {
   if (is_kci_file(document_)) {
     throw CLI::ValidationError(document_, "a KCI file has to become a document first: kcd convert");
   }
+  const auto readings = ConnectionFiles(connect_string_files_).readings_of_standard_input() +
+                        (document_ == standard_input ? 1 : 0) +
+                        (pattern_to_file_ == standard_input ? 1 : 0);
+  if (readings > 1) {
+    throw CLI::ValidationError("-", "standard input can be read only once");
+  }
   check_mode();
   if (command_->count("--pattern-from") > 0 &&
       command_->count("--pattern-to") + command_->count("--pattern-to-file") == 0) {
@@ -185,10 +208,14 @@ void ImportArguments::check_mode() const {
   }
 }
 
-std::string ImportArguments::connection_text(const CommandEnvironment& environment) const {
-  return command_->count("--connect-string-file") == 0
-             ? connect_string_
-             : read_connection_text(connect_string_file_, environment.in);
+/// A file that can be read: a server is not made for one that is not there.
+std::string ImportArguments::document_file(const CommandEnvironment& environment) const {
+  if (document_ != standard_input) {
+    check_readable(document_);
+    return document_;
+  }
+  received_ = std::make_unique<StandardInputFile>(environment.in);
+  return received_->path();
 }
 
 std::string ImportArguments::new_pattern(const CommandEnvironment& environment) const {
@@ -202,7 +229,7 @@ ImportRequest ImportArguments::request(const CommandEnvironment& environment) co
   request.prunes = !keep_unknown_;
   request.keeps_former = keep_former_;
   auto& options = request.options;
-  options.kcd_document_file_name = document_;
+  options.kcd_document_file_name = document_file(environment);
   options.machine_name = server_;
   options.ImportType = type_of_mode(mode_);
   options.incremental = options.ImportType == import_type::incremental;
@@ -214,41 +241,62 @@ ImportRequest ImportArguments::request(const CommandEnvironment& environment) co
   options.alternate_database_name = database_;
   options.use_alternate_database_name = command_->count("--database") > 0;
   options.data_source_name = data_source_;
-  options.datawarehouse_connectstring = connection_text(environment);
+  options.datawarehouse_connectstring = connect_string_;
   options.replace_pattern(command_->count("--pattern-from") > 0);
   options.pattern_from = pattern_from_;
   options.pattern_to = new_pattern(environment);
+  ConnectionFiles(connect_string_files_).apply(options, environment.in);
   return request;
 }
 
 ImportCommand::ImportCommand(CLI::App& program)
-    : command_(program.add_subcommand("import",
-                                      "Import a cube definition document into an OLAP server")),
-      arguments_(*command_) {}
-
-bool ImportCommand::chosen() const { return command_->parsed(); }
+    : Command(program, "import", "Import a cube definition document into an OLAP server"),
+      arguments_(*command_),
+      log_(plain_log) {
+  constexpr std::uint32_t longest_wait_seconds = 7 * 24 * 3600;
+  command_
+      ->add_option("--log", log_,
+                   "How messages are written: in lines (plain), or each as a JSON object with "
+                   "time, action, kind, name and message (json)")
+      ->type_name("FORM")
+      ->check(CLI::IsMember({plain_log, json_log}))
+      ->capture_default_str();
+  command_->add_flag("--quiet", quiet_, "Print errors and the last line, the summary, only")
+      ->disable_flag_override();
+  command_
+      ->add_option("--wait", wait_seconds_,
+                   "How long to wait for a database that another import is working on")
+      ->type_name("SECONDS")
+      ->check(CLI::Range(std::uint32_t{0}, longest_wait_seconds))
+      ->capture_default_str();
+}
 
 int ImportCommand::run(const CommandEnvironment& environment) const {
-  StreamSink sink(environment);
-  auto request = arguments_.request(environment);
-  request.options.progres_window = &sink;
-  request.options.notifications = &sink;
+  ImportLog log(environment, {log_ == json_log, quiet_});
+  RequestOutcome outcome;
   std::vector<Finding> faults;
-  request.look_at_failure = [&](const ImportOLAPDBFromKCDDoc& importer) {
-    faults = findings_of_failure(importer);
-  };
-  if (arguments_.strict() && !is_clean(environment, request.options)) {
-    return exit_status::failure;
+  try {
+    auto request = arguments_.request(environment);
+    request.longest_wait = std::chrono::seconds(wait_seconds_);
+    request.options.progres_window = &log;
+    request.options.notifications = &log;
+    request.look_at_failure = [&](const ImportOLAPDBFromKCDDoc& importer) {
+      faults = as_errors(findings_of_failure(importer));
+    };
+    if (arguments_.strict()) {
+      faults = as_errors(findings_before(request.options));
+    }
+    if (faults.empty()) {
+      outcome = carry_out(request, {environment.open_for_change, environment.open_for_rehearsal});
+    } else {
+      outcome.error = "Nothing was imported: " + summary_of({{arguments_.document(), faults}});
+    }
+  } catch (const ImportError& error) {
+    outcome.error = error.description();
+    outcome.cause = error.cause();
   }
-  const auto result =
-      carry_out(request, {environment.open_for_change, environment.open_for_rehearsal});
-  if (!result.error.empty()) {
-    environment.err << printable(result.error) << '\n';
-  }
-  for (const auto& fault : faults) {
-    write_finding(environment.err, request.options.kcd_document_file_name, fault);
-  }
-  return result.succeeded ? exit_status::success : exit_status::failure;
+  log.finish(outcome, lines_of(arguments_.document(), faults));
+  return outcome.succeeded ? exit_status::success : exit_status::of(outcome.cause);
 }
 
 }  // namespace importkcd

@@ -1,8 +1,12 @@
 #pragma once
 
+#include <cstdint>
+#include <memory>
 #include <string>
+#include <vector>
 
-#include "cli/command_environment.h"
+#include "cli/command.h"
+#include "cli/standard_input_file.h"
 #include "comparison/import_request.h"
 
 namespace CLI {
@@ -30,6 +34,7 @@ class ImportArguments {
   const std::string& server() const { return server_; }
   const std::string& mode() const { return mode_; }
   /// Whether a document with errors or warnings is to be refused; plans do not ask.
+  const std::string& document() const { return document_; }
   bool strict() const { return strict_; }
 
  private:
@@ -38,7 +43,7 @@ class ImportArguments {
   void add_mode_options();
   void check_combinations() const;
   void check_mode() const;
-  std::string connection_text(const CommandEnvironment& environment) const;
+  std::string document_file(const CommandEnvironment& environment) const;
   std::string new_pattern(const CommandEnvironment& environment) const;
 
   CLI::App* command_;
@@ -49,7 +54,7 @@ class ImportArguments {
   std::string database_;
   std::string data_source_;
   std::string connect_string_;
-  std::string connect_string_file_;
+  std::vector<std::string> connect_string_files_;
   std::string pattern_from_;
   std::string pattern_to_;
   std::string pattern_to_file_;
@@ -59,26 +64,25 @@ class ImportArguments {
   bool dont_update_levels_ = false;
   bool keep_unknown_ = false;
   bool keep_former_ = false;
+  /// What came from standard input, as a file: it is there as long as this object.
+  mutable std::unique_ptr<StandardInputFile> received_;
 };
 
 /// `kcd import`: runs the importer once. Standard output carries the progress messages, one per
-/// line; everything else goes to standard error.
-class ImportCommand {
+/// line, and a summary; everything else goes to standard error.
+class ImportCommand : public Command {
  public:
   /// Adds the subcommand and its options to `program`, which does not outlive this object.
   explicit ImportCommand(CLI::App& program);
-  ImportCommand(const ImportCommand&) = delete;
-  ImportCommand& operator=(const ImportCommand&) = delete;
-
-  /// Whether the parsed command line asks for it.
-  bool chosen() const;
 
   /// Carries it out and gives the program's exit status.
-  int run(const CommandEnvironment& environment) const;
+  int run(const CommandEnvironment& environment) const override;
 
  private:
-  CLI::App* command_;
   ImportArguments arguments_;
+  std::string log_;
+  bool quiet_ = false;
+  std::uint32_t wait_seconds_ = 0;
 };
 
 }  // namespace importkcd

@@ -1,3 +1,5 @@
+#include <unistd.h>
+
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <exception>
@@ -5,6 +7,7 @@
 #include <memory>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 #include "base/connection_text.h"
 #include "base/text.h"
@@ -15,9 +18,11 @@
 #include "cli/import_command.h"
 #include "cli/plan_command.h"
 #include "cli/query_command.h"
+#include "cli/refresh_command.h"
 #include "cli/restore_command.h"
 #include "cli/schema_command.h"
 #include "cli/serve_command.h"
+#include "cli/settings.h"
 #include "cli/show_command.h"
 #include "servers/choice/server_choice.h"
 #include "servers/memory/memory_server.h"
@@ -44,14 +49,40 @@ CommandEnvironment environment_of_process() {
       restore_database,
       std::cin,
       std::cout,
-      std::cerr};
+      std::cerr,
+      isatty(STDERR_FILENO) == 1,
+      refresh_server};
 }
 
-std::string usage_message(const CLI::App* program, const CLI::Error& error) {
+constexpr const char* exit_status_table =
+    R"(Options can also stand in files of settings (--config), and each that has a
+value in a variable: KCD_SERVER is --server. The command line counts more than
+the environment, that more than files.
+
+Exit status:
+  0   success
+  1   the document is at fault, or an import or another request was refused
+  2   the command line, or a file of settings, cannot be carried out as it stands
+  3   a question was answered, but some of its cells could not be computed
+  4   another run holds the database
+  5   a server or a disk cannot be read or written
+  10  kcd plan: the import would change what is stored)";
+
+/// One of each, with its subcommand.
+template <class... Commands>
+std::vector<std::unique_ptr<const Command>> commands_of(CLI::App& program) {
+  std::vector<std::unique_ptr<const Command>> commands;
+  (commands.push_back(std::make_unique<const Commands>(program)), ...);
+  return commands;
+}
+
+std::string usage_message(const CLI::App* program, const CLI::Error& error,
+                          const Settings& settings) {
   const auto chosen = program->get_subcommands();
   const auto name = chosen.empty() ? "kcd" : "kcd " + chosen.front()->get_name();
   // The message may quote a connection string that stands in the wrong place.
-  return "kcd: " + printable(mask_passwords(error.what())) + "\nTry '" + name + " --help'.\n";
+  return "kcd: " + printable(mask_passwords(error.what() + settings.origin_of(error.what()))) +
+         "\nTry '" + name + " --help'.\n";
 }
 
 int run(int argument_count, const char* const* arguments) {
@@ -61,19 +92,16 @@ int run(int argument_count, const char* const* arguments) {
       "kcd");
   program.set_version_flag("--version", "kcd " KCD_VERSION);
   program.require_subcommand(1);
-  program.failure_message(usage_message);
-  const ImportCommand import_command(program);
-  const PlanCommand plan_command(program);
-  const CheckCommand check_command(program);
-  const SchemaCommand schema_command(program);
-  const ConvertCommand convert_command(program);
-  const ExportCommand export_command(program);
-  const ShowCommand show_command(program);
-  const RestoreCommand restore_command(program);
-  const ServeCommand serve_command(program);
-  const QueryCommand query_command(program);
+  program.footer(exit_status_table);
+  const auto commands = commands_of<ImportCommand, PlanCommand, CheckCommand, SchemaCommand,
+                                    ExportCommand, ConvertCommand, ShowCommand, RestoreCommand,
+                                    ServeCommand, QueryCommand, RefreshCommand>(program);
+  Settings settings(program);
+  program.failure_message([&](const CLI::App* app, const CLI::Error& error) {
+    return usage_message(app, error, settings);
+  });
   try {
-    auto list = argument_list(program, argument_count, arguments);
+    auto list = settings.completed(argument_list(program, argument_count, arguments));
     std::reverse(list.begin(), list.end());  // the library takes them from the back
     program.parse(std::move(list));
   } catch (const CLI::ParseError& error) {
@@ -81,31 +109,9 @@ int run(int argument_count, const char* const* arguments) {
     return program.exit(error) == 0 ? exit_status::success : exit_status::usage;
   }
   const auto environment = environment_of_process();
-  if (import_command.chosen()) {
-    return import_command.run(environment);
-  }
-  if (plan_command.chosen()) {
-    return plan_command.run(environment);
-  }
-  if (check_command.chosen()) {
-    return check_command.run(environment);
-  }
-  if (schema_command.chosen()) {
-    return schema_command.run(environment);
-  }
-  if (convert_command.chosen()) {
-    return convert_command.run(environment);
-  }
-  if (export_command.chosen()) {
-    return export_command.run(environment);
-  }
-  if (restore_command.chosen()) {
-    return restore_command.run(environment);
-  }
-  if (serve_command.chosen()) {
-    return serve_command.run(environment);
-  }
-  return query_command.chosen() ? query_command.run(environment) : show_command.run(environment);
+  const auto chosen =
+      std::find_if(commands.begin(), commands.end(), [](const auto& one) { return one->chosen(); });
+  return (*chosen)->run(environment);
 }
 
 /// Output that could not be written turns a success into a failure.
@@ -114,7 +120,7 @@ int checked(int status) {
     return status;
   }
   std::cerr << "Cannot write to standard output\n";
-  return exit_status::failure;
+  return exit_status::server;
 }
 
 }  // namespace
@@ -125,6 +131,6 @@ int main(int argc, char** argv) {
     return importkcd::checked(importkcd::run(argc, argv));
   } catch (const std::exception& error) {
     std::cerr << importkcd::printable(error.what()) << '\n';
-    return importkcd::exit_status::failure;
+    return importkcd::exit_status::of(importkcd::cause_of(error));
   }
 }

@@ -9,13 +9,11 @@
 namespace importkcd {
 
 PlanCommand::PlanCommand(CLI::App& program)
-    : command_(program.add_subcommand(
-          "plan", "Tell what an import would change on an OLAP server, without doing it")),
+    : Command(program, "plan",
+              "Tell what an import would change on an OLAP server, without doing it"),
       arguments_(*command_) {
   command_->add_flag("--json", json_, "Print JSON")->disable_flag_override();
 }
-
-bool PlanCommand::chosen() const { return command_->parsed(); }
 
 int PlanCommand::run(const CommandEnvironment& environment) const {
   const auto planned = plan_import(arguments_.request(environment), environment.open_for_rehearsal);
@@ -31,7 +29,7 @@ int PlanCommand::run(const CommandEnvironment& environment) const {
           : print_plan(planned, heading, environment.out);
   }
   if (!planned.result.succeeded) {
-    return exit_status::failure;
+    return exit_status::of(planned.result.cause);
   }
   return planned.plan.changes_anything() ? exit_status::changes_planned : exit_status::success;
 }

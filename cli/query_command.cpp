@@ -8,6 +8,7 @@
 
 #include "base/import_error.h"
 #include "base/text.h"
+#include "cli/arguments.h"
 #include "cli/dataset_output.h"
 #include "cli/olap_engine.h"
 #include "xmla/xmla_address.h"
@@ -17,19 +18,9 @@ namespace {
 
 constexpr std::uint32_t longest_timeout_seconds = 7 * 24 * 3600;
 
-std::string listed(const std::vector<std::string>& names) {
-  std::string list;
-  for (const auto& name : names) {
-    list += list.empty() ? "" : ", ";
-    list += "'" + name + "'";
-  }
-  return list;
-}
-
 }  // namespace
 
-QueryCommand::QueryCommand(CLI::App& program)
-    : command_(program.add_subcommand("query", "Ask an MDX question")) {
+QueryCommand::QueryCommand(CLI::App& program) : Command(program, "query", "Ask an MDX question") {
   command_
       ->add_option("SERVER", source_,
                    "The address of an XMLA server (http://...), or the directory that documents "
@@ -51,8 +42,6 @@ QueryCommand::QueryCommand(CLI::App& program)
       ->capture_default_str();
   command_->add_flag("--json", as_json_, "JSON for programs")->disable_flag_override();
 }
-
-bool QueryCommand::chosen() const { return command_->parsed(); }
 
 std::string QueryCommand::question(const CommandEnvironment& environment) const {
   if (mdx_ != "-") {

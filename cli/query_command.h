@@ -3,37 +3,27 @@
 #include <cstdint>
 #include <string>
 
-#include "cli/command_environment.h"
+#include "cli/command.h"
 #include "xmla/dataset.h"
 #include "xmla/xmla_client.h"
-
-namespace CLI {
-class App;
-}  // namespace CLI
 
 namespace importkcd {
 
 /// `kcd query`: asks an XMLA server one MDX question and prints the answer, as a table or as JSON.
-class QueryCommand {
+class QueryCommand : public Command {
  public:
   /// Adds the subcommand and its options to `program`, which does not outlive this object.
   explicit QueryCommand(CLI::App& program);
-  QueryCommand(const QueryCommand&) = delete;
-  QueryCommand& operator=(const QueryCommand&) = delete;
-
-  /// Whether the parsed command line asks for it.
-  bool chosen() const;
 
   /// Carries it out and gives the program's exit status. Throws ImportError when there is no
   /// answer.
-  int run(const CommandEnvironment& environment) const;
+  int run(const CommandEnvironment& environment) const override;
 
  private:
   Dataset ask(const std::string& address, const CommandEnvironment& environment) const;
   std::string database_to_ask(const XmlaClient& client) const;
   std::string question(const CommandEnvironment& environment) const;
 
-  CLI::App* command_;
   std::string source_;
   std::string mdx_;
   std::string database_;

@@ -15,8 +15,8 @@ constexpr const char* this_computer = "localhost";
 }  // namespace
 
 RestoreCommand::RestoreCommand(CLI::App& program)
-    : command_(program.add_subcommand(
-          "restore", "Bring a database back as it was before an import replaced or changed it")),
+    : Command(program, "restore",
+              "Bring a database back as it was before an import replaced or changed it"),
       server_(this_computer) {
   command_
       ->add_option("SERVER", server_,
@@ -41,11 +41,9 @@ void RestoreCommand::sort_out_names() {
     throw CLI::RequiredError("DATABASE");
   }
   if (!list_ && names == 1) {
-    database_ = std::exchange(server_, this_computer);
+    database_ = std::exchange(server_, command_->get_option("SERVER")->get_default_str());
   }
 }
-
-bool RestoreCommand::chosen() const { return command_->parsed(); }
 
 void RestoreCommand::list(const std::vector<KeptCopy>& copies, std::ostream& out) const {
   if (copies.empty()) {

@@ -8,10 +8,8 @@
 namespace importkcd {
 
 SchemaCommand::SchemaCommand(CLI::App& program)
-    : command_(program.add_subcommand(
-          "schema", "Print the schema of documents (XSD), which editors take for completion")) {}
-
-bool SchemaCommand::chosen() const { return command_->parsed(); }
+    : Command(program, "schema",
+              "Print the schema of documents (XSD), which editors take for completion") {}
 
 int SchemaCommand::run(const CommandEnvironment& environment) const {
   environment.out << kcd_schema();

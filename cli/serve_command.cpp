@@ -5,7 +5,7 @@
 namespace importkcd {
 
 ServeCommand::ServeCommand(CLI::App& program)
-    : command_(program.add_subcommand("serve", "Answer MDX over XMLA from imported documents")) {
+    : Command(program, "serve", "Answer MDX over XMLA from imported documents") {
   constexpr std::uint32_t longest_limit_seconds = 7 * 24 * 3600;
   command_
       ->add_option("DIRECTORY", directory_,
@@ -35,8 +35,6 @@ ServeCommand::ServeCommand(CLI::App& program)
       ->check(CLI::Range(std::uint32_t{0}, longest_limit_seconds))
       ->capture_default_str();
 }
-
-bool ServeCommand::chosen() const { return command_->parsed(); }
 
 int ServeCommand::run(const CommandEnvironment&) const {
   become_engine(engine_command(engine_directory(directory_), options_));

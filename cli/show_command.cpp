@@ -13,8 +13,7 @@
 
 namespace importkcd {
 ShowCommand::ShowCommand(CLI::App& program)
-    : command_(program.add_subcommand("show", "Show what an OLAP server holds")),
-      server_("localhost") {
+    : Command(program, "show", "Show what an OLAP server holds"), server_("localhost") {
   command_
       ->add_option(
           "SERVER", server_,
@@ -28,8 +27,6 @@ ShowCommand::ShowCommand(CLI::App& program)
                  "JSON for programs; unlike the tree it holds passwords as they are")
       ->disable_flag_override();
 }
-
-bool ShowCommand::chosen() const { return command_->parsed(); }
 
 std::vector<std::string> ShowCommand::chosen_of(std::vector<std::string> names) const {
   if (command_->count("DATABASE") == 0) {

@@ -3,29 +3,20 @@
 #include <string>
 #include <vector>
 
-#include "cli/command_environment.h"
+#include "cli/command.h"
 #include "xmla/xmla_client.h"
-
-namespace CLI {
-class App;
-}  // namespace CLI
 
 namespace importkcd {
 
 /// `kcd show`: prints what a server holds, as a tree or as JSON. It changes and creates nothing.
-class ShowCommand {
+class ShowCommand : public Command {
  public:
   /// Adds the subcommand and its options to `program`, which does not outlive this object.
   explicit ShowCommand(CLI::App& program);
-  ShowCommand(const ShowCommand&) = delete;
-  ShowCommand& operator=(const ShowCommand&) = delete;
-
-  /// Whether the parsed command line asks for it.
-  bool chosen() const;
 
   /// Carries it out and gives the program's exit status. Throws ImportError when the server cannot
   /// be read or does not hold the database.
-  int run(const CommandEnvironment& environment) const;
+  int run(const CommandEnvironment& environment) const override;
 
  private:
   /// The one of a server's databases that was asked for, or all. Throws ImportError when it is not
@@ -37,7 +28,6 @@ class ShowCommand {
   void show_xmla_tree(const XmlaClient& client, std::ostream& out) const;
   void show_xmla_json(const XmlaClient& client, std::ostream& out) const;
 
-  CLI::App* command_;
   std::string server_;
   std::string database_;
   bool as_json_ = false;

@@ -8,6 +8,26 @@
 namespace importkcd {
 namespace {
 
+/// Passes on how far a run is, but not what it says: nothing of that happens.
+class SteadyProgress : public ProgressSink {
+ public:
+  explicit SteadyProgress(ProgressSink* sink) : sink_(sink) {}
+  void put_progres_message(const std::string& /*message*/) override {}
+  void expect_objects(std::size_t count) override {
+    if (sink_ != nullptr) {
+      sink_->expect_objects(count);
+    }
+  }
+  void next_object() override {
+    if (sink_ != nullptr) {
+      sink_->next_object();
+    }
+  }
+
+ private:
+  ProgressSink* sink_;
+};
+
 /// Runs the importer with these options in the place of the request's own.
 RequestOutcome run_importer(const ImportRequest& request, const ImportOptions& options,
                             OlapServerFactory open_server) {
@@ -19,16 +39,26 @@ RequestOutcome run_importer(const ImportRequest& request, const ImportOptions& o
   if (!importer.succeeded && request.look_at_failure) {
     request.look_at_failure(importer);
   }
-  return {importer.succeeded && importer.passed_over.empty(), importer.last_error};
+  return {importer.succeeded && importer.passed_over.empty(), importer.last_error, importer.cause,
+          importer.database, importer.was_stored};
 }
 
-OlapServerFactory keeping_former(const OlapServerFactory& open_server) {
-  return [&open_server](std::string_view machine) {
+/// Prepares servers for what is asked of them besides the import. Both arguments outlive the
+/// result.
+OlapServerFactory prepared(const OlapServerFactory& open_server, const ImportRequest& request) {
+  return [&](std::string_view machine) {
     auto server = open_server(machine);
-    if (!server->keep_former_databases()) {
+    if (request.keeps_former && !server->keep_former_databases()) {
       throw ImportError("'" + std::string(machine) + "' keeps no copies of databases",
                         error_source::olap_server);
     }
+    server->wait_for_held_databases(request.longest_wait, [&](const std::string& name) {
+      if (request.options.notifications != nullptr) {
+        request.options.notifications->show_message(
+            "Waiting for database '" + name + "', which is in use by another import, for at most " +
+            std::to_string(request.longest_wait.count()) + " s");
+      }
+    });
     return server;
   };
 }
@@ -36,12 +66,9 @@ OlapServerFactory keeping_former(const OlapServerFactory& open_server) {
 }  // namespace
 
 RequestOutcome carry_out(const ImportRequest& request, const ImportServers& servers) {
-  if (request.synchronises) {
-    return synchronise(request, servers);
-  }
-  return run_importer(
-      request, request.options,
-      request.keeps_former ? keeping_former(servers.open_for_change) : servers.open_for_change);
+  auto open_server = prepared(servers.open_for_change, request);
+  return request.synchronises ? synchronise(request, {std::move(open_server), servers.rehearse})
+                              : run_importer(request, request.options, std::move(open_server));
 }
 
 DocumentReading read_document(const ImportRequest& request, const RehearsalFactory& rehearse) {
@@ -52,7 +79,8 @@ DocumentReading read_document(const ImportRequest& request, const RehearsalFacto
   options.ImportType = import_type::incremental;
   options.DontUpdateLevels = false;
   options.after_failure = AfterFailure::discard;
-  options.progres_window = nullptr;
+  SteadyProgress progress(options.progres_window);
+  options.progres_window = &progress;
   options.notifications = &remarks;
   reading.result = run_importer(request, options, [&](std::string_view machine) {
     auto rehearsal = rehearse(machine, RehearsalBase::empty);

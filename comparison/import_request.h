@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <functional>
 #include <optional>
 #include <string>
@@ -23,6 +24,8 @@ struct ImportRequest {
   /// Whether what a run changes is kept as it was before, to be brought back. Synchronising does so
   /// wherever copies are kept.
   bool keeps_former = false;
+  /// How long the run waits for a database that another one holds.
+  std::chrono::seconds longest_wait{0};
   /// Called with an importer that has failed, its document still loaded; may be empty.
   std::function<void(const ImportOLAPDBFromKCDDoc&)> look_at_failure = {};
 };
@@ -49,6 +52,11 @@ struct RequestOutcome {
   bool succeeded = false;
   /// Empty when there was no error.
   std::string error;
+  FailureCause cause = FailureCause::refused;
+  /// The name of the database; empty when the run came not so far.
+  std::string database = {};
+  /// Whether the run's result is stored, which nothing to change is, too.
+  bool stored = false;
 };
 
 /// Carries an import out. Messages go to the sinks of its options. Throws nothing that the importer

@@ -15,6 +15,11 @@ namespace {
   throw ImportError(reason, error_source::olap_server);
 }
 
+/// What happens to an object, which is null when it was not there before.
+ObjectAction made_or_set(const void* former) {
+  return former == nullptr ? ObjectAction::creating : ObjectAction::updating;
+}
+
 OlapDatabase* find_database(OlapServer& server, const std::string& name) {
   for (const auto& object : server.stored_objects()) {
     if (object.class_type == OlapClassType::database && same_name(object.name, name)) {
@@ -63,7 +68,7 @@ class Synchronisation {
     if (is_new || stored_.description != wanted_.description) {
       database_.description = wanted_.description;
       server_.write_back_database(database_);
-      report(is_new ? "Creating" : "Updating", "database", wanted_.name);
+      report(is_new ? ObjectAction::creating : ObjectAction::updating, "database", wanted_.name);
     }
     check_kept_cubes();
     // Names come free before they are used again.
@@ -84,10 +89,13 @@ class Synchronisation {
   }
 
  private:
-  void report(const char* action, std::string_view kind, const std::string& name) {
+  void report(ObjectAction action, std::string_view kind, const std::string& name) {
     changed_ = true;
-    request_.options.ReportProgress(std::string(action) + " " + std::string(kind) + " '" + name +
-                                    "'");
+    const char* verb = action == ObjectAction::creating   ? "Creating"
+                       : action == ObjectAction::updating ? "Updating"
+                                                          : "Removing";
+    request_.options.ReportObject(std::string(verb) + " " + std::string(kind) + " '" + name + "'",
+                                  {action, kind, name});
   }
 
   /// A cube that is kept although the document does not have it must not lose its dimensions.
@@ -118,7 +126,7 @@ class Synchronisation {
     for (const auto& object : stored) {
       if (!wanted.contains(object.name)) {
         server_.remove_object(database_, object_kind, object.name);
-        report("Removing", kind, object.name);
+        report(ObjectAction::removing, kind, object.name);
       }
     }
   }
@@ -135,7 +143,7 @@ class Synchronisation {
         }
       } else if (request_.prunes) {
         server_.remove_object(database_, OlapObjectKind::dimension, dimension.name);
-        report("Removing", "dimension", dimension.name);
+        report(ObjectAction::removing, "dimension", dimension.name);
       }
     }
   }
@@ -148,7 +156,7 @@ class Synchronisation {
       const auto* former = stored.find(object.name);
       if (former == nullptr || !compare(*former, object).empty()) {
         write(object);
-        report(former == nullptr ? "Creating" : "Updating", kind, object.name);
+        report(made_or_set(former), kind, object.name);
       }
     }
   }
@@ -200,7 +208,7 @@ class Synchronisation {
     }
     auto& written = database_.cubes().put(cube);
     server_.write_back_cube(database_, written);
-    report(former == nullptr ? "Creating" : "Updating", "cube", cube.name);
+    report(made_or_set(former), "cube", cube.name);
     if (cube.kind == OlapCubeKind::regular && !server_.structure_is_valid(database_, written)) {
       give_up("the structure of cube '" + cube.name + "' is not valid");
     }
@@ -252,12 +260,15 @@ RequestOutcome synchronise(const ImportRequest& request, const ImportServers& se
     return document.result;
   }
   std::unique_ptr<OlapServer> server;
-  RequestOutcome result{true, {}};
+  RequestOutcome result{true, {}, {}, document.database->name, false};
   try {
     server = servers.open_for_change(request.options.machine_name);
     synchronise_database(request, *server, std::move(*document.database));
+    result.stored = true;
   } catch (const std::exception& error) {
-    result = {false, "Cannot synchronise the database because of " + mask_passwords(error.what())};
+    result.succeeded = false;
+    result.error = "Cannot synchronise the database because of " + mask_passwords(error.what());
+    result.cause = server ? cause_of(error) : FailureCause::server;
   }
   if (server) {
     tell(request, server->take_messages());

@@ -164,6 +164,12 @@ PreparedDocument failure(std::string path, std::string error) {
   return {std::move(path), std::move(error), false, false, {}};
 }
 
+PreparedDocument failure_of_document(std::string path, std::string error) {
+  auto result = failure(std::move(path), std::move(error));
+  result.cause = FailureCause::refused;
+  return result;
+}
+
 std::string fresh_name() {
   std::random_device random;
   const auto number = (std::uint64_t{random()} << 32U) | random();
@@ -189,7 +195,8 @@ PreparedDocument copy_to_temporary_file(FileReader& reader, const std::string& d
   try {
     lacks_first_line = copy_document(reader, writer, pattern);
   } catch (const ImportError& error) {
-    return failure(path, "Error in reading document " + document + " " + error.description());
+    return failure_of_document(path,
+                               "Error in reading document " + document + " " + error.description());
   }
   writer.close();
   std::string error;
@@ -236,7 +243,8 @@ PreparedDocument PrepareDocument(const std::string& document,
   try {
     reader.emplace(document, error_source::kcd_document);
   } catch (const ImportError& error) {
-    return failure("", "Error in opening document " + document + " " + error.description());
+    return failure_of_document("",
+                               "Error in opening document " + document + " " + error.description());
   }
   std::error_code error;
   const auto folder = std::filesystem::temp_directory_path(error);

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "base/files.h"
+#include "base/import_error.h"
 #include "base/removed_by_signals.h"
 #include "base/text_encoding.h"
 
@@ -27,6 +28,8 @@ struct PreparedDocument {
   bool lacks_first_line = false;
   /// Lives as long as a signal that ends the process takes the copy with it.
   RemovedBySignals guard{};
+  /// What an error comes from: the document, or a disk.
+  FailureCause cause = FailureCause::server;
 };
 
 /// Copies a document line by line into a fresh file of the temporary folder, which only its owner

@@ -16,11 +16,12 @@ Action action_for(bool exists, std::int32_t type) {
   }
 }
 
-void report_object(const ImportRun& run, std::string_view text, std::string_view name) {
+void report_object(const ImportRun& run, std::string_view text, const ObjectEvent& event,
+                   std::string_view end) {
   std::string message;
-  message.reserve(text.size() + name.size() + 1);
-  message.append(text).append(name).append("'");
-  run.ReportProgress(message);
+  message.reserve(text.size() + event.name.size() + end.size());
+  message.append(text).append(event.name).append(end);
+  run.ReportObject(message, event);
 }
 
 }  // namespace importkcd

@@ -28,14 +28,16 @@ Action action_for(bool exists, std::int32_t type);
 
 /// The beginnings of the messages about one kind of object; the object's name and "'" follow.
 struct ObjectMessages {
+  std::string_view kind;
   std::string_view searching;
   std::string_view creating;
   std::string_view skipping;
   std::string_view updating;
 };
 
-/// Sends `text` + `name` + "'".
-void report_object(const ImportRun& run, std::string_view text, std::string_view name);
+/// Sends `text` + the event's name + `end`.
+void report_object(const ImportRun& run, std::string_view text, const ObjectEvent& event,
+                   std::string_view end = "'");
 
 /// Prepares one object directly under the database (a data source, a dimension, a role) for being
 /// set from its element, with the messages about it: by the rule above `fresh` is added, or the
@@ -47,19 +49,19 @@ template <class T, class MayUpdate>
 T* prepare_database_object(const ImportRun& run, const ObjectMessages& messages,
                            DatabaseObjects<T>& objects, T fresh, MayUpdate may_update) {
   const std::string name = fresh.name;
-  report_object(run, messages.searching, name);
+  report_object(run, messages.searching, {ObjectAction::searching, messages.kind, name});
   switch (action_for(objects.contains(name), run.options().ImportType)) {
     case Action::create: {
       T& added = objects.add(std::move(fresh));
-      report_object(run, messages.creating, name);
+      report_object(run, messages.creating, {ObjectAction::creating, messages.kind, name});
       return &added;
     }
     case Action::skip:
-      report_object(run, messages.skipping, name);
+      report_object(run, messages.skipping, {ObjectAction::skipping, messages.kind, name});
       return nullptr;
     case Action::update: {
       const T& existing = *objects.find(name);
-      report_object(run, messages.updating, name);
+      report_object(run, messages.updating, {ObjectAction::updating, messages.kind, name});
       // What is handed out for editing counts as changed, so ask for that only when it may be.
       return may_update(existing) ? objects.edit(name) : nullptr;
     }

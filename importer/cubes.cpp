@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <exception>
 #include <string>
+#include <string_view>
 
 #include "document/attributes.h"
 #include "importer/create_update_skip.h"
@@ -21,6 +22,8 @@
 
 namespace importkcd {
 namespace {
+
+constexpr std::string_view cube_kind = "cube";
 
 void empty_cube(const ImportRun& run, OlapCube& cube) {
   remove_all(run, cube, OlapCubeContent::dimensions);
@@ -49,11 +52,12 @@ bool emptied_without_error(const ImportRun& run, OlapCube& cube, const std::stri
 bool make_room(const ImportRun& run, OlapCube& cube, const std::string& name) {
   const bool locked = may_change([&] { run.server().lock_cube(run.database(), cube); });
   if (!locked) {
-    report_object(run, "Error : Can't update Cube '", name);
+    report_object(run, "Error : Can't update Cube '", {ObjectAction::refusing, cube_kind, name});
   }
   const bool emptied = locked && emptied_without_error(run, cube, name);
   if (!emptied) {
-    run.ReportProgress("           Updating cube '" + name + "' canceled");
+    report_object(run, "           Updating cube '", {ObjectAction::canceling, cube_kind, name},
+                  "' canceled");
   }
   return emptied;
 }
@@ -64,10 +68,10 @@ bool take_existing_cube(ImportRun& run, const std::string& name) {
   run.current_cube = run.database().cubes().edit(name);
   if (run.current_cube->state_code() != static_cast<std::int32_t>(OlapCubeKind::regular)) {
     run.current_cube = &run.database().add_cube(name, OlapCubeKind::regular);
-    report_object(run, "Creating new cube '", name);
+    report_object(run, "Creating new cube '", {ObjectAction::creating, cube_kind, name});
     return true;
   }
-  report_object(run, "Updating cube '", name);
+  report_object(run, "Updating cube '", {ObjectAction::updating, cube_kind, name});
   return make_room(run, *run.current_cube, name);
 }
 
@@ -78,11 +82,11 @@ OlapCube* cube_to_write(ImportRun& run, const std::string& name) {
   switch (action_for(exists, run.options().ImportType)) {
     case Action::create:
       run.current_cube = &run.database().add_cube(name, OlapCubeKind::regular);
-      report_object(run, "Creating cube '", name);
+      report_object(run, "Creating cube '", {ObjectAction::creating, cube_kind, name});
       return run.current_cube;
     case Action::skip:
       run.current_cube = nullptr;
-      report_object(run, "Skipping cube '", name);
+      report_object(run, "Skipping cube '", {ObjectAction::skipping, cube_kind, name});
       return nullptr;
     case Action::update:
       return take_existing_cube(run, name) ? run.current_cube : nullptr;
@@ -119,7 +123,7 @@ void build_parts(ImportRun& run, const KcdElement& element, OlapCube& cube) {
 void import_cube(ImportRun& run, const KcdElement& element) {
   const auto at = run.working_on(element);
   const auto name = decoded_text(element, "name");
-  report_object(run, "Searching cube '", name);
+  report_object(run, "Searching cube '", {ObjectAction::searching, cube_kind, name});
   OlapCube* cube = cube_to_write(run, name);
   if (cube == nullptr) {
     return;

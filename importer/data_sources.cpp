@@ -4,18 +4,30 @@
 #include <utility>
 
 #include "base/apostrophes.h"
+#include "base/name_folding.h"
 #include "document/attributes.h"
 #include "importer/create_update_skip.h"
 
 namespace importkcd {
 namespace {
 
-constexpr ObjectMessages data_source_messages{"Searching data source '", "Creating data source '",
-                                              "Skipping data source '", "Updating data source '"};
+constexpr ObjectMessages data_source_messages{"data source", "Searching data source '",
+                                              "Creating data source '", "Skipping data source '",
+                                              "Updating data source '"};
 
 /// The one text of an object that a document may leave out.
 std::string optional_description(const KcdElement& element) {
   return DecodeApostrophes(element.attribute("description").value_or(""));
+}
+
+/// The connection text for this data source alone; null when there is none.
+const std::string* named_text(const ImportOptions& options, const std::string& data_source) {
+  for (const auto& named : options.named_connectstrings) {
+    if (same_name(named.data_source, data_source)) {
+      return &named.text;
+    }
+  }
+  return nullptr;
 }
 
 }  // namespace
@@ -37,8 +49,10 @@ void ImportDataSource(ImportRun& run, const KcdElement& element) {
     if (data_source == nullptr) {
       return;
     }
+    const auto text = raw_text(element, "connection_string");
+    const auto* named = named_text(run.options(), data_source->name);
     data_source->connection_string =
-        RewriteConnectionString(run.options(), raw_text(element, "connection_string"));
+        named != nullptr ? *named : RewriteConnectionString(run.options(), text);
     data_source->description = optional_description(element);
     run.server().write_back_data_source(run.database(), *data_source);
   });

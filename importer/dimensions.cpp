@@ -27,13 +27,13 @@ struct DimensionTexts {
 };
 
 constexpr DimensionTexts shared_dimension_texts{
-    {"Searching shared dimension '", "Creating shared dimension '", "Skipping shared dimension '",
-     "Updating shared dimension '"},
+    {"shared dimension", "Searching shared dimension '", "Creating shared dimension '",
+     "Skipping shared dimension '", "Updating shared dimension '"},
     "Error : Can't update Shared Dimension '",
     "' proberly locked due to use in Cube."};
 
 constexpr DimensionTexts virtual_dimension_texts{
-    {"Searching virtual dimension '", "Creating virtual dimension '",
+    {"virtual dimension", "Searching virtual dimension '", "Creating virtual dimension '",
      "Skipping virtual dimension '", "Updating virtual dimension '"},
     "Error : Can't update Dimension '",
     "'"};
@@ -54,9 +54,10 @@ bool import_dimension(const ImportRun& run, const KcdElement& element, OlapDimen
     const auto may_update = [&](const OlapDimension& existing) {
       const bool locked = may_change([&] { lock(existing); });
       if (!locked) {
-        run.ReportProgress(std::string(texts.refused) + name + std::string(texts.refused_end));
-        run.ReportProgress("           " + std::string(texts.messages.updating) + name +
-                           "' canceled");
+        report_object(run, texts.refused, {ObjectAction::refusing, texts.messages.kind, name},
+                      texts.refused_end);
+        report_object(run, "           " + std::string(texts.messages.updating),
+                      {ObjectAction::canceling, texts.messages.kind, name}, "' canceled");
       }
       return locked;
     };

@@ -1,5 +1,6 @@
 #include "importer/import_olapdb_from_kcd_doc.h"
 
+#include <cstddef>
 #include <exception>
 #include <optional>
 #include <string_view>
@@ -42,6 +43,14 @@ std::optional<std::string> stored_name(OlapServer& server, const std::string& na
   return std::nullopt;
 }
 
+/// Beside the shared dimensions, or directly under the root.
+const KcdElement* virtual_dimensions_of(const KcdElement& root) {
+  const KcdElement* library = root.child("library");
+  const KcdElement* dimensions =
+      library == nullptr ? nullptr : library->child("virtual_dimensions");
+  return dimensions == nullptr ? root.child("virtual_dimensions") : dimensions;
+}
+
 void ImportLibrary(ImportRun& run, const ImportOutcome& outcome, const KcdElement* library) {
   run.ReportProgress("Creating library");
   const auto collection = [library](std::string_view tag) {
@@ -54,6 +63,32 @@ void ImportLibrary(ImportRun& run, const ImportOutcome& outcome, const KcdElemen
   if (outcome.succeeded) {
     import_roles(run, collection("roles"));
   }
+}
+
+std::size_t number_of_children(const KcdElement* collection) {
+  std::size_t count = 0;
+  for (const auto* child = collection == nullptr ? nullptr : collection->first_child();
+       child != nullptr; child = child->next_sibling()) {
+    ++count;
+  }
+  return count;
+}
+
+/// How many objects the sections are going to search, for who shows how far the run is.
+void tell_number_of_objects(const ImportOptions& options, const KcdElement& root) {
+  if (options.progres_window == nullptr) {
+    return;
+  }
+  std::size_t count = number_of_children(root.child("cubes"));
+  const auto* library = root.child("library");
+  for (const auto* tag : {"data_sources", "shared_dimensions", "roles"}) {
+    count += library == nullptr ? 0 : number_of_children(library->child(tag));
+  }
+  if (options.import_virtual_objects) {
+    count += number_of_children(virtual_dimensions_of(root)) +
+             number_of_children(root.child("virtual_cubes"));
+  }
+  options.progres_window->expect_objects(count);
 }
 
 }  // namespace
@@ -69,6 +104,9 @@ std::int32_t ImportOLAPDBFromKCDDoc::make() {
   remarks.clear();
   incomplete_cubes.clear();
   database_name_.clear();
+  cause = FailureCause::refused;
+  database.clear();
+  was_stored = false;
   working_on = nullptr;
   failed_at = nullptr;
   failed_position = {};
@@ -85,6 +123,7 @@ std::int32_t ImportOLAPDBFromKCDDoc::make() {
     if (!succeeded && !copy.error.empty()) {
       // The document is not to blame for a copy that is cut off, nor would anybody look at that.
       last_error = copy.error;
+      cause = FailureCause::server;
       delete_temporary_copy(copy.path);
     }
   }
@@ -121,10 +160,11 @@ void ImportOLAPDBFromKCDDoc::OpenOlapServer() {
     server_->connect(machine_name);
     succeeded = true;
     if (server_->class_type() != OlapClassType::server) {
-      fail("DSO server is not of correct DSO class type.");
+      fail("DSO server is not of correct DSO class type.", FailureCause::server);
     }
   } catch (const std::exception& error) {
-    fail("Cannot open DSO server on machine '" + shown_name + "' because: " + error.what());
+    fail("Cannot open DSO server on machine '" + shown_name + "' because: " + error.what(),
+         cause_of(error) == FailureCause::held ? FailureCause::held : FailureCause::server);
   }
 }
 
@@ -137,6 +177,7 @@ PreparedDocument ImportOLAPDBFromKCDDoc::prepare_temporary_copy() {
     auto prepared = PrepareDocument(kcd_document_file_name, pattern);
     succeeded = prepared.usable;
     last_error = prepared.error;
+    cause = prepared.usable ? FailureCause::refused : prepared.cause;
     return prepared;
   } catch (const std::exception& error) {
     fail("Error in reading document " + kcd_document_file_name + " " + error.what());
@@ -163,7 +204,7 @@ void ImportOLAPDBFromKCDDoc::ProcessDocument() {
   try {
     import_into_database();
   } catch (const std::exception& error) {
-    fail(processing_error(error));
+    fail(processing_error(error), cause_of(error));
     failed_reason = error.what();
   }
   finish();
@@ -190,9 +231,11 @@ void ImportOLAPDBFromKCDDoc::import_into_database() {
   if (!succeeded) {
     return;
   }
-  OlapDatabase& database = find_or_create_database(name);
-  database_name_ = database.name();
-  ImportRun run(*this, *this, *server_, database);
+  tell_number_of_objects(*this, root);
+  OlapDatabase& found = find_or_create_database(name);
+  database_name_ = found.name();
+  database = database_name_;
+  ImportRun run(*this, *this, *server_, found);
   ImportLibrary(run, *this, root.child("library"));
   if (succeeded) {
     import_cubes(run, root.child("cubes"));
@@ -203,13 +246,7 @@ void ImportOLAPDBFromKCDDoc::import_into_database() {
 }
 
 void ImportOLAPDBFromKCDDoc::import_virtual_collections(ImportRun& run, const KcdElement& root) {
-  // Beside the shared dimensions, or directly under the root.
-  const KcdElement* library = root.child("library");
-  const KcdElement* dimensions =
-      library == nullptr ? nullptr : library->child("virtual_dimensions");
-  if (dimensions == nullptr) {
-    dimensions = root.child("virtual_dimensions");
-  }
+  const KcdElement* dimensions = virtual_dimensions_of(root);
   if (succeeded && dimensions != nullptr) {
     importkcd::ImportVirtualDimensions(run, dimensions);
   }
@@ -221,17 +258,17 @@ void ImportOLAPDBFromKCDDoc::import_virtual_collections(ImportRun& run, const Kc
 
 OlapDatabase& ImportOLAPDBFromKCDDoc::find_or_create_database(const std::string& name) {
   if (OlapDatabase* existing = FindDatabase(name)) {
-    ReportProgress("Searching database '" + name + "'");
+    ReportObject("Searching database '" + name + "'", {ObjectAction::searching, "database", name});
     return *existing;
   }
-  ReportProgress("Creating database '" + name + "'");
+  ReportObject("Creating database '" + name + "'", {ObjectAction::creating, "database", name});
   std::optional<WorkingOn> at;
   at.emplace(*this, document_->root());
-  OlapDatabase& database = server_->add_database(name);
-  database.description = decoded_text(document_->root(), "description");
+  OlapDatabase& added = server_->add_database(name);
+  added.description = decoded_text(document_->root(), "description");
   at.reset();
-  server_->write_back_database(database);
-  return database;
+  server_->write_back_database(added);
+  return added;
 }
 
 bool ImportOLAPDBFromKCDDoc::DatabaseExists(const std::string& name) {
@@ -275,14 +312,14 @@ void ImportOLAPDBFromKCDDoc::import_alone(Section section) {
     return;
   }
   try {
-    if (OlapDatabase* database = FindDatabase(database_name_)) {
-      ImportRun run(*this, *this, *server_, *database);
+    if (OlapDatabase* found = FindDatabase(database_name_)) {
+      ImportRun run(*this, *this, *server_, *found);
       section(run);
     } else {
       fail("No database to import into: '" + database_name_ + "' is gone");
     }
   } catch (const std::exception& error) {
-    fail(processing_error(error));
+    fail(processing_error(error), cause_of(error));
   }
   finish();
 }
@@ -324,6 +361,7 @@ void ImportOLAPDBFromKCDDoc::finish() {
     if (is_stored) {
       ReportLongStep();
       server_->finish();
+      was_stored = true;
     }
     // All at once, so that a window shows one box for all cubes.
     for (auto& message : server_->take_messages()) {
@@ -340,6 +378,7 @@ void ImportOLAPDBFromKCDDoc::finish() {
     succeeded = false;
     if (last_error.empty()) {
       last_error = processing_error(error);
+      cause = cause_of(error);
     }
   }
   show_messages(messages);

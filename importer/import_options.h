@@ -1,12 +1,26 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <vector>
 
+#include "base/import_error.h"
 #include "document/kcd_document.h"
 
 namespace importkcd {
+
+/// What a message says of an object.
+enum class ObjectAction { searching, creating, skipping, updating, refusing, canceling, removing };
+
+/// The object that a message is about, told apart from the message's words.
+struct ObjectEvent {
+  ObjectAction action = ObjectAction::searching;
+  /// Such as "shared dimension".
+  std::string_view kind;
+  std::string_view name;
+};
 
 /// Receives the one-line progress messages of a run, in order. Messages are UTF-8 without a line
 /// end; names in them may hold control characters, which whoever shows a message replaces by
@@ -15,6 +29,14 @@ class ProgressSink {
  public:
   virtual ~ProgressSink() = default;
   virtual void put_progres_message(const std::string& message) = 0;
+  /// A message that is about one object.
+  virtual void put_object_message(const std::string& message, const ObjectEvent& /*event*/) {
+    put_progres_message(message);
+  }
+  /// The document defines so many objects that stand directly in one of its collections.
+  virtual void expect_objects(std::size_t /*count*/) {}
+  /// The run comes to the next of them.
+  virtual void next_object() {}
   /// A step follows that may take long and says nothing meanwhile: whoever shows messages with a
   /// delay shows them now.
   virtual void before_a_long_step() {}
@@ -56,6 +78,12 @@ enum class AfterFailure {
   discard,
 };
 
+/// The connection text of the data source of that name, letter case apart.
+struct NamedConnectString {
+  std::string data_source;
+  std::string text;
+};
+
 /// What a run is asked to do. All texts are UTF-8.
 struct ImportOptions {
   /// Path of the cube definition document (.kcd).
@@ -86,6 +114,8 @@ struct ImportOptions {
   std::string data_source_name;
   /// Connection text that takes the place of every data source's own; empty: none.
   std::string datawarehouse_connectstring;
+  /// The same for single data sources; before all others.
+  std::vector<NamedConnectString> named_connectstrings;
 
   /// Every occurrence of pattern_from in the document's text becomes pattern_to, when the company
   /// pattern is switched on (replace_pattern).
@@ -101,6 +131,13 @@ struct ImportOptions {
   void ReportProgress(const std::string& text) const {
     if (progres_window != nullptr) {
       progres_window->put_progres_message(text);
+    }
+  }
+
+  /// The same for a message about one object.
+  void ReportObject(const std::string& text, const ObjectEvent& event) const {
+    if (progres_window != nullptr) {
+      progres_window->put_object_message(text, event);
     }
   }
 
@@ -143,10 +180,18 @@ struct ImportOutcome {
   /// The cubes that were written back before all their parts were, or that are not valid.
   std::vector<std::string> incomplete_cubes = {};
 
+  /// What the error came from.
+  FailureCause cause = FailureCause::refused;
+  /// The name of the database that the run found or added; empty when it came not so far.
+  std::string database = {};
+  /// Whether the run's result was stored.
+  bool was_stored = false;
+
   /// Ends the run's success with this error text.
-  void fail(const std::string& error) {
+  void fail(const std::string& error, FailureCause from = FailureCause::refused) {
     succeeded = false;
     last_error = error;
+    cause = from;
     failed_reason = error;
     failed_at = working_on;
   }

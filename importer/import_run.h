@@ -48,8 +48,18 @@ class ImportRun {
   /// Sends one message to the progress window, if there is one.
   void ReportProgress(const std::string& text) const { options_.ReportProgress(text); }
 
+  /// The same for a message about one object. A search begins each of a collection's objects.
+  void ReportObject(const std::string& text, const ObjectEvent& event) const {
+    if (event.action == ObjectAction::searching && options_.progres_window != nullptr) {
+      options_.progres_window->next_object();
+    }
+    options_.ReportObject(text, event);
+  }
+
   /// Ends the run's success with this error text.
-  void fail(const std::string& error) const { outcome_.fail(error); }
+  void fail(const std::string& error, FailureCause cause = FailureCause::refused) const {
+    outcome_.fail(error, cause);
+  }
 
   /// Runs `step`; an error is caught here, and its description becomes the run's error text.
   /// Returns whether the step ended without an error.
@@ -60,7 +70,7 @@ class ImportRun {
       step();
       return true;
     } catch (const std::exception& error) {
-      fail(error.what());
+      fail(error.what(), cause_of(error));
       outcome_.working_on = working_on;
       return false;
     }

@@ -10,8 +10,8 @@ namespace importkcd {
 namespace {
 
 /// The updating text is that of virtual dimensions on purpose: message texts are fixed.
-constexpr ObjectMessages role_messages{"Searching role '", "Creating role '", "Skipping role '",
-                                       "Updating virtual dimension '"};
+constexpr ObjectMessages role_messages{"role", "Searching role '", "Creating role '",
+                                       "Skipping role '", "Updating virtual dimension '"};
 
 /// The permission of a cube role that holds what the document's `permissions` says.
 constexpr const char* access_key = "Access";
@@ -34,13 +34,13 @@ bool prepare_cube_role(const ImportRun& run, const std::string& name, OlapCube& 
   switch (action_for(cube.roles.contains(name), run.options().ImportType)) {
     case Action::create:
       cube.roles.add_new(name);
-      report_object(run, "Creating cube role '", name);
+      report_object(run, "Creating cube role '", {ObjectAction::creating, "cube role", name});
       return true;
     case Action::skip:
-      report_object(run, "Skipping cube role '", name);
+      report_object(run, "Skipping cube role '", {ObjectAction::skipping, "cube role", name});
       return false;
     case Action::update:
-      report_object(run, "Updateing cube role '", name);
+      report_object(run, "Updateing cube role '", {ObjectAction::updating, "cube role", name});
       return true;
     case Action::none:
       break;

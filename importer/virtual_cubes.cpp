@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <exception>
 #include <string>
+#include <string_view>
 #include <utility>
 
 #include "base/apostrophes.h"
@@ -23,6 +24,11 @@ constexpr auto virtual_state_code = static_cast<std::int32_t>(OlapCubeKind::is_v
 
 void report(const ImportRun& run, const std::string& message) {
   ignore_errors([&] { run.ReportProgress(message); });
+}
+
+void report_cube(const ImportRun& run, std::string_view text, ObjectAction action,
+                 const std::string& name, std::string_view end = "'") {
+  ignore_errors([&] { report_object(run, text, {action, "virtual cube", name}, end); });
 }
 
 /// Runs a step whose error is ignored, but said to a person after the words `what`.
@@ -65,7 +71,7 @@ OlapCube* replace_by_virtual_cube(ImportRun& run, const std::string& name) {
 bool lock_virtual_cube(const ImportRun& run, const OlapCube& cube, const std::string& name) {
   const bool locked = may_change([&] { run.server().lock_cube(run.database(), cube); });
   if (!locked) {
-    report(run, "Error : Can't update Virtual Cube '" + name + "'");
+    report_cube(run, "Error : Can't update Virtual Cube '", ObjectAction::refusing, name);
   }
   return locked;
 }
@@ -85,7 +91,7 @@ OlapCube* emptied_virtual_cube(ImportRun& run, const std::string& name) {
 
 /// The same, null also when it could not be emptied; says what happens.
 OlapCube* take_over_virtual_cube(ImportRun& run, const std::string& name) {
-  report(run, "Update virtual cube '" + name + "'");
+  report_cube(run, "Update virtual cube '", ObjectAction::updating, name);
   OlapCube* cube = nullptr;
   try {
     cube = emptied_virtual_cube(run, name);
@@ -93,7 +99,8 @@ OlapCube* take_over_virtual_cube(ImportRun& run, const std::string& name) {
     run.pass_over(virtual_cube_text(name) + " was not updated: " + error.what());
   }
   if (cube == nullptr) {
-    report(run, "           Updating virtual cube '" + name + "' canceled");
+    report_cube(run, "           Updating virtual cube '", ObjectAction::canceling, name,
+                "' canceled");
   }
   return cube;
 }
@@ -109,7 +116,7 @@ OlapCube* update_virtual_cube(ImportRun& run, const std::string& name) {
     return take_over_virtual_cube(run, name);
   }
   OlapCube* cube = replace_by_virtual_cube(run, name);
-  report(run, "Creating new virtual cube '" + name + "'");
+  report_cube(run, "Creating new virtual cube '", ObjectAction::creating, name);
   return cube;
 }
 
@@ -120,11 +127,11 @@ OlapCube* prepare_virtual_cube(ImportRun& run, const std::string& name) {
   switch (action_for(exists, run.options().ImportType)) {
     case Action::create: {
       OlapCube* cube = add_virtual_cube(run, name);
-      report(run, "Creating virtual cube '" + name + "'");
+      report_cube(run, "Creating virtual cube '", ObjectAction::creating, name);
       return cube;
     }
     case Action::skip:
-      report(run, "Skipping virtual cube '" + name + "'");
+      report_cube(run, "Skipping virtual cube '", ObjectAction::skipping, name);
       return nullptr;
     case Action::update:
       return update_virtual_cube(run, name);
@@ -168,7 +175,7 @@ void create_dimension_references(ImportRun& run, const KcdElement* references, O
 void import_virtual_cube(ImportRun& run, const KcdElement& element) {
   std::string name;
   ignore_errors([&] { name = decoded_text(element, "name"); });
-  report(run, "Searching virtual cube '" + name + "'");
+  report_cube(run, "Searching virtual cube '", ObjectAction::searching, name);
   OlapCube* cube = prepare_virtual_cube(run, name);
   if (cube == nullptr) {
     return;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <functional>
 #include <memory>
 #include <string>
@@ -26,6 +27,14 @@ enum class OlapObjectKind { data_source, dimension, role, cube };
 class LockRefused : public ImportError {
  public:
   using ImportError::ImportError;
+};
+
+/// Another run holds the database.
+class DatabaseHeld : public ImportError {
+ public:
+  explicit DatabaseHeld(std::string_view database)
+      : ImportError("database '" + std::string(database) + "' is in use by another import",
+                    error_source::olap_server, FailureCause::held) {}
 };
 
 /// An OLAP server as the importer sees it.
@@ -55,7 +64,7 @@ class OlapServer {
   virtual std::vector<StoredObject> stored_objects() = 0;
 
   /// Reserves a database, existing or not, for this run until finish() or the end of this object.
-  /// Fails when another run holds it. Holding it twice in a run is no error.
+  /// Throws DatabaseHeld when another run holds it. Holding it twice in a run is no error.
   virtual void hold_database(const std::string& name) = 0;
 
   /// The working copy of a stored database, owned by the server and valid until finish(). The name
@@ -118,6 +127,11 @@ class OlapServer {
   /// From now on finish() keeps a copy of each stored database that it changes, as it was before.
   /// Returns false, and changes nothing, where no copies are kept.
   virtual bool keep_former_databases() { return false; }
+
+  /// From now on hold_database() waits so long for a database that another run holds; `tell` is
+  /// called with its name when the waiting begins. Where nothing is held, nothing is waited for.
+  virtual void wait_for_held_databases(std::chrono::seconds /*longest*/,
+                                       std::function<void(const std::string& name)> /*tell*/) {}
 
   /// Stores everything that was written back or removed since connect() or the last finish(), all
   /// of it or nothing, and releases the held databases. Ends all OlapDatabase references. Does

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <array>
+#include <chrono>
+#include <thread>
 #include <utility>
 
 // How it works. A run changes working copies (OlapDatabase), whose objects are read from the store
@@ -96,7 +98,30 @@ std::vector<StoredObject> WorkingCopyServer::stored_objects() {
   return result;
 }
 
-void WorkingCopyServer::hold_database(const std::string& name) { store_->hold(name); }
+void WorkingCopyServer::hold_database(const std::string& name) {
+  constexpr std::chrono::milliseconds pause{50};
+  const auto end = std::chrono::steady_clock::now() + longest_wait_;
+  for (bool waits = false;; waits = true) {
+    try {
+      store_->hold(name);
+      return;
+    } catch (const DatabaseHeld&) {
+      if (std::chrono::steady_clock::now() >= end) {
+        throw;
+      }
+    }
+    if (!waits && tell_waiting_) {
+      tell_waiting_(name);
+    }
+    std::this_thread::sleep_for(pause);
+  }
+}
+
+void WorkingCopyServer::wait_for_held_databases(std::chrono::seconds longest,
+                                                std::function<void(const std::string& name)> tell) {
+  longest_wait_ = longest;
+  tell_waiting_ = std::move(tell);
+}
 
 OlapDatabase& WorkingCopyServer::open_database(const std::string& name) {
   auto* open = find_opened(name);

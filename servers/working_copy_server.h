@@ -1,5 +1,7 @@
 #pragma once
 
+#include <chrono>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -48,6 +50,8 @@ class WorkingCopyServer : public OlapServer {
   void remove_first(OlapDatabase& database, OlapCube& cube, OlapCubeContent content) override;
   bool structure_is_valid(OlapDatabase& database, const OlapCube& cube) override;
   bool keep_former_databases() override;
+  void wait_for_held_databases(std::chrono::seconds longest,
+                               std::function<void(const std::string& name)> tell) override;
   void finish() override;
 
  private:
@@ -62,6 +66,8 @@ class WorkingCopyServer : public OlapServer {
 
   std::shared_ptr<OlapStore> store_;
   bool keeps_former_ = false;
+  std::chrono::seconds longest_wait_{0};
+  std::function<void(const std::string& name)> tell_waiting_;
   /// The databases of this run in the order in which they were touched, removed ones included.
   std::vector<std::unique_ptr<OpenDatabase>> databases_;
 };

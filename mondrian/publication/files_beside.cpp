@@ -24,7 +24,7 @@ constexpr mode_t owner_may_read = S_IRUSR | S_IWUSR;
 [[noreturn]] void fail(const fs::path& path, int error) {
   throw ImportError(
       "cannot write '" + mask_passwords(path.string()) + "': " + system_description(error),
-      error_source::olap_server);
+      error_source::olap_server, FailureCause::server);
 }
 
 fs::path beside(const fs::path& path) { return path.string() + std::string(beside_suffix); }

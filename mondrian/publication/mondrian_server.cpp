@@ -95,6 +95,13 @@ class MondrianStore : public OlapStore {
     }
   }
 
+  /// The engine takes a schema whose file has another mark for another one, about which it knows
+  /// no figures.
+  std::vector<std::string> publish_again() {
+    const WaitingLock lock(publication_lock(directory_), WaitingLock::Wait::yes);
+    return publish([&] { definitions_->apply({}); }, std::nullopt);
+  }
+
   bool keeps_copies() const override { return true; }
   std::vector<KeptCopy> kept_copies() override { return definitions_->kept_copies(); }
 
@@ -118,7 +125,7 @@ class MondrianStore : public OlapStore {
       throw ImportError("the folder '" + shown_directory() + "' has a " + published::data_sources +
                             " that no import has written (there is no " + published::definitions +
                             " beside it); name another folder, or move the file away first",
-                        error_source::olap_server);
+                        error_source::olap_server, FailureCause::server);
     }
   }
 
@@ -129,7 +136,7 @@ class MondrianStore : public OlapStore {
     }
     if (error) {
       throw ImportError("cannot make the folder '" + shown_directory() + "': " + error.message(),
-                        error_source::olap_server);
+                        error_source::olap_server, FailureCause::server);
     }
   }
 
@@ -206,6 +213,12 @@ class MondrianServer : public WorkingCopyServer {
 };
 
 }  // namespace
+
+std::vector<std::string> publish_again(const std::string& directory) {
+  MondrianStore store(directory, ServerAccess::read_write_existing, std::make_shared<Messages>());
+  store.open();
+  return store.publish_again();
+}
 
 std::unique_ptr<WorkingCopyServer> make_mondrian_server(const std::string& directory,
                                                         ServerAccess access) {

@@ -2,6 +2,7 @@
 
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "servers/working_copy_server.h"
 
@@ -20,5 +21,10 @@ namespace importkcd {
 /// take_messages(), and so does what finish() could not publish.
 std::unique_ptr<WorkingCopyServer> make_mondrian_server(const std::string& directory,
                                                         ServerAccess access);
+
+/// Publishes all that the definitions of a directory say once more, so that an engine which serves
+/// it asks the data warehouse for all figures again. Gives what was left out, and why. Throws
+/// ImportError when there are no definitions or they cannot be published.
+std::vector<std::string> publish_again(const std::string& directory);
 
 }  // namespace importkcd

@@ -30,7 +30,7 @@ constexpr mode_t everyone_may_enter = S_IRWXU | S_IRGRP | S_IXGRP | S_IROTH | S_
 
 [[noreturn]] void fail_to_write(const fs::path& path, const std::string& reason) {
   throw ImportError("cannot write '" + mask_passwords(path.string()) + "': " + reason,
-                    error_source::olap_server);
+                    error_source::olap_server, FailureCause::server);
 }
 
 /// As many of the first bytes of a regular file as a published schema begins with; of anything

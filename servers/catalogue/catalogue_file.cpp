@@ -227,8 +227,8 @@ void CatalogueFile::check_still_alone() const {
 
 void CatalogueFile::fail(const std::string& what) const {
   // Somebody may have put a connection string in the path's place.
-  throw ImportError("catalogue '" + mask_passwords(path_) + "': " + what,
-                    error_source::olap_server);
+  throw ImportError("catalogue '" + mask_passwords(path_) + "': " + what, error_source::olap_server,
+                    FailureCause::server);
 }
 
 }  // namespace importkcd

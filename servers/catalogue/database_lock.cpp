@@ -11,6 +11,7 @@
 #include "base/import_error.h"
 #include "base/name_folding.h"
 #include "base/text.h"
+#include "model/olap_server.h"
 
 namespace importkcd {
 namespace {
@@ -34,11 +35,10 @@ void DatabaseLock::hold(std::string_view database) {
     return;
   }
   if (errno == EAGAIN || errno == EACCES) {
-    throw ImportError("database '" + std::string(database) + "' is in use by another import",
-                      error_source::olap_server);
+    throw DatabaseHeld(database);
   }
   throw ImportError("cannot lock '" + mask_passwords(file_) + "': " + system_description(errno),
-                    error_source::olap_server);
+                    error_source::olap_server, FailureCause::server);
 }
 
 void DatabaseLock::open() {
@@ -49,7 +49,7 @@ void DatabaseLock::open() {
       FileDescriptor(::open(file_.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, S_IRUSR | S_IWUSR));
   if (!lock_file_.is_open()) {
     throw ImportError("cannot open '" + mask_passwords(file_) + "': " + system_description(errno),
-                      error_source::olap_server);
+                      error_source::olap_server, FailureCause::server);
   }
 }
 

@@ -39,7 +39,7 @@ fs::path home_folder() {
   const auto* user = getpwuid(getuid());
   if (user == nullptr) {
     throw ImportError("this user has no home folder for the embedded OLAP server",
-                      error_source::olap_server);
+                      error_source::olap_server, FailureCause::server);
   }
   return user->pw_dir;
 }
@@ -61,7 +61,7 @@ void make_folder_of(const fs::path& file) {
   }
   if (error) {
     throw ImportError("cannot make the folder '" + folder.string() + "': " + error.message(),
-                      error_source::olap_server);
+                      error_source::olap_server, FailureCause::server);
   }
 }
 
@@ -107,7 +107,7 @@ std::unique_ptr<WorkingCopyServer> server_of(std::string_view machine, ServerAcc
                         this_computer_name() +
                         "', 'localhost', '(local)' or '.'), 'catalogue:PATH', 'mondrian:DIRECTORY' "
                         "and 'memory:'",
-                    error_source::olap_server);
+                    error_source::olap_server, FailureCause::server);
 }
 
 }  // namespace
@@ -138,6 +138,16 @@ RestoredDatabase restore_database(std::string_view machine, const std::string& d
   const auto server = server_of(machine, ServerAccess::read_write_existing);
   server->connect(std::string(machine));
   return server->store().restore(database);
+}
+
+std::vector<std::string> refresh_server(std::string_view machine) {
+  const auto directory = path_behind(mondrian_prefix, machine);
+  if (!directory) {
+    throw ImportError(
+        "'" + mask_passwords(machine) + "' remembers no figures; name a server mondrian:DIRECTORY",
+        error_source::olap_server, FailureCause::command_line);
+  }
+  return publish_again(*directory);
 }
 
 std::string default_catalogue_path() {

@@ -33,6 +33,10 @@ Rehearsal make_rehearsal(std::string_view machine, RehearsalBase base);
 std::vector<KeptCopy> kept_copies(std::string_view machine);
 RestoredDatabase restore_database(std::string_view machine, const std::string& database);
 
+/// Makes an engine that serves a mondrian: server forget the figures it remembers: after its data
+/// warehouse was loaded. Gives what a person should know. Throws ImportError for any other server.
+std::vector<std::string> refresh_server(std::string_view machine);
+
 /// The file of this computer's embedded server: `importkcd/server.olap` in the user's data folder.
 std::string default_catalogue_path();
 

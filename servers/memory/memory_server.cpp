@@ -79,8 +79,7 @@ class MemoryStore : public OlapStore {
       return;
     }
     if (storage_->held.count(key) != 0) {
-      throw ImportError("database '" + database + "' is in use by another import",
-                        error_source::olap_server);
+      throw DatabaseHeld(database);
     }
     // Noted here first, so that nothing stays held that nobody lets go of.
     held_.insert(key);

@@ -303,7 +303,7 @@ TEST_F(KcdConvert, SaysThatTheDocumentCannotBeWritten) {
 
 TEST_F(KcdConvert, MessagesThatCannotBeWrittenAreAFailure) {
   start.output_file = "/dev/full";
-  EXPECT_EQ(convert(kci, "English").exit_status, 1);
+  EXPECT_EQ(convert(kci, "English").exit_status, 5);
 }
 
 TEST_F(KcdConvert, AMessageStaysOneLine) {

@@ -80,7 +80,7 @@ TEST_F(KcdExport, AsksForTheNameWhenThereAreSeveralDatabases) {
 TEST_F(KcdExport, LooksWithoutMakingAnything) {
   const auto file = folder.file("missing.olap");
   const auto result = kcd({"export", "catalogue:" + file});
-  EXPECT_EQ(result.exit_status, 1);
+  EXPECT_EQ(result.exit_status, 5);
   EXPECT_EQ(result.output, "");
   EXPECT_FALSE(std::filesystem::exists(file));
 }

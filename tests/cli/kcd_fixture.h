@@ -5,6 +5,7 @@
 
 #include <filesystem>
 #include <nlohmann/json.hpp>
+#include <regex>
 #include <string>
 #include <utility>
 #include <vector>
@@ -67,6 +68,23 @@ inline std::vector<std::string> lines_of(std::string text) {
     EXPECT_NE(end, std::string::npos) << "unfinished line: " << text;
     lines.push_back(text.substr(0, end));
     text.erase(0, end == std::string::npos ? end : end + 1);
+  }
+  return lines;
+}
+
+/// The last line of an import's output, its summary, with "T" in place of the seconds.
+inline std::string summary_of(const std::string& output) {
+  const auto lines = lines_of(output);
+  return lines.empty() ? ""
+                       : std::regex_replace(lines.back(), std::regex("[0-9]+\\.[0-9]{2} s$"), "T s");
+}
+
+/// The messages of an import's output: all its lines but the summary.
+inline std::vector<std::string> messages_of(const std::string& output) {
+  auto lines = lines_of(output);
+  EXPECT_THAT(summary_of(output), ::testing::MatchesRegex("Import.*, [0-9]+ messages?, T s"));
+  if (!lines.empty()) {
+    lines.pop_back();
   }
   return lines;
 }

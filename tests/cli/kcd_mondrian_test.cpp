@@ -134,7 +134,7 @@ TEST_F(KcdMondrian, ARestoredDatabaseIsPublished) {
 
 TEST_F(KcdMondrian, LookingAtAMissingDirectoryCreatesNothing) {
   const auto result = kcd({"show", server()});
-  EXPECT_EQ(result.exit_status, 1);
+  EXPECT_EQ(result.exit_status, 5);
   EXPECT_EQ(result.errors,
             "catalogue '" + folder.file("olap") + "/definitions.olap': no such file\n");
   EXPECT_FALSE(std::filesystem::exists(folder.file("olap")));

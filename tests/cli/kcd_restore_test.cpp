@@ -21,10 +21,10 @@ class KcdRestore : public KcdTest {
   }
 
   /// What a failing one says.
-  std::string restore_error(std::vector<std::string> arguments) {
+  std::string restore_error(std::vector<std::string> arguments, int status = 1) {
     arguments.insert(arguments.begin(), "restore");
     const auto result = kcd(std::move(arguments));
-    EXPECT_EQ(result.exit_status, 1);
+    EXPECT_EQ(result.exit_status, status);
     EXPECT_EQ(result.output, "");
     return result.errors;
   }
@@ -97,21 +97,21 @@ TEST_F(KcdRestore, ACopyThatIsNotKeptIsAnError) {
 TEST_F(KcdRestore, AMissingCatalogueIsAnErrorAndStaysMissing) {
   const auto path = folder.file("shop.olap");
   const auto missing = "catalogue '" + path + "': no such file\n";
-  EXPECT_EQ(restore_error({"catalogue:" + path, "Shop"}), missing);
-  EXPECT_EQ(restore_error({"--list", "catalogue:" + path}), missing);
+  EXPECT_EQ(restore_error({"catalogue:" + path, "Shop"}, 5), missing);
+  EXPECT_EQ(restore_error({"--list", "catalogue:" + path}, 5), missing);
   EXPECT_FALSE(std::filesystem::exists(path));
 }
 
 TEST_F(KcdRestore, AServerWithoutCopiesIsAnError) {
   EXPECT_EQ(restore_error({"memory:", "Shop"}), "'memory:' keeps no copies of databases\n");
   EXPECT_EQ(restore_error({"--list", "memory:"}), "'memory:' keeps no copies of databases\n");
-  EXPECT_THAT(restore_error({"elsewhere", "Shop"}),
+  EXPECT_THAT(restore_error({"elsewhere", "Shop"}, 5),
               ::testing::StartsWith("'elsewhere' is no OLAP server that can be reached; "));
 }
 
 TEST_F(KcdRestore, AnOutputThatCannotBeWrittenIsAFailure) {
   start.output_file = "/dev/full";
-  EXPECT_EQ(kcd({"restore", "--list"}).exit_status, 1);
+  EXPECT_EQ(kcd({"restore", "--list"}).exit_status, 5);
 }
 
 }  // namespace

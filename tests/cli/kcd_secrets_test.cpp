@@ -169,7 +169,7 @@ TEST_F(KcdSecrets, AFailureOfTheServerIsToldWithoutThePassword) {
 TEST_F(KcdSecrets, AConnectionStringInPlaceOfTheServerIsToldWithoutItsPassword) {
   const auto document = with_connection_string(plain);
   const auto result = silent({"import", document, "--server", plain});
-  EXPECT_EQ(result.exit_status, 1);
+  EXPECT_EQ(result.exit_status, 5);
   EXPECT_THAT(result.output, HasSubstr("on machine 'Provider=P;User ID=u;Password=***;Data"));
   silent_failure({"show", plain}, "Password=***");
   silent_failure({"restore", plain, "--list"}, "Password=***");
@@ -249,7 +249,7 @@ TEST_F(KcdSecrets, TheTemporaryCopyIsForItsOwnerAndStaysOnlyWhenItCannotBeLoaded
   EXPECT_EQ(silent({"import", whole_with_password()}).exit_status, 0);
   EXPECT_EQ(silent({"import", whole_with_password(), "--mode", "replace"}).exit_status, 0);
   EXPECT_EQ(silent({"import", folder.file("missing.kcd")}).exit_status, 1);
-  EXPECT_EQ(silent({"import", whole_with_password(), "--server", "nowhere"}).exit_status, 1);
+  EXPECT_EQ(silent({"import", whole_with_password(), "--server", "nowhere"}).exit_status, 5);
   EXPECT_THAT(temporary_files(), IsEmpty());
 
   EXPECT_EQ(silent({"import", with_connection_string("Password=<geheim")}).exit_status, 1);

@@ -31,7 +31,7 @@ TEST_F(KcdShow, ACatalogueThatDoesNotExistIsAnErrorAndIsNotMade) {
   for (const auto& arguments : {std::vector<std::string>{"show", "catalogue:" + file},
                                 std::vector<std::string>{"show", "catalogue:" + file, "--json"}}) {
     const auto result = kcd(arguments);
-    EXPECT_EQ(result.exit_status, 1);
+    EXPECT_EQ(result.exit_status, 5);
     EXPECT_EQ(result.output, "");
     EXPECT_THAT(result.errors, HasSubstr(file));
     EXPECT_FALSE(std::filesystem::exists(file));
@@ -40,7 +40,7 @@ TEST_F(KcdShow, ACatalogueThatDoesNotExistIsAnErrorAndIsNotMade) {
 
 TEST_F(KcdShow, AServerThatCannotBeReachedIsAnError) {
   const auto result = kcd({"show", "olap7"});
-  EXPECT_EQ(result.exit_status, 1);
+  EXPECT_EQ(result.exit_status, 5);
   EXPECT_EQ(result.output, "");
   EXPECT_THAT(result.errors, HasSubstr("catalogue:"));
 }
@@ -166,7 +166,7 @@ TEST_F(KcdShow, AnOutputThatCannotBeWrittenIsAFailure) {
   for (const auto& arguments :
        {std::vector<std::string>{"show"}, std::vector<std::string>{"show", "--json"}}) {
     const auto result = kcd(arguments);
-    EXPECT_EQ(result.exit_status, 1);
+    EXPECT_EQ(result.exit_status, 5);
     EXPECT_EQ(result.errors, "Cannot write to standard output\n");
   }
 }

@@ -45,7 +45,7 @@ TEST_F(KcdTogether, ASecondImportIntoTheSameDatabaseEndsBeforeItChangesAnything)
   first.read_until("Creating cubes");
   for (const auto* mode : {"incremental", "replace", "update"}) {
     const auto second = run_process(importing(document, {"--database", "SHARED", "--mode", mode}));
-    EXPECT_EQ(second.exit_status, 1);
+    EXPECT_EQ(second.exit_status, 4);
     EXPECT_EQ(second.errors, in_use("SHARED"));
     EXPECT_EQ(shown(), before) << "readers see the state before the first import";
     EXPECT_EQ(kcd({"restore", "--list"}).output, "No kept copies on localhost.\n");
@@ -65,7 +65,7 @@ TEST_F(KcdTogether, ARestoreOfADatabaseThatAnImportHoldsEndsBeforeItChangesAnyth
   RunningProcess run(importing(document, {"--database", "SHOP", "--mode", "update"}));
   run.read_until("Creating cubes");
   const auto restore = kcd({"restore", "Shop"});
-  EXPECT_EQ(restore.exit_status, 1);
+  EXPECT_EQ(restore.exit_status, 4);
   EXPECT_EQ(restore.output, "");
   EXPECT_EQ(restore.errors, "database 'Shop' is in use by another import\n");
   EXPECT_EQ(shown(), before);

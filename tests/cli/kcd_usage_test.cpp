@@ -73,8 +73,8 @@ TEST_F(KcdUsage, TheManualKnowsEveryOptionOfTheHelp) {
 
 TEST_F(KcdUsage, HelpThatCannotBeWrittenIsAFailure) {
   start.output_file = "/dev/full";
-  EXPECT_EQ(kcd({"--help"}).exit_status, 1);
-  EXPECT_EQ(kcd({"--version"}).exit_status, 1);
+  EXPECT_EQ(kcd({"--help"}).exit_status, 5);
+  EXPECT_EQ(kcd({"--version"}).exit_status, 5);
 }
 
 TEST_F(KcdUsage, RefusesACommandLineWithoutOrWithUnknownSubcommand) {

@@ -7,6 +7,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <csignal>
@@ -58,10 +59,22 @@ std::string content_of(int file) {
   return content;
 }
 
+using Variables = std::vector<std::pair<std::string, std::string>>;
+
+Variables with_no_settings(const Variables& variables) {
+  Variables result{{"XDG_CONFIG_HOME", "/nonexistent"}, {"IMPORTKCD_SYSTEM_CONFIG", ""}};
+  for (const auto& [name, value] : variables) {
+    const auto same = [&name](const auto& other) { return other.first == name; };
+    result.erase(std::remove_if(result.begin(), result.end(), same), result.end());
+    result.emplace_back(name, value);
+  }
+  return result;
+}
+
 pid_t spawn(const ProcessStart& start, const std::array<int, 3>& streams) {
   std::vector<std::string> arguments{start.program};
   arguments.insert(arguments.end(), start.arguments.begin(), start.arguments.end());
-  auto environment = environment_with(start.environment);
+  auto environment = environment_with(with_no_settings(start.environment));
 
   posix_spawn_file_actions_t actions{};
   posix_spawn_file_actions_init(&actions);
@@ -106,7 +119,9 @@ ProcessResult run_process(const ProcessStart& start) {
   const Descriptor output(start.output_file.empty()
                               ? memory_file()
                               : open(start.output_file.c_str(), O_WRONLY | O_CLOEXEC));
-  const Descriptor errors(memory_file());
+  const Descriptor errors(start.errors_file.empty()
+                              ? memory_file()
+                              : open(start.errors_file.c_str(), O_WRONLY | O_NOCTTY | O_CLOEXEC));
   fill(input, start.input);
 
   ProcessResult result;
@@ -116,7 +131,7 @@ ProcessResult run_process(const ProcessStart& start) {
   }
   result.exit_status = exit_status_of(child);
   result.output = start.output_file.empty() ? content_of(output.number()) : "";
-  result.errors = content_of(errors.number());
+  result.errors = start.errors_file.empty() ? content_of(errors.number()) : "";
   return result;
 }
 

@@ -11,12 +11,15 @@ namespace importkcd::testing {
 struct ProcessStart {
   std::string program;
   std::vector<std::string> arguments{};
-  /// Variables that are set, on top of this process's environment.
+  /// Variables that are set, on top of this process's environment. Settings of this computer and of
+  /// its user are out of reach unless they are named here.
   std::vector<std::pair<std::string, std::string>> environment{};
   /// What the program reads on its standard input.
   std::string input{};
   /// A file that takes its standard output; empty: the output is captured.
   std::string output_file{};
+  /// A file or terminal that takes its standard error; empty: that is captured.
+  std::string errors_file{};
 };
 
 /// What became of it.

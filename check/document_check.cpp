@@ -47,8 +47,11 @@ std::vector<Finding> DocumentCheck::run(const KcdDocument& document) {
     check_.check(cubes);
     for_each_child(cubes, [&](const Place& cube) { check_cube(check_, known_, cube); });
   });
-  with_child(root, ElementKind::virtual_cubes, [&](Place cubes) {
-    cubes.fails = false;
+  with_child(root, ElementKind::library, [&](const Place& library) {
+    with_child(library, ElementKind::virtual_dimensions,
+               [&](const Place& dimensions) { check_virtual_dimensions(dimensions); });
+  });
+  with_child(root, ElementKind::virtual_cubes, [&](const Place& cubes) {
     check_.check(cubes);
     for_each_child(cubes, [&](const Place& cube) { check_virtual_cube(cube); });
   });
@@ -89,8 +92,6 @@ void DocumentCheck::check_library(const Place& library) {
     check_.check(dimensions);
     for_each_child(dimensions, [&](const Place& dimension) { check_shared_dimension(dimension); });
   });
-  with_child(library, ElementKind::virtual_dimensions,
-             [&](const Place& dimensions) { check_virtual_dimensions(dimensions); });
   with_child(library, ElementKind::roles, [&](const Place& roles) {
     check_.check(roles);
     for_each_child(roles, [&](Place role) {
@@ -122,14 +123,20 @@ void DocumentCheck::check_shared_dimension(const Place& place) {
   }
 }
 
-/// An import leaves them out.
-void DocumentCheck::check_virtual_dimensions(const Place& place) {
-  auto dimensions = place;
-  dimensions.fails = false;
+void DocumentCheck::check_virtual_dimensions(const Place& dimensions) {
   check_.check(dimensions);
-  for_each_child(dimensions, [&](const Place& dimension) {
+  for_each_child(dimensions, [&](Place dimension) {
+    const auto name = check_.plain_name_of(dimension);
+    if (const auto* known = known_.dimension(name); known != nullptr && !name.empty()) {
+      check_.warn(dimension, rule::duplicate_name,
+                  quoted(name) + " is already defined in line " +
+                      std::to_string(known->position.line) + "; this one is ignored");
+      dimension.fails = false;
+    } else {
+      dimension.fails =
+          check_.take_name(dimension, virtual_dimensions_, Repeated::is_ignored) || name.empty();
+    }
     check_.check(dimension);
-    check_.take_name(dimension, virtual_dimensions_, Repeated::is_ignored);
     with_child(dimension, ElementKind::virtual_levels, [&](const Place& levels) {
       NameTable names;
       check_.check(levels);
@@ -141,21 +148,24 @@ void DocumentCheck::check_virtual_dimensions(const Place& place) {
   });
 }
 
-void DocumentCheck::check_virtual_cube(const Place& cube) {
-  check_.check(cube);
-  if (const auto* taken = known_.cubes.find(check_.plain_name_of(cube))) {
+void DocumentCheck::check_virtual_cube(const Place& place) {
+  auto cube = place;
+  const auto cube_name = check_.plain_name_of(cube);
+  if (const auto* taken = known_.cubes.find(cube_name)) {
+    cube.fails = false;
     check_.warn(cube, rule::duplicate_name,
                 "the name of the virtual cube is taken by the cube in line " +
                     std::to_string(taken->position.line));
   } else {
-    check_.take_name(cube, virtual_cubes_, Repeated::is_ignored);
+    cube.fails = check_.take_name(cube, virtual_cubes_, Repeated::is_ignored) || cube_name.empty();
   }
+  check_.check(cube);
   with_child(cube, ElementKind::measure_references, [&](const Place& measures) {
     NameTable names;
     check_.check(measures);
     for_each_child(measures, [&](const Place& measure) {
       check_.check(measure);
-      check_.take_name(measure, names, Repeated::is_ignored);
+      check_.take_name(measure, names, Repeated::fails);
       check_measure_reference(measure);
     });
   });
@@ -164,13 +174,13 @@ void DocumentCheck::check_virtual_cube(const Place& cube) {
     check_.check(dimensions);
     for_each_child(dimensions, [&](const Place& dimension) {
       check_.check(dimension);
-      check_.take_name(dimension, names, Repeated::is_ignored);
+      check_.take_name(dimension, names, Repeated::fails);
       const auto name = check_.plain_name_of(dimension);
       if (!name.empty() && known_.dimension(name) == nullptr &&
           virtual_dimensions_.find(name) == nullptr) {
-        check_.warn(dimension, rule::unknown_reference,
-                    "dimension " + quoted(name) + " is not in the document" +
-                        known_.dimension_did_you_mean(name));
+        check_.report(dimension, rule::unknown_reference,
+                      "dimension " + quoted(name) + " is not in the document" +
+                          known_.dimension_did_you_mean(name));
       }
     });
   });

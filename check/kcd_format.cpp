@@ -240,13 +240,12 @@ void add_partitions(std::vector<ElementFormat>& formats) {
 void add_virtual_cubes(std::vector<ElementFormat>& formats) {
   using Kind = ElementKind;
   formats.push_back(collection(Kind::virtual_cubes, "virtual_cubes", Kind::virtual_cube));
-  formats.push_back({Kind::virtual_cube,
-                     "virtual_cube",
-                     "virtual cube",
-                     {decoded_name},
-                     {{Kind::measure_references, true},
-                      {Kind::dimension_references, true},
-                      {Kind::cube_roles, true}}});
+  formats.push_back(
+      {Kind::virtual_cube,
+       "virtual_cube",
+       "virtual cube",
+       {decoded_name},
+       {{Kind::measure_references}, {Kind::dimension_references}, {Kind::cube_roles}}});
   formats.push_back(
       collection(Kind::measure_references, "measure_references", Kind::measure_reference));
   formats.push_back({Kind::measure_reference,

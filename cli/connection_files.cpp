@@ -2,7 +2,9 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <filesystem>
 #include <istream>
+#include <system_error>
 
 #include "base/apostrophes.h"
 #include "base/connection_text.h"
@@ -85,6 +87,12 @@ void ConnectionFiles::apply(ImportOptions& options, std::istream& in) const {
 void ConnectionFiles::check_names(const ImportOptions& options) const {
   if (named_.empty()) {
     return;
+  }
+  std::error_code error;
+  if (std::filesystem::is_fifo(options.kcd_document_file_name, error)) {
+    throw ImportError(std::string("kcd: ") + connection_option +
+                          ": NAME=FILE needs a document that can be read twice, and this is a pipe",
+                      "kcd", FailureCause::command_line);
   }
   const auto names = data_sources_of(options);
   for (const auto& named : named_) {

@@ -2,9 +2,11 @@
 
 #include <CLI/CLI.hpp>
 #include <chrono>
+#include <filesystem>
 #include <istream>
 #include <sstream>
 #include <string_view>
+#include <system_error>
 #include <vector>
 
 #include "base/files.h"
@@ -33,8 +35,12 @@ constexpr const char* standard_input = "-";
 constexpr const char* seen_by_others =
     "; other users of this computer can see a command line, so no password belongs into it";
 
-/// Fails as the importer does, but before a server is made.
+/// Fails as the importer does, but before a server is made. A pipe can be opened only once.
 void check_readable(const std::string& document) {
+  std::error_code error;
+  if (std::filesystem::is_fifo(document, error)) {
+    return;
+  }
   try {
     const FileReader reader(document, error_source::kcd_document);
   } catch (const ImportError& error) {

@@ -90,5 +90,11 @@ TEST(LastingHash, IsTheSameInEveryVersion) {
   EXPECT_EQ(lasting_hash("foobar"), 0x85944171f73967e8U);
 }
 
+TEST(Text, ManyAreCountedInThePlural) {
+  EXPECT_EQ(counted(0, "level"), "0 levels");
+  EXPECT_EQ(counted(1, "custom property"), "1 custom property");
+  EXPECT_EQ(counted(2, "custom property"), "2 custom properties");
+}
+
 }  // namespace
 }  // namespace importkcd

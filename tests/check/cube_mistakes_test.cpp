@@ -216,13 +216,13 @@ TEST(CubeMistakes, AreFoundAtTheirPlaces) {
        R"(</cubes><virtual_cubes><virtual_cube name="V"><measure_references><measure_reference name="A" source_column="Amount"/></measure_references><dimension_references><dimension_reference name="Tyme"/></dimension_references><cube_roles/></virtual_cube></virtual_cubes>)",
        {"109:67: warning: virtual cube 'V' > measure 'A': 'Amount' does not name a cube and its "
         "measure ([CUBE].[MEASURE])",
-        "109:162: warning: virtual cube 'V' > dimension 'Tyme': dimension 'Tyme' is not in the "
+        "109:162: error: virtual cube 'V' > dimension 'Tyme': dimension 'Tyme' is not in the "
         "document (did you mean 'Time'?)"}},
       {"<roles>",
        R"(<virtual_dimensions><virtual_dimension name="D" description=""><levels><level name="L" member_key_column="k"/></levels></virtual_dimension></virtual_dimensions><roles>)",
-       {"42:74: warning: virtual dimension 'D' > level 'L': attribute 'column_type' is missing",
-        "42:74: warning: virtual dimension 'D' > level 'L': attribute 'description' is missing",
-        "42:74: warning: virtual dimension 'D' > level 'L': attribute 'member_name_column' is "
+       {"42:74: error: virtual dimension 'D' > level 'L': attribute 'column_type' is missing",
+        "42:74: error: virtual dimension 'D' > level 'L': attribute 'description' is missing",
+        "42:74: error: virtual dimension 'D' > level 'L': attribute 'member_name_column' is "
         "missing"}},
       {"</cubes>",
        "</cubes><data_sources/>",

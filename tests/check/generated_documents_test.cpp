@@ -136,9 +136,14 @@ class GeneratedDocuments : public ::testing::Test {
       ImportOptions options;
       options.ImportType = type;
       options.import_partitions = true;
-      const auto result = import_text(text, options, make_memory_store());
-      ASSERT_EQ(result.succeeded, !has_error) << type << ' ' << result.last_error << '\n'
-                                              << shown(findings) << text;
+      options.import_virtual_objects = true;
+      options.after_failure = AfterFailure::discard;
+      const auto store = make_memory_store();
+      const auto result = import_text(text, options, store);
+      const bool is_stored = !testing::connected_server(store)->stored_objects().empty();
+      ASSERT_EQ(is_stored, !has_error) << type << ' ' << result.last_error << ' '
+                                       << ::testing::PrintToString(result.notifications) << '\n'
+                                       << shown(findings) << text;
     }
   }
 
@@ -151,6 +156,8 @@ testing::GeneratorOptions small(std::uint32_t seed, int odd_percentage) {
   options.seed = seed;
   options.shared_dimensions = 3;
   options.cubes = 2;
+  options.virtual_dimensions = 2;
+  options.virtual_cubes = 2;
   options.odd_percentage = odd_percentage;
   return options;
 }

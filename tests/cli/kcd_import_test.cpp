@@ -261,8 +261,7 @@ TEST_F(KcdImport, AMissingDocumentIsAFailure) {
 TEST_F(KcdImport, AServerThatCannotBeReachedIsAFailure) {
   const auto result = import(whole_document(), {"--server", "olap7"});
   EXPECT_EQ(result.exit_status, 5);
-  EXPECT_THAT(messages_of(result.output),
-              ElementsAre("Opening DSO server on machine 'olap7'"));
+  EXPECT_THAT(messages_of(result.output), ElementsAre("Opening DSO server on machine 'olap7'"));
   EXPECT_THAT(result.errors, StartsWith("Cannot open DSO server on machine 'olap7' because: "));
   EXPECT_EQ(lines_of(result.errors).size(), 1U);
 }

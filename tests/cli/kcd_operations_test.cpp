@@ -1,4 +1,5 @@
 #include <pty.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <array>
@@ -343,6 +344,12 @@ TEST_F(KcdConnections, NamesAreThoseOfTheDocumentWithItsPatternReplaced) {
                                           "--connect-string-file", "Staff=" + one});
   EXPECT_EQ(result.exit_status, 0) << result.errors;
   EXPECT_EQ(connection_strings().back(), "Provider=One;Password=geheim");
+}
+
+TEST_F(KcdConnections, ADocumentThatIsAPipeHasNoNamesToLookFor) {
+  const auto pipe = folder.file("pipe.kcd");
+  ASSERT_EQ(mkfifo(pipe.c_str(), S_IRUSR | S_IWUSR), 0);
+  EXPECT_EQ(kcd({"import", pipe, "--connect-string-file", "Personnel=" + one}).exit_status, 2);
 }
 
 TEST_F(KcdConnections, TwoForTheSameAreRefused) {

@@ -8,6 +8,7 @@ namespace importkcd::testing {
 namespace {
 
 using ::testing::AllOf;
+using ::testing::ElementsAre;
 using ::testing::EndsWith;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
@@ -157,9 +158,8 @@ TEST_F(KcdPlan, AnImportThatWouldFailHasNoPlan) {
   const auto result = plan(bare_document("2.0", "Shop"));
   EXPECT_EQ(result.exit_status, 1);
   EXPECT_EQ(result.output, "");
-  EXPECT_THAT(
-      result.errors,
-      StartsWith("Expected kcd document version '1.0.1073', but found version '2.0'.\n"));
+  EXPECT_THAT(result.errors,
+              StartsWith("Expected kcd document version '1.0.1073', but found version '2.0'.\n"));
   EXPECT_THAT(files_in(folder.file("data")), IsEmpty());
 }
 
@@ -287,9 +287,8 @@ TEST_F(KcdSync, KeepsUnknownObjectsWhenAskedTo) {
 TEST_F(KcdSync, ADocumentThatFailsStoresNothingAndMakesNothing) {
   const auto result = sync(bare_document("2.0", "Shop"), {"--server", catalogue()});
   EXPECT_EQ(result.exit_status, 1);
-  EXPECT_THAT(
-      result.errors,
-      StartsWith("Expected kcd document version '1.0.1073', but found version '2.0'.\n"));
+  EXPECT_THAT(result.errors,
+              StartsWith("Expected kcd document version '1.0.1073', but found version '2.0'.\n"));
   EXPECT_FALSE(std::filesystem::exists(folder.file("server.olap")));
 }
 
@@ -298,8 +297,8 @@ TEST_F(KcdSync, TellsWhyACubeCouldNotBeServed) {
       sync(sales_with_a_damaged_cube(), {"--server", "mondrian:" + folder.file("olap"),
                                          "--connect-string", "jdbc:postgresql:warehouse"});
   EXPECT_EQ(result.exit_status, 1);
-  EXPECT_THAT(result.errors,
-              AllOf(StartsWith("Cube 'Payroll'"), HasSubstr("\nNew Cube structure is not valid\n")));
+  EXPECT_THAT(result.errors, AllOf(StartsWith("Cube 'Payroll'"),
+                                   HasSubstr("\nNew Cube structure is not valid\n")));
   EXPECT_FALSE(std::filesystem::exists(folder.file("olap")));
 }
 

@@ -196,11 +196,5 @@ TEST(Differences, ASummaryCountsPartsAndNamesProperties) {
   EXPECT_EQ(summary_of({}), "");
 }
 
-TEST(Differences, ManyAreCountedInThePlural) {
-  EXPECT_EQ(counted(0, "level"), "0 levels");
-  EXPECT_EQ(counted(1, "custom property"), "1 custom property");
-  EXPECT_EQ(counted(2, "custom property"), "2 custom properties");
-}
-
 }  // namespace
 }  // namespace importkcd

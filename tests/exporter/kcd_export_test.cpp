@@ -28,6 +28,7 @@ ImportOptions with_partitions(std::int32_t type = import_type::replace) {
   ImportOptions options;
   options.ImportType = type;
   options.import_partitions = true;
+  options.import_virtual_objects = true;
   return options;
 }
 
@@ -99,6 +100,8 @@ TEST_P(GeneratedDocuments, ComeBackEqual) {
     testing::GeneratorOptions options;
     options.seed = seed;
     options.cubes = 3;
+    options.virtual_dimensions = 1;
+    options.virtual_cubes = 1;
     options.odd_percentage = seed % 4 == 0 ? 1 : 0;
     const Server server;
     if (!server.import(testing::generate_document(options)).succeeded) {
@@ -220,7 +223,7 @@ TEST(KcdExport, WritesVirtualDimensionsAndVirtualCubesAsTheirImportersReadThem) 
   ASSERT_TRUE(server.import(testing::whole_document()).succeeded);
   server.change([](OlapServer& olap, OlapDatabase& database) {
     OlapDimension dimension;
-    dimension.name = "Colour";
+    dimension.name = "Colour of goods";
     dimension.kind = OlapDimensionKind::is_virtual;
     OlapLevel all;
     all.name = "(All)";
@@ -235,14 +238,15 @@ TEST(KcdExport, WritesVirtualDimensionsAndVirtualCubesAsTheirImportersReadThem) 
     colour.ordering = OlapOrdering::key;
     dimension.levels.add(colour);
     olap.write_back_dimension(database, database.dimensions().add(dimension));
-    auto& cube = database.add_cube("Both", OlapCubeKind::is_virtual);
+    auto& cube = database.add_cube("Both kinds", OlapCubeKind::is_virtual);
     cube.measures.add_new("Amount").source_column = "[Sales].[Amount]";
     database.add_cube_dimension(cube, "Time");
     olap.write_back_database(database);
   });
   const auto document = server.exported().text;
-  EXPECT_THAT(document,
-              HasSubstr(R"x(      <virtual_dimension name="Colour" type="regular" description="">
+  EXPECT_THAT(
+      document,
+      HasSubstr(R"x(      <virtual_dimension name="Colour of goods" type="regular" description="">
         <levels>
           <level name="(All)" member_key_column="All"/>
           <level name="Colour" column_type="130" description=""
@@ -251,7 +255,7 @@ TEST(KcdExport, WritesVirtualDimensionsAndVirtualCubesAsTheirImportersReadThem) 
         </levels>
       </virtual_dimension>
 )x"));
-  EXPECT_THAT(document, HasSubstr(R"(    <virtual_cube name="Both">
+  EXPECT_THAT(document, HasSubstr(R"(    <virtual_cube name="Both kinds">
       <measure_references>
         <measure_reference name="Amount" source_column="[Sales].[Amount]"/>
       </measure_references>

@@ -97,6 +97,23 @@ TEST_F(FailedRun, ThatWasDiscardedHasNoDatabaseForTheVirtualCubes) {
   EXPECT_THAT(importer->last_error, HasSubstr("No database to import into"));
 }
 
+TEST_F(FailedRun, ThatOpenedNoServerLeavesTheDatabaseOfTheRunBeforeAlone) {
+  bool opens = true;
+  server_factory = [&](std::string_view) {
+    if (!opens) {
+      throw ImportError("no such server", error_source::olap_server);
+    }
+    return unconnected();
+  };
+  import(whole_document());
+  ASSERT_TRUE(importer->succeeded);
+  opens = false;
+  importer->make();
+  EXPECT_THAT(importer->last_error, HasSubstr("no such server"));
+  importer->import_virtual_cubes(nullptr);
+  EXPECT_EQ(importer->last_error, "No database to import into: none was opened before");
+}
+
 TEST_F(FailedRun, ASucceedingRunIsStoredWhateverIsToBecomeOfAFailedOne) {
   options.after_failure = AfterFailure::discard;
   use_cautious_server();

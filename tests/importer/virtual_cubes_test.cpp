@@ -391,5 +391,31 @@ TEST_F(SectionTest, AFailedLookForAVirtualCubeLetsNothingTakeThePlaceOfTheOneTha
   }
 }
 
+TEST_F(SectionTest, NoFailedReadOfTheStoreEndsTheImportOfVirtualCubes) {
+  int reads = 0;
+  int failing = 0;
+  use_server(std::make_unique<WorkingCopyServer>(std::make_shared<ForwardingStore>(
+      make_catalogue_store(folder.file("server.olap"), ServerAccess::read_write), [&] {
+        if (++reads == failing) {
+          throw ImportError("look failed", error_source::olap_server);
+        }
+      })));
+  database().add_cube("Overview", OlapCubeKind::is_virtual);
+  server().write_back_database(database());
+  options.ImportType = import_type::update;
+  bool failed = true;
+  for (int number = 1; failed; ++number) {
+    failing = 0;
+    store_and_reopen();
+    run();
+    reads = 0;
+    failing = number;
+    EXPECT_NO_THROW(import_virtual_cubes(run(), &parse(R"(<v><c name="Overview"/></v>)")))
+        << number;
+    failed = reads >= number;
+  }
+  EXPECT_GE(reads, 2) << "looked for and fetched";
+}
+
 }  // namespace
 }  // namespace importkcd::testing

@@ -181,7 +181,7 @@ TEST_F(SqlServerLabels, AServerThatNeverAnswersTimesOut) {
   server.ignore_everything();
   auto how = login();
   how.timeouts.connecting = std::chrono::seconds(1);
-  how.timeouts.answering = std::chrono::seconds(300);
+  how.timeouts.answering = std::chrono::seconds(40);
   const WithinLimit limit;
   EXPECT_NE(failure_to_connect(how), "none");
 }
@@ -201,7 +201,7 @@ TEST_F(SqlServerLabels, AServerThatHangsUpInTheMiddleOfALoadEndsIt) {
 
 TEST_F(SqlServerLabels, AServerThatFallsSilentInTheMiddleOfALoadEndsIt) {
   LabelsAccess impatient(view, [](LabelsLogin how) {
-    how.timeouts.connecting = std::chrono::seconds(300);
+    how.timeouts.connecting = std::chrono::seconds(40);
     how.timeouts.answering = std::chrono::seconds(1);
     return open_labels_connection(how);
   });

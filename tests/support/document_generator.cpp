@@ -37,8 +37,15 @@ class Writer {
     collection("data_sources", options_.data_sources, [&](int i) { data_source(i); });
     collection("shared_dimensions", options_.shared_dimensions, [&](int i) { dimension(i); });
     collection("roles", options_.roles, [&](int i) { role(i); });
+    if (options_.virtual_dimensions > 0) {
+      collection("virtual_dimensions", options_.virtual_dimensions,
+                 [&](int i) { virtual_dimension(i); });
+    }
     out_ += "</library>\n";
     collection("cubes", options_.cubes, [&](int i) { cube(i); });
+    if (options_.virtual_cubes > 0) {
+      collection("virtual_cubes", options_.virtual_cubes, [&](int i) { virtual_cube(i); });
+    }
     out_ += "</database>\n";
     return std::move(out_);
   }
@@ -223,6 +230,46 @@ class Writer {
       out_ += "/>\n";
     });
     out_ += "</cube_dimension>\n";
+  }
+
+  void virtual_dimension(int i) {
+    open("virtual_dimension");
+    attribute("name", name("Virtual", i));
+    attribute("description", text());
+    attribute("type", one_of(dimension_types));
+    out_ += ">\n";
+    collection("levels", 2, [&](int number) {
+      open("level");
+      attribute("name", name("Level", number));
+      attribute("member_key_column", number == 0 ? "All" : "&quot;table&quot;.&quot;colour&quot;");
+      this->number("column_type", 200);
+      attribute("description", text());
+      attribute("member_name_column", "&quot;table&quot;.&quot;name&quot;");
+      attribute("ordering", below(2) == 0 ? "name" : "Key");
+      out_ += "/>\n";
+    });
+    out_ += "</virtual_dimension>\n";
+  }
+
+  void virtual_cube(int i) {
+    open("virtual_cube");
+    attribute("name", odd() ? "Cube 0" : name("Virtual cube", i));
+    out_ += ">\n";
+    collection("measure_references", 2, [&](int number) {
+      open("measure_reference");
+      attribute("name", name("Measure", number));
+      attribute("source_column", "[Cube 0].[Measure 0]");
+      out_ += "/>\n";
+    });
+    collection("dimension_references", std::min(2, options_.shared_dimensions), [&](int number) {
+      open("dimension_reference");
+      attribute("name", name("Dimension", number));
+      out_ += "/>\n";
+    });
+    if (!odd()) {
+      collection("cube_roles", below(2), [&](int number) { cube_role(number); });
+    }
+    out_ += "</virtual_cube>\n";
   }
 
   void measure(int i) {

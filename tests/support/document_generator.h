@@ -12,6 +12,8 @@ struct GeneratorOptions {
   int shared_dimensions = 6;
   int roles = 2;
   int cubes = 4;
+  int virtual_dimensions = 0;
+  int virtual_cubes = 0;
   /// Chance, in a hundred, that an attribute is absent or not what it should be, that a name is
   /// empty or used before, and that a reference leads nowhere.
   int odd_percentage = 0;

@@ -100,6 +100,17 @@ TEST_F(Publications, EveryPublicationChangesTheSchemasItIsAboutAndNoOther) {
   EXPECT_EQ(after.at("datasources.xml"), before.at("datasources.xml"));
 }
 
+TEST_F(Publications, TheEnginePutsNothingInPlaceOfADollarAndABrace) {
+  publish("${user.home}");
+  const auto list = read_file(path("datasources.xml"));
+  EXPECT_THAT(list, HasSubstr("name=\"&#36;{user.home}\""));
+  EXPECT_THAT(list, Not(HasSubstr("${")));
+}
+
+TEST_F(Publications, AFailedRunIsKeptByNoServerThatPublishes) {
+  EXPECT_FALSE(open()->keeps_failed_runs());
+}
+
 TEST_F(Publications, ARemovedDatabaseDisappears) {
   publish("Retail");
   publish("Stock");

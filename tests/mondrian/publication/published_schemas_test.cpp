@@ -2,6 +2,9 @@
 
 #include <sys/stat.h>
 
+#include <cstdlib>
+#include <ctime>
+
 #include "tests/mondrian/publication/publication_fixture.h"
 
 namespace importkcd::testing {
@@ -35,6 +38,24 @@ TEST_F(FilesOfOthers, SchemasWithoutTheMarkStay) {
   }
   EXPECT_EQ(read_file(path("schemas/hand.xml")), foreign_schema);
   EXPECT_FALSE(fs::exists(path("schemas/Retail.xml")));
+}
+
+TEST_F(FilesOfOthers, WhatAnImportLeftBesideAForgottenSchemaGoesAway) {
+  publish("Retail");
+  fs::copy_file(path("schemas/Retail.xml"), path("schemas/Gone.xml.new"));
+  publish("Stock");
+  EXPECT_FALSE(fs::exists(path("schemas/Gone.xml.new")));
+}
+
+TEST(PublicationMark, TellsTheTimeOfGreenwichInEveryZone) {
+  const std::string earlier = publication_mark();
+  setenv("TZ", "EAST-12", 1);
+  tzset();
+  const std::string later = publication_mark();
+  unsetenv("TZ");
+  tzset();
+  EXPECT_LE(earlier, later);
+  EXPECT_LE(later, publication_mark());
 }
 
 TEST_F(FilesOfOthers, AFileThatIsNotOursIsNotReplaced) {

@@ -88,8 +88,8 @@ void ConnectionFiles::check_names(const ImportOptions& options) const {
   if (named_.empty()) {
     return;
   }
-  std::error_code error;
-  if (std::filesystem::is_fifo(options.kcd_document_file_name, error)) {
+  std::error_code ignored;
+  if (std::filesystem::is_fifo(options.kcd_document_file_name, ignored)) {
     throw ImportError(std::string("kcd: ") + connection_option +
                           ": NAME=FILE needs a document that can be read twice, and this is a pipe",
                       "kcd", FailureCause::command_line);

@@ -37,8 +37,8 @@ constexpr const char* seen_by_others =
 
 /// Fails as the importer does, but before a server is made. A pipe can be opened only once.
 void check_readable(const std::string& document) {
-  std::error_code error;
-  if (std::filesystem::is_fifo(document, error)) {
+  std::error_code ignored;
+  if (std::filesystem::is_fifo(document, ignored)) {
     return;
   }
   try {

@@ -106,7 +106,7 @@ TEST_F(KcdExport, SaysWhatTheDocumentDoesNotSay) {
   ASSERT_THAT(lines, SizeIs(1));
   EXPECT_EQ(lines.front(),
             "The document does not say it: cube 'Sales': measure 'Amount': description "
-            "\"placeholder @#$% itself\" -> \"placeholder ' itself\"");
+            "placeholder @#$% itself -> placeholder ' itself");
 }
 
 }  // namespace

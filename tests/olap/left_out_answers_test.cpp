@@ -4,7 +4,9 @@
 namespace importkcd::testing {
 namespace {
 
+using ::testing::EndsWith;
 using ::testing::HasSubstr;
+using ::testing::StartsWith;
 
 /// Imports these cubes into a database; gives what the import said on standard error.
 std::string import_errors(
@@ -61,22 +63,25 @@ TEST(LeftOut, CubesThatCannotBeExpressedAreNamedWithDimensionAndClause) {
   far_away.dimensions = {"Store", "Far Away"};
   SmallCube last{.name = "Last"};
   last.measure_column = R"("sales"."cost")";
-  EXPECT_EQ(
-      import_errors("Half Good",
-                    {{.name = "First"}, untied, outer_join, open_quote, stray, far_away, last}),
-      "Cube 'Untied' cannot be published: dimension 'Region': no equality ties its tables "
-      "region to the fact table in the cube's join clause\n"
-      "Cube 'Old Join' cannot be published: the clause \"sales\".\"store_id\" *= "
-      "\"store\".\"store_id\" holds an outer join in the old form (*= or =*); write LEFT OUTER "
-      "JOIN in the from clause\n"
-      "Cube 'Open Quote' cannot be published: a quote is not closed in the clause \"sales\", "
-      "\"store\n"
-      "Cube 'Stray' cannot be published: measure 'Figure': it names \"stock\".\"stock_value\", "
-      "whose table is not in the cube's from clause\n"
-      "Cube 'Far' cannot be published: dimension 'Far Away': its data source 'Elsewhere' is "
-      "another database than the cube's, 'Warehouse'\n" +
+  const auto errors = import_errors(
+      "Half Good", {{.name = "First"}, untied, outer_join, open_quote, stray, far_away, last});
+  EXPECT_THAT(
+      errors,
+      StartsWith(
+          "Cube 'Untied' cannot be published: dimension 'Region': no equality ties its tables "
+          "region to the fact table in the cube's join clause\n"
+          "Cube 'Old Join' cannot be published: the clause \"sales\".\"store_id\" *= "
+          "\"store\".\"store_id\" holds an outer join in the old form (*= or =*); write LEFT OUTER "
+          "JOIN in the from clause\n"
+          "Cube 'Open Quote' cannot be published: a quote is not closed in the clause \"sales\", "
+          "\"store\n"
+          "Cube 'Stray' cannot be published: measure 'Figure': it names \"stock\".\"stock_value\", "
+          "whose table is not in the cube's from clause\n"
+          "Cube 'Far' cannot be published: dimension 'Far Away': its data source 'Elsewhere' is "
+          "another database than the cube's, 'Warehouse'\n" +
           stored_incomplete({"Untied", "Old Join", "Open Quote", "Stray", "Far"}) +
-          "New Cube structure is not valid\n");
+          "New Cube structure is not valid\n"));
+  EXPECT_THAT(errors, EndsWith(": error: cube 'Far': New Cube structure is not valid\n"));
   expect_figures("Half Good", "First", "amount");
   expect_figures("Half Good", "Last", "cost");
   for (const std::string cube : {"Untied", "Old Join", "Open Quote", "Stray", "Far"}) {

@@ -17,7 +17,8 @@ class DatabaseLock {
   explicit DatabaseLock(std::string file) : file_(std::move(file)) {}
 
   /// Reserves a name, letter case apart; reserving it again is no error. Throws
-  /// DatabaseHeld when another object or process holds it, ImportError when the file cannot be made.
+  /// DatabaseHeld when another object or process holds it, ImportError when the file cannot be
+  /// made.
   void hold(std::string_view database);
 
   void release_all() noexcept { lock_file_.close(); }

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <optional>
 #include <string_view>
+#include <utility>
 
 #include "base/import_error.h"
 #include "base/text.h"
@@ -18,7 +19,7 @@ constexpr std::string_view label_marker = "$##";
 /// The check of one file's references.
 class LabelCheck {
  public:
-  explicit LabelCheck(const LabelsOfLanguage& labels) : labels_(labels), check_(true) {}
+  explicit LabelCheck(LabelsOfLanguage labels) : labels_(std::move(labels)), check_(true) {}
 
   void check_element(const Place& place) {
     for (const auto& attribute : place.element.attributes()) {

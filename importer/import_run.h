@@ -78,7 +78,7 @@ class ImportRun {
 
   /// Notes that the run works on an element as long as the result lives.
   [[nodiscard]] WorkingOn working_on(const KcdElement& element) const {
-    return WorkingOn(outcome_, element);
+    return {outcome_, element};
   }
 
   /// Notes what went wrong although the run goes on as if it had not: a sentence for a person,

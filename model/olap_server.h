@@ -130,8 +130,9 @@ class OlapServer {
 
   /// From now on hold_database() waits so long for a database that another run holds; `tell` is
   /// called with its name when the waiting begins. Where nothing is held, nothing is waited for.
-  virtual void wait_for_held_databases(std::chrono::seconds /*longest*/,
-                                       std::function<void(const std::string& name)> /*tell*/) {}
+  virtual void wait_for_held_databases(
+      std::chrono::seconds /*longest*/,
+      const std::function<void(const std::string& name)>& /*tell*/) {}
 
   /// Stores everything that was written back or removed since connect() or the last finish(), all
   /// of it or nothing, and releases the held databases. Ends all OlapDatabase references. Does

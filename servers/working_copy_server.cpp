@@ -117,10 +117,10 @@ void WorkingCopyServer::hold_database(const std::string& name) {
   }
 }
 
-void WorkingCopyServer::wait_for_held_databases(std::chrono::seconds longest,
-                                                std::function<void(const std::string& name)> tell) {
+void WorkingCopyServer::wait_for_held_databases(
+    std::chrono::seconds longest, const std::function<void(const std::string& name)>& tell) {
   longest_wait_ = longest;
-  tell_waiting_ = std::move(tell);
+  tell_waiting_ = tell;
 }
 
 OlapDatabase& WorkingCopyServer::open_database(const std::string& name) {

@@ -51,7 +51,7 @@ class WorkingCopyServer : public OlapServer {
   bool structure_is_valid(OlapDatabase& database, const OlapCube& cube) override;
   bool keep_former_databases() override;
   void wait_for_held_databases(std::chrono::seconds longest,
-                               std::function<void(const std::string& name)> tell) override;
+                               const std::function<void(const std::string& name)>& tell) override;
   void finish() override;
 
  private:

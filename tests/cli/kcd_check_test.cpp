@@ -185,7 +185,7 @@ TEST_F(KcdCheck, ForTheOlapEngineTellsWhatThatCannotServe) {
 }
 
 TEST_F(KcdCheck, LabelReferencesAreCheckedForTheirForm) {
-  auto text = changed("name=\"Shop\"", "guid=\"{1}\" name=\"$##1%\"");
+  auto text = changed("name=\"Shop\"", R"(guid="{1}" name="$##1%")");
   text.replace(text.find("description=\"Calendar\""), 22, "description=\"$##12, $##1.2.3%\"");
   text.replace(text.find("description=\"Goods\""), 19, "description=\"$##99999%\"");
   const auto file = folder.write("shop.kci", text);

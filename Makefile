@@ -51,7 +51,8 @@ sanitized:
 
 # What Qt's compiler makes of headers is part of a folder's source.
 tidy: sanitized
-	cmake --build --preset asan -j $(JOBS) --target pickers_qt_autogen
+	cmake --build --preset asan -j $(JOBS) --target pickers_qt_autogen \
+	  frontend_window_tests_autogen
 	scripts/check-tidy build/asan
 
 test-asan: sanitized

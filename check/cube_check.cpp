@@ -56,7 +56,7 @@ class CubeCheck {
 };
 
 void CubeCheck::run(const Place& place) {
-  const bool has_name = place.element.attribute("name").value_or("") != "";
+  const bool has_name = !place.element.attribute("name").value_or("").empty();
   is_built_ = check_.take_name(place, known_.cubes, Repeated::is_ignored) || !has_name;
   Place cube = place;
   cube.fails = is_built_;

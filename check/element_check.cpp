@@ -130,7 +130,9 @@ void ElementCheck::add(const Place& place, Severity severity, std::string_view r
   std::string path;
   for (const auto* at = &place; at != nullptr; at = at->outer) {
     if (!at->format.noun.empty()) {
-      path = path_part(at->format, at->element, at->number) + (path.empty() ? "" : " > ") + path;
+      auto part = path_part(at->format, at->element, at->number);
+      part.append(path.empty() ? "" : " > ").append(path);
+      path = std::move(part);
     }
   }
   findings_.push_back(

@@ -91,11 +91,11 @@ void add_value_types(std::string& out) {
         ValueKind::olap_mode}) {
     add_words(out, kind);
   }
-  constexpr std::string_view whole = "[ \\t]*[+\\-]?([0-9]+(\\.0*)?|\\.0+)[ \\t]*";
+  constexpr std::string_view whole = R"([ \t]*[+\-]?([0-9]+(\.0*)?|\.0+)[ \t]*)";
   add_pattern(out, ValueKind::int16, whole);
   add_pattern(out, ValueKind::int32, whole);
   add_pattern(out, ValueKind::decimal,
-              "[ \\t]*[+\\-]?([0-9]+(\\.[0-9]*)?|\\.[0-9]+)([eE][+\\-]?[0-9]+)?[ \\t]*");
+              R"([ \t]*[+\-]?([0-9]+(\.[0-9]*)?|\.[0-9]+)([eE][+\-]?[0-9]+)?[ \t]*)");
 }
 
 std::string element(ElementKind kind, std::string_view occurrences) {
@@ -106,7 +106,7 @@ std::string element(ElementKind kind, std::string_view occurrences) {
 void add_children(std::string& out, const ElementFormat& format) {
   if (format.every_child) {
     out += "    <xs:sequence>\n";
-    out += element(*format.every_child, " minOccurs=\"0\" maxOccurs=\"unbounded\"");
+    out += element(*format.every_child, R"( minOccurs="0" maxOccurs="unbounded")");
     out += "    </xs:sequence>\n";
     return;
   }

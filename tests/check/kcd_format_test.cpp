@@ -99,7 +99,7 @@ std::vector<Row> rows_of_page(const PageTable& table) {
     if (row.at(1) == "must be there") {
       continue;
     }
-    const auto conversion = row.at(1);
+    const auto& conversion = row.at(1);
     rows.push_back({unquoted(row.at(0)), conversion.substr(0, conversion.find_first_of(",;")),
                     conversion.find("absent") == std::string::npos ? "required" : "optional"});
   }

@@ -58,7 +58,7 @@ TEST(KcdSchema, AcceptsTheExamplesInWhichACheckFindsNothing) {
   const SchemaValidator validator;
   int clean = 0;
   for (const auto& entry : std::filesystem::directory_iterator(EXAMPLES_FOLDER)) {
-    const auto path = entry.path();
+    const auto& path = entry.path();
     if (path.extension() == ".kcd" && lines_found(read_file(path.string())).empty()) {
       EXPECT_TRUE(validator.accepts(read_file(path.string()))) << path;
       ++clean;

@@ -3,6 +3,8 @@
 namespace importkcd::testing {
 namespace {
 
+// Long texts go on in a second line.
+// NOLINTBEGIN(bugprone-suspicious-missing-comma)
 TEST(LibraryMistakes, AreFoundAtTheirPlaces) {
   expect_mistakes_found({
       {R"(version="1.0.1073")",
@@ -153,6 +155,7 @@ TEST(LibraryMistakes, AreFoundAtTheirPlaces) {
         "ignored"}},
   });
 }
+// NOLINTEND(bugprone-suspicious-missing-comma)
 
 }  // namespace
 }  // namespace importkcd::testing

@@ -64,7 +64,7 @@ using Variables = std::vector<std::pair<std::string, std::string>>;
 Variables with_no_settings(const Variables& variables) {
   Variables result{{"XDG_CONFIG_HOME", "/nonexistent"}, {"IMPORTKCD_SYSTEM_CONFIG", ""}};
   for (const auto& [name, value] : variables) {
-    const auto same = [&name](const auto& other) { return other.first == name; };
+    const auto same = [&taken = name](const auto& other) { return other.first == taken; };
     result.erase(std::remove_if(result.begin(), result.end(), same), result.end());
     result.emplace_back(name, value);
   }

@@ -155,7 +155,7 @@ class Viewer : public QObject {
   Viewer& operator=(const Viewer&) = delete;
   ~Viewer() override { QDesktopServices::unsetUrlHandler("file"); }
   QList<QUrl> viewed;
- public Q_SLOTS:
+ public Q_SLOTS:  // NOLINT(readability-redundant-access-specifiers)
   void view(const QUrl& url) { viewed.append(url); }
 };
 

@@ -107,7 +107,7 @@ TEST_F(KcdCheck, ACommandLineThatMakesNoSenseIsRefused) {
   }
 }
 
-/// The parts of SARIF 2.1.0 that its specification requires, and what its readers show.
+/// The parts that SARIF 2.1.0 requires, and those that its readers show.
 void expect_sarif(const SarifLog& log) {
   EXPECT_EQ(log.at("version"), "2.1.0");
   EXPECT_THAT(log.at("$schema").get<std::string>(), HasSubstr("sarif-2.1.0"));

@@ -94,6 +94,7 @@ Word word(const Vocabulary& vocabulary, Code code) {
 template <class Vocabulary>
 std::vector<std::string_view> words_of(const Vocabulary& vocabulary) {
   std::vector<std::string_view> words;
+  words.reserve(vocabulary.size());
   for (const auto& entry : vocabulary) {
     words.push_back(entry.word);
   }

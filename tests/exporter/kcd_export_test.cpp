@@ -233,8 +233,8 @@ TEST(KcdExport, WritesVirtualDimensionsAndVirtualCubesAsTheirImportersReadThem) 
     OlapLevel colour;
     colour.name = "Colour";
     colour.column_type = 130;
-    colour.member_key_column = "\"product\".\"colour\"";
-    colour.member_name_column = "\"product\".\"colour_name\"";
+    colour.member_key_column = R"("product"."colour")";
+    colour.member_name_column = R"("product"."colour_name")";
     colour.ordering = OlapOrdering::key;
     dimension.levels.add(colour);
     olap.write_back_dimension(database, database.dimensions().add(dimension));

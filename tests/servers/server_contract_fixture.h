@@ -137,12 +137,19 @@ class ServerContract : public ::testing::TestWithParam<PlaceKind> {
   std::unique_ptr<OlapServer> server_;
 };
 
+/// Where databases are stored, and held while a run is at work.
+inline std::vector<PlaceKind> kinds_of_storing_places() {
+  return {PlaceKind{"memory", [] { return std::make_unique<MemoryPlace>(); }},
+          PlaceKind{"catalogue", [] { return std::make_unique<CataloguePlace>(); }},
+          PlaceKind{"mondrian", [] { return std::make_unique<MondrianPlace>(); }}};
+}
+
+inline auto storing_places() { return ::testing::ValuesIn(kinds_of_storing_places()); }
+
 inline auto all_places() {
-  return ::testing::Values(
-      PlaceKind{"memory", [] { return std::make_unique<MemoryPlace>(); }},
-      PlaceKind{"catalogue", [] { return std::make_unique<CataloguePlace>(); }},
-      PlaceKind{"mondrian", [] { return std::make_unique<MondrianPlace>(); }},
-      PlaceKind{"rehearsal", [] { return std::make_unique<RehearsalPlace>(); }});
+  auto kinds = kinds_of_storing_places();
+  kinds.push_back({"rehearsal", [] { return std::make_unique<RehearsalPlace>(); }});
+  return ::testing::ValuesIn(kinds);
 }
 
 inline std::string name_of_place(const ::testing::TestParamInfo<PlaceKind>& place) {

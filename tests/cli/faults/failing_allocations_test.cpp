@@ -30,9 +30,6 @@ class FailingAllocations : public CommandFaultsTest {
 };
 
 TEST_P(FailingAllocations, EndTheCommandAndHarmNothing) {
-#ifdef __SANITIZE_ADDRESS__
-  GTEST_SKIP() << "AddressSanitizer serves the allocations itself";
-#endif
   constexpr long usual_stride = 397;
   prepare();
   restore_start();

@@ -23,7 +23,7 @@ struct TracedResult : ProcessResult {
   long interfered = -1;
 };
 
-/// Whether programs can be run that way on this machine.
+/// Whether the system lets a program be traced at all; nothing of the product is asked.
 bool can_trace();
 
 /// Runs a program to its end as its tracer. Its standard input is empty.

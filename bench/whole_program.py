@@ -180,6 +180,20 @@ class Bench:
         peak = statistics.median(sample.peak_bytes for sample in imports)
         self.table.row("its peak memory", "size of the document", peak / document.stat().st_size, 5)
 
+    def check(self):
+        document = self.document("kcd", self.megabytes)
+        # Its warnings are findings of the document, and no failure.
+        checks, imports = take_turns(
+            [
+                Command([self.kcd, "check", document]),
+                self.import_into("memory:", document),
+            ],
+            self.rounds,
+        )
+        self.table.compare(
+            f"`kcd check` of {self.megabytes} MB", "`kcd import` into `memory:`", checks, imports, 1.3
+        )
+
     def insert_script(self, catalogue):
         """A catalogue as a script for the sqlite3 shell: same settings, tables, indexes and rows."""
         script = self.folder / "insert.sql"
@@ -487,6 +501,7 @@ def display():
 
 ROWS = (
     "import_into_memory",
+    "check",
     "import_into_new_catalogue",
     "import_again",
     "add_one_cube",

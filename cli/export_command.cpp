@@ -64,13 +64,8 @@ void tell_losses(const Plan& losses, std::ostream& err) {
 }  // namespace
 
 ExportCommand::ExportCommand(CLI::App& program)
-    : Command(program, "export", "Write a stored database as a document"), server_("localhost") {
-  command_
-      ->add_option("SERVER", server_,
-                   "The OLAP server: localhost (this computer), catalogue:PATH or "
-                   "mondrian:DIRECTORY")
-      ->type_name("")
-      ->capture_default_str();
+    : Command(program, "export", "Write a stored database as a document") {
+  add_server_argument(*command_, server_);
   command_->add_option("DATABASE", database_, "The database; needed when there are several")
       ->type_name("");
   command_->add_option("--output", output_, "Write to this file, not to standard output")

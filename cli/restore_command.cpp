@@ -6,24 +6,13 @@
 
 #include "base/connection_text.h"
 #include "base/text.h"
+#include "cli/stored_databases.h"
 
 namespace importkcd {
-namespace {
-
-constexpr const char* this_computer = "localhost";
-
-}  // namespace
-
 RestoreCommand::RestoreCommand(CLI::App& program)
     : Command(program, "restore",
-              "Bring a database back as it was before an import replaced or changed it"),
-      server_(this_computer) {
-  command_
-      ->add_option("SERVER", server_,
-                   "The OLAP server: localhost (this computer), catalogue:PATH or "
-                   "mondrian:DIRECTORY")
-      ->type_name("")
-      ->capture_default_str();
+              "Bring a database back as it was before an import replaced or changed it") {
+  add_server_argument(*command_, server_);
   command_->add_option("DATABASE", database_, "The database; a single name is that of the database")
       ->type_name("");
   command_->add_flag("--list", list_, "List the copies that can be brought back, with their dates")

@@ -1,11 +1,22 @@
 #include "cli/stored_databases.h"
 
+#include <CLI/CLI.hpp>
 #include <algorithm>
 
 #include "base/import_error.h"
 #include "base/name_folding.h"
 
 namespace importkcd {
+
+void add_server_argument(CLI::App& command, std::string& server) {
+  server = "localhost";
+  command
+      .add_option("SERVER", server,
+                  "The OLAP server: localhost (this computer), catalogue:PATH or "
+                  "mondrian:DIRECTORY")
+      ->type_name("")
+      ->capture_default_str();
+}
 
 std::vector<std::string> databases_of(OlapServer& server) {
   std::vector<std::string> names;

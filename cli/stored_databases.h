@@ -5,7 +5,15 @@
 
 #include "model/olap_server.h"
 
+namespace CLI {
+class App;
+}
+
 namespace importkcd {
+
+/// Adds the argument SERVER of a command that works on stored databases; this computer's server is
+/// its default. `server` outlives `command`.
+void add_server_argument(CLI::App& command, std::string& server);
 
 /// The names of the databases of a connected server, in its order.
 std::vector<std::string> databases_of(OlapServer& server);

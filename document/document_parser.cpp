@@ -1,5 +1,4 @@
 #include <libxml/SAX2.h>
-#include <libxml/dict.h>
 #include <libxml/parser.h>
 #include <libxml/xmlerror.h>
 

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <libxml/dict.h>
 #include <libxml/parser.h>
 #include <libxml/tree.h>
 

@@ -2,9 +2,11 @@
 
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "base/apostrophes.h"
 #include "base/name_folding.h"
+#include "base/quoting.h"
 #include "check/cube_check.h"
 #include "check/element_check.h"
 
@@ -194,18 +196,11 @@ std::vector<std::string> names_of_path(std::string_view text) {
   while (!text.empty()) {
     std::string name;
     if (text.front() == '[') {
-      auto end = text.find(']');
-      while (end != std::string_view::npos && text.substr(end + 1, 1) == "]") {
-        end = text.find(']', end + 2);
-      }
-      if (end == std::string_view::npos) {
+      auto quoted_name = take_quoted_text(text);
+      if (!quoted_name) {
         return {};
       }
-      for (std::size_t i = 1; i < end; ++i) {
-        name += text[i];
-        i += text[i] == ']' ? 1 : 0;
-      }
-      text.remove_prefix(end + 1);
+      name = std::move(*quoted_name);
     } else {
       name = text.substr(0, text.find('.'));
       text.remove_prefix(name.size());

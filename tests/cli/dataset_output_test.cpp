@@ -1,5 +1,6 @@
 #include "cli/dataset_output.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <map>

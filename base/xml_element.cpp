@@ -12,6 +12,7 @@
 #include <new>
 
 #include "base/import_error.h"
+#include "base/text.h"
 
 namespace importkcd {
 namespace {
@@ -272,7 +273,8 @@ void check_xml_text(const std::string& text) {
     int length = static_cast<int>(std::min<std::size_t>(left, 4));
     const int character = xmlGetUTF8Char(rest, &length);
     if (character < 0 || !xmlIsCharQ(static_cast<unsigned>(character))) {
-      throw ImportError("'" + text + "' cannot stand in an XML file", error_source::olap_server);
+      throw ImportError("'" + printable(text) + "' cannot stand in an XML file",
+                        error_source::olap_server);
     }
     rest += length;
     left -= static_cast<std::size_t>(length);

@@ -74,12 +74,24 @@ std::string_view without_components(std::string_view message) {
   return message;
 }
 
+/// What the driver says about the last failed call with that handle, `otherwise` when nothing.
+std::string description_of(SQLSMALLINT type, SQLHANDLE handle, const std::string& otherwise) {
+  std::string result;
+  std::string message;
+  for (SQLSMALLINT i = 1; read_diagnostic(type, handle, i, message); ++i) {
+    result.append(result.empty() ? "" : "; ").append(without_components(message));
+  }
+  return result.empty() ? otherwise : result;
+}
+
 /// Owns an ODBC handle, from its allocation in the constructor to its release in the destructor.
 class OdbcHandle {
  public:
-  /// Throws ImportError when the driver manager refuses; `owner` is the null handle for an
-  /// environment.
-  OdbcHandle(SQLSMALLINT type, SQLHANDLE owner);
+  /// An environment.
+  OdbcHandle();
+  /// A handle that belongs to another one: a connection to an environment, a statement to a
+  /// connection. Throws ImportError with the owner's reason when there is none to be had.
+  OdbcHandle(SQLSMALLINT type, const OdbcHandle& owner);
   ~OdbcHandle() { OdbcLibrary::get().free_handle(type_, handle_); }
   OdbcHandle(const OdbcHandle&) = delete;
   OdbcHandle& operator=(const OdbcHandle&) = delete;
@@ -91,15 +103,27 @@ class OdbcHandle {
   SQLRETURN check(SQLRETURN result) const;
 
  private:
-  std::string description() const;
+  bool allocated(SQLHANDLE owner) {
+    return SQL_SUCCEEDED(OdbcLibrary::get().alloc_handle(type_, owner, &handle_));
+  }
 
   SQLSMALLINT type_;
   SQLHANDLE handle_ = SQL_NULL_HANDLE;
 };
 
-OdbcHandle::OdbcHandle(SQLSMALLINT type, SQLHANDLE owner) : type_(type) {
-  if (!SQL_SUCCEEDED(OdbcLibrary::get().alloc_handle(type, owner, &handle_))) {
-    throw ImportError("The ODBC driver manager has no handle left", error_source::labels_database);
+constexpr const char* no_handle_left = "The ODBC driver manager has no handle left";
+
+OdbcHandle::OdbcHandle() : type_(SQL_HANDLE_ENV) {
+  if (!allocated(SQL_NULL_HANDLE)) {
+    throw ImportError(no_handle_left, error_source::labels_database);
+  }
+}
+
+OdbcHandle::OdbcHandle(SQLSMALLINT type, const OdbcHandle& owner) : type_(type) {
+  if (!allocated(owner.get())) {
+    // A connection that the server has ended gives no statement either.
+    throw ImportError(description_of(owner.type_, owner.get(), no_handle_left),
+                      error_source::labels_database);
   }
 }
 
@@ -107,16 +131,8 @@ SQLRETURN OdbcHandle::check(SQLRETURN result) const {
   if (SQL_SUCCEEDED(result) || result == SQL_NO_DATA) {
     return result;
   }
-  throw ImportError(description(), error_source::labels_database);
-}
-
-std::string OdbcHandle::description() const {
-  std::string result;
-  std::string message;
-  for (SQLSMALLINT i = 1; read_diagnostic(type_, handle_, i, message); ++i) {
-    result.append(result.empty() ? "" : "; ").append(without_components(message));
-  }
-  return result.empty() ? "The database driver failed without a reason" : result;
+  throw ImportError(description_of(type_, handle_, "The database driver failed without a reason"),
+                    error_source::labels_database);
 }
 
 /// A text as the W functions of ODBC take it, valid for as long as this object.
@@ -208,11 +224,11 @@ class OdbcRows : public LabelRows {
 /// An environment that speaks ODBC 3.
 class OdbcEnvironment {
  public:
-  OdbcEnvironment() : handle_(SQL_HANDLE_ENV, SQL_NULL_HANDLE) {
+  OdbcEnvironment() {
     handle_.check(OdbcLibrary::get().set_env_attr(handle_.get(), SQL_ATTR_ODBC_VERSION,
                                                   as_pointer(SQL_OV_ODBC3), 0));
   }
-  SQLHANDLE get() const { return handle_.get(); }
+  const OdbcHandle& handle() const { return handle_; }
 
  private:
   OdbcHandle handle_;
@@ -221,7 +237,7 @@ class OdbcEnvironment {
 class OdbcLabels : public LabelsConnection {
  public:
   OdbcLabels(const std::string& connection_string, const LabelsTimeouts& timeouts)
-      : connection_(SQL_HANDLE_DBC, environment_.get()), timeouts_(timeouts) {
+      : connection_(SQL_HANDLE_DBC, environment_.handle()), timeouts_(timeouts) {
     connection_.check(odbc_.set_connect_attr(connection_.get(), SQL_ATTR_LOGIN_TIMEOUT,
                                              as_pointer(timeouts.connecting.count()),
                                              SQL_IS_UINTEGER));
@@ -271,7 +287,7 @@ class OdbcLabels : public LabelsConnection {
 
  private:
   std::unique_ptr<OdbcHandle> new_statement() const {
-    auto statement = std::make_unique<OdbcHandle>(SQL_HANDLE_STMT, connection_.get());
+    auto statement = std::make_unique<OdbcHandle>(SQL_HANDLE_STMT, connection_);
     // A driver without such a limit reports an error, which does not matter.
     odbc_.set_stmt_attr(statement->get(), SQL_ATTR_QUERY_TIMEOUT,
                         as_pointer(timeouts_.answering.count()), SQL_IS_UINTEGER);

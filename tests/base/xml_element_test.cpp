@@ -49,7 +49,8 @@ TEST(XmlElement, WhatCannotStandInXmlIsAnError) {
     }
     return "nothing was thrown";
   };
-  EXPECT_EQ(reason("bell\a"), "'bell\a' cannot stand in an XML file");
+  EXPECT_EQ(reason("bell\a"), "'bell ' cannot stand in an XML file");
+  EXPECT_EQ(reason(std::string("a\0z", 3)), "'a z' cannot stand in an XML file");
   EXPECT_EQ(reason("latin \xe9"), "'latin \xe9' cannot stand in an XML file");
 }
 

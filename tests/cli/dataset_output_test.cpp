@@ -1,5 +1,6 @@
 #include "cli/dataset_output.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <map>
@@ -168,9 +169,13 @@ TEST(DatasetTable, AnAnswerThatIsTooLargeIsRefused) {
   DatasetAxis axis{"Axis0", {{"H", {}}}, DatasetAxis().tuples};
   axis.tuples.resize(4000, {sample_member("H", "m")});
   dataset.axes = {axis, axis};
-  EXPECT_THROW(table_of(dataset), ImportError);
+  EXPECT_THAT([&] { table_of(dataset); },
+              ::testing::ThrowsMessage<ImportError>(
+                  ::testing::StrEq("the answer is too large for a table; --json prints it")));
   dataset.axes = {sample_axis("Axis0", "M", {}), sample_axis("Axis1", "S", {"x"}), axis, axis};
-  EXPECT_THROW(table_of(dataset), ImportError);
+  EXPECT_THAT([&] { table_of(dataset); },
+              ::testing::ThrowsMessage<ImportError>(
+                  ::testing::StrEq("the answer is too large for a table; --json prints it")));
 }
 
 TEST(TextWidth, CountsWhatATerminalShows) {

@@ -60,7 +60,10 @@ TEST_F(KcdDocumentTest, RootAloneIsKeptOfADocumentThatIsReadWhole) {
   EXPECT_EQ(outline(document->root()), "a");
   EXPECT_EQ(document->root().attribute("b"), "1");
   EXPECT_EQ(document->root().attribute("d"), std::nullopt);
-  EXPECT_THROW(KcdDocument::load_root(folder.write("document.xml", "<a><b></a>")), ImportError);
+  const auto broken = folder.write("document.xml", "<a><b></a>");
+  EXPECT_THAT([&] { KcdDocument::load_root(broken); },
+              ::testing::ThrowsMessage<ImportError>(::testing::StrEq(
+                  "line 1, column 11: Opening and ending tag mismatch: b line 1 and a")));
 }
 
 TEST_F(KcdDocumentTest, ElementsKeepTheirOrder) {

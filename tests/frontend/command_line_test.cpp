@@ -202,12 +202,16 @@ TEST_F(CommandLine, LockingLeavesAPatternAloneThatIsSwitchedOff) {
 }
 
 TEST_F(CommandLine, AConversionErrorStopsTheParsing) {
-  EXPECT_THROW(parse("/machine S /dwpwd x /file f.kcd"), StartUpError);
+  EXPECT_THAT([&] { parse("/machine S /dwpwd x /file f.kcd"); },
+              ::testing::ThrowsMessage<StartUpError>(
+                  ::testing::StrEq("Invalid procedure call or argument in option 'dwpwd'")));
   EXPECT_THAT(target.operations, ElementsAre("set_text txtOLAPServer=S", "repaint txtOLAPServer"));
 }
 
 TEST_F(CommandLine, APasswordOptionAtTheEndOfTheLineIsAnError) {
-  EXPECT_THROW(parse("/machine S /dwpwd"), StartUpError);
+  EXPECT_THAT([&] { parse("/machine S /dwpwd"); },
+              ::testing::ThrowsMessage<StartUpError>(
+                  ::testing::StrEq("Invalid procedure call or argument in option 'dwpwd'")));
 }
 
 TEST_F(CommandLine, ATrustedLoginAtTheEndOfTheLineIsTrusted) {

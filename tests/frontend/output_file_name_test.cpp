@@ -3,6 +3,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "tests/support/time_zone.h"
+
 namespace importkcd {
 namespace {
 
@@ -17,6 +19,21 @@ TEST(OutputFileName, TheDayIsTodaysWhereTheComputerStands) {
   const auto here = std::chrono::sys_days(local_date());
   EXPECT_LE(here - now, days(1));
   EXPECT_LE(now - here, days(2)) << "a day may begin between the two looks at the clock";
+}
+
+TEST(OutputFileName, TheDayIsThatOfTheZone) {
+  // Among three zones a day apart and more at least one has another date than Greenwich.
+  for (const int hours_east : {-20, 0, 20}) {
+    const testing::TimeZone zone(hours_east);
+    const auto day_there = [&] {
+      const auto there = std::chrono::system_clock::now() + std::chrono::hours(hours_east);
+      return std::chrono::year_month_day(std::chrono::floor<std::chrono::days>(there));
+    };
+    const auto earliest = day_there();
+    const auto today = local_date();
+    EXPECT_LE(earliest, today) << hours_east;
+    EXPECT_LE(today, day_there()) << hours_east;
+  }
 }
 
 TEST(OutputFileName, IsDerivedFromTheDocumentAndTheDate) {

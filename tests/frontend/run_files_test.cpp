@@ -114,13 +114,18 @@ TEST_F(OutputFileTest, WhoOpensLastDecidesAboutTheFile) {
 }
 
 TEST_F(OutputFileTest, AFileThatCannotBeOpenedIsAnError) {
-  EXPECT_THROW(file.OpenOutputFile(folder.file("no/o.txt")), FileError);
-  EXPECT_THROW(file.OpenOutputFile(""), FileError);
+  EXPECT_EQ(
+      file_error_of([&] { file.OpenOutputFile(folder.file("no/o.txt")); }),
+      "Unable to write to file '" + folder.file("no/o.txt") + "'\r\nNo such file or directory");
+  EXPECT_EQ(file_error_of([&] { file.OpenOutputFile(""); }),
+            "Unable to write to file '" + std::string() + "'\r\nNo such file or directory");
   file.WriteOutputLine("dropped");
 }
 
 TEST_F(OutputFileTest, AFullDiskShowsWithTheFirstLine) {
-  EXPECT_THROW(file.OpenOutputFile("/dev/full"), FileError);
+  EXPECT_EQ(
+      file_error_of([&] { file.OpenOutputFile("/dev/full"); }),
+      "Unable to write to file '" + std::string("/dev/full") + "'\r\nNo space left on device");
 }
 
 TEST_F(OutputFileTest, ADiskThatFillsUpLaterStopsNothing) {
@@ -184,9 +189,14 @@ TEST(StatusFile, OnlyARegularFileIsRemoved) {
 
 TEST(StatusFile, AFileThatCannotBeWrittenIsAnError) {
   const TemporaryFolder folder;
-  EXPECT_THROW(WriteStatusFile(folder.path().string(), "x"), FileError);
-  EXPECT_THROW(WriteStatusFile(folder.file("no/s.txt"), "x"), FileError);
-  EXPECT_THROW(WriteStatusFile("/dev/full", "x"), FileError);
+  EXPECT_EQ(file_error_of([&] { WriteStatusFile(folder.path().string(), "x"); }),
+            "Unable to write to file '" + folder.path().string() + "'\r\nIs a directory");
+  EXPECT_EQ(
+      file_error_of([&] { WriteStatusFile(folder.file("no/s.txt"), "x"); }),
+      "Unable to write to file '" + folder.file("no/s.txt") + "'\r\nNo such file or directory");
+  EXPECT_EQ(
+      file_error_of([&] { WriteStatusFile("/dev/full", "x"); }),
+      "Unable to write to file '" + std::string("/dev/full") + "'\r\nNo space left on device");
 }
 
 }  // namespace

@@ -5,7 +5,10 @@
 
 #include <array>
 #include <clocale>
+#include <ctime>
 #include <string>
+
+#include "tests/support/time_zone.h"
 
 namespace importkcd {
 namespace {
@@ -75,6 +78,24 @@ TEST(TimeStamp, LeavesTheZoneOut) {
   EXPECT_EQ(time_stamp_format("da_DK", "%x", "kl. %H.%M %z"), "%x kl. %H.%M");
   EXPECT_EQ(time_stamp_format("xx_XX", "%x", "%OH:%_M %EZ"), "%x %OH:%_M");
   EXPECT_EQ(time_stamp_format("xx_XX", "%x", "%H%%Z%"), "%x %H%%Z%");
+}
+
+TEST(TimeStamp, OfThisMomentIsTheTimeOfTheZone) {
+  const TimeLocale locale("C");
+  constexpr int seconds_an_hour = 3600;
+  for (const int hours_east : {-11, 0, 13}) {
+    const testing::TimeZone zone(hours_east);
+    const auto stamp_there = [&] {
+      const std::time_t there = std::time(nullptr) + hours_east * seconds_an_hour;
+      std::tm time{};
+      gmtime_r(&there, &time);
+      return format_time_stamp(time);
+    };
+    const auto earliest = stamp_there();
+    const auto stamp = current_time_stamp();
+    EXPECT_LE(earliest, stamp) << hours_east;
+    EXPECT_LE(stamp, stamp_there()) << hours_east;
+  }
 }
 
 TEST(TimeStamp, OfThisMomentLooksLikeOne) {

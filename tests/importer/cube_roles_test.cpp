@@ -153,6 +153,27 @@ TEST_F(CubeRoles, AbsentPermissionsOfASkippedRoleAreNoError) {
   EXPECT_THAT(roles(), ElementsAre("A: Access=old"));
 }
 
+TEST_F(CubeRoles, AnUpdateIsToldBeforeThePermissionIsReadAndWritten) {
+  options.ImportType = import_type::update;
+  add_role("A", "old");
+  std::vector<std::string> seen;
+  WatchingSink watching([&](const std::string& message) {
+    seen.push_back(message);
+    EXPECT_THAT(roles(), ElementsAre("A: Access=old")) << message;
+  });
+  options.progres_window = &watching;
+  build(R"(<r><a name="A" permissions="new"/></r>)");
+  EXPECT_THAT(roles(), ElementsAre("A: Access=new"));
+  add_role("B", "old");
+  cube.roles.edit("A")->permissions.put({"Access", "old"});
+  options.progres_window = &sink;
+  EXPECT_EQ(error_of(run(), parse(R"(<r><b name="B"/></r>)"), cube),
+            "Invalid use of Null in KCD document");
+  EXPECT_THAT(seen, ElementsAre("Updateing cube role 'A'"));
+  EXPECT_THAT(sink.messages, ElementsAre("Updateing cube role 'B'"));
+  EXPECT_THAT(roles(), ElementsAre("A: Access=old", "B: Access=old"));
+}
+
 TEST_F(CubeRoles, AnEmptyNameEndsTheBuilder) {
   EXPECT_NE(error_of(run(), parse(R"(<r><a name="" permissions="1"/></r>)"), cube), "");
   EXPECT_THAT(sink.messages, IsEmpty());

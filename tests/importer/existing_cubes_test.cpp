@@ -263,6 +263,20 @@ TEST_F(ExistingCubes, ExistingVirtualCubeIsRebuiltAsARegularOneInUpdateMode) {
   EXPECT_THAT(names_of(stored.dimensions), ElementsAre("Time"));
 }
 
+TEST_F(ExistingCubes, RegularCubeStandsInTheVirtualOnesPlaceWhenItIsTold) {
+  given_stored_virtual_cube("Sales");
+  options.ImportType = import_type::update;
+  std::vector<std::string> seen;
+  WatchingSink watching([&](const std::string& message) {
+    const bool regular = cube("Sales").kind == OlapCubeKind::regular;
+    seen.push_back(message + (regular ? ": regular" : ": virtual"));
+  });
+  options.progres_window = &watching;
+  import(valid_cube("Sales"));
+  EXPECT_THAT(seen, ElementsAre("Creating cubes: virtual", "Searching cube 'Sales': virtual",
+                                "Creating new cube 'Sales': regular"));
+}
+
 // Canceled updates.
 
 TEST_F(ExistingCubes, RefusedLockCancelsTheUpdateAndTheNextCubeFollows) {

@@ -1,6 +1,9 @@
 #include "importer/roles.h"
 
+#include "servers/catalogue/catalogue_store.h"
+#include "servers/working_copy_server.h"
 #include "tests/importer/changed_text.h"
+#include "tests/support/forwarding_store.h"
 #include "tests/support/import_fixture.h"
 
 namespace importkcd::testing {
@@ -168,6 +171,24 @@ TEST_F(Roles, AbsentNameIsThrownBeforeAnyMessage) {
             "Invalid use of Null");
   EXPECT_THAT(sink.messages, ElementsAre("Creating roles"));
   expect_no_error();
+}
+
+TEST_F(Roles, ExistingOneThatCannotBeFetchedIsNotToldAsUpdated) {
+  int reads = 0;
+  int failing = 0;
+  use_server(std::make_unique<WorkingCopyServer>(std::make_shared<ForwardingStore>(
+      make_catalogue_store(folder.file("server.olap"), ServerAccess::read_write), [&] {
+        if (++reads == failing) {
+          throw ImportError("fetch failed", error_source::olap_server);
+        }
+      })));
+  given("Readers");
+  options.ImportType = import_type::update;
+  run();
+  // The first read tells that the role is there, the second one fetches it.
+  failing = reads + 2;
+  EXPECT_EQ(error_of_import(readers), "fetch failed");
+  EXPECT_THAT(sink.messages, ElementsAre("Creating roles", "Searching role 'Readers'"));
 }
 
 TEST_F(Roles, EmptyNameIsThrownBeforeTheCreatingMessage) {

@@ -208,6 +208,23 @@ TEST_F(VirtualCubes, AnExistingRegularCubeMakesWayInUpdateMode) {
   EXPECT_THAT(stored_cubes(), ElementsAre(overview_content));
 }
 
+TEST_F(VirtualCubes, AVirtualCubeStandsInTheRegularOnesPlaceWhenItIsTold) {
+  store_old_regular_cube();
+  options.ImportType = import_type::update;
+  std::vector<std::string> seen;
+  WatchingSink watching([&](const std::string& message) {
+    const bool regular = database().cubes().find("Overview")->kind == OlapCubeKind::regular;
+    seen.push_back(message + (regular ? ": regular" : ": virtual"));
+  });
+  options.progres_window = &watching;
+  import(R"(<v><c name="Overview"/></v>)");
+  EXPECT_THAT(seen, ElementsAre("Creating virtual cubes: regular",
+                                "Searching virtual cube 'Overview': regular",
+                                "Creating new virtual cube 'Overview': virtual",
+                                "Creating measure references: virtual",
+                                "Creating dimension references: virtual"));
+}
+
 TEST_F(VirtualCubes, ARefusedLockCancelsTheUpdateAndTheNextOneFollows) {
   store_old_virtual_cube();
   options.ImportType = import_type::update;

@@ -28,6 +28,17 @@ TEST(KciFileName, TheFolderIsTheOneThatExists) {
             folder.file("Data/Sub Folder/sales.kcd"));
 }
 
+TEST(KciFileName, ARelativeFolderIsFoundInAnotherLetterCase) {
+  const testing::TemporaryFolder folder;
+  fs::create_directories(folder.file("Data/Sub Folder"));
+  const auto before = fs::current_path();
+  fs::current_path(folder.path());
+  EXPECT_EQ(kcd_path_of("DATA/sub folder/Sales.KCI"), "Data/Sub Folder/sales.kcd");
+  EXPECT_EQ(kcd_path_of("./DATA/Sales.KCI"), "./Data/sales.kcd");
+  EXPECT_EQ(kcd_path_of("Absent/Sales.KCI"), "absent/sales.kcd") << "there is no such folder";
+  fs::current_path(before);
+}
+
 TEST(KciFileName, OfSeveralFoldersTheTypedOneIsTaken) {
   const testing::TemporaryFolder folder;
   fs::create_directories(folder.file("DATA"));

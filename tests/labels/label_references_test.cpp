@@ -68,6 +68,15 @@ TEST(LabelReferences, AnIdOutOfRangeIsUnknownWhenAnotherLiesInside) {
   EXPECT_EQ(substituted("$##-2%|$##12%"), "Unknown-2|Year");
 }
 
+TEST(LabelReferences, AnIdBelowTheFirstIsUnknownWhereverTheFirstLies) {
+  const auto late = labels_of({{20, "Twenty"}, {21, "More"}});
+  EXPECT_EQ(SubstituteLabelReferences("$##19%|$##20%|$##-20%|$##0%", late),
+            "Unknown19|Twenty|Unknown-20|Unknown0");
+  EXPECT_EQ(SubstituteLabelReferences("$##19%", late), "ERROR");
+  const auto negative = labels_of({{-3, "a"}, {-2, "b"}});
+  EXPECT_EQ(SubstituteLabelReferences("$##-4%$##-3%", negative), "Unknown-4a");
+}
+
 TEST(LabelReferences, AMissingOrBlankLabelIsUnknownAndCountsAsResolved) {
   EXPECT_EQ(substituted("$##7%"), "Unknown7");
   EXPECT_EQ(substituted("<$##6%>"), "<Unknown6>");

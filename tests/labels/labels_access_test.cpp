@@ -254,6 +254,8 @@ TEST_F(LabelsAccessTest, ALoadEndsAtAnIdOrALabelThatIsNone) {
   EXPECT_EQ(failure_of_load(), "Label ID 'one' is no number");
   script.rows = {{"1", "a"}, {"9", "b"}, {"2", "c"}};
   EXPECT_EQ(failure_of_load(), "The labels are not in the order of their IDs");
+  script.rows = {{"5", "a"}, {"4", "b"}, {"9", "c"}};
+  EXPECT_EQ(failure_of_load(), "The labels are not in the order of their IDs");
   script.rows = {{"9", "b"}, {"2", "c"}};
   EXPECT_EQ(failure_of_load(), "The labels are not in the order of their IDs");
   EXPECT_EQ(access.labels().MinLabelID, -1);

@@ -101,7 +101,9 @@ TEST_F(RehearsalStoreTest, ARehearsalHoldsNothing) {
 }
 
 TEST_F(RehearsalStoreTest, RestoringCannotBeRehearsed) {
-  EXPECT_THROW(rehearse(RehearsalBase::stored)->restore("Retail"), ImportError);
+  EXPECT_THAT([&] { rehearse(RehearsalBase::stored)->restore("Retail"); },
+              ::testing::ThrowsMessage<ImportError>(
+                  ::testing::StrEq("database 'Retail' cannot be restored in a rehearsal")));
 }
 
 TEST(Rehearsal, CreatesNothingOnAnyServer) {
@@ -124,8 +126,13 @@ TEST(Rehearsal, MeetsTheSameRefusalsAsARun) {
   folder.write("datasources.xml", "somebody else's");
   const auto rehearsal =
       make_rehearsal("mondrian:" + folder.path().string(), RehearsalBase::stored);
-  EXPECT_THROW(rehearsal.server->connect(""), ImportError);
-  EXPECT_THROW(make_rehearsal("elsewhere", RehearsalBase::stored), ImportError);
+  EXPECT_THAT([&] { rehearsal.server->connect(""); },
+              ::testing::ThrowsMessage<ImportError>(
+                  ::testing::StartsWith("the folder '" + folder.path().string() +
+                                        "' has a datasources.xml that no import has written (")));
+  EXPECT_THAT([&] { make_rehearsal("elsewhere", RehearsalBase::stored); },
+              ::testing::ThrowsMessage<ImportError>(::testing::StartsWith(
+                  "'elsewhere' is no OLAP server that can be reached; there are: ")));
 }
 
 }  // namespace

@@ -58,9 +58,12 @@ TEST_F(WorkingCopy, AFailedReadOfTheDimensionsInUseLetsNoLaterLockCheckPass) {
   auto& database = open();
   const auto& time = *database.dimensions().find("Time");
   fails = true;
-  EXPECT_THROW(server().lock_dimension(database, time), ImportError);
+  EXPECT_THAT([&] { server().lock_dimension(database, time); },
+              ::testing::ThrowsMessage<ImportError>(::testing::StrEq("disk on fire")));
   fails = false;
-  EXPECT_THROW(server().lock_dimension(database, time), LockRefused);
+  EXPECT_THAT([&] { server().lock_dimension(database, time); },
+              ::testing::ThrowsMessage<LockRefused>(
+                  ::testing::StrEq("dimension 'Time' is used in a cube")));
 }
 
 TEST_F(WorkingCopy, AFailedReadForTheGuardOfTheLevelsIsRepeatedToo) {
@@ -68,9 +71,12 @@ TEST_F(WorkingCopy, AFailedReadForTheGuardOfTheLevelsIsRepeatedToo) {
   const auto& place = *database.dimensions().find("Place");
   server().lock_dimension(database, place);
   fails = true;
-  EXPECT_THROW(server().lock_levels(database, place), ImportError);
+  EXPECT_THAT([&] { server().lock_levels(database, place); },
+              ::testing::ThrowsMessage<ImportError>(::testing::StrEq("disk on fire")));
   fails = false;
-  EXPECT_THROW(server().lock_levels(database, place), LockRefused);
+  EXPECT_THAT([&] { server().lock_levels(database, place); },
+              ::testing::ThrowsMessage<LockRefused>(
+                  ::testing::StrEq("dimension 'Place' is used in a virtual cube")));
 }
 
 TEST_F(WorkingCopy, OnlyUseIsARefusal) {

@@ -3,9 +3,11 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "document/kcd_document.h"
@@ -25,6 +27,17 @@ class RecordingSink : public ProgressSink, public NotificationSink {
 
   std::vector<std::string> messages;
   std::vector<std::string> notifications;
+};
+
+/// Hands each message to `look` at the moment when it comes, so that a test sees what is there
+/// then.
+class WatchingSink : public ProgressSink {
+ public:
+  explicit WatchingSink(std::function<void(const std::string&)> look) : look_(std::move(look)) {}
+  void put_progres_message(const std::string& message) override { look_(message); }
+
+ private:
+  std::function<void(const std::string&)> look_;
 };
 
 /// A fixture for one section: an in-memory server with the written-back database "Test", options,

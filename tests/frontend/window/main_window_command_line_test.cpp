@@ -229,8 +229,12 @@ TEST_F(WindowCommandLineStart, LabelFileThatIsUnknownStopsTheRun) {
 }
 
 TEST_F(WindowCommandLineStart, ValueThatCannotBeConvertedIsThrown) {
-  EXPECT_THROW(load("/dwpwd a"), StartUpError);
-  EXPECT_THROW(load("/labeltrusted maybe"), StartUpError);
+  EXPECT_THAT([&] { load("/dwpwd a"); },
+              ::testing::ThrowsMessage<StartUpError>(
+                  ::testing::StrEq("Invalid procedure call or argument in option 'dwpwd'")));
+  EXPECT_THAT([&] { load("/labeltrusted maybe"); },
+              ::testing::ThrowsMessage<StartUpError>(
+                  ::testing::StrEq("Type mismatch in option 'labeltrusted'")));
 }
 
 }  // namespace

@@ -71,12 +71,16 @@ TEST_P(LabelsConnectionContract, SwitchesTheDefaultDatabaseThereAndBack) {
 
 TEST_P(LabelsConnectionContract, AnAbsentDatabaseIsRefusedAndTheFormerOneStays) {
   connection->use_database(side_database::stock);
-  EXPECT_THROW(connection->use_database("importkcd absent"), ImportError);
+  EXPECT_THAT([&] { connection->use_database("importkcd absent"); },
+              ::testing::ThrowsMessage<ImportError>(::testing::HasSubstr("importkcd absent")));
   EXPECT_THAT(texts(languages), ElementsAre("Deutsch"));
 }
 
 TEST_P(LabelsConnectionContract, TheEmptyDatabaseNameIsRefused) {
-  EXPECT_THROW(connection->use_database(""), ImportError);
+  EXPECT_THAT([&] { connection->use_database(""); },
+              ::testing::ThrowsMessage<ImportError>(::testing::AnyOf(
+                  "No database is chosen",
+                  ::testing::StartsWith("There is no database '' in the folder"))));
 }
 
 TEST_P(LabelsConnectionContract, TextsComeInEveryScript) {
@@ -138,7 +142,8 @@ TEST_P(LabelsConnectionContract, AColumnIsFoundByItsNameInAnyLetterCase) {
   const auto rows = connection->execute("SELECT * FROM KCI_GUIDs");
   EXPECT_EQ(rows->column("Remark"), 0U);
   EXPECT_EQ(rows->column("guid"), 1U);
-  EXPECT_THROW(rows->column("UID"), ImportError);
+  EXPECT_THAT([&] { rows->column("UID"); },
+              ::testing::ThrowsMessage<ImportError>(::testing::StrEq("no such column: UID")));
 }
 
 TEST_P(LabelsConnectionContract, AStatementMayHaveNoRows) {

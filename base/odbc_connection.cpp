@@ -1,4 +1,4 @@
-#include "labels/odbc_connection.h"
+#include "base/odbc_connection.h"
 
 #include <sql.h>
 #include <sqlext.h>
@@ -20,19 +20,23 @@ namespace {
 
 /// The functions of the ODBC driver manager.
 struct OdbcLibrary {
-  /// Throws ImportError when there is no driver manager; may be called from any thread.
-  static const OdbcLibrary& get() {
-    static const OdbcLibrary functions;
+  /// Throws ImportError of the component `source` when there is no driver manager; may be called
+  /// from any thread.
+  static const OdbcLibrary& get(std::string_view source) {
+    static const OdbcLibrary functions(source);
     return functions;
   }
 
-  SharedLibrary library{ODBC_LIBRARY, "ODBC", error_source::labels_database};
+  explicit OdbcLibrary(std::string_view source) : library(ODBC_LIBRARY, "ODBC", source) {}
+
+  SharedLibrary library;
   LibraryFunction<decltype(&SQLAllocHandle)> alloc_handle{library, "SQLAllocHandle"};
   LibraryFunction<decltype(&SQLFreeHandle)> free_handle{library, "SQLFreeHandle"};
   LibraryFunction<decltype(&SQLGetDiagRecW)> get_diag_rec{library, "SQLGetDiagRecW"};
   LibraryFunction<decltype(&SQLSetEnvAttr)> set_env_attr{library, "SQLSetEnvAttr"};
   LibraryFunction<decltype(&SQLSetConnectAttr)> set_connect_attr{library, "SQLSetConnectAttr"};
   LibraryFunction<decltype(&SQLSetConnectAttrW)> set_connect_text{library, "SQLSetConnectAttrW"};
+  LibraryFunction<decltype(&SQLEndTran)> end_transaction{library, "SQLEndTran"};
   LibraryFunction<decltype(&SQLDriverConnectW)> driver_connect{library, "SQLDriverConnectW"};
   LibraryFunction<decltype(&SQLDisconnect)> disconnect{library, "SQLDisconnect"};
   LibraryFunction<decltype(&SQLTablesW)> tables{library, "SQLTablesW"};
@@ -50,14 +54,24 @@ std::string utf8_of(const SQLWCHAR* units, std::size_t count) {
   return utf8_text({reinterpret_cast<const char16_t*>(units), count});
 }
 
-bool read_diagnostic(SQLSMALLINT type, SQLHANDLE handle, SQLSMALLINT number, std::string& result) {
+/// What all that belongs to one connection calls, and whose errors it throws.
+struct OdbcContext {
+  explicit OdbcContext(std::string_view component)
+      : source(component), odbc(OdbcLibrary::get(component)) {}
+
+  std::string source;
+  const OdbcLibrary& odbc;
+};
+
+bool read_diagnostic(const OdbcContext& context, SQLSMALLINT type, SQLHANDLE handle,
+                     SQLSMALLINT number, std::string& result) {
   std::array<SQLWCHAR, 6> state{};
   std::array<SQLWCHAR, message_units> message{};
   SQLINTEGER native = 0;
   SQLSMALLINT length = 0;
   const auto outcome =
-      OdbcLibrary::get().get_diag_rec(type, handle, number, state.data(), &native, message.data(),
-                                      static_cast<SQLSMALLINT>(message.size()), &length);
+      context.odbc.get_diag_rec(type, handle, number, state.data(), &native, message.data(),
+                                static_cast<SQLSMALLINT>(message.size()), &length);
   if (!SQL_SUCCEEDED(outcome)) {
     return false;
   }
@@ -78,9 +92,9 @@ std::string_view without_components(std::string_view message) {
 class OdbcHandle {
  public:
   /// Throws ImportError when the driver manager refuses; `owner` is the null handle for an
-  /// environment.
-  OdbcHandle(SQLSMALLINT type, SQLHANDLE owner);
-  ~OdbcHandle() { OdbcLibrary::get().free_handle(type_, handle_); }
+  /// environment. The context outlives this object.
+  OdbcHandle(const OdbcContext& context, SQLSMALLINT type, SQLHANDLE owner);
+  ~OdbcHandle() { context_.odbc.free_handle(type_, handle_); }
   OdbcHandle(const OdbcHandle&) = delete;
   OdbcHandle& operator=(const OdbcHandle&) = delete;
 
@@ -93,13 +107,15 @@ class OdbcHandle {
  private:
   std::string description() const;
 
+  const OdbcContext& context_;
   SQLSMALLINT type_;
   SQLHANDLE handle_ = SQL_NULL_HANDLE;
 };
 
-OdbcHandle::OdbcHandle(SQLSMALLINT type, SQLHANDLE owner) : type_(type) {
-  if (!SQL_SUCCEEDED(OdbcLibrary::get().alloc_handle(type, owner, &handle_))) {
-    throw ImportError("The ODBC driver manager has no handle left", error_source::labels_database);
+OdbcHandle::OdbcHandle(const OdbcContext& context, SQLSMALLINT type, SQLHANDLE owner)
+    : context_(context), type_(type) {
+  if (!SQL_SUCCEEDED(context.odbc.alloc_handle(type, owner, &handle_))) {
+    throw ImportError("The ODBC driver manager has no handle left", context.source);
   }
 }
 
@@ -107,13 +123,13 @@ SQLRETURN OdbcHandle::check(SQLRETURN result) const {
   if (SQL_SUCCEEDED(result) || result == SQL_NO_DATA) {
     return result;
   }
-  throw ImportError(description(), error_source::labels_database);
+  throw ImportError(description(), context_.source);
 }
 
 std::string OdbcHandle::description() const {
   std::string result;
   std::string message;
-  for (SQLSMALLINT i = 1; read_diagnostic(type_, handle_, i, message); ++i) {
+  for (SQLSMALLINT i = 1; read_diagnostic(context_, type_, handle_, i, message); ++i) {
     result.append(result.empty() ? "" : "; ").append(without_components(message));
   }
   return result.empty() ? "The database driver failed without a reason" : result;
@@ -137,9 +153,10 @@ SQLPOINTER as_pointer(std::int64_t number) {
   return reinterpret_cast<SQLPOINTER>(number);
 }
 
-class OdbcRows : public LabelRows {
+class DriverRows : public OdbcRows {
  public:
-  explicit OdbcRows(std::unique_ptr<OdbcHandle> statement) : statement_(std::move(statement)) {
+  DriverRows(const OdbcContext& context, std::unique_ptr<OdbcHandle> statement)
+      : context_(context), statement_(std::move(statement)) {
     SQLSMALLINT count = 0;
     statement_->check(odbc_.num_result_cols(statement_->get(), &count));
     for (SQLSMALLINT i = 1; i <= count; ++i) {
@@ -156,7 +173,7 @@ class OdbcRows : public LabelRows {
       return same_name(other, name);
     });
     if (found == names_.end()) {
-      throw ImportError("no such column: " + std::string(name), error_source::labels_database);
+      throw ImportError("no such column: " + std::string(name), context_.source);
     }
     return static_cast<std::size_t>(found - names_.begin());
   }
@@ -199,7 +216,8 @@ class OdbcRows : public LabelRows {
                        piece_.data(), static_cast<SQLLEN>(sizeof(piece_)), &length));
   }
 
-  const OdbcLibrary& odbc_ = OdbcLibrary::get();
+  const OdbcContext& context_;
+  const OdbcLibrary& odbc_ = context_.odbc;
   std::unique_ptr<OdbcHandle> statement_;
   std::vector<std::string> names_;
   std::array<SQLWCHAR, piece_units> piece_{};
@@ -208,9 +226,10 @@ class OdbcRows : public LabelRows {
 /// An environment that speaks ODBC 3.
 class OdbcEnvironment {
  public:
-  OdbcEnvironment() : handle_(SQL_HANDLE_ENV, SQL_NULL_HANDLE) {
-    handle_.check(OdbcLibrary::get().set_env_attr(handle_.get(), SQL_ATTR_ODBC_VERSION,
-                                                  as_pointer(SQL_OV_ODBC3), 0));
+  explicit OdbcEnvironment(const OdbcContext& context)
+      : handle_(context, SQL_HANDLE_ENV, SQL_NULL_HANDLE) {
+    handle_.check(context.odbc.set_env_attr(handle_.get(), SQL_ATTR_ODBC_VERSION,
+                                            as_pointer(SQL_OV_ODBC3), 0));
   }
   SQLHANDLE get() const { return handle_.get(); }
 
@@ -218,24 +237,34 @@ class OdbcEnvironment {
   OdbcHandle handle_;
 };
 
-class OdbcLabels : public LabelsConnection {
+class DriverConnection : public OdbcConnection {
  public:
-  OdbcLabels(const std::string& connection_string, const LabelsTimeouts& timeouts)
-      : connection_(SQL_HANDLE_DBC, environment_.get()), timeouts_(timeouts) {
+  DriverConnection(const std::string& connection_string, const OdbcTimeouts& timeouts,
+                   std::string_view source)
+      : context_(source),
+        environment_(context_),
+        connection_(context_, SQL_HANDLE_DBC, environment_.get()),
+        timeouts_(timeouts) {
     connection_.check(odbc_.set_connect_attr(connection_.get(), SQL_ATTR_LOGIN_TIMEOUT,
                                              as_pointer(timeouts.connecting.count()),
                                              SQL_IS_UINTEGER));
     OdbcText text(connection_string);
     if (text.units() > std::numeric_limits<SQLSMALLINT>::max()) {
-      throw ImportError("The connection string is too long", error_source::labels_database);
+      throw ImportError("The connection string is too long", context_.source);
     }
     connection_.check(odbc_.driver_connect(connection_.get(), nullptr, text.data(),
                                            static_cast<SQLSMALLINT>(text.units()), nullptr, 0,
                                            nullptr, SQL_DRIVER_NOPROMPT));
   }
-  ~OdbcLabels() override { odbc_.disconnect(connection_.get()); }
-  OdbcLabels(const OdbcLabels&) = delete;
-  OdbcLabels& operator=(const OdbcLabels&) = delete;
+  ~DriverConnection() override {
+    if (is_in_transaction_) {
+      // It would keep some drivers from disconnecting.
+      odbc_.end_transaction(SQL_HANDLE_DBC, connection_.get(), SQL_ROLLBACK);
+    }
+    odbc_.disconnect(connection_.get());
+  }
+  DriverConnection(const DriverConnection&) = delete;
+  DriverConnection& operator=(const DriverConnection&) = delete;
 
   std::vector<std::string> catalogs() override {
     auto statement = new_statement();
@@ -243,7 +272,7 @@ class OdbcLabels : public LabelsConnection {
     OdbcText none("");
     statement->check(odbc_.tables(statement->get(), all.data(), SQL_NTS, none.data(), 0,
                                   none.data(), 0, none.data(), 0));
-    OdbcRows rows(std::move(statement));
+    DriverRows rows(context_, std::move(statement));
     std::vector<std::string> names;
     while (rows.next()) {
       names.push_back(rows.text(0).value_or(""));
@@ -252,26 +281,41 @@ class OdbcLabels : public LabelsConnection {
   }
 
   void use_database(const std::string& name) override {
-    if (name.empty()) {
-      throw ImportError("No database is chosen", error_source::labels_database);
-    }
     OdbcText text(name);
     // With a length in bytes the MariaDB driver reads that many units, beyond the text's end.
     connection_.check(
         odbc_.set_connect_text(connection_.get(), SQL_ATTR_CURRENT_CATALOG, text.data(), SQL_NTS));
   }
 
-  std::unique_ptr<LabelRows> execute(const std::string& statement_text) override {
+  std::unique_ptr<OdbcRows> execute(const std::string& statement_text) override {
     auto statement = new_statement();
     OdbcText text(statement_text);
     statement->check(
         odbc_.exec_direct(statement->get(), text.data(), static_cast<SQLINTEGER>(text.units())));
-    return std::make_unique<OdbcRows>(std::move(statement));
+    return std::make_unique<DriverRows>(context_, std::move(statement));
+  }
+
+  void begin() override { commit_by_itself(SQL_AUTOCOMMIT_OFF); }
+
+  void commit() override {
+    connection_.check(odbc_.end_transaction(SQL_HANDLE_DBC, connection_.get(), SQL_COMMIT));
+    commit_by_itself(SQL_AUTOCOMMIT_ON);
+  }
+
+  void roll_back() override {
+    connection_.check(odbc_.end_transaction(SQL_HANDLE_DBC, connection_.get(), SQL_ROLLBACK));
+    commit_by_itself(SQL_AUTOCOMMIT_ON);
   }
 
  private:
+  void commit_by_itself(std::int64_t mode) {
+    connection_.check(odbc_.set_connect_attr(connection_.get(), SQL_ATTR_AUTOCOMMIT,
+                                             as_pointer(mode), SQL_IS_UINTEGER));
+    is_in_transaction_ = mode == SQL_AUTOCOMMIT_OFF;
+  }
+
   std::unique_ptr<OdbcHandle> new_statement() const {
-    auto statement = std::make_unique<OdbcHandle>(SQL_HANDLE_STMT, connection_.get());
+    auto statement = std::make_unique<OdbcHandle>(context_, SQL_HANDLE_STMT, connection_.get());
     // A driver without such a limit reports an error, which does not matter.
     odbc_.set_stmt_attr(statement->get(), SQL_ATTR_QUERY_TIMEOUT,
                         as_pointer(timeouts_.answering.count()), SQL_IS_UINTEGER);
@@ -280,17 +324,19 @@ class OdbcLabels : public LabelsConnection {
     return statement;
   }
 
-  const OdbcLibrary& odbc_ = OdbcLibrary::get();
+  OdbcContext context_;
+  const OdbcLibrary& odbc_ = context_.odbc;
   OdbcEnvironment environment_;
   OdbcHandle connection_;
-  LabelsTimeouts timeouts_;
+  OdbcTimeouts timeouts_;
+  bool is_in_transaction_ = false;
 };
 
 }  // namespace
 
-std::unique_ptr<LabelsConnection> open_odbc_labels(const std::string& connection_string,
-                                                   const LabelsTimeouts& timeouts) {
-  return std::make_unique<OdbcLabels>(connection_string, timeouts);
+std::unique_ptr<OdbcConnection> open_odbc(const std::string& connection_string,
+                                          const OdbcTimeouts& timeouts, std::string_view source) {
+  return std::make_unique<DriverConnection>(connection_string, timeouts, source);
 }
 
 }  // namespace importkcd

@@ -26,7 +26,8 @@ constexpr int cell_errors = 3;
 constexpr int held = 4;
 /// A server or a disk cannot be read or written.
 constexpr int server = 5;
-/// Of `kcd plan`: the import would change what is stored.
+/// Of `kcd plan`: the import would change what is stored. Of `kcd aggregate status`: not all tables
+/// are as they should be.
 constexpr int changes_planned = 10;
 /// That of a failure.
 int of(FailureCause cause);

@@ -11,6 +11,7 @@
 
 #include "base/connection_text.h"
 #include "base/text.h"
+#include "cli/aggregate_command.h"
 #include "cli/arguments.h"
 #include "cli/check_command.h"
 #include "cli/convert_command.h"
@@ -66,7 +67,8 @@ Exit status:
   3   a question was answered, but some of its cells could not be computed
   4   another run holds the database
   5   a server or a disk cannot be read or written
-  10  kcd plan: the import would change what is stored)";
+  10  kcd plan: the import would change what is stored; kcd aggregate status:
+      'kcd aggregate refresh' or 'drop' has something to do)";
 
 /// One of each, with its subcommand.
 template <class... Commands>
@@ -93,9 +95,10 @@ int run(int argument_count, const char* const* arguments) {
   program.set_version_flag("--version", "kcd " KCD_VERSION);
   program.require_subcommand(1);
   program.footer(exit_status_table);
-  const auto commands = commands_of<ImportCommand, PlanCommand, CheckCommand, SchemaCommand,
-                                    ExportCommand, ConvertCommand, ShowCommand, RestoreCommand,
-                                    ServeCommand, QueryCommand, RefreshCommand>(program);
+  const auto commands =
+      commands_of<ImportCommand, PlanCommand, CheckCommand, SchemaCommand, ExportCommand,
+                  ConvertCommand, ShowCommand, RestoreCommand, ServeCommand, QueryCommand,
+                  RefreshCommand, AggregateCommand>(program);
   Settings settings(program);
   program.failure_message([&](const CLI::App* app, const CLI::Error& error) {
     return usage_message(app, error, settings);

@@ -1,7 +1,7 @@
 #include "labels/labels_connection.h"
 
 #include "base/connection_text.h"
-#include "labels/odbc_connection.h"
+#include "labels/odbc_labels.h"
 #include "labels/odbc_connection_string.h"
 #include "labels/sqlite_connection.h"
 

@@ -13,6 +13,7 @@
 #include "mondrian/mapping/cube_mapping.h"
 #include "mondrian/mapping/data_source_connections.h"
 #include "mondrian/not_expressible.h"
+#include "mondrian/publication/aggregates_file.h"
 #include "mondrian/publication/publication.h"
 #include "servers/catalogue/catalogue_store.h"
 
@@ -102,6 +103,15 @@ class MondrianStore : public OlapStore {
     return publish([&] { definitions_->apply({}); }, std::nullopt);
   }
 
+  std::vector<std::string> publish_aggregates(
+      const std::string& database, const std::function<void(AggregateRecords&)>& change) {
+    const WaitingLock lock(publication_lock(directory_), WaitingLock::Wait::yes);
+    auto records = read_aggregates(directory_);
+    change(records);
+    Publication publication(directory_, std::move(records));
+    return carry_out(publication, [&] { definitions_->apply({}); }, {{database}});
+  }
+
   bool keeps_copies() const override { return true; }
   std::vector<KeptCopy> kept_copies() override { return definitions_->kept_copies(); }
 
@@ -145,6 +155,12 @@ class MondrianStore : public OlapStore {
   std::vector<std::string> publish(const std::function<void()>& change_definitions,
                                    const std::optional<std::vector<std::string>>& touched) {
     Publication publication(directory_);
+    return carry_out(publication, change_definitions, touched);
+  }
+
+  std::vector<std::string> carry_out(Publication& publication,
+                                     const std::function<void()>& change_definitions,
+                                     const std::optional<std::vector<std::string>>& touched) {
     before_commit_ = [&](OlapStore& changed) {
       publication.prepare(changed, touched ? *touched : changed.database_names());
     };
@@ -218,6 +234,14 @@ std::vector<std::string> publish_again(const std::string& directory) {
   MondrianStore store(directory, ServerAccess::read_write_existing, std::make_shared<Messages>());
   store.open();
   return store.publish_again();
+}
+
+std::vector<std::string> publish_aggregates(const std::string& directory,
+                                            const std::string& database,
+                                            const std::function<void(AggregateRecords&)>& change) {
+  MondrianStore store(directory, ServerAccess::read_write_existing, std::make_shared<Messages>());
+  store.open();
+  return store.publish_aggregates(database, change);
 }
 
 std::unique_ptr<WorkingCopyServer> make_mondrian_server(const std::string& directory,

@@ -1,9 +1,11 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
 
+#include "mondrian/aggregation/aggregate_records.h"
 #include "servers/working_copy_server.h"
 
 namespace importkcd {
@@ -26,5 +28,11 @@ std::unique_ptr<WorkingCopyServer> make_mondrian_server(const std::string& direc
 /// it asks the data warehouse for all figures again. Gives what was left out, and why. Throws
 /// ImportError when there are no definitions or they cannot be published.
 std::vector<std::string> publish_again(const std::string& directory);
+
+/// Changes the records of a directory's aggregates and publishes a database with those that they
+/// name then, as one unit. Gives what was left out, and why. Throws as publish_again() does.
+std::vector<std::string> publish_aggregates(const std::string& directory,
+                                            const std::string& database,
+                                            const std::function<void(AggregateRecords&)>& change);
 
 }  // namespace importkcd

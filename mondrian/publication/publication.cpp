@@ -9,8 +9,10 @@
 #include "base/name_folding.h"
 #include "base/text.h"
 #include "base/xml_element.h"
+#include "mondrian/aggregation/declared_aggregates.h"
 #include "mondrian/mapping/schema_mapping.h"
 #include "mondrian/not_expressible.h"
+#include "mondrian/publication/aggregates_file.h"
 #include "mondrian/publication/published_schemas.h"
 
 namespace importkcd {
@@ -85,10 +87,22 @@ void remark_unused(OlapStore& definitions, OlapDatabase& database,
 }  // namespace
 
 Publication::Publication(fs::path directory)
-    : directory_(std::move(directory)), mark_(publication_mark()) {}
+    : directory_(std::move(directory)),
+      aggregates_(read_aggregates(directory_)),
+      mark_(publication_mark()) {}
+
+Publication::Publication(fs::path directory, AggregateRecords aggregates)
+    : directory_(std::move(directory)),
+      aggregates_(std::move(aggregates)),
+      writes_aggregates_(true),
+      mark_(publication_mark()) {}
 
 void Publication::prepare(OlapStore& definitions, const std::vector<std::string>& touched) {
   make_schemas_folder(directory_ / published::schemas);
+  if (writes_aggregates_) {
+    files_.write(directory_ / published::aggregates, aggregates_text(aggregates_),
+                 FilesBeside::Readers::owner_only);
+  }
   for (const auto& name : definitions.database_names()) {
     add_database(definitions, name, is_among(touched, name));
   }
@@ -125,10 +139,11 @@ void Publication::add_catalogue(OlapDatabase& database, const PublishedCatalogue
                                 bool touched) {
   const auto file = schema_file_name(database.name(), catalogue.data_source);
   if (touched) {
-    const auto schema = schema_element(database, catalogue, remarks_);
+    auto schema = schema_element(database, catalogue, remarks_);
     if (schema.child("Cube") == nullptr) {
       return;
     }
+    declare_aggregates(schema, database.name(), catalogue.connection.kind, aggregates_, remarks_);
     check_schema_place(schema_path(file));
     files_.write(schema_path(file), xml_document(schema, " " + mark_ + " "),
                  FilesBeside::Readers::everyone);
@@ -179,13 +194,16 @@ std::string Publication::list_of_catalogues() const {
 std::vector<std::string> Publication::rehearse(const fs::path& directory, OlapStore& definitions,
                                                const std::vector<std::string>& databases) {
   std::vector<std::string> remarks;
+  const auto aggregates = read_aggregates(directory);
   for (const auto& name : definitions.database_names()) {
     if (!is_among(databases, name)) {
       continue;
     }
     OlapDatabase database(name, definitions.description(name), definitions.sources(name));
     for (const auto& catalogue : catalogues_of(database, remarks)) {
-      if (schema_element(database, catalogue, remarks).child("Cube") != nullptr) {
+      auto schema = schema_element(database, catalogue, remarks);
+      if (schema.child("Cube") != nullptr) {
+        declare_aggregates(schema, name, catalogue.connection.kind, aggregates, remarks);
         check_schema_place(directory / published::schemas /
                            schema_file_name(name, catalogue.data_source));
       }
@@ -198,7 +216,9 @@ void Publication::carry_out() {
   files_.take_places();
   std::error_code ignored;
   // What a publication that was cut off left, when the list that is there was right.
-  fs::remove((directory_ / published::data_sources).string() + std::string(beside_suffix), ignored);
+  for (const auto* file : {published::data_sources, published::aggregates}) {
+    fs::remove((directory_ / file).string() + std::string(beside_suffix), ignored);
+  }
   std::set<std::string> in_use;
   for (const auto& entry : entries_) {
     in_use.insert(entry.file);

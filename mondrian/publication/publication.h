@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "mondrian/aggregation/aggregate_records.h"
 #include "mondrian/publication/catalogues.h"
 #include "mondrian/publication/files_beside.h"
 #include "servers/olap_store.h"
@@ -16,6 +17,7 @@ namespace published {
 inline constexpr const char* definitions = "definitions.olap";
 inline constexpr const char* data_sources = "datasources.xml";
 inline constexpr const char* schemas = "schemas";
+inline constexpr const char* aggregates = "aggregates.xml";
 inline constexpr const char* lock = "datasources.xml-lock";
 }  // namespace published
 
@@ -26,7 +28,10 @@ inline constexpr const char* lock = "datasources.xml-lock";
 /// Operations throw ImportError.
 class Publication {
  public:
+  /// Declares the aggregates that the directory's records name.
   explicit Publication(std::filesystem::path directory);
+  /// Declares these, and writes them as the directory's records.
+  Publication(std::filesystem::path directory, AggregateRecords aggregates);
 
   /// Writes the schemas of the databases `touched`, and of others that lack theirs, and the list of
   /// all catalogues.
@@ -60,6 +65,8 @@ class Publication {
   std::string list_of_catalogues() const;
 
   std::filesystem::path directory_;
+  AggregateRecords aggregates_;
+  bool writes_aggregates_ = false;
   /// Differs from publication to publication.
   std::string mark_;
   FilesBeside files_;

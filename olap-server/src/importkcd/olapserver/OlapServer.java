@@ -48,6 +48,10 @@ public final class OlapServer {
     System.setProperty("javax.xml.accessExternalSchema", "");
     // This release of the engine answers some questions from the wrong cached figures otherwise.
     System.setProperty("mondrian.rolap.EnableInMemoryRollup", "false");
+    // Aggregate tables that a schema declares are read; others that only have a fitting name are not.
+    System.setProperty("mondrian.rolap.aggregates.Use", "true");
+    System.setProperty("mondrian.rolap.aggregates.Read", "true");
+    System.setProperty("mondrian.rolap.aggregates.rules", "/importkcd/olapserver/AggregateRules.xml");
     System.setProperty("mondrian.spi.dataSourceResolverClass", Warehouses.class.getName());
     System.setProperty("mondrian.rolap.queryTimeout", String.valueOf(seconds));
     // A formula that names a member or level which is not there costs its own answers only.

@@ -1,4 +1,4 @@
-#include "labels/odbc_connection.h"
+#include "base/odbc_connection.h"
 
 #include <sql.h>
 #include <sqlext.h>
@@ -20,19 +20,23 @@ namespace {
 
 /// The functions of the ODBC driver manager.
 struct OdbcLibrary {
-  /// Throws ImportError when there is no driver manager; may be called from any thread.
-  static const OdbcLibrary& get() {
-    static const OdbcLibrary functions;
+  /// Throws ImportError of the component `source` when there is no driver manager; may be called
+  /// from any thread.
+  static const OdbcLibrary& get(std::string_view source) {
+    static const OdbcLibrary functions(source);
     return functions;
   }
 
-  SharedLibrary library{ODBC_LIBRARY, "ODBC", error_source::labels_database};
+  explicit OdbcLibrary(std::string_view source) : library(ODBC_LIBRARY, "ODBC", source) {}
+
+  SharedLibrary library;
   LibraryFunction<decltype(&SQLAllocHandle)> alloc_handle{library, "SQLAllocHandle"};
   LibraryFunction<decltype(&SQLFreeHandle)> free_handle{library, "SQLFreeHandle"};
   LibraryFunction<decltype(&SQLGetDiagRecW)> get_diag_rec{library, "SQLGetDiagRecW"};
   LibraryFunction<decltype(&SQLSetEnvAttr)> set_env_attr{library, "SQLSetEnvAttr"};
   LibraryFunction<decltype(&SQLSetConnectAttr)> set_connect_attr{library, "SQLSetConnectAttr"};
   LibraryFunction<decltype(&SQLSetConnectAttrW)> set_connect_text{library, "SQLSetConnectAttrW"};
+  LibraryFunction<decltype(&SQLEndTran)> end_transaction{library, "SQLEndTran"};
   LibraryFunction<decltype(&SQLDriverConnectW)> driver_connect{library, "SQLDriverConnectW"};
   LibraryFunction<decltype(&SQLDisconnect)> disconnect{library, "SQLDisconnect"};
   LibraryFunction<decltype(&SQLTablesW)> tables{library, "SQLTablesW"};
@@ -50,14 +54,24 @@ std::string utf8_of(const SQLWCHAR* units, std::size_t count) {
   return utf8_text({reinterpret_cast<const char16_t*>(units), count});
 }
 
-bool read_diagnostic(SQLSMALLINT type, SQLHANDLE handle, SQLSMALLINT number, std::string& result) {
+/// What all that belongs to one connection calls, and whose errors it throws.
+struct OdbcContext {
+  explicit OdbcContext(std::string_view component)
+      : source(component), odbc(OdbcLibrary::get(component)) {}
+
+  std::string source;
+  const OdbcLibrary& odbc;
+};
+
+bool read_diagnostic(const OdbcContext& context, SQLSMALLINT type, SQLHANDLE handle,
+                     SQLSMALLINT number, std::string& result) {
   std::array<SQLWCHAR, 6> state{};
   std::array<SQLWCHAR, message_units> message{};
   SQLINTEGER native = 0;
   SQLSMALLINT length = 0;
   const auto outcome =
-      OdbcLibrary::get().get_diag_rec(type, handle, number, state.data(), &native, message.data(),
-                                      static_cast<SQLSMALLINT>(message.size()), &length);
+      context.odbc.get_diag_rec(type, handle, number, state.data(), &native, message.data(),
+                                static_cast<SQLSMALLINT>(message.size()), &length);
   if (!SQL_SUCCEEDED(outcome)) {
     return false;
   }
@@ -75,10 +89,11 @@ std::string_view without_components(std::string_view message) {
 }
 
 /// What the driver says about the last failed call with that handle, `otherwise` when nothing.
-std::string description_of(SQLSMALLINT type, SQLHANDLE handle, const std::string& otherwise) {
+std::string description_of(const OdbcContext& context, SQLSMALLINT type, SQLHANDLE handle,
+                           const std::string& otherwise) {
   std::string result;
   std::string message;
-  for (SQLSMALLINT i = 1; read_diagnostic(type, handle, i, message); ++i) {
+  for (SQLSMALLINT i = 1; read_diagnostic(context, type, handle, i, message); ++i) {
     result.append(result.empty() ? "" : "; ").append(without_components(message));
   }
   return result.empty() ? otherwise : result;
@@ -87,12 +102,12 @@ std::string description_of(SQLSMALLINT type, SQLHANDLE handle, const std::string
 /// Owns an ODBC handle, from its allocation in the constructor to its release in the destructor.
 class OdbcHandle {
  public:
-  /// An environment.
-  OdbcHandle();
+  /// An environment. The context outlives this object.
+  explicit OdbcHandle(const OdbcContext& context);
   /// A handle that belongs to another one: a connection to an environment, a statement to a
   /// connection. Throws ImportError with the owner's reason when there is none to be had.
   OdbcHandle(SQLSMALLINT type, const OdbcHandle& owner);
-  ~OdbcHandle() { OdbcLibrary::get().free_handle(type_, handle_); }
+  ~OdbcHandle() { context_.odbc.free_handle(type_, handle_); }
   OdbcHandle(const OdbcHandle&) = delete;
   OdbcHandle& operator=(const OdbcHandle&) = delete;
 
@@ -104,26 +119,28 @@ class OdbcHandle {
 
  private:
   bool allocated(SQLHANDLE owner) {
-    return SQL_SUCCEEDED(OdbcLibrary::get().alloc_handle(type_, owner, &handle_));
+    return SQL_SUCCEEDED(context_.odbc.alloc_handle(type_, owner, &handle_));
   }
 
+  const OdbcContext& context_;
   SQLSMALLINT type_;
   SQLHANDLE handle_ = SQL_NULL_HANDLE;
 };
 
 constexpr const char* no_handle_left = "The ODBC driver manager has no handle left";
 
-OdbcHandle::OdbcHandle() : type_(SQL_HANDLE_ENV) {
+OdbcHandle::OdbcHandle(const OdbcContext& context) : context_(context), type_(SQL_HANDLE_ENV) {
   if (!allocated(SQL_NULL_HANDLE)) {
-    throw ImportError(no_handle_left, error_source::labels_database);
+    throw ImportError(no_handle_left, context_.source);
   }
 }
 
-OdbcHandle::OdbcHandle(SQLSMALLINT type, const OdbcHandle& owner) : type_(type) {
+OdbcHandle::OdbcHandle(SQLSMALLINT type, const OdbcHandle& owner)
+    : context_(owner.context_), type_(type) {
   if (!allocated(owner.get())) {
     // A connection that the server has ended gives no statement either.
-    throw ImportError(description_of(owner.type_, owner.get(), no_handle_left),
-                      error_source::labels_database);
+    throw ImportError(description_of(context_, owner.type_, owner.get(), no_handle_left),
+                      context_.source);
   }
 }
 
@@ -131,8 +148,9 @@ SQLRETURN OdbcHandle::check(SQLRETURN result) const {
   if (SQL_SUCCEEDED(result) || result == SQL_NO_DATA) {
     return result;
   }
-  throw ImportError(description_of(type_, handle_, "The database driver failed without a reason"),
-                    error_source::labels_database);
+  throw ImportError(
+      description_of(context_, type_, handle_, "The database driver failed without a reason"),
+      context_.source);
 }
 
 /// A text as the W functions of ODBC take it, valid for as long as this object.
@@ -153,9 +171,10 @@ SQLPOINTER as_pointer(std::int64_t number) {
   return reinterpret_cast<SQLPOINTER>(number);
 }
 
-class OdbcRows : public LabelRows {
+class DriverRows : public OdbcRows {
  public:
-  explicit OdbcRows(std::unique_ptr<OdbcHandle> statement) : statement_(std::move(statement)) {
+  DriverRows(const OdbcContext& context, std::unique_ptr<OdbcHandle> statement)
+      : context_(context), statement_(std::move(statement)) {
     SQLSMALLINT count = 0;
     statement_->check(odbc_.num_result_cols(statement_->get(), &count));
     for (SQLSMALLINT i = 1; i <= count; ++i) {
@@ -172,7 +191,7 @@ class OdbcRows : public LabelRows {
       return same_name(other, name);
     });
     if (found == names_.end()) {
-      throw ImportError("no such column: " + std::string(name), error_source::labels_database);
+      throw ImportError("no such column: " + std::string(name), context_.source);
     }
     return static_cast<std::size_t>(found - names_.begin());
   }
@@ -215,7 +234,8 @@ class OdbcRows : public LabelRows {
                        piece_.data(), static_cast<SQLLEN>(sizeof(piece_)), &length));
   }
 
-  const OdbcLibrary& odbc_ = OdbcLibrary::get();
+  const OdbcContext& context_;
+  const OdbcLibrary& odbc_ = context_.odbc;
   std::unique_ptr<OdbcHandle> statement_;
   std::vector<std::string> names_;
   std::array<SQLWCHAR, piece_units> piece_{};
@@ -224,9 +244,9 @@ class OdbcRows : public LabelRows {
 /// An environment that speaks ODBC 3.
 class OdbcEnvironment {
  public:
-  OdbcEnvironment() {
-    handle_.check(OdbcLibrary::get().set_env_attr(handle_.get(), SQL_ATTR_ODBC_VERSION,
-                                                  as_pointer(SQL_OV_ODBC3), 0));
+  explicit OdbcEnvironment(const OdbcContext& context) : handle_(context) {
+    handle_.check(context.odbc.set_env_attr(handle_.get(), SQL_ATTR_ODBC_VERSION,
+                                            as_pointer(SQL_OV_ODBC3), 0));
   }
   const OdbcHandle& handle() const { return handle_; }
 
@@ -234,24 +254,34 @@ class OdbcEnvironment {
   OdbcHandle handle_;
 };
 
-class OdbcLabels : public LabelsConnection {
+class DriverConnection : public OdbcConnection {
  public:
-  OdbcLabels(const std::string& connection_string, const LabelsTimeouts& timeouts)
-      : connection_(SQL_HANDLE_DBC, environment_.handle()), timeouts_(timeouts) {
+  DriverConnection(const std::string& connection_string, const OdbcTimeouts& timeouts,
+                   std::string_view source)
+      : context_(source),
+        environment_(context_),
+        connection_(SQL_HANDLE_DBC, environment_.handle()),
+        timeouts_(timeouts) {
     connection_.check(odbc_.set_connect_attr(connection_.get(), SQL_ATTR_LOGIN_TIMEOUT,
                                              as_pointer(timeouts.connecting.count()),
                                              SQL_IS_UINTEGER));
     OdbcText text(connection_string);
     if (text.units() > std::numeric_limits<SQLSMALLINT>::max()) {
-      throw ImportError("The connection string is too long", error_source::labels_database);
+      throw ImportError("The connection string is too long", context_.source);
     }
     connection_.check(odbc_.driver_connect(connection_.get(), nullptr, text.data(),
                                            static_cast<SQLSMALLINT>(text.units()), nullptr, 0,
                                            nullptr, SQL_DRIVER_NOPROMPT));
   }
-  ~OdbcLabels() override { odbc_.disconnect(connection_.get()); }
-  OdbcLabels(const OdbcLabels&) = delete;
-  OdbcLabels& operator=(const OdbcLabels&) = delete;
+  ~DriverConnection() override {
+    if (is_in_transaction_) {
+      // It would keep some drivers from disconnecting.
+      odbc_.end_transaction(SQL_HANDLE_DBC, connection_.get(), SQL_ROLLBACK);
+    }
+    odbc_.disconnect(connection_.get());
+  }
+  DriverConnection(const DriverConnection&) = delete;
+  DriverConnection& operator=(const DriverConnection&) = delete;
 
   std::vector<std::string> catalogs() override {
     auto statement = new_statement();
@@ -259,7 +289,7 @@ class OdbcLabels : public LabelsConnection {
     OdbcText none("");
     statement->check(odbc_.tables(statement->get(), all.data(), SQL_NTS, none.data(), 0,
                                   none.data(), 0, none.data(), 0));
-    OdbcRows rows(std::move(statement));
+    DriverRows rows(context_, std::move(statement));
     std::vector<std::string> names;
     while (rows.next()) {
       names.push_back(rows.text(0).value_or(""));
@@ -268,24 +298,39 @@ class OdbcLabels : public LabelsConnection {
   }
 
   void use_database(const std::string& name) override {
-    if (name.empty()) {
-      throw ImportError("No database is chosen", error_source::labels_database);
-    }
     OdbcText text(name);
     // With a length in bytes the MariaDB driver reads that many units, beyond the text's end.
     connection_.check(
         odbc_.set_connect_text(connection_.get(), SQL_ATTR_CURRENT_CATALOG, text.data(), SQL_NTS));
   }
 
-  std::unique_ptr<LabelRows> execute(const std::string& statement_text) override {
+  std::unique_ptr<OdbcRows> execute(const std::string& statement_text) override {
     auto statement = new_statement();
     OdbcText text(statement_text);
     statement->check(
         odbc_.exec_direct(statement->get(), text.data(), static_cast<SQLINTEGER>(text.units())));
-    return std::make_unique<OdbcRows>(std::move(statement));
+    return std::make_unique<DriverRows>(context_, std::move(statement));
+  }
+
+  void begin() override { commit_by_itself(SQL_AUTOCOMMIT_OFF); }
+
+  void commit() override {
+    connection_.check(odbc_.end_transaction(SQL_HANDLE_DBC, connection_.get(), SQL_COMMIT));
+    commit_by_itself(SQL_AUTOCOMMIT_ON);
+  }
+
+  void roll_back() override {
+    connection_.check(odbc_.end_transaction(SQL_HANDLE_DBC, connection_.get(), SQL_ROLLBACK));
+    commit_by_itself(SQL_AUTOCOMMIT_ON);
   }
 
  private:
+  void commit_by_itself(std::int64_t mode) {
+    connection_.check(odbc_.set_connect_attr(connection_.get(), SQL_ATTR_AUTOCOMMIT,
+                                             as_pointer(mode), SQL_IS_UINTEGER));
+    is_in_transaction_ = mode == SQL_AUTOCOMMIT_OFF;
+  }
+
   std::unique_ptr<OdbcHandle> new_statement() const {
     auto statement = std::make_unique<OdbcHandle>(SQL_HANDLE_STMT, connection_);
     // A driver without such a limit reports an error, which does not matter.
@@ -296,17 +341,19 @@ class OdbcLabels : public LabelsConnection {
     return statement;
   }
 
-  const OdbcLibrary& odbc_ = OdbcLibrary::get();
+  OdbcContext context_;
+  const OdbcLibrary& odbc_ = context_.odbc;
   OdbcEnvironment environment_;
   OdbcHandle connection_;
-  LabelsTimeouts timeouts_;
+  OdbcTimeouts timeouts_;
+  bool is_in_transaction_ = false;
 };
 
 }  // namespace
 
-std::unique_ptr<LabelsConnection> open_odbc_labels(const std::string& connection_string,
-                                                   const LabelsTimeouts& timeouts) {
-  return std::make_unique<OdbcLabels>(connection_string, timeouts);
+std::unique_ptr<OdbcConnection> open_odbc(const std::string& connection_string,
+                                          const OdbcTimeouts& timeouts, std::string_view source) {
+  return std::make_unique<DriverConnection>(connection_string, timeouts, source);
 }
 
 }  // namespace importkcd

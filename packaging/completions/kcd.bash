@@ -20,7 +20,7 @@ _kcd_options() {
 _kcd_value_of() {
   local option=$1
   shift
-  _kcd_help "$@" | sed -n "s/^  \(-[a-z],\)\{0,1\}$option \([^( ][^ ]*\).*/\2/p"
+  _kcd_help "$@" | sed -n "s/^  \(-[^ ]*,\)\{0,1\}$option\(,-[^ ]*\)\{0,1\} \([^( ][^ ]*\).*/\3/p"
 }
 
 _kcd_databases() {

@@ -21,7 +21,7 @@ function __kcd_options
 end
 
 function __kcd_value_of
-    __kcd_help $argv[2..] | sed -n "s/^  \(-[a-z],\)\{0,1\}$argv[1] \([^( ][^ ]*\).*/\2/p"
+    __kcd_help $argv[2..] | sed -n "s/^  \(-[^ ]*,\)\{0,1\}$argv[1]\(,-[^ ]*\)\{0,1\} \([^( ][^ ]*\).*/\3/p"
 end
 
 function __kcd_databases

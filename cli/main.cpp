@@ -18,6 +18,7 @@
 #include "cli/export_command.h"
 #include "cli/import_command.h"
 #include "cli/plan_command.h"
+#include "cli/program_version.h"
 #include "cli/query_command.h"
 #include "cli/refresh_command.h"
 #include "cli/restore_command.h"
@@ -87,12 +88,21 @@ std::string usage_message(const CLI::App* program, const CLI::Error& error,
          "\nTry '" + name + " --help'.\n";
 }
 
+void add_version_options(CLI::App& program) {
+  auto* version = program.set_version_flag("--version", [&program] {
+    return program.count("--verbose") == 0 ? "kcd " KCD_VERSION
+                                           : program_version_in_detail(source_commit());
+  });
+  const std::string meaning = "With --version: the commit and the versions of libraries as well";
+  program.add_flag("--verbose", meaning)->needs(version);
+}
+
 int run(int argument_count, const char* const* arguments) {
   CLI::App program(
       "Imports cube definition documents into an OLAP server, shows what it "
       "holds, and asks it.",
       "kcd");
-  program.set_version_flag("--version", "kcd " KCD_VERSION);
+  add_version_options(program);
   program.require_subcommand(1);
   program.footer(exit_status_table);
   const auto commands =

@@ -72,7 +72,7 @@ fs::path host_folder() {
   if (fs::exists(beside / host_jar, error)) {
     return beside;
   }
-  return programs.parent_path() / "share" / "importkcd" / "olap-server";
+  return (programs / KCD_HOST_FOLDER).lexically_normal();
 }
 
 /// The class path of the engine: its host and the libraries that the list beside it names.

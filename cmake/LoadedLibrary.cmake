@@ -1,4 +1,4 @@
-# importkcd_loads(TARGET DEFINITION LIBRARY HEADERS...): for a target that does not link a library but
+# importkcd_loads(TARGET DEFINITION LIBRARY [HEADERS...]): for a target that does not link a library but
 # loads it when it first needs it (see SharedLibrary). The definition becomes the file that has the
 # interface which the headers in the folders HEADERS describe, such as "libcurl.so.4".
 function(importkcd_loads target definition library)

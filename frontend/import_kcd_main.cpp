@@ -74,6 +74,8 @@ constexpr std::string_view usage =
     "                         the labels database, for label-reference files\n"
     "  /statusfile NAME       gets the run's result, one line\n"
     "  /noclose               the window stays open after the run\n"
+    "  --open FILE            with nothing beside it: the window opens with this document in its "
+    "box\n"
     "  --help, --version      as the only argument: prints this text, or the version, and ends\n";
 
 /// Answers a request for help or for the version; false when the arguments are no such request.
@@ -89,13 +91,24 @@ bool answered(const std::vector<std::string>& arguments) {
   return false;
 }
 
+/// Whether the desktop asks for a window with a document, as it does on a double click. That is
+/// none of the options that fill the window: an argument of another form than theirs, which names a
+/// file as it is, quotes and blanks included.
+bool opens_document(const std::vector<std::string>& arguments) {
+  return !arguments.empty() && arguments.size() <= 2 && arguments.front() == "--open";
+}
+
 /// Runs the program to the end of its window; gives the exit status.
-int run(const std::string& command_line) {
+int run(const std::vector<std::string>& arguments) {
+  const bool opens = opens_document(arguments);
   const bool headless = is_headless();
   const auto dialogs = make_dialogs(headless);
   frmImportKCDMain window(*dialogs, make_services(headless));
   try {
-    window.Form_Load(command_line);
+    window.Form_Load(opens ? "" : join_command_line(arguments));
+    if (opens && arguments.size() == 2) {
+      window.open_document(arguments.back());
+    }
   } catch (const StartUpError& error) {
     dialogs->show_message(nullptr,
                           {MessageIcon::critical, std::string(application_title), error.what()});
@@ -131,7 +144,7 @@ int main(int argument_count, char** arguments) {
     int program_name_only = argument_count > 0 ? 1 : 0;
     const QApplication application(program_name_only, arguments);
     QApplication::setApplicationName(QStringLiteral("ImportKCD"));
-    return importkcd::run(importkcd::join_command_line(texts));
+    return importkcd::run(texts);
   } catch (const std::exception& error) {
     std::cerr << "ImportKCD: " << error.what() << '\n';
   }

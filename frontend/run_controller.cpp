@@ -1,6 +1,7 @@
 #include "frontend/run_controller.h"
 
 #include <algorithm>
+#include <chrono>
 #include <cmath>
 #include <exception>
 #include <utility>
@@ -64,6 +65,7 @@ void RunController::Form_Activate() {
 
 void RunController::cmdImport_Click() {
   const Nesting nesting(*this);
+  view_.show_summary("");
   try {
     run_once();
   } catch (const std::exception& error) {
@@ -114,7 +116,10 @@ void RunController::RunImport(const std::string& document_file_name) {
     view_.set_hourglass(false);
     return;
   }
+  const RunSummary before = summary_;
+  const auto begin = std::chrono::steady_clock::now();
   import_document(document_file_name);
+  view_.show_summary(summary_.text(before, std::chrono::steady_clock::now() - begin));
 }
 
 void RunController::import_document(const std::string& document_file_name) {
@@ -183,7 +188,7 @@ bool RunController::may_close() {
 void RunController::PutProgressMsg(const std::string& strMessage) {
   const std::string line = printable(strMessage);
   if (!settings_.CommandLineRun) {
-    view_.add_status_line(line);
+    view_.add_status_line(line, summary_.take(line) ? LineKind::error : LineKind::message);
     const auto extent =
         status_extent_.widen(view_.text_width("  " + line), view_.twips_per_pixel());
     if (extent) {

@@ -7,6 +7,7 @@
 
 #include "frontend/run_files.h"
 #include "frontend/run_settings.h"
+#include "frontend/run_summary.h"
 #include "frontend/run_view.h"
 #include "importer/import_options.h"
 #include "model/olap_server.h"
@@ -110,6 +111,7 @@ class RunController : public ProgressSink, public NotificationSink {
   RunServices services_;
   OutputFile output_file_;
   StatusExtent status_extent_;
+  RunSummary summary_;
   int runs_on_stack_ = 0;
   bool close_requested_ = false;
   bool import_running_ = false;

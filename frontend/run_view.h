@@ -12,6 +12,9 @@ namespace importkcd {
 /// The title of message boxes that have none of their own.
 constexpr std::string_view application_title = "ImportKCD";
 
+/// What a status line is to the person who reads it.
+enum class LineKind { message, error };
+
 enum class MessageIcon { none, exclamation, critical };
 
 /// A modal message box with a single OK button.
@@ -35,9 +38,11 @@ class RunView {
   /// RunFields::output_file alone; asked for every status line, so it must be cheap.
   virtual bool output_file_checked() const = 0;
 
-  /// Appends a line to the status list; with the next repaint it is selected and scrolled to. Must
-  /// not process events.
-  virtual void add_status_line(const std::string& line) = 0;
+  /// Appends a line to the status list, marked when it tells an error; with the next repaint it is
+  /// selected and scrolled to. Must not process events.
+  virtual void add_status_line(const std::string& line, LineKind kind) = 0;
+  /// Shows beside the status list how the last run went; nothing for the empty text.
+  virtual void show_summary(const std::string& text) = 0;
   /// The width of a text in the window's font, in twips.
   virtual std::int32_t text_width(const std::string& text) const = 0;
   /// Horizontal twips per pixel of the window's screen, more than 0.

@@ -6,6 +6,7 @@
 #include <QMimeData>
 #include <QPushButton>
 #include <QScreen>
+#include <QShortcut>
 #include <QUrl>
 #include <algorithm>
 #include <array>
@@ -18,8 +19,11 @@
 #include "frontend/window/input_boxes.h"
 #include "frontend/window/main_window_frames.h"
 #include "frontend/window/main_window_layout.h"
+#include "frontend/window/status_list.h"
+#include "frontend/window/status_search.h"
 #include "frontend/window/window_command_line.h"
 #include "frontend/window/window_controls.h"
+#include "frontend/window/window_help.h"
 #include "frontend/window/window_icon.h"
 
 namespace importkcd {
@@ -60,6 +64,7 @@ frmImportKCDMain::frmImportKCDMain(Dialogs& dialogs, WindowServices services)
   setAcceptDrops(true);
   connect_buttons();
   connect_boxes();
+  connect_keys();
 }
 
 frmImportKCDMain::~frmImportKCDMain() {
@@ -164,6 +169,19 @@ void frmImportKCDMain::connect_boxes() {
   controls_.as<FieldBox>(txtOLAPDatabase).takes_key = database_box_takes_key;
   controls_.as<DropDownList>(cmbDB).opening = [this] { labels_.databases_opening(); };
   controls_.as<DropDownList>(cmbLanguage).opening = [this] { labels_.languages_opening(); };
+}
+
+void frmImportKCDMain::connect_keys() {
+  auto* search = new StatusSearch(controls_.as<StatusList>(lstStatus));
+  const auto on_key = [this](const QKeySequence& key, const std::function<void()>& action) {
+    auto* shortcut = new QShortcut(key, this);
+    connect(shortcut, &QShortcut::activated, this, action);
+  };
+  on_key(Qt::Key_F1, [this] { show_help(*this); });
+  on_key(Qt::SHIFT | Qt::Key_F1, [this] { show_about(*this); });
+  on_key(Qt::CTRL | Qt::Key_F, [search] { search->open(); });
+  on_key(Qt::Key_F3, [search] { search->go_on(1); });
+  on_key(Qt::SHIFT | Qt::Key_F3, [search] { search->go_on(-1); });
 }
 
 void frmImportKCDMain::trim_box(ControlName box) {

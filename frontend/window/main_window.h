@@ -54,6 +54,8 @@ class frmImportKCDMain : public QWidget, public ProgressSink {
   /// Adds a status line to the list and the output file.
   void PutProgressMsg(const std::string& strMessage);
   void put_progres_message(const std::string& message) override { PutProgressMsg(message); }
+  /// Puts a document into its box, as if it had been chosen there. A name of no file is taken, too.
+  void open_document(const std::string& file_name) { document_box_.take_file(file_name); }
 
   /// The start is an unattended one whose run has not begun.
   bool is_unattended() const { return settings_.CommandLineRun; }
@@ -78,6 +80,7 @@ class frmImportKCDMain : public QWidget, public ProgressSink {
  private:
   void connect_buttons();
   void connect_boxes();
+  void connect_keys();
   void on_click(ControlName button, std::function<void()> action);
   void browse_for_file(const OpenFileRequest& request, ControlName box);
   void browse_for_server(ControlName box, const std::string& title);

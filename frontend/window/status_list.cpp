@@ -5,6 +5,7 @@
 #include <QContextMenuEvent>
 #include <QGuiApplication>
 #include <QHelpEvent>
+#include <QLabel>
 #include <QMenu>
 #include <QPaintEvent>
 #include <QPainter>
@@ -17,10 +18,11 @@
 
 namespace importkcd {
 
-void StatusListModel::append(const QString& line) {
+void StatusListModel::append(const QString& line, LineKind kind) {
   const auto row = static_cast<int>(lines_.size());
   beginInsertRows(QModelIndex(), row, row);
-  lines_.push_back(line);
+  lines_.push_back({line, kind});
+  has_errors_ = has_errors_ || kind == LineKind::error;
   endInsertRows();
 }
 
@@ -29,10 +31,23 @@ int StatusListModel::rowCount(const QModelIndex& parent) const {
 }
 
 QVariant StatusListModel::data(const QModelIndex& index, int role) const {
-  if (!index.isValid() || role != Qt::DisplayRole) {
+  if (!index.isValid()) {
     return {};
   }
-  return lines_.at(static_cast<std::size_t>(index.row()));
+  const Line& line = lines_.at(static_cast<std::size_t>(index.row()));
+  const bool is_error = line.kind == LineKind::error;
+  switch (role) {
+    case Qt::DisplayRole:
+      return line.text;
+    case error_role:
+      return is_error;
+    case Qt::AccessibleTextRole:
+      // What the colour and the icon say to those who see them; some lines say it themselves.
+      return is_error && !line.text.startsWith(QLatin1String("Error")) ? "Error: " + line.text
+                                                                       : line.text;
+    default:
+      return {};
+  }
 }
 
 StatusList::StatusList(QWidget* parent) : QListView(parent), lines_(this) {
@@ -90,7 +105,8 @@ void StatusList::copy_selected_lines() {
 }
 
 bool StatusList::is_cut_off(const QModelIndex& line) const {
-  return fontMetrics().horizontalAdvance(line.data().toString()) > viewport()->width();
+  const int icon = line.data(StatusListModel::error_role).toBool() ? error_icon_width(*this) : 0;
+  return icon + fontMetrics().horizontalAdvance(line.data().toString()) > viewport()->width();
 }
 
 bool StatusList::viewportEvent(QEvent* event) {
@@ -115,11 +131,38 @@ void StatusList::contextMenuEvent(QContextMenuEvent* event) {
 }
 
 void StatusList::set_top_band(int pixels) {
+  top_band_ = pixels;
   setViewportMargins(0, pixels, 0, 0);
   // The scroll bar would reach into the band.
   auto* spacer = new QWidget(this);
   spacer->setFixedHeight(pixels);
   addScrollBarWidget(spacer, Qt::AlignTop);
+}
+
+void StatusList::show_summary(const QString& text) {
+  if (summary_ == nullptr) {
+    summary_ = new QLabel(this);
+    summary_->setObjectName(QStringLiteral("lblRunSummary"));
+    summary_->setTextFormat(Qt::PlainText);
+    summary_->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
+  }
+  summary_->setText(text);
+  summary_->setVisible(!text.isEmpty());
+  setAccessibleDescription(text);
+  place_summary();
+}
+
+void StatusList::place_summary() {
+  if (summary_ != nullptr) {
+    const QSize size = summary_->sizeHint().boundedTo(QSize(width() / 2, top_band_));
+    summary_->setGeometry(QRect(QPoint(width() - size.width(), 0), size));
+  }
+}
+
+int StatusList::scrolled_width() const {
+  return horizontal_extent_ == 0 || !lines_.has_errors()
+             ? horizontal_extent_
+             : horizontal_extent_ + error_icon_width(*this);
 }
 
 int StatusList::line_height() const { return fontMetrics().height() + 2; }
@@ -129,7 +172,7 @@ QRect StatusList::visualRect(const QModelIndex& index) const {
     return {};
   }
   return {-horizontalOffset(), index.row() * line_height() - verticalOffset(),
-          std::max(horizontal_extent_, viewport()->width()), line_height()};
+          std::max(scrolled_width(), viewport()->width()), line_height()};
 }
 
 QModelIndex StatusList::indexAt(const QPoint& point) const {
@@ -165,12 +208,13 @@ void StatusList::updateGeometries() {
   auto* columns = horizontalScrollBar();
   columns->setSingleStep(line_height());
   columns->setPageStep(page.width());
-  columns->setRange(0, std::max(0, horizontal_extent_ - page.width()));
+  columns->setRange(0, std::max(0, scrolled_width() - page.width()));
 }
 
 void StatusList::resizeEvent(QResizeEvent* event) {
   QAbstractItemView::resizeEvent(event);  // NOLINT(bugprone-parent-virtual-call): as above
   updateGeometries();
+  place_summary();
 }
 
 void StatusList::paintEvent(QPaintEvent* event) {

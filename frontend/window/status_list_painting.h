@@ -5,6 +5,9 @@
 
 namespace importkcd {
 
+/// The room that the icon in front of a line that tells an error takes, in pixels.
+int error_icon_width(const QWidget& list);
+
 /// Paints an item as the style paints one of nothing but text, but lays the text out once rather
 /// than three times: that is most of what a line costs in a list that grows line by line.
 class StatusLineDelegate : public QStyledItemDelegate {

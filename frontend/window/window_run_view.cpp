@@ -63,11 +63,15 @@ bool WindowRunView::output_file_checked() const {
   return surroundings_.controls.is_on(cbOutputFile);
 }
 
-void WindowRunView::add_status_line(const std::string& line) {
-  surroundings_.controls.as<StatusList>(lstStatus).add_line(QString::fromStdString(line));
+void WindowRunView::add_status_line(const std::string& line, LineKind kind) {
+  surroundings_.controls.as<StatusList>(lstStatus).add_line(QString::fromStdString(line), kind);
   if (surroundings_.copy_status_line) {
     surroundings_.copy_status_line(line);
   }
+}
+
+void WindowRunView::show_summary(const std::string& text) {
+  surroundings_.controls.as<StatusList>(lstStatus).show_summary(QString::fromStdString(text));
 }
 
 std::int32_t WindowRunView::text_width(const std::string& text) const {

@@ -35,7 +35,8 @@ class WindowRunView : public RunView {
 
   RunFields fields() const override;
   bool output_file_checked() const override;
-  void add_status_line(const std::string& line) override;
+  void add_status_line(const std::string& line, LineKind kind) override;
+  void show_summary(const std::string& text) override;
   std::int32_t text_width(const std::string& text) const override;
   double twips_per_pixel() const override;
   void set_status_extent(std::int32_t pixels) override;

@@ -16,10 +16,14 @@ class RecordingView : public RunView {
   RunFields fields() const override { return typed; }
   bool output_file_checked() const override { return typed.output_file; }
 
-  void add_status_line(const std::string& line) override {
+  void add_status_line(const std::string& line, LineKind kind) override {
     lines.push_back(line);
+    if (kind == LineKind::error) {
+      error_lines.push_back(line);
+    }
     operations.push_back("line " + line);
   }
+  void show_summary(const std::string& text) override { summaries.push_back(text); }
   std::int32_t text_width(const std::string& text) const override {
     return width_of ? width_of(text) : 0;
   }
@@ -78,6 +82,8 @@ class RecordingView : public RunView {
 
   std::vector<std::string> operations;
   std::vector<std::string> lines;
+  std::vector<std::string> error_lines;
+  std::vector<std::string> summaries;
   std::vector<MessageBox> boxes;
   std::vector<std::int32_t> extents;
   int repaints = 0;

@@ -43,6 +43,31 @@ TEST_F(RunControllerTest, AFailedRunTellsItsErrorLast) {
   EXPECT_FALSE(controller.LastRunSucceeded());
 }
 
+TEST_F(RunControllerTest, ARunIsSummedUpAtItsEndBesideTheLines) {
+  controller.cmdImport_Click();
+  ASSERT_EQ(view.summaries.size(), 2U);
+  EXPECT_EQ(view.summaries[0], "");
+  EXPECT_THAT(view.summaries[1],
+              ::testing::MatchesRegex(std::to_string(view.lines.size()) + " messages, [0-9.]+ s"));
+  EXPECT_THAT(view.error_lines, IsEmpty());
+}
+
+TEST_F(RunControllerTest, AFailedRunMarksItsErrorAndItsReason) {
+  make_the_server_unreachable();
+  controller.cmdImport_Click();
+  EXPECT_THAT(view.error_lines, ElementsAre("Import not succeeded due to error", not_reached));
+  EXPECT_THAT(view.summaries.back(), ::testing::MatchesRegex("5 messages, 1 error, [0-9.]+ s"));
+}
+
+TEST_F(RunControllerTest, ARunThatDoesNotStartHasNoSummary) {
+  controller.cmdImport_Click();
+  view.typed.olap_server = "";
+  controller.cmdImport_Click();
+  EXPECT_EQ(view.summaries.back(), "");
+  EXPECT_THAT(view.error_lines,
+              ElementsAre("Error : MS OLAP Server field is empty ! Please fill it..."));
+}
+
 TEST_F(RunControllerTest, AMessageIsOneLineWhateverItHolds) {
   view.typed.olap_server = "no\nwhere";
   controller.cmdImport_Click();

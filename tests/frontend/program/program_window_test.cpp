@@ -50,6 +50,26 @@ class ProgramWindow : public ProgramTest {
   QProcess program;
 };
 
+TEST_F(ProgramWindow, ADocumentThatTheDesktopOpensWaitsForImport) {
+  const std::string opened = folder.file("my -own \"shop\".kcd");
+  std::filesystem::copy_file(document, opened);
+  start({"--open", text(opened)});
+  ASSERT_TRUE(display.wait_for_window(main_title));
+  const auto output = [&] {
+    for (const auto& file : std::filesystem::directory_iterator(folder.path())) {
+      if (file.path().filename().string().starts_with("my -own \"shop\"_Out_")) {
+        return read_file(file.path().string());
+      }
+    }
+    return std::string();
+  };
+  EXPECT_EQ(output(), "");
+  key("Return");
+  EXPECT_TRUE(wait_until([&] { return output().ends_with("Import succeeded\r\n"); })) << output();
+  key("Escape");
+  expect_end(0);
+}
+
 TEST_F(ProgramWindow, UnattendedRunClosesItsWindow) {
   start(
       {"/machine", text(server()), "/file", text(document), "/statusfile", text(folder.file("s"))});

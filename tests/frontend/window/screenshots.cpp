@@ -145,6 +145,17 @@ class Album {
     click(*opened, cmdImport);
     during_run_ = nullptr;
     photographer_.take(*opened, "window-after-a-run");
+    QTest::keyClick(opened.get(), Qt::Key_F, Qt::ControlModifier);
+    QTest::keyClicks(QApplication::focusWidget(), "cube");
+    photographer_.take(*opened, "window-searched");
+    QTest::keyClick(QApplication::focusWidget(), Qt::Key_Escape);
+    QTest::keyClick(opened.get(), Qt::Key_F1);
+    photographer_.take(*opened->findChild<QDialog*>("dlgHelp"), "dialog-help");
+    QTest::keyClick(opened.get(), Qt::Key_F1, Qt::ShiftModifier);
+    photographer_.take(*opened->findChild<QDialog*>("dlgAbout"), "dialog-about");
+    set(*opened, txtOLAPServer, "nowhere");
+    click(*opened, cmdImport);
+    photographer_.take(*opened, "window-after-a-failed-run");
   }
 
   void dialogs() {

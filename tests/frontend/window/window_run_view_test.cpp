@@ -109,7 +109,7 @@ TEST_F(RunViewTest, TextsAreMeasuredInTwips) {
 TEST_F(RunViewTest, TheListScrollsAsFarAsTheExtentFromTheNextRepaintOn) {
   list().resize(100, 100);
   window.show();
-  view.add_status_line("line");
+  view.add_status_line("line", LineKind::message);
   view.set_status_extent(700);
   view.repaint_now();
   EXPECT_EQ(list().horizontalScrollBar()->maximum(), 700 - list().viewport()->width());
@@ -126,7 +126,7 @@ class ShownRunViewTest : public RunViewTest {
     EXPECT_TRUE(QTest::qWaitForWindowActive(&window, 20000));
   }
   void add(const std::string& line) {
-    view.add_status_line(line);
+    view.add_status_line(line, LineKind::message);
     view.repaint();
   }
   std::string selected() { return list().currentIndex().data().toString().toStdString(); }
@@ -164,7 +164,7 @@ TEST_F(ShownRunViewTest, ARepaintAtOncePaintsWhatIsWaiting) {
 TEST_F(ShownRunViewTest, WhatIsPaintedIsTheLastLine) {
   view.repaint_now();
   const QImage empty = list().viewport()->grab().toImage();
-  view.add_status_line("a line");
+  view.add_status_line("a line", LineKind::message);
   view.repaint_now();
   EXPECT_NE(list().viewport()->grab().toImage(), empty);
 }

@@ -20,6 +20,25 @@ export interface TableUse {
 
 const INDENTATION = 14;
 
+interface Header {
+  kind: "row" | "column";
+  member: Member;
+  tuple: Member[];
+  /** Its place in the tuple. */
+  at: number;
+  isLast: boolean;
+  /** Whether any of its neighbours can be expanded. */
+  opens: boolean;
+  depth: number;
+}
+
+/** One measure for all columns needs no line of its own. */
+function columnDepth(tuples: Member[][]): number {
+  const depth = tuples[0]?.length ?? 0;
+  const last = new Set(tuples.map((tuple) => tuple[depth - 1]?.name));
+  return depth > 1 && last.size === 1 ? depth - 1 : depth;
+}
+
 export class PivotTable {
   private grid: Grid = { rows: [], columns: [], cell: () => undefined };
   private use: TableUse | null = null;
@@ -92,15 +111,18 @@ export class PivotTable {
     return () => {
       if (made === null) {
         const least = indentations(tuples);
+        const opens = least.map((_, at) => tuples.some((tuple) => tuple[at]?.hasChildren));
+        const shown = kind === "column" ? columnDepth(tuples) : (tuples[0]?.length ?? 0);
         made = [];
         for (const [index, tuple] of tuples.entries()) {
           const before = tuples[index - 1];
           let same = before !== undefined;
           made.push(
-            tuple.map((member, at) => {
-              same = same && before?.[at]?.name === member.name && at < tuple.length - 1;
+            tuple.slice(0, shown).map((member, at) => {
+              same = same && before?.[at]?.name === member.name && at < shown - 1;
               const old = made?.[index - 1]?.[at];
-              return same && old ? old : this.header(member, tuple, at, kind, member.depth - (least[at] ?? 0));
+              const header = { kind, member, tuple, at, isLast: at === shown - 1, opens: opens[at] ?? false };
+              return same && old ? old : this.header({ ...header, depth: member.depth - (least[at] ?? 0) });
             }),
           );
         }
@@ -109,7 +131,7 @@ export class PivotTable {
     };
   }
 
-  private header(member: Member, tuple: Member[], at: number, kind: "row" | "column", depth: number): HTMLElement {
+  private header({ kind, member, tuple, at, isLast, opens, depth }: Header): HTMLElement {
     const use = this.use;
     const caption = captionOf(member);
     const cell = h("span", { class: isTotal(member.name) ? "member total" : "member" });
@@ -119,19 +141,15 @@ export class PivotTable {
     if (use?.expand && member.hasChildren && !isTotal(member.name)) {
       const open = use.isExpanded(member);
       const label = `${open ? "Collapse" : "Expand"} ${caption}`;
-      const key = `toggle ${captionsOf(tuple.slice(0, at + 1))} ${member.name}`;
+      const key = `toggle ${captionsOf(tuple.slice(0, at))} ${member.name}`;
+      const attributes = { "aria-expanded": String(open), "aria-label": label, "data-key": key };
       const act = () => use.expand?.(member);
-      cell.append(
-        h("button", { type: "button", class: "toggle", "aria-expanded": String(open), "aria-label": label, "data-key": key, onclick: act }),
-      );
-    } else if (kind === "row" && use?.expand && at === tuple.length - 1) {
+      cell.append(h("button", { type: "button", class: "toggle", ...attributes, onclick: act }));
+    } else if (kind === "row" && use?.expand && opens) {
       cell.append(h("span", { class: "toggle-space" }));
     }
-    if (kind === "column" && at === tuple.length - 1 && use?.sortBy) {
-      cell.append(this.sortButton(tuple, caption));
-    } else {
-      cell.append(h("span", { class: "caption", title: caption }, caption));
-    }
+    const sorts = kind === "column" && isLast && use?.sortBy;
+    cell.append(sorts ? this.sortButton(tuple, caption) : h("span", { class: "caption", title: caption }, caption));
     return cell;
   }
 

@@ -18,11 +18,13 @@ demo:
 	cmake --build --preset release -j $(JOBS) --target kcd ImportKCD
 	@scripts/demo build
 
+# KEEP=--keep leaves the servers running until Ctrl-C.
+KEEP ?=
 demo-olap:
 	@scripts/install-packages build olap-server
 	@$(call configure,release,-DBUILD_TESTING=OFF -DIMPORTKCD_OLAP_SERVER=ON)
 	cmake --build --preset release -j $(JOBS) --target kcd olap_server
-	@scripts/demo-olap build
+	@scripts/demo-olap $(KEEP) build
 
 test: build
 	ctest --preset release -j $(JOBS)

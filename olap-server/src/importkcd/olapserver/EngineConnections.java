@@ -28,7 +28,7 @@ final class EngineConnections implements ConnectionFactory {
     replaced.forget();
     for (int attempt = 1; ; ++attempt) {
       try {
-        return engine.getConnection(database, catalogue, role, properties);
+        return DrillThroughRows.over(engine.getConnection(database, catalogue, role, properties));
       } catch (SQLException | RuntimeException error) {
         if (attempt == ATTEMPTS || !hasLostItself(error)) {
           throw error;

@@ -35,13 +35,13 @@ final class RequestCheck {
 
   /** Nothing when the request may go on. */
   Refusal refusal(HttpServletRequest request) {
-    final List<String> host = Collections.list(request.getHeaders("Host"));
-    // The request line may name a host as well, which counts more.
-    if (host.size() != 1 || !isOurs(host.get(0), request) || !isOurs(request.getServerName(), request)) {
-      return new Refusal(MISDIRECTED, "this is not the host that the request is meant for; see kcd serve --host");
+    final Refusal refusal = hostRefusal(request);
+    if (refusal != null) {
+      return refusal;
     }
+    final String own = "http://" + request.getHeader("Host");
     final List<String> origins = Collections.list(request.getHeaders("Origin"));
-    if (!origins.stream().allMatch(origin -> origin.equalsIgnoreCase("http://" + host.get(0)))) {
+    if (!origins.stream().allMatch(own::equalsIgnoreCase)) {
       return new Refusal(HttpServletResponse.SC_FORBIDDEN, "web pages of other origins may not ask");
     }
     if (!PATH.equals(request.getRequestURI())) {
@@ -51,6 +51,16 @@ final class RequestCheck {
       return new Refusal(HttpServletResponse.SC_METHOD_NOT_ALLOWED, "questions come by POST");
     }
     return contentRefusal(request);
+  }
+
+  /** Nothing when the request is meant for this host. */
+  Refusal hostRefusal(HttpServletRequest request) {
+    final List<String> host = Collections.list(request.getHeaders("Host"));
+    // The request line may name a host as well, which counts more.
+    if (host.size() != 1 || !isOurs(host.get(0), request) || !isOurs(request.getServerName(), request)) {
+      return new Refusal(MISDIRECTED, "this is not the host that the request is meant for; see kcd serve --host");
+    }
+    return null;
   }
 
   private static Refusal contentRefusal(HttpServletRequest request) {

@@ -34,10 +34,12 @@ final class WebServer {
     connector.addBean(watch);
     server.addConnector(connector);
     server.addBean(new ConnectionLimit(Limits.CONNECTIONS, connector));
-    server.setHandler(context(engine, new RequestGate(engine, new RequestCheck(address, hosts), watch)));
+    final RequestCheck check = new RequestCheck(address, hosts);
+    server.setHandler(context(engine, new RequestGate(engine, check, watch), new PageHandler(check)));
   }
 
-  private static ServletContextHandler context(RequestGate.Engine engine, RequestGate gate) {
+  private static ServletContextHandler context(
+      RequestGate.Engine engine, RequestGate gate, PageHandler page) {
     final ServletContextHandler context = new ServletContextHandler(ServletContextHandler.NO_SESSIONS);
     final ServletHolder behind = new ServletHolder((Servlet) engine);
     // At the start and not with the first question, so that a fault shows at once.
@@ -49,6 +51,8 @@ final class WebServer {
     final ServletHolder front = new ServletHolder(gate);
     front.setAsyncSupported(true);
     context.addServlet(front, "/*");
+    final ServletHolder beside = new ServletHolder(page);
+    PageHandler.paths().forEach(path -> context.addServlet(beside, path));
     return context;
   }
 

@@ -11,9 +11,10 @@ import javax.servlet.http.HttpServletResponse;
 import mondrian.xmla.XmlaUtil;
 
 /**
- * What must be right about a request before its body is read. There is no login: a web page that
- * somebody looks at must not be able to ask in that person's name, neither under a name of its own
- * for this host nor by a request that browsers send without asking first.
+ * What must be right about a request before its body is read. A web page that somebody looks at must
+ * not be able to ask in that person's name, with the login that the browser remembers or without
+ * one, neither under a name of its own for this host nor by a request that browsers send without
+ * asking first.
  */
 final class RequestCheck {
   static final String PATH = "/xmla";
@@ -35,13 +36,15 @@ final class RequestCheck {
 
   /** Nothing when the request may go on. */
   Refusal refusal(HttpServletRequest request) {
-    final List<String> host = Collections.list(request.getHeaders("Host"));
-    // The request line may name a host as well, which counts more.
-    if (host.size() != 1 || !isOurs(host.get(0), request) || !isOurs(request.getServerName(), request)) {
-      return new Refusal(MISDIRECTED, "this is not the host that the request is meant for; see kcd serve --host");
+    final Refusal refusal = hostRefusal(request);
+    if (refusal != null) {
+      return refusal;
     }
+    // What is behind a proxy does not know by which of the two the browser came.
+    final String own = "://" + request.getHeader("Host");
     final List<String> origins = Collections.list(request.getHeaders("Origin"));
-    if (!origins.stream().allMatch(origin -> origin.equalsIgnoreCase("http://" + host.get(0)))) {
+    if (!origins.stream()
+        .allMatch(origin -> origin.equalsIgnoreCase("http" + own) || origin.equalsIgnoreCase("https" + own))) {
       return new Refusal(HttpServletResponse.SC_FORBIDDEN, "web pages of other origins may not ask");
     }
     if (!PATH.equals(request.getRequestURI())) {
@@ -51,6 +54,16 @@ final class RequestCheck {
       return new Refusal(HttpServletResponse.SC_METHOD_NOT_ALLOWED, "questions come by POST");
     }
     return contentRefusal(request);
+  }
+
+  /** Nothing when the request is meant for this host. */
+  Refusal hostRefusal(HttpServletRequest request) {
+    final List<String> host = Collections.list(request.getHeaders("Host"));
+    // The request line may name a host as well, which counts more.
+    if (host.size() != 1 || !isOurs(host.get(0), request) || !isOurs(request.getServerName(), request)) {
+      return new Refusal(MISDIRECTED, "this is not the host that the request is meant for; see kcd serve --host");
+    }
+    return null;
   }
 
   private static Refusal contentRefusal(HttpServletRequest request) {

@@ -17,6 +17,7 @@ import java.util.concurrent.ConcurrentHashMap;
 import java.util.concurrent.locks.Lock;
 import java.util.concurrent.locks.ReentrantLock;
 import java.util.function.Function;
+import java.util.regex.Pattern;
 import java.util.stream.Stream;
 import mondrian.olap.Cube;
 import mondrian.olap.Dimension;
@@ -37,6 +38,8 @@ import org.olap4j.OlapConnection;
  * columns the data warehouse lacks. No row is read for that.
  */
 final class CubeFaults {
+  private static final Pattern ENGINES_NAME = Pattern.compile("^Mondrian Error:(Internal error:)?");
+
   /** What was found out counts so long: many may ask. */
   private static final long FRESH_NANOSECONDS = 5_000_000_000L;
 
@@ -229,6 +232,7 @@ final class CubeFaults {
     while (cause.getCause() != null) {
       cause = cause.getCause();
     }
-    return String.valueOf(cause.getMessage()).lines().findFirst().orElse("").strip();
+    final String line = String.valueOf(cause.getMessage()).lines().findFirst().orElse("");
+    return ENGINES_NAME.matcher(line).replaceFirst("").strip();
   }
 }

@@ -52,13 +52,7 @@ final class ReplacedSchemas {
     try {
       final Set<ByteString> published = new HashSet<>();
       for (final PublishedContent.Published catalogue : catalogues) {
-        final String reduced = content.reduced(catalogue);
-        published.add(
-            new ByteString(
-                Util.digestMd5(
-                    reduced == null
-                        ? Util.readVirtualFileAsString(catalogue.schema().toUri().toString())
-                        : reduced)));
+        published.add(checksum(catalogue));
       }
       for (final RolapSchema schema : RolapSchema.getRolapSchemas()) {
         if (!published.contains(schema.getChecksum())) {
@@ -70,6 +64,25 @@ final class ReplacedSchemas {
     } catch (IOException | RuntimeException error) {
       // A file that is missing is told to whoever asks its catalogue; the next look is the next try.
     }
+  }
+
+  /** Forgets a catalogue's figures: the warehouse has others now. */
+  synchronized void forgetFigures(PublishedContent.Published catalogue) throws IOException {
+    final ByteString checksum = checksum(catalogue);
+    for (final RolapSchema schema : RolapSchema.getRolapSchemas()) {
+      if (checksum.equals(schema.getChecksum())) {
+        forget(schema);
+      }
+    }
+  }
+
+  private ByteString checksum(PublishedContent.Published catalogue) throws IOException {
+    final String reduced = content.reduced(catalogue);
+    return new ByteString(
+        Util.digestMd5(
+            reduced == null
+                ? Util.readVirtualFileAsString(catalogue.schema().toUri().toString())
+                : reduced));
   }
 
   /** Whether there was anything left to forget. */

@@ -65,6 +65,8 @@ final class RequestLogEntry {
       words.put("failed", failed);
       if (question.isDiscover()) {
         words.put("list", question.list());
+      } else if (question.statement() == null) {
+        words.put("list", "ClearCache");
       } else {
         final String statement = question.statement();
         words.put("mdx", statement.substring(0, Math.min(statement.length(), LONGEST_STATEMENT)));

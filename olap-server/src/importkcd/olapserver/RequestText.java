@@ -86,6 +86,7 @@ final class RequestText {
     private static final String RESTRICTION_PATH =
         "Envelope/Body/Discover/Restrictions/RestrictionList/";
     private static final String STATEMENT_PATH = "Envelope/Body/Execute/Command/Statement";
+    private static final String FORGET_PATH = "Envelope/Body/Execute/Command/ClearCache";
     private static final String SESSION_PATH = "Envelope/Header/";
     private static final Set<String> SESSIONS = Set.of("BeginSession", "Session", "EndSession");
     private static final Pattern PROPERTY_PATH =
@@ -98,6 +99,7 @@ final class RequestText {
     private String method;
     private String list = "";
     private String statement = "";
+    private boolean forgets;
     private XmlaQuestion.Session session;
     private int depth;
 
@@ -118,6 +120,8 @@ final class RequestText {
           throw new SAXException("it asks more than one question");
         }
         method = localName;
+      } else if (paths.peek().equals(FORGET_PATH)) {
+        forgets = true;
       } else if (above.equals(SESSION_PATH) && SESSIONS.contains(localName)) {
         session = new XmlaQuestion.Session(localName, attributes.getValue("SessionId"));
       }
@@ -130,7 +134,7 @@ final class RequestText {
     XmlaQuestion question() {
       final boolean discovers = "Discover".equals(method);
       return new XmlaQuestion(
-          discovers ? list : null, discovers ? null : statement, restrictions, properties, session);
+          discovers ? list : null, discovers || forgets ? null : statement, restrictions, properties, session);
     }
 
     /** An element has come to its end. */
@@ -140,6 +144,8 @@ final class RequestText {
         properties.put(property.group(1), text.toString());
       } else if (path.equals(LIST_PATH)) {
         list = text.toString().strip();
+      } else if (path.equals(FORGET_PATH + "/Object/DatabaseID")) {
+        properties.put(XmlaQuestion.CATALOGUE, text.toString());
       } else if (path.equals(STATEMENT_PATH)) {
         statement = text.toString();
       } else if (path.startsWith(RESTRICTION_PATH)) {

@@ -112,6 +112,17 @@ record Rowset(List<String> columns, List<Map<String, String>> rows) {
     out.writeEndElement();
   }
 
+  /** The answer to an order. */
+  static void sendNothing(HttpServletResponse response) throws IOException {
+    send(response, out -> {
+      out.writeStartElement("ExecuteResponse");
+      out.writeDefaultNamespace(XMLA);
+      out.writeStartElement("return");
+      out.writeStartElement("root");
+      out.writeDefaultNamespace(XMLA + ":empty");
+    });
+  }
+
   /** Refuses a question in the form in which the engine does. */
   static void refuse(HttpServletResponse response, String reason) throws IOException {
     send(response, out -> {

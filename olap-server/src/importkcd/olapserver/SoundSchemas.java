@@ -29,7 +29,16 @@ final class SoundSchemas {
   /** After this a schema is tried again as it is: tables may have come that were missing. */
   private static final long RETRY_NANOSECONDS = 30_000_000_000L;
 
-  private record Tried(String identity, Map<String, String> unserved, boolean somethingIsServed, long time) {}
+  /** The engine looks every second what it is to read. */
+  private static final long NOTICED_NANOSECONDS = 3_000_000_000L;
+
+  /** What became of a schema: its cubes that are not served, since when, and when that was looked at last. */
+  private record Tried(
+      String identity, Map<String, String> unserved, boolean somethingIsServed, long since, long time) {
+    Tried again() {
+      return new Tried(identity, unserved, somethingIsServed, since, System.nanoTime());
+    }
+  }
 
   private final PublishedContent content;
   private final Map<String, Tried> tried = new ConcurrentHashMap<>();
@@ -66,7 +75,7 @@ final class SoundSchemas {
         tried.remove(catalogue);
         content.replace(catalogue, null);
       } else {
-        tried.put(catalogue, new Tried(its.identity(), its.unserved(), its.somethingIsServed(), System.nanoTime()));
+        tried.put(catalogue, its.again());
       }
     }
   }
@@ -82,8 +91,9 @@ final class SoundSchemas {
     }
     final String identity = identity(published);
     final Tried before = tried.get(catalogue);
+    final long now = System.nanoTime();
     if (before != null && before.identity().equals(identity)) {
-      return false;
+      return before.somethingIsServed() && now - before.since() < NOTICED_NANOSECONDS;
     }
     try {
       final Parts parts = new Parts(PublishedContent.check(Files.readAllBytes(published.schema())));
@@ -100,7 +110,7 @@ final class SoundSchemas {
       final String rest = parts.with(sound, true);
       final boolean isServed =
           !sound.isEmpty() && !unserved.isEmpty() && fault(published, rest) == null;
-      tried.put(catalogue, new Tried(identity, unserved, isServed, System.nanoTime()));
+      tried.put(catalogue, new Tried(identity, unserved, isServed, now, now));
       if (isServed) {
         content.replace(catalogue, new PublishedContent.Reduced(identity, rest));
       }

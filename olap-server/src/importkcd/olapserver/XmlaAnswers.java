@@ -70,7 +70,9 @@ final class XmlaAnswers {
   void answer(XmlaQuestion question, Asked asked) throws Exception {
     final XmlaQuestion known = withKnownProperties(question);
     RequestLogEntry.of(asked.request()).asks(known);
-    if (!known.isDiscover()) {
+    if (!known.isDiscover() && known.statement() == null) {
+      forget(known, asked);
+    } else if (!known.isDiscover()) {
       execute(known, asked);
     } else if (OwnLists.NAMES.contains(known.list())) {
       own.answer(known, asked);
@@ -132,6 +134,22 @@ final class XmlaAnswers {
     } else {
       RequestLogEntry.of(asked.request()).asks(question.about(database));
       noteRefusal(ask(question.about(database), view(database, asked), asked), asked);
+    }
+  }
+
+  /** Forgets the figures of those databases that the asker sees wholly. */
+  private void forget(XmlaQuestion question, Asked asked) throws IOException {
+    int count = 0;
+    for (final String database : databases(question, asked)) {
+      if (view(database, asked).isWhole()) {
+        engine.forgetFigures(database);
+        ++count;
+      }
+    }
+    if (count == 0) {
+      refuse("this login may not have figures forgotten", asked);
+    } else {
+      Rowset.sendNothing(asked.response());
     }
   }
 

@@ -22,6 +22,7 @@ final class XmlaDirectoryServlet extends DynamicDatasourceXmlaServlet {
   private final transient ThreadLocal<Boolean> refused = ThreadLocal.withInitial(() -> false);
 
   private transient PublishedContent content;
+  private transient ReplacedSchemas replaced;
   private transient CubeFaults faults;
   private final transient Map<Path, Known> known = new ConcurrentHashMap<>();
 
@@ -73,6 +74,14 @@ final class XmlaDirectoryServlet extends DynamicDatasourceXmlaServlet {
     }
   }
 
+  /** Forgets a database's figures. */
+  void forgetFigures(String database) throws IOException {
+    final PublishedContent.Published published = content.published(database);
+    if (published != null) {
+      replaced.forgetFigures(published);
+    }
+  }
+
   /** Which cubes cannot be asked, and why. */
   CubeFaults faults() {
     return faults;
@@ -94,8 +103,8 @@ final class XmlaDirectoryServlet extends DynamicDatasourceXmlaServlet {
       throws ServletException {
     final ConnectionFactory engine = super.createConnectionFactory(config);
     final SoundSchemas sound = new SoundSchemas(content);
-    final ConnectionFactory connections =
-        new EngineConnections(engine, new ReplacedSchemas(server, content), sound);
+    replaced = new ReplacedSchemas(server, content);
+    final ConnectionFactory connections = new EngineConnections(engine, replaced, sound);
     faults = new CubeFaults(connections, content, this::schema, sound);
     return connections;
   }

@@ -15,7 +15,7 @@ import javax.xml.stream.XMLStreamWriter;
  * nothing can be said to it past what was read here.
  *
  * @param list what a Discover asks for; null for an Execute
- * @param statement what an Execute asks; null for a Discover
+ * @param statement what an Execute asks; null for a Discover, and for the order to forget figures
  * @param restrictions the values of each
  * @param session the element of the SOAP header about a session, or null
  */

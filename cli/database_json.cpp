@@ -220,13 +220,18 @@ void DatabaseJson::add(OlapDatabase& database) {
 
 void DatabaseJson::end() { out_ << (first_ ? "" : "\n  ") << "]\n}\n"; }
 
-Json xmla_database_json(const std::string& database, const std::vector<XmlaCube>& cubes) {
+Json xmla_database_json(const std::string& database, const std::vector<XmlaCube>& cubes,
+                        const std::vector<UnservedCube>& unserved) {
   auto list = Json::array();
   for (const auto& cube : cubes) {
     list.push_back(
         {{"name", cube.name}, {"virtual", cube.is_virtual}, {"description", cube.description}});
   }
-  return {{"name", database}, {"cubes", std::move(list)}};
+  Json result{{"name", database}, {"cubes", std::move(list)}};
+  for (const auto& cube : unserved) {
+    result["unserved"].push_back({{"name", cube.name}, {"reason", cube.reason}});
+  }
+  return result;
 }
 
 }  // namespace importkcd

@@ -34,6 +34,7 @@ class DatabaseJson {
 /// A database that an XMLA server offers: `{"name": ..., "cubes": [{"name": ..., "virtual": ...,
 /// "description": ...}]}`.
 nlohmann::ordered_json xmla_database_json(const std::string& database,
-                                          const std::vector<XmlaCube>& cubes);
+                                          const std::vector<XmlaCube>& cubes,
+                                          const std::vector<UnservedCube>& unserved = {});
 
 }  // namespace importkcd

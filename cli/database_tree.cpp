@@ -1,5 +1,6 @@
 #include "cli/database_tree.h"
 
+#include <algorithm>
 #include <sstream>
 #include <string>
 #include <string_view>
@@ -192,14 +193,26 @@ TreeNode database_tree(OlapDatabase& database) {
   return root;
 }
 
-TreeNode xmla_database_tree(const std::string& database, const std::vector<XmlaCube>& cubes) {
+TreeNode xmla_database_tree(const std::string& database, const std::vector<XmlaCube>& cubes,
+                            const std::vector<UnservedCube>& unserved) {
   TreeNode root{database};
+  std::vector<TreeNode> faults;
+  faults.reserve(unserved.size());
+  for (const auto& cube : unserved) {
+    faults.push_back({with_detail(cube.name, cube.reason)});
+  }
   std::vector<TreeNode> nodes;
   for (const auto& cube : cubes) {
+    // One whose tables are missing is listed by the server all the same.
+    if (std::any_of(unserved.begin(), unserved.end(),
+                    [&](const UnservedCube& other) { return other.name == cube.name; })) {
+      continue;
+    }
     const auto text = cube.is_virtual ? with_facts(cube.name, {"virtual"}) : cube.name;
     nodes.push_back({with_detail(text, cube.description)});
   }
   add_group(root, "Cubes", std::move(nodes));
+  add_group(root, "Cubes that cannot be asked", std::move(faults));
   return root;
 }
 

@@ -17,6 +17,7 @@ namespace importkcd {
 TreeNode database_tree(OlapDatabase& database);
 
 /// A database that an XMLA server offers, with its cubes.
-TreeNode xmla_database_tree(const std::string& database, const std::vector<XmlaCube>& cubes);
+TreeNode xmla_database_tree(const std::string& database, const std::vector<XmlaCube>& cubes,
+                            const std::vector<UnservedCube>& unserved = {});
 
 }  // namespace importkcd

@@ -26,6 +26,7 @@
 #include "cli/serve_command.h"
 #include "cli/settings.h"
 #include "cli/show_command.h"
+#include "cli/user_command.h"
 #include "servers/choice/server_choice.h"
 #include "servers/memory/memory_server.h"
 
@@ -107,8 +108,8 @@ int run(int argument_count, const char* const* arguments) {
   program.footer(exit_status_table);
   const auto commands =
       commands_of<ImportCommand, PlanCommand, CheckCommand, SchemaCommand, ExportCommand,
-                  ConvertCommand, ShowCommand, RestoreCommand, ServeCommand, QueryCommand,
-                  RefreshCommand, AggregateCommand>(program);
+                  ConvertCommand, ShowCommand, RestoreCommand, ServeCommand, UserCommand,
+                  QueryCommand, RefreshCommand, AggregateCommand>(program);
   Settings settings(program);
   program.failure_message([&](const CLI::App* app, const CLI::Error& error) {
     return usage_message(app, error, settings);

@@ -118,6 +118,46 @@ void check_directory(const std::string& directory) {
   }
 }
 
+/// Those of the drivers, each with a colon in front.
+std::string driver_path(const std::vector<std::string>& jars) {
+  std::string path;
+  std::error_code error;
+  for (const auto& jar : jars) {
+    if (!fs::is_regular_file(jar, error)) {
+      fail("there is no driver '" + jar + "'");
+    }
+    path += ":" + fs::absolute(jar, error).string();
+  }
+  return path;
+}
+
+/// The words by which the host is told what to do, behind its directory.
+std::vector<std::string> host_words(const EngineOptions& options) {
+  std::vector<std::string> words{"address=" + options.address,
+                                 "port=" + std::to_string(options.port),
+                                 "seconds=" + std::to_string(options.question_seconds)};
+  const auto add = [&](const char* name, const std::string& value) {
+    if (!value.empty()) {
+      words.push_back(name + ("=" + value));
+    }
+  };
+  for (const auto& host : options.hosts) {
+    add("host", host);
+  }
+  add("users", options.users_file);
+  if (options.grants == from_documents) {
+    add("grants-from-documents", "yes");
+  } else {
+    add("grants", options.grants);
+  }
+  add("certificate", options.certificate_file);
+  add("key", options.key_file);
+  add("access-log", options.access_log_file);
+  add("admin-port", options.admin_port ? std::to_string(*options.admin_port) : "");
+  add("public-health", options.has_public_health ? "yes" : "");
+  return words;
+}
+
 /// The engine decodes file names by the character set of its locale, which has to be UTF-8.
 std::vector<std::string> engine_environment() { return environment_with({{"LC_ALL", "C.UTF-8"}}); }
 
@@ -201,7 +241,7 @@ std::vector<std::string> engine_command(const std::string& directory,
                                         const EngineOptions& options) {
   check_directory(directory);
   const auto java = java_program();
-  const auto classes = class_path();
+  const auto classes = class_path() + driver_path(options.driver_jars);
   std::vector<std::string> command{java, "-XX:+UseSerialGC"};
   const auto add = [&](const std::vector<std::string>& arguments) {
     command.insert(command.end(), arguments.begin(), arguments.end());
@@ -212,9 +252,14 @@ std::vector<std::string> engine_command(const std::string& directory,
     // It ends before the second compiler has earned what it costs.
     add({"-XX:TieredStopAtLevel=1", "-Dimportkcd.check=false"});
   }
-  add({"-cp", classes, main_class, directory, options.address, std::to_string(options.port),
-       std::to_string(options.question_seconds)});
-  add(options.hosts);
+  if (!options.heap.empty()) {
+    add({"-Xmx" + options.heap});
+  }
+  if (options.concurrent_questions > 0) {
+    add({"-Dimportkcd.questions=" + std::to_string(options.concurrent_questions)});
+  }
+  add({"-cp", classes, main_class, directory});
+  add(host_words(options));
   return command;
 }
 

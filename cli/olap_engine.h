@@ -31,9 +31,30 @@ struct EngineOptions {
   /// Names that requests may be meant for, beside the address and those of this computer's loopback
   /// interface.
   std::vector<std::string> hosts{};
+  /// Who may log in, a file as htpasswd writes it with bcrypt; empty: everybody may ask.
+  std::string users_file{};
+  /// Who sees what: a file, or from_documents; empty: who logs in sees everything.
+  std::string grants{};
+  /// A certificate and its key, in PEM; both or none.
+  std::string certificate_file{};
+  std::string key_file{};
+  std::string access_log_file{};
+  /// Where health and metrics are told on the loopback interface.
+  std::optional<std::uint16_t> admin_port{};
+  /// Tell health where questions are answered, too.
+  bool has_public_health = false;
+  /// JDBC drivers beside those of the host.
+  std::vector<std::string> driver_jars{};
+  /// The most memory, as Java takes it ("2g"); empty: what Java finds fit.
+  std::string heap{};
+  /// How many questions are answered at the same time; 0: as the host finds fit.
+  std::uint32_t concurrent_questions = 0;
   /// For one question: what does not help it is left out.
   bool is_for_one_question = false;
 };
+
+/// Grants that are the user lists of the documents' roles.
+constexpr const char* from_documents = "from-documents";
 
 /// The command that serves a directory's catalogues over XMLA: program and arguments. Throws
 /// ImportError, whose description says what is missing, when it cannot be carried out: the

@@ -5,6 +5,7 @@
 #include <istream>
 #include <iterator>
 #include <ostream>
+#include <utility>
 
 #include "base/import_error.h"
 #include "base/text.h"
@@ -40,6 +41,7 @@ QueryCommand::QueryCommand(CLI::App& program) : Command(program, "query", "Ask a
       ->type_name("SECONDS")
       ->check(CLI::Range(std::uint32_t{1}, longest_timeout_seconds))
       ->capture_default_str();
+  access_.add_to(*command_);
   command_->add_flag("--json", as_json_, "JSON for programs")->disable_flag_override();
 }
 
@@ -65,20 +67,24 @@ std::string QueryCommand::database_to_ask(const XmlaClient& client) const {
   return names.front();
 }
 
-Dataset QueryCommand::ask(const std::string& address, const CommandEnvironment& environment) const {
+Dataset QueryCommand::ask(const std::string& address, HttpAccess access,
+                          const CommandEnvironment& environment) const {
   HttpLimits limits;
   limits.time = std::chrono::seconds(timeout_seconds_);
-  const XmlaClient client(address, limits);
+  const XmlaClient client(address, limits, std::move(access));
   return client.execute(question(environment), database_to_ask(client), role_);
 }
 
 int QueryCommand::run(const CommandEnvironment& environment) const {
   Dataset dataset;
   if (is_xmla_address(source_)) {
-    dataset = ask(source_, environment);
+    if (mdx_ == "-") {
+      access_.leave_standard_input();
+    }
+    dataset = ask(source_, access_.read(environment), environment);
   } else {
     const OlapEngine engine(engine_directory(source_));
-    dataset = ask(engine.address(), environment);
+    dataset = ask(engine.address(), {}, environment);
   }
   if (as_json_) {
     environment.out << dataset_json(dataset).dump(2, ' ', false,

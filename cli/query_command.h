@@ -4,6 +4,7 @@
 #include <string>
 
 #include "cli/command.h"
+#include "cli/xmla_access_options.h"
 #include "xmla/dataset.h"
 #include "xmla/xmla_client.h"
 
@@ -20,7 +21,8 @@ class QueryCommand : public Command {
   int run(const CommandEnvironment& environment) const override;
 
  private:
-  Dataset ask(const std::string& address, const CommandEnvironment& environment) const;
+  Dataset ask(const std::string& address, HttpAccess access,
+              const CommandEnvironment& environment) const;
   std::string database_to_ask(const XmlaClient& client) const;
   std::string question(const CommandEnvironment& environment) const;
 
@@ -28,6 +30,7 @@ class QueryCommand : public Command {
   std::string mdx_;
   std::string database_;
   std::string role_;
+  XmlaAccessOptions access_;
   std::uint32_t timeout_seconds_ = 300;
   bool as_json_ = false;
 };

@@ -5,18 +5,31 @@
 
 #include "base/connection_text.h"
 #include "base/text.h"
+#include "xmla/xmla_address.h"
+#include "xmla/xmla_client.h"
 
 namespace importkcd {
 
 RefreshCommand::RefreshCommand(CLI::App& program)
     : Command(program, "refresh",
               "Make the OLAP engine forget figures, after the data warehouse was loaded") {
-  command_->add_option("SERVER", server_, "The server that the engine serves: mondrian:DIRECTORY")
+  command_
+      ->add_option("SERVER", server_,
+                   "The server that the engine serves: mondrian:DIRECTORY, for all engines over "
+                   "it; or the address of one engine (http://...)")
       ->required()
       ->type_name("");
+  command_->add_option("--database", database_, "Only this database; for an address")
+      ->type_name("NAME");
+  access_.add_to(*command_);
 }
 
 int RefreshCommand::run(const CommandEnvironment& environment) const {
+  if (is_xmla_address(server_)) {
+    XmlaClient(server_, {}, access_.read(environment)).forget_figures(database_);
+    environment.out << "Forgotten: the figures of " << printable(shown_address(server_)) << '\n';
+    return exit_status::success;
+  }
   for (const auto& remark : environment.refresh(server_)) {
     environment.err << printable(remark) << '\n';
   }

@@ -3,6 +3,7 @@
 #include <string>
 
 #include "cli/command.h"
+#include "cli/xmla_access_options.h"
 
 namespace importkcd {
 
@@ -15,6 +16,8 @@ class RefreshCommand : public Command {
 
  private:
   std::string server_;
+  std::string database_;
+  XmlaAccessOptions access_;
 };
 
 }  // namespace importkcd

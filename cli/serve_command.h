@@ -18,8 +18,15 @@ class ServeCommand : public Command {
   int run(const CommandEnvironment& environment) const override;
 
  private:
+  void add_place_options();
+  void add_login_options();
+  void add_engine_options();
+  void add_state_options();
+
   std::string directory_;
   EngineOptions options_;
+  std::uint16_t admin_port_ = 0;
+  bool is_insecure_ = false;
 };
 
 }  // namespace importkcd

@@ -22,6 +22,7 @@ ShowCommand::ShowCommand(CLI::App& program)
       ->type_name("")
       ->capture_default_str();
   command_->add_option("DATABASE", database_, "Only this database")->type_name("");
+  access_.add_to(*command_);
   command_
       ->add_flag("--json", as_json_,
                  "JSON for programs; unlike the tree it holds passwords as they are")
@@ -63,7 +64,7 @@ void ShowCommand::show_xmla_tree(const XmlaClient& client, std::ostream& out) co
   }
   const auto style = style_of_locale();
   for (const auto& name : names) {
-    const auto tree = xmla_database_tree(name, client.cubes(name));
+    const auto tree = xmla_database_tree(name, client.cubes(name), client.unserved_cubes(name));
     out << (&name == &names.front() ? "" : "\n");
     draw_tree(tree, style, out);
   }
@@ -72,7 +73,7 @@ void ShowCommand::show_xmla_tree(const XmlaClient& client, std::ostream& out) co
 void ShowCommand::show_xmla_json(const XmlaClient& client, std::ostream& out) const {
   auto databases = nlohmann::ordered_json::array();
   for (const auto& name : chosen_of(client.databases())) {
-    databases.push_back(xmla_database_json(name, client.cubes(name)));
+    databases.push_back(xmla_database_json(name, client.cubes(name), client.unserved_cubes(name)));
   }
   out << nlohmann::ordered_json({{"databases", std::move(databases)}})
              .dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace)
@@ -81,7 +82,7 @@ void ShowCommand::show_xmla_json(const XmlaClient& client, std::ostream& out) co
 
 int ShowCommand::run(const CommandEnvironment& environment) const {
   if (is_xmla_address(server_)) {
-    const XmlaClient client(server_);
+    const XmlaClient client(server_, {}, access_.read(environment));
     if (as_json_) {
       show_xmla_json(client, environment.out);
     } else {

@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "cli/command.h"
+#include "cli/xmla_access_options.h"
 #include "xmla/xmla_client.h"
 
 namespace importkcd {
@@ -30,6 +31,7 @@ class ShowCommand : public Command {
 
   std::string server_;
   std::string database_;
+  XmlaAccessOptions access_;
   bool as_json_ = false;
 };
 

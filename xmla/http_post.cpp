@@ -85,6 +85,18 @@ HeaderList header_list(const std::vector<std::string>& headers) {
   return list;
 }
 
+void set_access(CURL* handle, const HttpAccess& access) {
+  const auto& set = CurlLibrary::get().easy_setopt;
+  if (!access.user.empty()) {
+    set(handle, CURLOPT_HTTPAUTH, CURLAUTH_BASIC);
+    set(handle, CURLOPT_USERNAME, access.user.c_str());
+    set(handle, CURLOPT_PASSWORD, access.password.c_str());
+  }
+  if (!access.authorities_file.empty()) {
+    set(handle, CURLOPT_CAINFO, access.authorities_file.c_str());
+  }
+}
+
 void set_options(CURL* handle, const HttpRequest& request, const HeaderList& headers) {
   const auto& set = CurlLibrary::get().easy_setopt;
   set(handle, CURLOPT_URL, request.address.c_str());
@@ -96,6 +108,7 @@ void set_options(CURL* handle, const HttpRequest& request, const HeaderList& hea
   set(handle, CURLOPT_CONNECTTIMEOUT_MS,
       std::min(connect_milliseconds, static_cast<long>(request.limits.time.count())));
   set(handle, CURLOPT_TIMEOUT_MS, static_cast<long>(request.limits.time.count()));
+  set_access(handle, request.access);
   if (is_loopback_address(request.address)) {
     // No proxy of the network reaches this computer's own interface.
     set(handle, CURLOPT_NOPROXY, "*");

@@ -19,6 +19,15 @@ struct HttpLimits {
   std::size_t bytes = std::size_t{64} << 20U;
 };
 
+/// Who asks, and whom to believe who answers.
+struct HttpAccess {
+  /// Empty: without a login, unless the address has one.
+  std::string user{};
+  std::string password{};
+  /// A file in PEM with the authorities whose certificates count; empty: the system's.
+  std::string authorities_file{};
+};
+
 struct HttpRequest {
   /// With http or https; may carry a user and a password.
   std::string address;
@@ -26,6 +35,7 @@ struct HttpRequest {
   std::vector<std::string> headers;
   std::string body;
   HttpLimits limits;
+  HttpAccess access{};
 };
 
 struct HttpAnswer {

@@ -56,6 +56,15 @@ std::string discover_envelope(std::string_view request_type, const XmlaTexts& re
   return enveloped(std::move(discover), properties);
 }
 
+std::string clear_cache_envelope(std::string_view database) {
+  auto order = text_element("ClearCache", {});
+  if (!database.empty()) {
+    order.add(element_around("Object", text_element("DatabaseID", sendable(database))));
+  }
+  auto command = element_around("Command", std::move(order));
+  return enveloped(element_around("Execute", std::move(command)), {});
+}
+
 std::string fault_text(const XmlElement& envelope) {
   const auto* const body = envelope.child("Body");
   const auto* const fault = body == nullptr ? nullptr : body->child("Fault");

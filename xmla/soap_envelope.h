@@ -19,6 +19,9 @@ std::string execute_envelope(std::string_view statement, const XmlaTexts& proper
 std::string discover_envelope(std::string_view request_type, const XmlaTexts& restrictions,
                               const XmlaTexts& properties);
 
+/// The SOAP envelope of the order to forget the figures of a database; without a name, of all.
+std::string clear_cache_envelope(std::string_view database);
+
 /// The text of the fault that an answer carries: the description in its details when it has one, or
 /// its own text. Empty when the answer carries no fault.
 std::string fault_text(const XmlElement& envelope);

@@ -11,6 +11,7 @@ namespace importkcd {
 namespace {
 
 constexpr long lowest_failure_status = 300;
+constexpr long unauthorized_status = 401;
 
 std::vector<const XmlElement*> rows_of(const XmlElement& envelope) {
   std::vector<const XmlElement*> rows;
@@ -36,8 +37,8 @@ void check_exceptions(const XmlElement& envelope) {
 
 }  // namespace
 
-XmlaClient::XmlaClient(std::string address, HttpLimits limits)
-    : address_(std::move(address)), limits_(limits) {}
+XmlaClient::XmlaClient(std::string address, HttpLimits limits, HttpAccess access)
+    : address_(std::move(address)), limits_(limits), access_(std::move(access)) {}
 
 std::vector<std::string> XmlaClient::databases() const {
   std::vector<std::string> names;
@@ -60,6 +61,28 @@ std::vector<XmlaCube> XmlaClient::cubes(const std::string& database) const {
     }
   }
   return cubes;
+}
+
+std::vector<UnservedCube> XmlaClient::unserved_cubes(const std::string& database) const {
+  std::vector<UnservedCube> cubes;
+  XmlElement answer;
+  try {
+    answer = discover("KCD_UNSERVED_CUBES", {{"CATALOG_NAME", database}}, {{"Catalog", database}});
+  } catch (const ImportError&) {
+    // A server of another make. One that is gone is found out by the next question.
+    return cubes;
+  }
+  for (const auto* const row : rows_of(answer)) {
+    if (row->child_text("CATALOG_NAME") == database) {
+      cubes.push_back(
+          {std::string(row->child_text("CUBE_NAME")), std::string(row->child_text("REASON"))});
+    }
+  }
+  return cubes;
+}
+
+void XmlaClient::forget_figures(const std::string& database) const {
+  ask("Execute", clear_cache_envelope(database), {});
 }
 
 Dataset XmlaClient::execute(const std::string& mdx, const std::string& database,
@@ -89,7 +112,7 @@ XmlElement XmlaClient::ask(const std::string& method, const std::string& envelop
   headers.push_back("SOAPAction: \"urn:schemas-microsoft-com:xml-analysis:" + method + "\"");
   // The library would wait for a permission that some servers never give.
   headers.emplace_back("Expect:");
-  const auto answer = http_post({address_, std::move(headers), envelope, limits_});
+  const auto answer = http_post({address_, std::move(headers), envelope, limits_, access_});
   const auto refuse = [&](const std::string& reason) -> ImportError {
     const auto status = answer.status >= lowest_failure_status
                             ? " (HTTP status " + std::to_string(answer.status) + ")"
@@ -97,6 +120,12 @@ XmlElement XmlaClient::ask(const std::string& method, const std::string& envelop
     return {shown_address(address_) + " gives no XMLA answer" + status + ": " + reason,
             error_source::xmla_server};
   };
+  if (answer.status == unauthorized_status) {
+    throw ImportError(
+        shown_address(address_) +
+            (access_.user.empty() ? " asks for a login: --user names one" : " refuses the login"),
+        error_source::xmla_server);
+  }
   XmlElement root;
   try {
     root = read_xml(answer.body, error_source::xmla_server);

@@ -17,18 +17,32 @@ struct XmlaCube {
   std::string description;
 };
 
+/// A cube that cannot be asked now.
+struct UnservedCube {
+  std::string name;
+  std::string reason;
+};
+
 /// Asks a server that speaks XMLA over HTTP. Every operation throws ImportError when the server
 /// cannot be reached, refuses the question, in its own words, or does not answer as XMLA does.
 class XmlaClient {
  public:
   /// `address` is the one that is_xmla_address knows.
-  explicit XmlaClient(std::string address, HttpLimits limits = {});
+  explicit XmlaClient(std::string address, HttpLimits limits = {}, HttpAccess access = {});
 
   /// The names of the databases (catalogues) that the server offers, in its order.
   std::vector<std::string> databases() const;
 
   /// The cubes of one of its databases, in its order.
   std::vector<XmlaCube> cubes(const std::string& database) const;
+
+  /// Those of its cubes that cannot be asked now, with the reasons. Only the engine that `kcd
+  /// serve` starts tells them; of other servers there are none.
+  std::vector<UnservedCube> unserved_cubes(const std::string& database) const;
+
+  /// Has the server forget the figures that it remembers, of one database or, without a name, of
+  /// all.
+  void forget_figures(const std::string& database) const;
 
   /// The answer to an MDX question to a database. `role` names the role in whose view it is asked;
   /// empty: in everyone's. Only the engine that `kcd serve` starts heeds it.
@@ -43,6 +57,7 @@ class XmlaClient {
 
   std::string address_;
   HttpLimits limits_;
+  HttpAccess access_;
 };
 
 }  // namespace importkcd

@@ -269,6 +269,14 @@ JdbcConnection jdbc_connection(std::string_view connection_string) {
     // The bridge from OLE DB to ODBC carries the driver's own text inside.
     items = ConnectionValues(std::string(connection_string) + ";" + inner);
   }
+  if (const auto address = items.value({"JDBC"}); !address.empty()) {
+    if (!lower_cased(address).starts_with(jdbc_prefix)) {
+      throw NotExpressible("what the connection text calls JDBC does not begin with 'jdbc:'");
+    }
+    auto connection = connection_of_address(address);
+    take_login(items, connection);
+    return connection;
+  }
   const auto driver = lower_cased(items.value({"Driver"}));
   const auto reached_by = driver.empty() ? lower_cased(items.value({"Provider"})) : driver;
   if (contains_one_of(reached_by, {"postgre", "psqlodbc", "pgnp", "pgoledb"})) {

@@ -36,7 +36,7 @@ class SchemaMapper {
 
   XmlElement schema() {
     for (const auto& role : database_.roles().names()) {
-      grants_.add_role(role);
+      grants_.add_role(role, database_.roles().find(role)->user_list);
     }
     for (const auto& name : catalogue_.cubes) {
       add(*database_.cubes().find(name));
@@ -145,7 +145,9 @@ class SchemaMapper {
 
 }  // namespace
 
-void RoleGrants::add_role(const std::string& name) { roles_.edit_or_add(name); }
+void RoleGrants::add_role(const std::string& name, const std::string& user_list) {
+  roles_.edit_or_add(name).user_list = user_list;
+}
 
 void RoleGrants::add_cube(const OlapCube& cube) {
   for (const auto& role : cube.roles) {
@@ -161,6 +163,11 @@ std::vector<XmlElement> RoleGrants::elements() const {
   for (const auto& role : roles_) {
     auto element = text_element("Role", {});
     element.set("name", role.name);
+    if (!role.user_list.empty()) {
+      auto users = text_element("Annotation", role.user_list);
+      users.set("name", "user_list");
+      element.add(text_element("Annotations", {})).add(std::move(users));
+    }
     auto& schema = element.add(text_element("SchemaGrant", {})).set("access", "none");
     for (const auto& cube : role.cubes) {
       schema.add(text_element("CubeGrant", {})).set("cube", cube).set("access", "all");

@@ -27,8 +27,9 @@ struct PublishedCatalogue {
 /// Collects which roles may see which cubes of a schema.
 class RoleGrants {
  public:
-  /// A role of the database; it sees nothing until a cube names it.
-  void add_role(const std::string& name);
+  /// A role of the database; it sees nothing until a cube names it. Its user list, as the document
+  /// has it, becomes an annotation, for `kcd serve --grants from-documents`.
+  void add_role(const std::string& name, const std::string& user_list = {});
 
   /// The roles of a published cube. A role that the database does not have is added. Permission to
   /// read, with or without writing, grants the cube; anything else grants nothing.
@@ -40,7 +41,8 @@ class RoleGrants {
  private:
   struct Granted {
     std::string name;
-    std::vector<std::string> cubes;
+    std::string user_list{};
+    std::vector<std::string> cubes{};
   };
 
   NamedCollection<Granted> roles_;

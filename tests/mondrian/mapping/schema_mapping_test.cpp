@@ -236,6 +236,18 @@ TEST(RoleMapping, ARoleOfTheDatabaseSeesNothingOfItself) {
             "</Role>\n");
 }
 
+TEST(RoleMapping, AUserListBecomesAnAnnotation) {
+  RoleGrants grants;
+  grants.add_role("Readers", R"(SHOP\o'neill;SHOP\R&D)");
+  EXPECT_EQ(roles_text(grants),
+            "<Role name=\"Readers\">\n"
+            "  <Annotations>\n"
+            "    <Annotation name=\"user_list\">SHOP\\o'neill;SHOP\\R&amp;D</Annotation>\n"
+            "  </Annotations>\n"
+            "  <SchemaGrant access=\"none\"/>\n"
+            "</Role>\n");
+}
+
 TEST(RoleMapping, CubesGrantWhatTheirPermissionsSay) {
   RoleGrants grants;
   grants.add_role("Readers");

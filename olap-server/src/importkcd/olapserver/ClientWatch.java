@@ -49,7 +49,7 @@ final class ClientWatch implements Connection.Listener {
 
   @Override
   public void onOpened(Connection connection) {
-    final EndPoint client = connection.getEndPoint();
+    final EndPoint client = ofSocket(connection.getEndPoint());
     receiving.put(client, true);
     timer.schedule(
         () -> {
@@ -63,24 +63,30 @@ final class ClientWatch implements Connection.Listener {
 
   @Override
   public void onClosed(Connection connection) {
-    receiving.remove(connection.getEndPoint());
+    receiving.remove(ofSocket(connection.getEndPoint()));
     questionEnded(connection.getEndPoint());
   }
 
   /** The client's request is there, with its body. */
   void received(EndPoint client) {
-    receiving.remove(client);
+    receiving.remove(ofSocket(client));
+  }
+
+  /** An encrypted connection has two ends on this side, of which the inner one leads to the other. */
+  private static EndPoint ofSocket(EndPoint client) {
+    return client.getTransport() instanceof EndPoint outer ? outer : client;
   }
 
   /** From now on the question ends when the client leaves, until questionEnded() is called. */
   void questionBegins(EndPoint client, Question question) {
-    if (client.getTransport() instanceof SocketChannel channel) {
-      asked.put(client, new Asked(channel, question, System.nanoTime() + questionNanoseconds));
+    final EndPoint its = ofSocket(client);
+    if (its.getTransport() instanceof SocketChannel channel) {
+      asked.put(its, new Asked(channel, question, System.nanoTime() + questionNanoseconds));
     }
   }
 
   void questionEnded(EndPoint client) {
-    asked.remove(client);
+    asked.remove(ofSocket(client));
   }
 
   private void look() {

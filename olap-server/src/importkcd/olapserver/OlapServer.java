@@ -3,43 +3,45 @@ package importkcd.olapserver;
 import java.io.IOException;
 import java.io.PrintStream;
 import java.net.BindException;
+import java.net.InetAddress;
+import java.net.UnknownHostException;
 import java.nio.charset.StandardCharsets;
 import java.nio.file.Files;
 import java.nio.file.Path;
-import java.util.List;
 import mondrian.olap.MondrianProperties;
 
 /**
  * The OLAP engine as a service: answers MDX over XMLA from the catalogues that a directory's
  * datasources.xml names.
  *
- * <p>Arguments: DIRECTORY ADDRESS PORT SECONDS [HOST...]. Port 0 is any free port; a question ends
- * after so many seconds, never with 0; the hosts are names that requests may be meant for. Once it
- * answers, it prints one line that ends with its address. It ends with status 0 when it is asked to
- * (SIGINT, SIGTERM) and with 1, after a message on standard error, when it cannot start.
+ * <p>Its arguments are those of Options. Once it answers, it prints one line that ends with its
+ * address. It ends with status 0 when it is asked to (SIGINT, SIGTERM) and with 1, after a message on
+ * standard error, when it cannot start.
  */
 public final class OlapServer {
-  private static final int FIRST_HOST = 4;
-
   private OlapServer() {}
 
   public static void main(String[] arguments) {
-    if (arguments.length < FIRST_HOST) {
-      fail("usage: DIRECTORY ADDRESS PORT SECONDS [HOST...]");
-    }
-    final Path directory = Path.of(arguments[0]);
-    final String address = arguments[1];
-    final int port = Integer.parseInt(arguments[2]);
-    final int seconds = Integer.parseInt(arguments[3]);
-    final List<String> hosts = List.of(arguments).subList(FIRST_HOST, arguments.length);
-    setProperties(seconds);
+    final Options options;
     try {
-      PublishedContent.check(Files.readAllBytes(PublishedContent.file(directory)));
-    } catch (IOException error) {
-      fail(PublishedContent.file(directory) + " cannot be used: " + error.getMessage());
+      options = Options.of(arguments);
+    } catch (IllegalArgumentException error) {
+      fail(Options.USAGE);
+      return;
     }
-    final XmlaDirectoryServlet engine = new XmlaDirectoryServlet(directory);
-    serve(directory, new WebServer(engine, address, port, seconds, hosts), engine);
+    setProperties(options.questionSeconds);
+    final Path list = PublishedContent.file(options.directory);
+    try {
+      PublishedContent.check(Files.readAllBytes(list));
+    } catch (IOException error) {
+      fail(list + " cannot be used: " + error.getMessage());
+    }
+    final XmlaDirectoryServlet engine = new XmlaDirectoryServlet(options.directory);
+    try {
+      serve(options, new WebServer(options, engine, new Metrics()), engine);
+    } catch (IOException error) {
+      fail(error.getMessage());
+    }
   }
 
   private static void setProperties(int seconds) {
@@ -87,7 +89,7 @@ public final class OlapServer {
     }
   }
 
-  private static void serve(Path directory, WebServer server, XmlaDirectoryServlet engine) {
+  private static void serve(Options options, WebServer server, XmlaDirectoryServlet engine) {
     try {
       server.start();
     } catch (IOException error) {
@@ -96,9 +98,9 @@ public final class OlapServer {
       fail("the OLAP engine cannot start: " + lastCause(error));
     }
     stopWhenAsked();
-    announce(directory, server.url());
+    announce(options, server);
     if (Limits.CHECK) {
-      final Thread check = new Thread(engine.warehouseCheck(), "warehouse-check");
+      final Thread check = new Thread(() -> engine.faults().tell(), "cube-check");
       check.setDaemon(true);
       check.start();
     }
@@ -110,7 +112,7 @@ public final class OlapServer {
   }
 
   private static String bindFailure(IOException error, WebServer server) {
-    final String place = "port " + server.port() + " of " + server.address();
+    final String place = server.place();
     final Throwable cause = error.getCause() == null ? error : error.getCause();
     if (cause instanceof BindException && String.valueOf(cause.getMessage()).contains("in use")) {
       return place + " is in use";
@@ -131,9 +133,23 @@ public final class OlapServer {
     Runtime.getRuntime().addShutdownHook(new Thread(() -> Runtime.getRuntime().halt(0)));
   }
 
-  private static void announce(Path directory, String url) {
+  private static void announce(Options options, WebServer server) {
+    if (server.administrationUrl() != null) {
+      System.err.println("Health and metrics at " + server.administrationUrl());
+    }
+    if (options.users != null && !options.isEncrypted() && !isLoopback(options.address)) {
+      System.err.println("Logins are not encrypted here; put a proxy with TLS in front, or name a certificate");
+    }
     final PrintStream out = new PrintStream(System.out, true, StandardCharsets.UTF_8);
-    out.println("Serving " + directory + " at " + url);
+    out.println("Serving " + options.directory + " at " + server.url());
+  }
+
+  private static boolean isLoopback(String address) {
+    try {
+      return InetAddress.getByName(address).isLoopbackAddress();
+    } catch (UnknownHostException error) {
+      return false;
+    }
   }
 
   private static void fail(String message) {

@@ -3,10 +3,13 @@ package importkcd.olapserver;
 import java.io.ByteArrayInputStream;
 import java.io.IOException;
 import java.io.StringWriter;
+import java.net.URI;
 import java.nio.file.Files;
 import java.nio.file.Path;
 import java.util.ArrayList;
+import java.util.HashMap;
 import java.util.List;
+import java.util.Map;
 import javax.xml.parsers.DocumentBuilder;
 import javax.xml.parsers.DocumentBuilderFactory;
 import javax.xml.parsers.ParserConfigurationException;
@@ -14,6 +17,7 @@ import javax.xml.transform.TransformerException;
 import javax.xml.transform.TransformerFactory;
 import javax.xml.transform.dom.DOMSource;
 import javax.xml.transform.stream.StreamResult;
+import mondrian.olap.Util;
 import mondrian.server.DynamicContentFinder;
 import org.w3c.dom.Document;
 import org.w3c.dom.Element;
@@ -33,11 +37,23 @@ final class PublishedContent extends DynamicContentFinder {
   /** Without an initializer: the base's constructor asks for the content already. */
   private String lastGood;
 
-  private List<String> schemas;
+  private List<Published> published;
 
-  private List<String> catalogues;
+  /** What the engine gets in place of schemas that it refuses, by the catalogues' names. */
+  private Map<String, Reduced> reduced;
 
   private String lastFault;
+
+  /**
+   * A catalogue as it was published.
+   *
+   * @param connection the engine's connect string, with a name for the data warehouse
+   * @param schema the file
+   */
+  record Published(String name, String connection, Path schema) {}
+
+  /** A text that counts instead of a schema's file, as long as that is the one of this identity. */
+  record Reduced(String identity, String schema) {}
 
   PublishedContent(Path directory) {
     super(file(directory).toUri().toString());
@@ -63,11 +79,11 @@ final class PublishedContent extends DynamicContentFinder {
   @Override
   public synchronized String getContent() {
     try {
-      final byte[] bytes = Files.readAllBytes(Path.of(java.net.URI.create(url)));
+      final byte[] bytes = Files.readAllBytes(Path.of(URI.create(url)));
       final Document content = check(bytes);
-      lastGood = named(content);
-      schemas = texts(content.getElementsByTagName("Definition"));
-      catalogues = names(content.getElementsByTagName("Catalog"));
+      final List<Published> its = new ArrayList<>();
+      lastGood = named(content, its);
+      published = its;
       lastFault = null;
     } catch (IOException error) {
       report(error);
@@ -78,37 +94,65 @@ final class PublishedContent extends DynamicContentFinder {
     return lastGood;
   }
 
-  /** The addresses of the schemas' files. */
-  synchronized List<String> schemas() {
-    return schemas;
+  synchronized List<Published> published() {
+    return published;
+  }
+
+  /** The one of that name; null when there is none. */
+  Published published(String catalogue) {
+    for (final Published one : published()) {
+      if (one.name().equals(catalogue)) {
+        return one;
+      }
+    }
+    return null;
   }
 
   /** The catalogues' names. */
-  synchronized List<String> catalogues() {
-    return catalogues;
+  List<String> catalogues() {
+    return published().stream().map(Published::name).toList();
   }
 
-  private static List<String> texts(NodeList elements) {
-    final List<String> texts = new ArrayList<>();
-    for (int i = 0; i < elements.getLength(); ++i) {
-      texts.add(elements.item(i).getTextContent().strip());
+  /** Has the engine read a text in place of a catalogue's schema; null ends that. */
+  synchronized void replace(String catalogue, Reduced by) {
+    final Map<String, Reduced> all = new HashMap<>(reduced == null ? Map.of() : reduced);
+    if (by == null) {
+      all.remove(catalogue);
+    } else {
+      all.put(catalogue, by);
     }
-    return texts;
+    reduced = all;
   }
 
-  private static List<String> names(NodeList elements) {
-    final List<String> names = new ArrayList<>();
-    for (int i = 0; i < elements.getLength(); ++i) {
-      names.add(((Element) elements.item(i)).getAttribute("name"));
+  /** What the engine reads in place of a catalogue's schema; null when it reads that. */
+  synchronized String reduced(Published catalogue) {
+    final Reduced by = reduced == null ? null : reduced.get(catalogue.name());
+    try {
+      return by != null && by.identity().equals(FollowedFile.identity(catalogue.schema())) ? by.schema() : null;
+    } catch (IOException error) {
+      return null;
     }
-    return names;
   }
 
-  private static String named(Document content) throws IOException {
-    final NodeList catalogues = content.getElementsByTagName("DataSourceInfo");
+  private String named(Document content, List<Published> its) throws IOException {
+    final NodeList catalogues = content.getElementsByTagName("Catalog");
     for (int i = 0; i < catalogues.getLength(); ++i) {
-      final Element info = (Element) catalogues.item(i);
-      info.setTextContent(Warehouses.named(info.getTextContent()));
+      final Element catalogue = (Element) catalogues.item(i);
+      final Element info = (Element) catalogue.getElementsByTagName("DataSourceInfo").item(0);
+      final Element schema = (Element) catalogue.getElementsByTagName("Definition").item(0);
+      if (info == null || schema == null) {
+        throw new IOException("a catalogue lacks its data source or its schema");
+      }
+      final String connection = Warehouses.named(info.getTextContent());
+      final Published one;
+      try {
+        one = new Published(catalogue.getAttribute("name"), connection, Path.of(URI.create(schema.getTextContent().strip())));
+      } catch (IllegalArgumentException error) {
+        throw new IOException("a schema's address is none of a file", error);
+      }
+      its.add(one);
+      final String other = reduced(one);
+      info.setTextContent(other == null ? connection : withSchema(connection, other));
     }
     try {
       final StringWriter text = new StringWriter();
@@ -120,6 +164,12 @@ final class PublishedContent extends DynamicContentFinder {
     } catch (TransformerException error) {
       throw new IOException(error.getMessage(), error);
     }
+  }
+
+  private static String withSchema(String connection, String schema) {
+    final Util.PropertyList properties = Util.parseConnectString(connection);
+    properties.put("CatalogContent", schema);
+    return properties.toString();
   }
 
   @Override

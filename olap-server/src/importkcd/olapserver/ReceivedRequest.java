@@ -1,24 +1,42 @@
 package importkcd.olapserver;
 
 import java.io.ByteArrayInputStream;
+import java.util.List;
 import javax.servlet.ReadListener;
 import javax.servlet.ServletInputStream;
 import javax.servlet.http.HttpServletRequest;
 import javax.servlet.http.HttpServletRequestWrapper;
 
-/** A request whose body has been received and found good. */
+/** A question as the engine gets it: its text, and the roles as which it is asked. */
 final class ReceivedRequest extends HttpServletRequestWrapper {
   private final ByteArrayInputStream body;
 
-  ReceivedRequest(HttpServletRequest request, byte[] body) {
+  private final List<String> roles;
+
+  /** Whether the answer is to be XML, whatever the client takes. */
+  private final boolean inXml;
+
+  ReceivedRequest(HttpServletRequest request, byte[] body, List<String> roles, boolean inXml) {
     super(request);
+    this.inXml = inXml;
     this.body = new ByteArrayInputStream(body);
+    this.roles = roles;
+  }
+
+  /** None: it sees everything. */
+  List<String> roles() {
+    return roles;
   }
 
   /** The engine knows this one only; the encoding is the text's own matter. */
   @Override
   public String getContentType() {
     return "text/xml";
+  }
+
+  @Override
+  public String getHeader(String name) {
+    return inXml && name.equalsIgnoreCase("Accept") ? null : super.getHeader(name);
   }
 
   @Override

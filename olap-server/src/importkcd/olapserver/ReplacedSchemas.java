@@ -3,16 +3,11 @@ package importkcd.olapserver;
 import java.io.IOException;
 import java.lang.ref.WeakReference;
 import java.lang.reflect.Field;
-import java.net.URI;
-import java.nio.file.Files;
-import java.nio.file.Path;
-import java.nio.file.attribute.BasicFileAttributes;
 import java.util.ArrayList;
 import java.util.HashSet;
 import java.util.List;
 import java.util.Map;
 import java.util.Set;
-import java.util.function.Supplier;
 import mondrian.olap.MondrianServer;
 import mondrian.olap.Util;
 import mondrian.rolap.RolapSchema;
@@ -27,7 +22,7 @@ import mondrian.util.ByteString;
  */
 final class ReplacedSchemas {
   private final MondrianServer server;
-  private final Supplier<List<String>> addresses;
+  private final PublishedContent content;
 
   /** What tells whether a file was replaced, for all files. */
   private List<String> known = List.of();
@@ -35,10 +30,9 @@ final class ReplacedSchemas {
   /** Forgotten, but a question that was on its way may have brought figures back. */
   private final List<WeakReference<RolapSchema>> forgotten = new ArrayList<>();
 
-  /** Takes the server that answers, and what gives the addresses of the schemas' files. */
-  ReplacedSchemas(MondrianServer server, Supplier<List<String>> addresses) {
+  ReplacedSchemas(MondrianServer server, PublishedContent content) {
     this.server = server;
-    this.addresses = addresses;
+    this.content = content;
   }
 
   /** Looks at the files, and when one of them is another one than before, forgets the others' schemas. */
@@ -49,16 +43,16 @@ final class ReplacedSchemas {
         forget(schema);
       }
     }
-    final List<String> files = addresses.get();
+    final List<PublishedContent.Published> catalogues = content.published();
     final List<String> now = new ArrayList<>();
-    files.forEach(file -> now.add(identity(file)));
+    catalogues.forEach(catalogue -> now.add(identity(catalogue)));
     if (now.equals(known)) {
       return;
     }
     try {
       final Set<ByteString> published = new HashSet<>();
-      for (final String file : files) {
-        published.add(new ByteString(Util.digestMd5(Util.readVirtualFileAsString(file))));
+      for (final PublishedContent.Published catalogue : catalogues) {
+        published.add(checksum(catalogue));
       }
       for (final RolapSchema schema : RolapSchema.getRolapSchemas()) {
         if (!published.contains(schema.getChecksum())) {
@@ -70,6 +64,25 @@ final class ReplacedSchemas {
     } catch (IOException | RuntimeException error) {
       // A file that is missing is told to whoever asks its catalogue; the next look is the next try.
     }
+  }
+
+  /** Forgets a catalogue's figures: the warehouse has others now. */
+  synchronized void forgetFigures(PublishedContent.Published catalogue) throws IOException {
+    final ByteString checksum = checksum(catalogue);
+    for (final RolapSchema schema : RolapSchema.getRolapSchemas()) {
+      if (checksum.equals(schema.getChecksum())) {
+        forget(schema);
+      }
+    }
+  }
+
+  private ByteString checksum(PublishedContent.Published catalogue) throws IOException {
+    final String reduced = content.reduced(catalogue);
+    return new ByteString(
+        Util.digestMd5(
+            reduced == null
+                ? Util.readVirtualFileAsString(catalogue.schema().toUri().toString())
+                : reduced));
   }
 
   /** Whether there was anything left to forget. */
@@ -103,13 +116,12 @@ final class ReplacedSchemas {
     }
   }
 
-  private static String identity(String address) {
+  private String identity(PublishedContent.Published catalogue) {
+    final String reduced = content.reduced(catalogue);
     try {
-      final BasicFileAttributes file =
-          Files.readAttributes(Path.of(URI.create(address)), BasicFileAttributes.class);
-      return address + file.fileKey() + file.lastModifiedTime() + file.size();
-    } catch (IOException | IllegalArgumentException error) {
-      return address;
+      return FollowedFile.identity(catalogue.schema()) + (reduced == null ? "" : reduced.hashCode());
+    } catch (IOException error) {
+      return catalogue.schema().toString();
     }
   }
 }

@@ -11,9 +11,10 @@ import javax.servlet.http.HttpServletResponse;
 import mondrian.xmla.XmlaUtil;
 
 /**
- * What must be right about a request before its body is read. There is no login: a web page that
- * somebody looks at must not be able to ask in that person's name, neither under a name of its own
- * for this host nor by a request that browsers send without asking first.
+ * What must be right about a request before its body is read. A web page that somebody looks at must
+ * not be able to ask in that person's name, with the login that the browser remembers or without
+ * one, neither under a name of its own for this host nor by a request that browsers send without
+ * asking first.
  */
 final class RequestCheck {
   static final String PATH = "/xmla";
@@ -39,9 +40,11 @@ final class RequestCheck {
     if (refusal != null) {
       return refusal;
     }
-    final String own = "http://" + request.getHeader("Host");
+    // What is behind a proxy does not know by which of the two the browser came.
+    final String own = "://" + request.getHeader("Host");
     final List<String> origins = Collections.list(request.getHeaders("Origin"));
-    if (!origins.stream().allMatch(own::equalsIgnoreCase)) {
+    if (!origins.stream()
+        .allMatch(origin -> origin.equalsIgnoreCase("http" + own) || origin.equalsIgnoreCase("https" + own))) {
       return new Refusal(HttpServletResponse.SC_FORBIDDEN, "web pages of other origins may not ask");
     }
     if (!PATH.equals(request.getRequestURI())) {

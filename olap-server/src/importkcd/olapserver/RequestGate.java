@@ -26,14 +26,10 @@ import org.eclipse.jetty.server.Request;
 final class RequestGate extends HttpServlet {
   private static final long serialVersionUID = 1;
 
-  /** What answers the requests that come through. */
-  interface Engine {
-    void answer(HttpServletRequest request, HttpServletResponse response) throws Exception;
-  }
-
-  private final transient Engine engine;
+  private final transient XmlaAnswers answers;
   private final transient RequestCheck check;
   private final transient ClientWatch watch;
+  private final transient Metrics metrics;
   private final transient AtomicLong allBytes = new AtomicLong();
   private final transient ThreadPoolExecutor questions =
       new ThreadPoolExecutor(
@@ -48,10 +44,11 @@ final class RequestGate extends HttpServlet {
             return thread;
           });
 
-  RequestGate(Engine engine, RequestCheck check, ClientWatch watch) {
-    this.engine = engine;
+  RequestGate(XmlaAnswers answers, RequestCheck check, ClientWatch watch, Metrics metrics) {
+    this.answers = answers;
     this.check = check;
     this.watch = watch;
+    this.metrics = metrics;
     questions.allowCoreThreadTimeOut(true);
   }
 
@@ -149,16 +146,19 @@ final class RequestGate extends HttpServlet {
     private void answer() {
       final HttpServletRequest request = (HttpServletRequest) context.getRequest();
       final HttpServletResponse response = (HttpServletResponse) context.getResponse();
+      metrics.questionBegins();
       try {
-        final byte[] bytes = body.toByteArray();
-        final Refusal refusal = RequestText.refusal(bytes);
-        if (refusal == null) {
-          engine.answer(new ReceivedRequest(request, bytes), response);
+        final RequestText.Read read = RequestText.read(body.toByteArray());
+        if (read.refusal() == null) {
+          answers.answer(read.question(), new XmlaAnswers.Asked(request, response));
         } else {
-          refusal.send(response);
+          read.refusal().send(response);
         }
       } catch (Exception error) {
         // The client is gone, or too slow; the engine's own errors are answers.
+        RequestLogEntry.of(request).fails();
+      } finally {
+        metrics.questionEnds();
       }
     }
 

@@ -2,6 +2,8 @@ package importkcd.olapserver;
 
 import java.io.IOException;
 import java.nio.file.Path;
+import java.util.Map;
+import java.util.concurrent.ConcurrentHashMap;
 import javax.servlet.ServletConfig;
 import javax.servlet.ServletException;
 import javax.servlet.http.HttpServletRequest;
@@ -11,28 +13,78 @@ import mondrian.xmla.XmlaHandler.ConnectionFactory;
 import mondrian.xmla.impl.DynamicDatasourceXmlaServlet;
 
 /** The engine's XMLA servlet over a published directory. */
-final class XmlaDirectoryServlet extends DynamicDatasourceXmlaServlet implements RequestGate.Engine {
+final class XmlaDirectoryServlet extends DynamicDatasourceXmlaServlet {
   private static final long serialVersionUID = 1;
 
   private final transient Path directory;
+
+  /** Whether this thread's question was refused. */
+  private final transient ThreadLocal<Boolean> refused = ThreadLocal.withInitial(() -> false);
+
   private transient PublishedContent content;
-  private transient ConnectionFactory connections;
+  private transient ReplacedSchemas replaced;
+  private transient CubeFaults faults;
+  private final transient Map<Path, Known> known = new ConcurrentHashMap<>();
+
+  /** What a schema's file said when it was the one of this identity. */
+  private record Known(String identity, PublishedSchema schema) {}
 
   XmlaDirectoryServlet(Path directory) {
     this.directory = directory;
-    addCallback(new RoleHeader());
-    addCallback(new PublishedDescriptions(() -> content));
+    addCallback(new QuestionRoles());
+    addCallback(new PublishedDescriptions(this::schema));
+  }
+
+  /** Answers a question; false when the answer is a refusal. */
+  boolean answer(HttpServletRequest request, HttpServletResponse response)
+      throws ServletException, IOException {
+    refused.set(false);
+    doPost(request, response);
+    return !refused.get();
   }
 
   @Override
-  public void answer(HttpServletRequest request, HttpServletResponse response)
-      throws ServletException, IOException {
-    doPost(request, response);
+  protected void handleFault(
+      HttpServletResponse response, byte[][] soapParts, Phase phase, Throwable error) {
+    refused.set(true);
+    super.handleFault(response, soapParts, phase, error);
   }
 
-  /** What tells which tables and columns are missing. */
-  Runnable warehouseCheck() {
-    return new WarehouseCheck(connections, content::catalogues);
+  PublishedContent content() {
+    return content;
+  }
+
+  /** What a database's schema says; nothing while it is being replaced. */
+  PublishedSchema schema(String database) {
+    final PublishedContent.Published published = content.published(database);
+    if (published == null) {
+      return PublishedSchema.NONE;
+    }
+    try {
+      final String identity = FollowedFile.identity(published.schema());
+      final Known before = known.get(published.schema());
+      if (before != null && before.identity().equals(identity)) {
+        return before.schema();
+      }
+      final PublishedSchema schema = PublishedSchema.read(published.schema());
+      known.put(published.schema(), new Known(identity, schema));
+      return schema;
+    } catch (IOException error) {
+      return PublishedSchema.NONE;
+    }
+  }
+
+  /** Forgets a database's figures. */
+  void forgetFigures(String database) throws IOException {
+    final PublishedContent.Published published = content.published(database);
+    if (published != null) {
+      replaced.forgetFigures(published);
+    }
+  }
+
+  /** Which cubes cannot be asked, and why. */
+  CubeFaults faults() {
+    return faults;
   }
 
   @Override
@@ -50,7 +102,10 @@ final class XmlaDirectoryServlet extends DynamicDatasourceXmlaServlet implements
   protected ConnectionFactory createConnectionFactory(ServletConfig config)
       throws ServletException {
     final ConnectionFactory engine = super.createConnectionFactory(config);
-    connections = new EngineConnections(engine, new ReplacedSchemas(server, content::schemas));
+    final SoundSchemas sound = new SoundSchemas(content);
+    replaced = new ReplacedSchemas(server, content);
+    final ConnectionFactory connections = new EngineConnections(engine, replaced, sound);
+    faults = new CubeFaults(connections, content, this::schema, sound);
     return connections;
   }
 }

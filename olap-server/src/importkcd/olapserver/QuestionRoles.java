@@ -1,8 +1,7 @@
 package importkcd.olapserver;
 
-import java.net.URLDecoder;
-import java.nio.charset.StandardCharsets;
 import java.util.Map;
+import java.util.stream.Collectors;
 import javax.servlet.ServletConfig;
 import javax.servlet.http.HttpServletRequest;
 import javax.servlet.http.HttpServletResponse;
@@ -10,24 +9,20 @@ import mondrian.xmla.XmlaConstants;
 import mondrian.xmla.XmlaRequestCallback;
 import org.w3c.dom.Element;
 
-/**
- * Lets a request be answered as a role sees it: the header "Olap-Role" carries the role's name,
- * percent-encoded UTF-8. A request without it sees everything.
- */
-final class RoleHeader implements XmlaRequestCallback {
-  private static final String HEADER = "Olap-Role";
-
+/** Lets the engine answer as a question's roles see it. One without roles sees everything. */
+final class QuestionRoles implements XmlaRequestCallback {
   @Override
   public void init(ServletConfig config) {}
 
   @Override
   public boolean processHttpHeader(
       HttpServletRequest request, HttpServletResponse response, Map<String, Object> context) {
-    final String value = request.getHeader(HEADER);
-    if (value != null) {
-      final String role = URLDecoder.decode(value, StandardCharsets.UTF_8);
+    final ReceivedRequest received = (ReceivedRequest) request;
+    if (!received.roles().isEmpty()) {
       // The engine takes a list here, in which a doubled comma stands for one in a name.
-      context.put(XmlaConstants.CONTEXT_ROLE_NAME, role.replace(",", ",,"));
+      context.put(
+          XmlaConstants.CONTEXT_ROLE_NAME,
+          received.roles().stream().map(role -> role.replace(",", ",,")).collect(Collectors.joining(",")));
     }
     return true;
   }
@@ -46,5 +41,7 @@ final class RoleHeader implements XmlaRequestCallback {
       HttpServletRequest request,
       HttpServletResponse response,
       byte[][] soapParts,
-      Map<String, Object> context) {}
+      Map<String, Object> context) {
+    RequestLogEntry.of(request).isAnsweredBy(soapParts[1]);
+  }
 }

@@ -67,8 +67,9 @@ test-fuzz: fuzz-programs
 
 # A search from where the last one ended, so many seconds for each fuzz program.
 FUZZ_SECONDS ?= 600
-fuzz: fuzz-programs
+fuzz: fuzz-programs build
 	scripts/run-fuzzers build/asan $(FUZZ_SECONDS)
+	fuzz/request_fuzzer.py build/kcd --seconds $(FUZZ_SECONDS) --seed $$(date +%s)
 
 fuzz-programs: sanitized
 	cmake --build --preset asan -j $(JOBS) --target fuzzers

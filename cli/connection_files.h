@@ -10,7 +10,8 @@
 namespace importkcd {
 
 /// The values of --connect-string-file: FILE for all data sources, NAME=FILE for the one of that
-/// name; a file whose own name has an equal sign is =FILE.
+/// name; a file whose own name has an equal sign is =FILE. Where both names may have equal signs,
+/// the longest name of a data source of the document counts.
 class ConnectionFiles {
  public:
   /// Throws CLI::ValidationError when two of them are for the same.
@@ -30,9 +31,11 @@ class ConnectionFiles {
     std::string file;
   };
 
-  void check_names(const ImportOptions& options) const;
+  /// The values for single data sources, divided by the names of the document.
+  std::vector<Named> divided(const ImportOptions& options) const;
 
   std::optional<std::string> for_all_;
+  /// Divided at the first equal sign.
   std::vector<Named> named_;
 };
 

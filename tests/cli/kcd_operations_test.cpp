@@ -346,6 +346,30 @@ TEST_F(KcdConnections, NamesAreThoseOfTheDocumentWithItsPatternReplaced) {
   EXPECT_EQ(connection_strings().back(), "Provider=One;Password=geheim");
 }
 
+TEST_F(KcdConnections, TheLongestNameOfADataSourceCountsWhereNamesHaveEqualSigns) {
+  auto text = whole_document();
+  const std::string end = "</data_sources>";
+  text.replace(text.find(end), 0,
+               R"(<data_source name="A" connection_string="a"/>)"
+               R"(<data_source name="A=B" connection_string="ab"/>)"
+               R"(<data_source name="A=C" connection_string="ac"/>)");
+  // The second file is named "t=wo", so that A=C and A=C=... would do as names, too.
+  const auto result =
+      import(text, {"--connect-string-file", "a=b=" + one, "--connect-string-file", "A=C=" + two});
+  EXPECT_EQ(result.exit_status, 0) << result.errors;
+  EXPECT_THAT(connection_strings(),
+              ElementsAre(StartsWith("Provider=SQLOLEDB"), "a", "Provider=One;Password=geheim",
+                          "Provider=Two;Password=geheim"));
+  const auto twice =
+      import(text, {"--connect-string-file", "A=B=" + one, "--connect-string-file", "A=B=" + two});
+  EXPECT_EQ(twice.exit_status, 2);
+  EXPECT_EQ(twice.errors, "kcd: --connect-string-file: two files for data source 'A=B'\n");
+  const auto unknown = import(document(), {"--connect-string-file", "No=Such=" + one});
+  EXPECT_EQ(unknown.errors,
+            "kcd: --connect-string-file: the document has no data source 'No'; it has 'Warehouse', "
+            "'Personnel'\n");
+}
+
 TEST_F(KcdConnections, ADocumentThatIsAPipeHasNoNamesToLookFor) {
   const auto pipe = folder.file("pipe.kcd");
   ASSERT_EQ(mkfifo(pipe.c_str(), S_IRUSR | S_IWUSR), 0);

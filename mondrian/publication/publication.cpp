@@ -65,9 +65,16 @@ bool is_private_file_with(const fs::path& path, const std::string& text) {
   return std::string(std::istreambuf_iterator<char>(file), {}) == text;
 }
 
-/// The "file:" address of a path, as the engine takes it.
+/// The "file:" address of a path, as the engine takes it: it undoes encodings byte by byte, so that
+/// letters beyond ASCII stand as they are.
 std::string file_address(const fs::path& path) {
-  return "file://" + percent_encoded(path.string(), std::string(address_marks) + "/");
+  std::string result = "file://";
+  for (const char c : path.string()) {
+    const bool is_ascii = static_cast<unsigned char>(c) < 0x80;
+    result +=
+        is_ascii ? percent_encoded({&c, 1}, std::string(address_marks) + "/") : std::string(1, c);
+  }
+  return result;
 }
 
 /// Says which virtual dimensions the engine will not know: it has dimensions only with their cubes.

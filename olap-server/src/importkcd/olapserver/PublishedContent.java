@@ -37,7 +37,7 @@ final class PublishedContent extends DynamicContentFinder {
   /** Without an initializer: the base's constructor asks for the content already. */
   private String lastGood;
 
-  private List<Published> published;
+  private List<Published> published = List.of();
 
   /** What the engine gets in place of schemas that it refuses, by the catalogues' names. */
   private Map<String, Reduced> reduced;
@@ -134,6 +134,15 @@ final class PublishedContent extends DynamicContentFinder {
     }
   }
 
+  /** Letters beyond ASCII stand in addresses of schemas as they are, which is no URI to Path.of(). */
+  private static Path pathOf(String address) {
+    final URI uri = URI.create(address);
+    if (!"file".equals(uri.getScheme()) || uri.getAuthority() != null) {
+      throw new IllegalArgumentException(address);
+    }
+    return Path.of(uri.getPath());
+  }
+
   private String named(Document content, List<Published> its) throws IOException {
     final NodeList catalogues = content.getElementsByTagName("Catalog");
     for (int i = 0; i < catalogues.getLength(); ++i) {
@@ -146,7 +155,7 @@ final class PublishedContent extends DynamicContentFinder {
       final String connection = Warehouses.named(info.getTextContent());
       final Published one;
       try {
-        one = new Published(catalogue.getAttribute("name"), connection, Path.of(URI.create(schema.getTextContent().strip())));
+        one = new Published(catalogue.getAttribute("name"), connection, pathOf(schema.getTextContent().strip()));
       } catch (IllegalArgumentException error) {
         throw new IOException("a schema's address is none of a file", error);
       }

@@ -12,6 +12,8 @@ export const PAGE_ROWS = 1000;
 export const MOST_COLUMNS = 200;
 /** Levels of fewer members need no limit. */
 const SMALL = 200;
+/** More members than that are not looked at one by one. */
+const MANY = 50;
 
 const TOTAL = "[*Total*]";
 
@@ -91,8 +93,17 @@ class Builder {
 
   private rowSet(placed: Placed, inner: Placed[]): string {
     const { sort } = this.question;
-    const set = this.expanded(placed);
-    return sort ? `Order(${set}, ${this.order(inner)}, ${sort.descending ? "DESC" : "ASC"})` : set;
+    if (!sort) {
+      return this.expanded(placed);
+    }
+    const ordered = (set: string) => `Order(${set}, ${this.order(inner)}, ${sort.descending ? "BDESC" : "BASC"})`;
+    const current = `${placed.hierarchy}.CurrentMember`;
+    // Parents were expanded before their children.
+    return placed.expanded.reduce(
+      (set, member) =>
+        `Generate(${set}, IIf(${current} IS ${member}, {${current}, ${ordered(`${member}.Children`)}}, {${current}}))`,
+      ordered(this.base(placed)),
+    );
   }
 
   /** The tuples of nested hierarchies, each group followed by its total. */
@@ -233,7 +244,27 @@ export function buildSearchMdx(cube: string, hierarchy: string, level: string, t
   );
 }
 
-/** Whether nothing of a cube stands for the hierarchies that have no place: their one default member does. */
+/**
+ * Levels below the ones that a large answer shows. For each member the engine says whether there are any
+ * below it, and asks the warehouse for each one by itself unless it knows the whole level.
+ */
+export function levelsBelow(question: Question, structure: Structure): string[] {
+  const shown = [...question.rows, ...question.columns].filter(
+    ({ level, members }) => members.length === 0 && (findLevel(structure, level)?.size ?? 0) > MANY,
+  );
+  return shown.flatMap(({ hierarchy, level }) => {
+    const levels = findHierarchy(structure, hierarchy)?.levels ?? [];
+    const below = levels[levels.findIndex((one) => one.name === level) + 1];
+    return below ? [below.name] : [];
+  });
+}
+
+export function buildLevelCountMdx(cube: string, level: string): string {
+  const count = "[Measures].[*Number*]";
+  return `WITH MEMBER ${count} AS Count(${level}.Members)\nSELECT {${count}} ON COLUMNS\nFROM ${quoteName(cube)}`;
+}
+
+/** The hierarchies without a place and without a total: one default member of theirs counts. */
 export function defaultSlicers(question: Question, structure: Structure): { hierarchy: string; member: string }[] {
   const named = new Set(
     [...question.rows, ...question.columns, ...question.filter.filter((one) => one.members.length > 0)].map(
@@ -243,6 +274,5 @@ export function defaultSlicers(question: Question, structure: Structure): { hier
   return structure.dimensions
     .flatMap((dimension) => dimension.hierarchies)
     .filter((hierarchy) => hierarchy.all === null && !named.has(hierarchy.name))
-    .map((hierarchy) => ({ hierarchy: hierarchy.name, member: hierarchy.defaultMember }))
-    .filter(({ hierarchy }) => findHierarchy(structure, hierarchy) !== undefined);
+    .map((hierarchy) => ({ hierarchy: hierarchy.name, member: hierarchy.defaultMember }));
 }

@@ -12,6 +12,8 @@ import type { Member } from "./xmla.ts";
 export interface TableUse {
   /** The column that orders the rows. */
   sort: { column: string[]; descending: boolean } | null;
+  /** What stands above the rows' headers. */
+  corner: string[];
   isExpanded(member: Member): boolean;
   expand: ((member: Member) => void) | null;
   sortBy: ((column: string[]) => void) | null;
@@ -19,6 +21,8 @@ export interface TableUse {
 }
 
 const INDENTATION = 14;
+/** As the style sheet has it. */
+const ROW_HEIGHT = 27;
 
 interface Header {
   kind: "row" | "column";
@@ -98,6 +102,7 @@ export class PivotTable {
     return {
       num_rows: grid.rows.length,
       num_columns: grid.columns.length,
+      row_height: ROW_HEIGHT,
       data,
       row_headers: headers(rows().slice(y0, y1)),
       column_headers: headers(columns().slice(x0, x1)),
@@ -180,8 +185,19 @@ export class PivotTable {
         cell.scope = "row";
       }
     }
-    for (const cell of this.element.querySelectorAll<HTMLTableCellElement>("thead th")) {
-      cell.scope = "col";
+    const headings = [...this.element.querySelectorAll<HTMLTableRowElement>("thead tr")];
+    for (const [at, heading] of headings.entries()) {
+      for (const [place, cell] of [...heading.cells].entries()) {
+        const text = at === headings.length - 1 ? this.use?.corner[place] : undefined;
+        if (cell.classList.contains("rt-group-corner")) {
+          // Text for the last line; the lines above it have nothing to say here.
+          (cell.firstElementChild ?? cell).textContent = text ?? "";
+          cell.setAttribute("role", text ? "columnheader" : "cell");
+        } else {
+          cell.removeAttribute("role");
+        }
+        cell.scope = "col";
+      }
     }
   }
 

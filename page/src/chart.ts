@@ -40,7 +40,11 @@ interface Shown {
 
 function shown(tuples: Member[][], depth: number, most: number): Shown[] {
   return tuples
-    .map((tuple, index) => ({ index, caption: captionsOf(tuple.slice(0, depth)), total: tuple.some((one) => isTotal(one.name)) }))
+    .map((tuple, index) => ({
+      index,
+      caption: captionsOf(tuple.slice(0, depth)),
+      total: tuple.some((one) => isTotal(one.name)),
+    }))
     .filter(({ total }) => !total)
     .slice(0, most);
 }

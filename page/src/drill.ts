@@ -36,7 +36,12 @@ export async function showRowsBehind(
     ),
   );
   dialog.showModal();
-  const mdx = buildDrillMdx(question, structure, members.map((member) => member.name), MOST_ROWS);
+  const mdx = buildDrillMdx(
+    question,
+    structure,
+    members.map((member) => member.name),
+    MOST_ROWS,
+  );
   if (mdx === null) {
     status.textContent = "The sum of the top members has no rows of its own. Ask for the rows of one of them.";
     return;

@@ -168,6 +168,7 @@ function showControls(): void {
   showCatalogue(byId("catalogue"), databases, question, (database, cube) => void open(database, cube));
   byId<HTMLTextAreaElement>("mdx-text").value = buildMdx(question, structure);
   byId("mdx-reset").hidden = question.mdx === "";
+  byId<HTMLDetailsElement>("mdx").open ||= question.mdx !== "";
 }
 
 async function showAnswer(now: Question, cube: Structure, answer: Grid): Promise<void> {
@@ -181,8 +182,7 @@ async function showAnswer(now: Question, cube: Structure, answer: Grid): Promise
   await table.show(answer, {
     corner,
     sort: own ? now.sort : null,
-    isExpanded: (member) =>
-      [...now.rows, ...now.columns].some((placed) => placed.expanded.includes(member.name)),
+    isExpanded: (member) => [...now.rows, ...now.columns].some((placed) => placed.expanded.includes(member.name)),
     expand: own ? (member) => void ask(toggleExpanded(now, hierarchyOf(now, member.name), member.name)) : null,
     sortBy: own && now.rows.length > 0 ? (column) => void ask(sortBy(now, column)) : null,
     drill: (row, column) => own && void showRowsBehind(client, cube, now, answer, row, column),
@@ -209,7 +209,10 @@ async function showStatus(
 ): Promise<void> {
   const number = (value: number) => value.toLocaleString("en");
   const count = (value: number, word: string) => `${number(value)} ${word}${value === 1 ? "" : "s"}`;
-  const notes = [`${count(answer.columns.length, "column")}`, `${number(milliseconds)} ms`];
+  const notes = [count(answer.columns.length, "column"), `${number(milliseconds)} ms`];
+  if (now.mdx !== "") {
+    notes.push("asked by MDX of your own");
+  }
   const pages: HTMLElement[] = [];
   let rows = count(answer.rows.length, "row");
   if (now.mdx === "" && (now.page > 0 || answer.rows.length === PAGE_ROWS)) {
@@ -218,7 +221,11 @@ async function showStatus(
     const first = now.page * PAGE_ROWS;
     rows = `rows ${number(first + 1)}–${number(first + answer.rows.length)} of ${number(total)}`;
     const turn = (text: string, page: number, possible: boolean) =>
-      h("button", { type: "button", "data-key": text, disabled: !possible, onclick: () => void ask({ ...now, page }) }, text);
+      h(
+        "button",
+        { type: "button", "data-key": text, disabled: !possible, onclick: () => void ask({ ...now, page }) },
+        text,
+      );
     pages.push(
       turn("Previous rows", now.page - 1, now.page > 0),
       turn("Next rows", now.page + 1, first + PAGE_ROWS < total),

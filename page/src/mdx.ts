@@ -86,9 +86,7 @@ class Builder {
 
   private expanded(placed: Placed): string {
     const set = this.base(placed);
-    return placed.expanded.length > 0
-      ? `DrilldownMember(${set}, {${placed.expanded.join(", ")}}, RECURSIVE)`
-      : set;
+    return placed.expanded.length > 0 ? `DrilldownMember(${set}, {${placed.expanded.join(", ")}}, RECURSIVE)` : set;
   }
 
   private rowSet(placed: Placed, inner: Placed[]): string {
@@ -223,8 +221,7 @@ export function buildDrillMdx(
   if (question.top > 0 && question.rows[0] !== undefined && summed.includes(question.rows[0])) {
     return null;
   }
-  const restricts = (one: Placed) =>
-    one.members.length > 0 || findHierarchy(structure, one.hierarchy)?.all === null;
+  const restricts = (one: Placed) => one.members.length > 0 || findHierarchy(structure, one.hierarchy)?.all === null;
   const slicers = [...summed.filter(restricts), ...question.filter.filter((one) => one.members.length > 0)];
   const where = slicers.length > 0 ? `\nWHERE ${crossJoin(slicers.map(membersOf))}` : "";
   const cell = tuple(members.filter((member) => !isTotal(member)));
@@ -232,7 +229,14 @@ export function buildDrillMdx(
 }
 
 /** Members of a level whose captions hold a text, a page of them, and their number in each cell. */
-export function buildSearchMdx(cube: string, hierarchy: string, level: string, text: string, from: number, count: number): string {
+export function buildSearchMdx(
+  cube: string,
+  hierarchy: string,
+  level: string,
+  text: string,
+  from: number,
+  count: number,
+): string {
   const members = `${level}.Members`;
   const wanted = `InStr(UCase(${hierarchy}.CurrentMember.Caption), UCase(${quoteText(text)})) > 0`;
   const found = text === "" ? members : `Filter(${members}, ${wanted})`;

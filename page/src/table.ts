@@ -61,10 +61,9 @@ export class PivotTable {
     this.element.setAttribute("aria-label", `Answer, ${grid.rows.length} rows, ${grid.columns.length} columns`);
     const rows = this.headers(grid.rows, "row");
     const columns = this.headers(grid.columns, "column");
-    this.element.setDataListener(
-      (x0, y0, x1, y1) => Promise.resolve(this.part(rows, columns, x0, y0, x1, y1)),
-      { virtual_mode: "both" },
-    );
+    this.element.setDataListener((x0, y0, x1, y1) => Promise.resolve(this.part(rows, columns, x0, y0, x1, y1)), {
+      virtual_mode: "both",
+    });
     this.element.scrollTo({ left: 0, top: inside ? this.element.scrollTop : 0 });
     await this.element.draw({ invalid_viewport: true });
     if (inside && focused) {
@@ -156,7 +155,12 @@ export class PivotTable {
     const { sort, sortBy } = this.use ?? {};
     const order = sort && sort.column.join() === column.join() ? (sort.descending ? "descending" : "ascending") : "";
     const label = `Sort by ${captionsOf(tuple)}${order ? `, now ${order}` : ""}`;
-    const attributes = { type: "button", class: `sort ${order}`, "aria-label": label, "data-key": `sort ${column.join()}` };
+    const attributes = {
+      type: "button",
+      class: `sort ${order}`,
+      "aria-label": label,
+      "data-key": `sort ${column.join()}`,
+    };
     return h("button", { ...attributes, onclick: () => sortBy?.(column) }, caption);
   }
 

@@ -7,7 +7,7 @@ import { asking, click, closeBrowser, lines, money, openCube, openPage, put, SAL
 after(closeBrowser);
 
 const revenue = money("sum(amount)");
-const YEARS = "rows=[\"[Calendar]\",\"[Calendar].[Year]\"]";
+const YEARS = 'rows=["[Calendar]","[Calendar].[Year]"]';
 const BOTH_YEARS = 'filter=["[Calendar]","[Calendar].[Year]",["[Calendar].[2025]","[Calendar].[2026]"]]';
 const SALES_CUBE = "#database=Harbour+Retail&cube=Sales&measure=[Measures].[Revenue]";
 
@@ -20,6 +20,15 @@ test("databases and cubes are listed, and one click shows a first table", async 
   assert.equal(await page.title(), "Sales · Harbour Retail");
 });
 
+test("every cube shows a first table", async () => {
+  const page = await openPage();
+  for (const cube of ["Payroll", "Stock", "Trade", "Items"]) {
+    await openCube(page, cube);
+    assert.equal(await page.$eval("#fault", (one) => one.textContent), "", cube);
+    assert.ok((await lines(page)).length > 0, cube);
+  }
+});
+
 test("levels are placed by menus and the keyboard, measures switched on and off", async () => {
   const page = await openPage(`${SALES_CUBE}&${YEARS}`);
   await page.focus('[data-key="[Store].[Country]"]');
@@ -29,17 +38,25 @@ test("levels are placed by menus and the keyboard, measures switched on and off"
   await asking(page, () => page.keyboard.press("Enter"));
   assert.deepEqual(
     await lines(page),
-    sql(`SELECT year, ${["Denmark", "France", "Germany"]
-      .map((country) => `coalesce(${money(`sum(amount) FILTER (WHERE store_country = '${country}')`)}, '')`)
-      .join(", ")} FROM ${SALES} GROUP BY 1 ORDER BY 1`),
+    sql(
+      `SELECT year, ${["Denmark", "France", "Germany"]
+        .map((country) => `coalesce(${money(`sum(amount) FILTER (WHERE store_country = '${country}')`)}, '')`)
+        .join(", ")} FROM ${SALES} GROUP BY 1 ORDER BY 1`,
+    ),
   );
   assert.match(page.url(), /columns=/);
   await page.focus('[data-key="[Measures].[Quantity]"]');
   await asking(page, () => page.keyboard.press("Space"));
   assert.deepEqual((await lines(page, "thead"))[1]?.slice(-2), ["Quantity", "Revenue"]);
-  assert.equal(await page.evaluate(() => (document.activeElement as HTMLElement).dataset["key"]), "[Measures].[Quantity]");
+  assert.equal(
+    await page.evaluate(() => (document.activeElement as HTMLElement).dataset["key"]),
+    "[Measures].[Quantity]",
+  );
   await asking(page, () => page.click('[data-key="[Measures].[Revenue]"]'));
-  assert.deepEqual((await lines(page))[0]?.[1], sql(`SELECT sum(quantity) FROM ${SALES} WHERE year = 2025 AND store_country = 'Denmark'`)[0]?.[0]);
+  assert.deepEqual(
+    (await lines(page))[0]?.[1],
+    sql(`SELECT sum(quantity) FROM ${SALES} WHERE year = 2025 AND store_country = 'Denmark'`)[0]?.[0],
+  );
 });
 
 test("levels are dragged onto rows, columns and filter", async () => {
@@ -76,7 +93,8 @@ test("members expand and collapse in place", async () => {
 
 test("rows are sorted by a column, down and up", async () => {
   const page = await openPage(`${SALES_CUBE}&rows=["[Product]","[Product].[Group]"]&${BOTH_YEARS}`);
-  const ordered = (order: string) => sql(`SELECT group_name, ${revenue} FROM ${SALES} GROUP BY department, 1 ORDER BY sum(amount) ${order}`);
+  const ordered = (order: string) =>
+    sql(`SELECT group_name, ${revenue} FROM ${SALES} GROUP BY department, 1 ORDER BY sum(amount) ${order}`);
   const flat = `SELECT group_name, ${revenue} FROM ${SALES} GROUP BY department, 1`;
   assert.deepEqual((await lines(page)).sort(), sql(flat).sort());
   const sort = () => page.click('[aria-label^="Sort by Revenue"]');
@@ -85,7 +103,9 @@ test("rows are sorted by a column, down and up", async () => {
   await asking(page, sort);
   assert.deepEqual(await lines(page), ordered("ASC"));
   await asking(page, () => page.click('[aria-label="Expand Boots"]'));
-  const boots = sql(`SELECT product_name, ${revenue} FROM ${SALES} WHERE group_name = 'Boots' GROUP BY 1 ORDER BY sum(amount)`);
+  const boots = sql(
+    `SELECT product_name, ${revenue} FROM ${SALES} WHERE group_name = 'Boots' GROUP BY 1 ORDER BY sum(amount)`,
+  );
   const groups = ordered("ASC");
   groups.splice(groups.findIndex(([name]) => name === "Boots") + 1, 0, ...boots);
   assert.deepEqual(await lines(page), groups);
@@ -100,7 +120,10 @@ test("nested groups are sorted by their totals and within themselves, with subto
     SELECT coalesce(d, 'Total'), ${money("f.a")} FROM figure f
     JOIN (SELECT c, a FROM figure WHERE d IS NULL) g ON g.c IS NOT DISTINCT FROM f.c
     ORDER BY f.c IS NULL, g.a DESC, d IS NULL, f.a DESC`);
-  assert.deepEqual((await lines(page)).map((line) => line.slice(-2)), expected);
+  assert.deepEqual(
+    (await lines(page)).map((line) => line.slice(-2)),
+    expected,
+  );
 });
 
 test("top ten keeps the ten with the most", async () => {
@@ -120,13 +143,18 @@ test("what is empty is hidden, or shown", async () => {
 });
 
 test("totals of columns and of calculated measures are right", async () => {
-  const page = await openPage(`${SALES_CUBE}&measure=[Measures].[Discount+Rate]&${YEARS}&columns=["[Store]","[Store].[Country]"]`);
+  const page = await openPage(
+    `${SALES_CUBE}&measure=[Measures].[Discount+Rate]&${YEARS}&columns=["[Store]","[Store].[Country]"]`,
+  );
   await asking(page, () => click(page, "#toolbar", "Totals"));
   const rate = "to_char(100 * sum(list_amount - amount) / sum(list_amount), 'FM990.0') || '%'";
-  assert.deepEqual((await lines(page)).map((line) => [line[0], ...line.slice(-2)]), [
-    ...sql(`SELECT year, ${revenue}, ${rate} FROM ${SALES} GROUP BY 1 ORDER BY 1`),
-    ...sql(`SELECT 'Total', ${revenue}, ${rate} FROM ${SALES}`),
-  ]);
+  assert.deepEqual(
+    (await lines(page)).map((line) => [line[0], ...line.slice(-2)]),
+    [
+      ...sql(`SELECT year, ${revenue}, ${rate} FROM ${SALES} GROUP BY 1 ORDER BY 1`),
+      ...sql(`SELECT 'Total', ${revenue}, ${rate} FROM ${SALES}`),
+    ],
+  );
 });
 
 test("a filter is chosen by searching for members", async () => {
@@ -137,19 +165,28 @@ test("a filter is chosen by searching for members", async () => {
   await page.waitForFunction(() => document.querySelectorAll(".member-list li").length === 2);
   await click(page, ".member-list", "Brandt");
   await asking(page, () => click(page, "dialog .buttons", "Apply"));
-  assert.deepEqual(await lines(page), sql(`SELECT year, ${revenue} FROM ${SALES} WHERE customer_name = 'Brandt' GROUP BY 1 ORDER BY 1`));
+  assert.deepEqual(
+    await lines(page),
+    sql(`SELECT year, ${revenue} FROM ${SALES} WHERE customer_name = 'Brandt' GROUP BY 1 ORDER BY 1`),
+  );
   await asking(page, () => page.click('[aria-label="Remove Customer"]'));
   assert.deepEqual(await lines(page), sql(`SELECT year, ${revenue} FROM ${SALES} GROUP BY 1 ORDER BY 1`));
 });
 
 test("a dimension without a total says which member counts, and lets others be chosen", async () => {
   const page = await openPage(`${SALES_CUBE}&rows=["[Store]","[Store].[Country]"]`);
-  assert.deepEqual(await lines(page), sql(`SELECT store_country, ${revenue} FROM ${SALES} WHERE year = 2025 GROUP BY 1 ORDER BY 1`));
+  assert.deepEqual(
+    await lines(page),
+    sql(`SELECT store_country, ${revenue} FROM ${SALES} WHERE year = 2025 GROUP BY 1 ORDER BY 1`),
+  );
   const chip = await page.waitForSelector(".chip.default ::-p-text(2025 only)");
   await asking(page, async () => chip?.click());
   await click(page, ".member-list", "2026");
   await asking(page, () => click(page, "dialog .buttons", "Apply"));
-  assert.deepEqual(await lines(page), sql(`SELECT store_country, ${revenue} FROM ${SALES} WHERE year = 2026 GROUP BY 1 ORDER BY 1`));
+  assert.deepEqual(
+    await lines(page),
+    sql(`SELECT store_country, ${revenue} FROM ${SALES} WHERE year = 2026 GROUP BY 1 ORDER BY 1`),
+  );
 });
 
 test("chips move, change their level and swap", async () => {
@@ -164,18 +201,26 @@ test("chips move, change their level and swap", async () => {
   await choose("[Calendar]", "Quarter");
   assert.deepEqual((await lines(page)).length, sql(`SELECT DISTINCT year, quarter FROM ${SALES}`).length);
   await asking(page, () => click(page, "#toolbar", "Swap"));
-  assert.deepEqual((await lines(page)).map((line) => line[0]), ["Denmark", "France", "Germany"]);
+  assert.deepEqual(
+    (await lines(page)).map((line) => line[0]),
+    ["Denmark", "France", "Germany"],
+  );
 });
 
 test("the rows behind a cell are shown, also by the keyboard", async () => {
-  const page = await openPage(`${SALES_CUBE}&rows=["[Store]","[Store].[Country]"]&columns=["[Calendar]","[Calendar].[Year]"]&totals=shown`);
+  const page = await openPage(
+    `${SALES_CUBE}&rows=["[Store]","[Store].[Country]"]&columns=["[Calendar]","[Calendar].[Year]"]&totals=shown`,
+  );
   const behind = async () => {
     await page.waitForSelector("dialog .rows tbody tr");
-    const amounts = await page.$$eval("dialog .rows tbody tr", (rows) => rows.map((row) => Number(row.firstElementChild?.textContent)));
+    const amounts = await page.$$eval("dialog .rows tbody tr", (rows) =>
+      rows.map((row) => Number(row.firstElementChild?.textContent)),
+    );
     await page.keyboard.press("Escape");
     return amounts.sort((a, b) => a - b);
   };
-  const amounts = (where: string) => sql(`SELECT amount FROM ${SALES} ${where} ORDER BY 1`).map(([amount]) => Number(amount));
+  const amounts = (where: string) =>
+    sql(`SELECT amount FROM ${SALES} ${where} ORDER BY 1`).map(([amount]) => Number(amount));
   await page.click("regular-table tbody tr:nth-child(3) td:nth-of-type(2)");
   assert.deepEqual(await behind(), amounts("WHERE store_country = 'Germany' AND year = 2026"));
   await page.focus("regular-table");
@@ -197,9 +242,15 @@ test("the MDX is shown, can be edited, and a mistake is explained", async () => 
     await asking(page, () => page.click("#mdx-run"));
   };
   await write("SELECT {[Measures].[Cost]} ON 0, {[Store].[Germany]} ON 1 FROM [Sales] WHERE ([Calendar].[2026])");
-  assert.deepEqual(await lines(page), sql(`SELECT 'Germany', ${money("sum(cost)")} FROM ${SALES} WHERE store_country = 'Germany' AND year = 2026`));
+  assert.deepEqual(
+    await lines(page),
+    sql(`SELECT 'Germany', ${money("sum(cost)")} FROM ${SALES} WHERE store_country = 'Germany' AND year = 2026`),
+  );
   await write("SELECT {[Measures].[Nothing]} ON 0 FROM [Sales]");
-  assert.match((await page.$eval("#fault", (one) => one.textContent)) ?? "", /'\[Measures\]\.\[Nothing\]' not found in cube 'Sales'/);
+  assert.match(
+    (await page.$eval("#fault", (one) => one.textContent)) ?? "",
+    /'\[Measures\]\.\[Nothing\]' not found in cube 'Sales'/,
+  );
   await asking(page, () => page.click("#mdx-reset"));
   assert.equal((await lines(page)).length, 2);
 });

@@ -79,7 +79,10 @@ export function lines(page: Page, part: "thead" | "tbody" = "tbody"): Promise<st
 export function sql(text: string, database = "warehouse"): string[][] {
   const options = ["--no-psqlrc", "--tuples-only", "--no-align", "--field-separator=\t", `--dbname=${database}`];
   const answer = execFileSync("psql", [...options, `--command=${text}`], { encoding: "utf8" });
-  return answer.split("\n").filter((line) => line !== "").map((line) => line.split("\t"));
+  return answer
+    .split("\n")
+    .filter((line) => line !== "")
+    .map((line) => line.split("\t"));
 }
 
 /** Each sale with everything that is known about it, as the cube counts them. */

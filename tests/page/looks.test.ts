@@ -46,7 +46,9 @@ async function violations(page: Page): Promise<string[]> {
     const { axe } = window as unknown as { axe: typeof import("axe-core") };
     const tags = ["wcag2a", "wcag2aa", "wcag21a", "wcag21aa", "wcag22aa", "best-practice"];
     const results = await axe.run({ runOnly: { type: "tag", values: tags } });
-    return results.violations.map(({ id, nodes }) => `${id}: ${nodes.map((node) => node.html.slice(0, 160)).join(" | ")}`);
+    return results.violations.map(
+      ({ id, nodes }) => `${id}: ${nodes.map((node) => node.html.slice(0, 160)).join(" | ")}`,
+    );
   });
 }
 
@@ -91,8 +93,13 @@ test("every control is reached by the keyboard", async () => {
     });
     reached.add(key);
   }
-  const all = await page.$$eval("[data-key]:not(:disabled)", (found) => found.map((one) => (one as HTMLElement).dataset["key"]));
-  assert.deepEqual(all.filter((key) => !reached.has(key ?? "")), []);
+  const all = await page.$$eval("[data-key]:not(:disabled)", (found) =>
+    found.map((one) => (one as HTMLElement).dataset["key"]),
+  );
+  assert.deepEqual(
+    all.filter((key) => !reached.has(key ?? "")),
+    [],
+  );
 });
 
 test("the answer to the page's own address forbids everything that is not its own", async () => {
@@ -120,7 +127,8 @@ async function answering(page: Page, type: string, body: string): Promise<void> 
 
 test("a cube that cannot be served says why", async () => {
   const page = await openPage();
-  const row = "<CATALOG_NAME>Harbour Retail</CATALOG_NAME><CUBE_NAME>Returns</CUBE_NAME><REASON>there is no table &lt;returns&gt;</REASON>";
+  const row =
+    "<CATALOG_NAME>Harbour Retail</CATALOG_NAME><CUBE_NAME>Returns</CUBE_NAME><REASON>there is no table &lt;returns&gt;</REASON>";
   await answering(page, "KCD_UNSERVED_CUBES", `<root><row>${row}</row></root>`);
   assert.equal(await page.$eval(".unserved", (one) => one.textContent), "Returnsthere is no table <returns>");
 });
@@ -144,7 +152,8 @@ test("answers are read: members, cells, cells that cannot be computed, faults an
   const read = await page.evaluate(() => {
     const { xmla } = window as unknown as { xmla: typeof import("../../page/src/xmla.ts") };
     const parse = (text: string) => new DOMParser().parseFromString(text, "text/xml");
-    const member = "<Member Hierarchy='H'><UName>[H].[a]</UName><Caption>a</Caption><LName>[H].[L]</LName><LNum>1</LNum><DisplayInfo>131074</DisplayInfo></Member>";
+    const member =
+      "<Member Hierarchy='H'><UName>[H].[a]</UName><Caption>a</Caption><LName>[H].[L]</LName><LNum>1</LNum><DisplayInfo>131074</DisplayInfo></Member>";
     const axes = `<Axis name="Axis0"><Tuples><Tuple>${member}</Tuple></Tuples></Axis><Axis name="SlicerAxis"><Tuples><Tuple/></Tuples></Axis>`;
     const cells =
       "<Cell CellOrdinal='0'><Value>1.5E3</Value><FmtValue>1,500</FmtValue></Cell><Cell CellOrdinal='1'><Value>no</Value><FmtValue>#ERR: no</FmtValue></Cell>" +
@@ -158,7 +167,21 @@ test("answers are read: members, cells, cells that cannot be computed, faults an
     };
   });
   assert.deepEqual(read, {
-    members: [[[{ hierarchy: "H", name: "[H].[a]", caption: "a", level: "[H].[L]", depth: 1, hasChildren: true, parent: "" }]]],
+    members: [
+      [
+        [
+          {
+            hierarchy: "H",
+            name: "[H].[a]",
+            caption: "a",
+            level: "[H].[L]",
+            depth: 1,
+            hasChildren: true,
+            parent: "",
+          },
+        ],
+      ],
+    ],
     cells: [
       [0, { value: 1500, formatted: "1,500" }],
       [1, { value: "no", formatted: "#ERR: no", error: "no" }],
@@ -179,15 +202,19 @@ test("on paper stands the whole table", async () => {
 
 /** Once nothing moves or fades any more. */
 async function photograph(page: Page, name: string): Promise<void> {
-  await page.evaluate(() => Promise.all(document.getAnimations().map((one) => one.finished)));
+  await page.evaluate(async () => {
+    await Promise.all(document.getAnimations().map((one) => one.finished));
+    // Only the tests have it.
+    document.querySelectorAll(".database + .database").forEach((large) => large.remove());
+  });
   await page.screenshot({ path: `${PICTURES}/${name}.png` });
 }
 
 test("pictures are taken", async () => {
   mkdirSync(PICTURES, { recursive: true });
   const pictures: [string, string, Look][] = [
-    ["page", TABLE, { width: 1280, height: 800 }],
-    ["page-dark", CHART, { width: 1280, height: 800, dark: true }],
+    ["page-table", TABLE, { width: 1280, height: 800 }],
+    ["page-chart-dark", CHART, { width: 1280, height: 800, dark: true }],
     ["page-320", TABLE, { width: 320, height: 800 }],
     ["page-320-dark", CHART, { width: 320, height: 1300, dark: true }],
     ["page-2560", CHART, { width: 2560, height: 1300 }],

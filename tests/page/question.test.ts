@@ -32,7 +32,11 @@ const structure: Structure = {
     hierarchy("Store", true, ["Country", 3], ["Store", 6]),
     hierarchy("Customer", true, ["Customer", 12000]),
   ].map((one) => ({ caption: one.caption, description: "", hierarchies: [one] })),
-  measures: ["Revenue", "Cost"].map((name) => ({ name: `[Measures].[${name}]`, caption: name, description: "" })),
+  measures: ["Revenue", "Cost"].map((name) => ({
+    name: `[Measures].[${name}]`,
+    caption: name,
+    description: "",
+  })),
   defaultMeasure: "[Measures].[Revenue]",
 };
 const first = q.firstQuestion(structure);
@@ -54,13 +58,19 @@ test("names and texts are quoted for MDX", () => {
   assert.equal(quoteName("a]b"), "[a]]b]");
   assert.equal(lastName("[Kind].[a]]b].[c.d]"), "c.d");
   assert.equal(lastName("[Kind].[a]]b]"), "a]b");
-  assert.match(buildSearchMdx("a]b", "[H]", "[H].[L]", 'x"y', 100, 50), /UCase\("x""y"\)[^]*Subset\(\[\*Found\*\], 100, 50\)[^]*FROM \[a\]\]b\]/);
+  assert.match(
+    buildSearchMdx("a]b", "[H]", "[H].[L]", 'x"y', 100, 50),
+    /UCase\("x""y"\)[^]*Subset\(\[\*Found\*\], 100, 50\)[^]*FROM \[a\]\]b\]/,
+  );
 });
 
 test("nested rows with totals and a sort order groups by their totals", () => {
   const sorted = q.sortBy({ ...nested, totals: true }, ["[Measures].[Revenue]"]);
   const mdx = buildMdx(sorted, structure);
-  assert.match(mdx, /Generate\(Order\(\[Calendar\]\.\[Year\]\.Members, \(\[Measures\]\.\[Revenue\], \[Store\]\.\[\*Total\*\]\), BDESC\)/);
+  assert.match(
+    mdx,
+    /Generate\(Order\(\[Calendar\]\.\[Year\]\.Members, \(\[Measures\]\.\[Revenue\], \[Store\]\.\[\*Total\*\]\), BDESC\)/,
+  );
   assert.match(mdx, /MEMBER \[Store\]\.\[\*Total\*\] AS Aggregate\(\[Store\]\.\[Country\]\.Members\)/);
 });
 
@@ -77,7 +87,10 @@ test("top ten, expansion, chosen members and filters become sets", () => {
 
 test("large answers are asked in pages, of which empty rows are left out before", () => {
   const large = { ...q.place(first, "[Customer]", "[Customer].[Customer]", "rows", 0), page: 2 };
-  assert.match(buildMdx(large, structure), /Subset\(Filter\(.*, NOT IsEmpty\(\[Measures\]\.\[Revenue\]\)\), 2000, 1000\)/);
+  assert.match(
+    buildMdx(large, structure),
+    /Subset\(Filter\(.*, NOT IsEmpty\(\[Measures\]\.\[Revenue\]\)\), 2000, 1000\)/,
+  );
 });
 
 test("the rows behind a total are those of its members; a sum of the top ones has none", () => {
@@ -102,14 +115,20 @@ test("an address holds the whole question", () => {
   asked = { ...asked, top: 10, totals: true, hideEmpty: false, chart: "line", page: 3 };
   asked = { ...asked, sort: { column: ["[Measures].[Revenue]"], descending: false } };
   assert.deepEqual(decodeQuestion(`#${encodeQuestion(asked)}`), asked);
-  assert.deepEqual(decodeQuestion(encodeQuestion({ ...first, mdx: "SELECT\n1" })), { ...first, mdx: "SELECT\n1" });
+  assert.deepEqual(decodeQuestion(encodeQuestion({ ...first, mdx: "SELECT\n1" })), {
+    ...first,
+    mdx: "SELECT\n1",
+  });
 });
 
 test("an address that makes no sense is left out in parts, or as a whole", () => {
   assert.equal(decodeQuestion("#x=1"), null);
   const odd = decodeQuestion('#database=D&cube=C&rows={"a":1}&rows=nonsense&chart=pie&top=-5&page=x&descending=[1]');
   assert.deepEqual(odd, { ...first, database: "D", cube: "C", measures: [], rows: [] });
-  const fitted = q.fitted({ ...nested, measures: ["[Measures].[Gone]"], sort: { column: ["[Gone]"], descending: true } }, structure);
+  const fitted = q.fitted(
+    { ...nested, measures: ["[Measures].[Gone]"], sort: { column: ["[Gone]"], descending: true } },
+    structure,
+  );
   assert.deepEqual([fitted.measures, fitted.sort], [["[Measures].[Revenue]"], null]);
 });
 
@@ -129,7 +148,15 @@ test("a column sorts downwards, upwards, and not at all", () => {
 });
 
 test("tables for spreadsheets quote what is needed, and hold no formulas", () => {
-  const member = (caption: string): Member => ({ hierarchy: "", name: caption, caption, level: "", depth: 0, hasChildren: false, parent: "" });
+  const member = (caption: string): Member => ({
+    hierarchy: "",
+    name: caption,
+    caption,
+    level: "",
+    depth: 0,
+    hasChildren: false,
+    parent: "",
+  });
   const grid = gridOf({
     axes: [
       { hierarchies: ["M"], tuples: [[member("A,B")], [member("=1+1")]] },

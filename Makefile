@@ -10,7 +10,7 @@ configure = mkdir -p build && (cmake --preset $(1) $(2) $(launcher) >build/confi
 
 .PHONY: demo demo-olap test verify verify-all build checks tidy test-asan test-fuzz fuzz \
         fuzz-programs faults test-tsan valgrind coverage mutation separate-sources fresh-machine \
-        screenshots bench check-instructions record-instructions clean
+        screenshots page-screenshots bench check-instructions record-instructions clean
 
 demo:
 	@scripts/install-packages build
@@ -120,6 +120,11 @@ fresh-machine:
 # Pictures of the window and its dialogs for the documentation.
 screenshots: build
 	cmake --build --preset release -j $(JOBS) --target screenshots
+
+# Pictures of the page, from a run of its tests.
+page-screenshots: build
+	tests/page/run build
+	cp build/tests/page/page-*.png docs/screenshots
 
 # The size of the large documents, in megabytes, and the number of runs that a median is taken of.
 MEGABYTES ?= 100

@@ -39,7 +39,13 @@ export function decodeQuestion(text: string): Question | null {
     return null;
   }
   const areas = Object.fromEntries(
-    AREAS.map((area) => [area, parts.getAll(area).map(readPlaced).filter((one) => one !== null)]),
+    AREAS.map((area) => [
+      area,
+      parts
+        .getAll(area)
+        .map(readPlaced)
+        .filter((one) => one !== null),
+    ]),
   ) as Record<Area, Placed[]>;
   const descending = readNames(parts.get("descending"));
   const column = descending ?? readNames(parts.get("ascending"));

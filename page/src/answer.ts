@@ -43,6 +43,13 @@ export function indentations(tuples: Member[][]): number[] {
   );
 }
 
+/** How many members of a column tell it apart: one measure for all columns does not. */
+export function columnDepth(tuples: Member[][]): number {
+  const depth = tuples[0]?.length ?? 0;
+  const last = new Set(tuples.map((tuple) => tuple[depth - 1]?.name));
+  return depth > 1 && last.size === 1 ? depth - 1 : depth;
+}
+
 /** The table as texts, headers first; figures as plain numbers. */
 export function tableTexts(grid: Grid): string[][] {
   const corner = Array.from({ length: grid.rows[0]?.length ?? 0 }, () => "");

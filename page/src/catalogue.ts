@@ -11,7 +11,14 @@ export function showCatalogue(
   open: (database: string, cube: string) => void,
 ): void {
   if (databases.length === 0) {
-    fill(place, h("p", { class: "note" }, "Nothing is published here yet. An import into this server's directory shows up by itself."));
+    fill(
+      place,
+      h(
+        "p",
+        { class: "note" },
+        "Nothing is published here yet. An import into this server's directory shows up by itself.",
+      ),
+    );
     return;
   }
   fill(place, ...databases.map((database) => showDatabase(database, question, open)));

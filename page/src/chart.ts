@@ -12,7 +12,7 @@ import {
   PointElement,
   Tooltip,
 } from "chart.js";
-import { captionsOf, type Grid } from "./answer.ts";
+import { captionsOf, columnDepth, type Grid } from "./answer.ts";
 import { isTotal } from "./mdx.ts";
 import type { ChartKind } from "./question.ts";
 import type { Member } from "./xmla.ts";
@@ -38,9 +38,13 @@ interface Shown {
   caption: string;
 }
 
-function shown(tuples: Member[][], most: number): Shown[] {
+function shown(tuples: Member[][], depth: number, most: number): Shown[] {
   return tuples
-    .map((tuple, index) => ({ index, caption: captionsOf(tuple), total: tuple.some((one) => isTotal(one.name)) }))
+    .map((tuple, index) => ({
+      index,
+      caption: captionsOf(tuple.slice(0, depth)),
+      total: tuple.some((one) => isTotal(one.name)),
+    }))
     .filter(({ total }) => !total)
     .slice(0, most);
 }
@@ -62,8 +66,8 @@ export class AnswerChart {
 
   show(grid: Grid, kind: Exclude<ChartKind, "none">): void {
     this.clear();
-    const rows = shown(grid.rows, MOST_POINTS);
-    const columns = shown(grid.columns, MOST_SERIES);
+    const rows = shown(grid.rows, Infinity, MOST_POINTS);
+    const columns = shown(grid.columns, columnDepth(grid.columns), MOST_SERIES);
     const text = setting("--muted");
     const line = setting("--line");
     const stacked = kind === "stacked";

@@ -78,7 +78,8 @@ export function openMenu(anchor: HTMLElement, title: string, groups: Choice[][])
       menu.remove();
     }
   });
-  document.body.append(menu);
+  // Within its landmark, where people who jump between them look for it.
+  (anchor.closest("nav, section") ?? document.body).append(menu);
   menu.showPopover();
   const place = anchor.getBoundingClientRect();
   const { width, height } = menu.getBoundingClientRect();

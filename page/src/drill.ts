@@ -36,7 +36,12 @@ export async function showRowsBehind(
     ),
   );
   dialog.showModal();
-  const mdx = buildDrillMdx(question, structure, members.map((member) => member.name), MOST_ROWS);
+  const mdx = buildDrillMdx(
+    question,
+    structure,
+    members.map((member) => member.name),
+    MOST_ROWS,
+  );
   if (mdx === null) {
     status.textContent = "The sum of the top members has no rows of its own. Ask for the rows of one of them.";
     return;
@@ -55,13 +60,18 @@ export async function showRowsBehind(
   }
 }
 
-/** The columns without keys beside names, and without a second column of the same level. */
+/**
+ * The figure first, which comes last, then the levels: without keys beside names, and without a second
+ * column of the same level.
+ */
 function telling(rows: Row[]): string[] {
   const names = [...new Set(rows.flatMap((one) => Object.keys(one)))];
-  return names.filter((name) => {
+  const kept = names.filter((name) => {
     const first = name.replace(/( \(Key\))?(_\d+)?$/, "");
-    return first === name || !names.includes(first) || (!name.endsWith(" (Key)") && rows.some((row) => row[first] !== row[name]));
+    const isSame = name.endsWith(" (Key)") || rows.every((row) => row[first] === row[name]);
+    return first === name || !names.includes(first) || !isSame;
   });
+  return [...kept.slice(-1), ...kept.slice(0, -1)];
 }
 
 function tableOf(names: string[], rows: Row[]): HTMLElement {

@@ -9,8 +9,8 @@ import { byId, fill, h, save } from "./dom.ts";
 import { showRowsBehind } from "./drill.ts";
 import { showFields, type FieldUse } from "./fields.ts";
 import { chooseMembers } from "./members.ts";
-import { buildCountMdx, buildMdx, MOST_COLUMNS, PAGE_ROWS } from "./mdx.ts";
-import { loadDatabases, loadedAt, loadStructure, type Database, type Structure } from "./metadata.ts";
+import { buildCountMdx, buildLevelCountMdx, buildMdx, levelsBelow, MOST_COLUMNS, PAGE_ROWS } from "./mdx.ts";
+import { findHierarchy, loadDatabases, loadedAt, loadStructure, type Database, type Structure } from "./metadata.ts";
 import { printable } from "./print.ts";
 import {
   findPlaced,
@@ -28,6 +28,8 @@ import { showToolbar } from "./toolbar.ts";
 import { XmlaClient } from "./xmla.ts";
 
 const BUSY_MILLISECONDS = 150;
+/** How soon the list of cubes is looked at again, with a question. */
+const REFRESH_MILLISECONDS = 5000;
 
 const client = new XmlaClient();
 const chart = new AnswerChart(byId("chart"));
@@ -36,8 +38,11 @@ const table = new PivotTable(byId<RegularTableElement>("table"), (text) => (byId
 let databases: Database[] = [];
 let structure: Structure | null = null;
 let stamp = "";
+/** Levels that the engine has looked at as a whole since then. */
+const known = new Set<string>();
 let question: Question | null = null;
 let grid: Grid | null = null;
+let refreshAt = 0;
 let running: AbortController | null = null;
 
 /** Asks, shows the answer, and lets the address say what was asked. */
@@ -55,6 +60,7 @@ async function ask(wanted: Question, history: "push" | "replace" | "keep" = "pus
     writeAddress(question, history);
     showControls();
     const begin = performance.now();
+    await knowBelow(question, structure, run.signal);
     const dataset = await client.execute(question.database, buildMdx(question, structure), run.signal);
     const milliseconds = Math.round(performance.now() - begin);
     if (!run.signal.aborted) {
@@ -78,14 +84,27 @@ async function ask(wanted: Question, history: "push" | "replace" | "keep" = "pus
 
 /** Knows the cube that is asked, and notices that it was imported anew. */
 async function follow({ database, cube }: Question): Promise<void> {
-  const known = structure?.database === database && structure.cube === cube;
+  if (performance.now() > refreshAt) {
+    refreshAt = performance.now() + REFRESH_MILLISECONDS;
+    void refreshCatalogue();
+  }
+  const isSame = structure?.database === database && structure.cube === cube;
   const now = await loadedAt(client, database, cube);
-  if (!known || now !== stamp) {
+  if (!isSame || now !== stamp) {
     structure = null;
     structure = await loadStructure(client, database, cube);
     stamp = now;
+    known.clear();
   }
-  void refreshCatalogue();
+}
+
+/** Lets the engine read levels as a whole that it would ask the warehouse about member by member. */
+async function knowBelow(now: Question, cube: Structure, signal: AbortSignal): Promise<void> {
+  const unknown = now.mdx === "" ? levelsBelow(now, cube).filter((level) => !known.has(level)) : [];
+  for (const level of unknown) {
+    await client.execute(now.database, buildLevelCountMdx(now.cube, level), signal);
+    known.add(level);
+  }
 }
 
 async function refreshCatalogue(): Promise<void> {
@@ -99,10 +118,9 @@ async function refreshCatalogue(): Promise<void> {
 
 async function open(database: string, cube: string): Promise<void> {
   try {
-    structure = await loadStructure(client, database, cube);
-    stamp = await loadedAt(client, database, cube);
+    const cubeThere = await loadStructure(client, database, cube);
     closeOnSmallScreens();
-    await ask(firstQuestion(structure));
+    await ask(firstQuestion(cubeThere));
   } catch (error) {
     showFault(error instanceof Error ? error.message : String(error));
   }
@@ -150,22 +168,24 @@ function showControls(): void {
   showCatalogue(byId("catalogue"), databases, question, (database, cube) => void open(database, cube));
   byId<HTMLTextAreaElement>("mdx-text").value = buildMdx(question, structure);
   byId("mdx-reset").hidden = question.mdx === "";
+  byId<HTMLDetailsElement>("mdx").open ||= question.mdx !== "";
 }
 
-async function showAnswer(now: Question, known: Structure, answer: Grid): Promise<void> {
+async function showAnswer(now: Question, cube: Structure, answer: Grid): Promise<void> {
   document.body.classList.remove("faulty");
   fill(byId("fault"));
   const own = now.mdx === "";
   const isEmpty = answer.rows.length === 0 || answer.columns.length === 0;
   document.body.classList.toggle("nothing", isEmpty);
   document.body.classList.toggle("charted", now.chart !== "none" && !isEmpty);
+  const corner = own ? now.rows.map((placed) => findHierarchy(cube, placed.hierarchy)?.caption ?? "") : [];
   await table.show(answer, {
+    corner,
     sort: own ? now.sort : null,
-    isExpanded: (member) =>
-      [...now.rows, ...now.columns].some((placed) => placed.expanded.includes(member.name)),
+    isExpanded: (member) => [...now.rows, ...now.columns].some((placed) => placed.expanded.includes(member.name)),
     expand: own ? (member) => void ask(toggleExpanded(now, hierarchyOf(now, member.name), member.name)) : null,
     sortBy: own && now.rows.length > 0 ? (column) => void ask(sortBy(now, column)) : null,
-    drill: (row, column) => own && void showRowsBehind(client, known, now, answer, row, column),
+    drill: (row, column) => own && void showRowsBehind(client, cube, now, answer, row, column),
   });
   if (now.chart !== "none" && !isEmpty) {
     chart.show(answer, now.chart);
@@ -182,23 +202,30 @@ function hierarchyOf(now: Question, member: string): string {
 
 async function showStatus(
   now: Question,
-  known: Structure,
+  cube: Structure,
   answer: Grid,
   milliseconds: number,
   signal: AbortSignal,
 ): Promise<void> {
   const number = (value: number) => value.toLocaleString("en");
   const count = (value: number, word: string) => `${number(value)} ${word}${value === 1 ? "" : "s"}`;
-  const notes = [`${count(answer.columns.length, "column")}`, `${number(milliseconds)} ms`];
+  const notes = [count(answer.columns.length, "column"), `${number(milliseconds)} ms`];
+  if (now.mdx !== "") {
+    notes.push("asked by MDX of your own");
+  }
   const pages: HTMLElement[] = [];
   let rows = count(answer.rows.length, "row");
   if (now.mdx === "" && (now.page > 0 || answer.rows.length === PAGE_ROWS)) {
-    const counted = await client.execute(now.database, buildCountMdx(now, known), signal);
+    const counted = await client.execute(now.database, buildCountMdx(now, cube), signal);
     const total = Number(counted.cells.get(0)?.value ?? 0);
     const first = now.page * PAGE_ROWS;
     rows = `rows ${number(first + 1)}–${number(first + answer.rows.length)} of ${number(total)}`;
     const turn = (text: string, page: number, possible: boolean) =>
-      h("button", { type: "button", "data-key": text, disabled: !possible, onclick: () => void ask({ ...now, page }) }, text);
+      h(
+        "button",
+        { type: "button", "data-key": text, disabled: !possible, onclick: () => void ask({ ...now, page }) },
+        text,
+      );
     pages.push(
       turn("Previous rows", now.page - 1, now.page > 0),
       turn("Next rows", now.page + 1, first + PAGE_ROWS < total),

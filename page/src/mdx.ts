@@ -12,6 +12,8 @@ export const PAGE_ROWS = 1000;
 export const MOST_COLUMNS = 200;
 /** Levels of fewer members need no limit. */
 const SMALL = 200;
+/** More members than that are not looked at one by one. */
+const MANY = 50;
 
 const TOTAL = "[*Total*]";
 
@@ -84,15 +86,22 @@ class Builder {
 
   private expanded(placed: Placed): string {
     const set = this.base(placed);
-    return placed.expanded.length > 0
-      ? `DrilldownMember(${set}, {${placed.expanded.join(", ")}}, RECURSIVE)`
-      : set;
+    return placed.expanded.length > 0 ? `DrilldownMember(${set}, {${placed.expanded.join(", ")}}, RECURSIVE)` : set;
   }
 
   private rowSet(placed: Placed, inner: Placed[]): string {
     const { sort } = this.question;
-    const set = this.expanded(placed);
-    return sort ? `Order(${set}, ${this.order(inner)}, ${sort.descending ? "DESC" : "ASC"})` : set;
+    if (!sort) {
+      return this.expanded(placed);
+    }
+    const ordered = (set: string) => `Order(${set}, ${this.order(inner)}, ${sort.descending ? "BDESC" : "BASC"})`;
+    const current = `${placed.hierarchy}.CurrentMember`;
+    // Parents were expanded before their children.
+    return placed.expanded.reduce(
+      (set, member) =>
+        `Generate(${set}, IIf(${current} IS ${member}, {${current}, ${ordered(`${member}.Children`)}}, {${current}}))`,
+      ordered(this.base(placed)),
+    );
   }
 
   /** The tuples of nested hierarchies, each group followed by its total. */
@@ -212,8 +221,7 @@ export function buildDrillMdx(
   if (question.top > 0 && question.rows[0] !== undefined && summed.includes(question.rows[0])) {
     return null;
   }
-  const restricts = (one: Placed) =>
-    one.members.length > 0 || findHierarchy(structure, one.hierarchy)?.all === null;
+  const restricts = (one: Placed) => one.members.length > 0 || findHierarchy(structure, one.hierarchy)?.all === null;
   const slicers = [...summed.filter(restricts), ...question.filter.filter((one) => one.members.length > 0)];
   const where = slicers.length > 0 ? `\nWHERE ${crossJoin(slicers.map(membersOf))}` : "";
   const cell = tuple(members.filter((member) => !isTotal(member)));
@@ -221,7 +229,14 @@ export function buildDrillMdx(
 }
 
 /** Members of a level whose captions hold a text, a page of them, and their number in each cell. */
-export function buildSearchMdx(cube: string, hierarchy: string, level: string, text: string, from: number, count: number): string {
+export function buildSearchMdx(
+  cube: string,
+  hierarchy: string,
+  level: string,
+  text: string,
+  from: number,
+  count: number,
+): string {
   const members = `${level}.Members`;
   const wanted = `InStr(UCase(${hierarchy}.CurrentMember.Caption), UCase(${quoteText(text)})) > 0`;
   const found = text === "" ? members : `Filter(${members}, ${wanted})`;
@@ -233,7 +248,27 @@ export function buildSearchMdx(cube: string, hierarchy: string, level: string, t
   );
 }
 
-/** Whether nothing of a cube stands for the hierarchies that have no place: their one default member does. */
+/**
+ * Levels below the ones that a large answer shows. For each member the engine says whether there are any
+ * below it, and asks the warehouse for each one by itself unless it knows the whole level.
+ */
+export function levelsBelow(question: Question, structure: Structure): string[] {
+  const shown = [...question.rows, ...question.columns].filter(
+    ({ level, members }) => members.length === 0 && (findLevel(structure, level)?.size ?? 0) > MANY,
+  );
+  return shown.flatMap(({ hierarchy, level }) => {
+    const levels = findHierarchy(structure, hierarchy)?.levels ?? [];
+    const below = levels[levels.findIndex((one) => one.name === level) + 1];
+    return below ? [below.name] : [];
+  });
+}
+
+export function buildLevelCountMdx(cube: string, level: string): string {
+  const count = "[Measures].[*Number*]";
+  return `WITH MEMBER ${count} AS Count(${level}.Members)\nSELECT {${count}} ON COLUMNS\nFROM ${quoteName(cube)}`;
+}
+
+/** The hierarchies without a place and without a total: one default member of theirs counts. */
 export function defaultSlicers(question: Question, structure: Structure): { hierarchy: string; member: string }[] {
   const named = new Set(
     [...question.rows, ...question.columns, ...question.filter.filter((one) => one.members.length > 0)].map(
@@ -243,6 +278,5 @@ export function defaultSlicers(question: Question, structure: Structure): { hier
   return structure.dimensions
     .flatMap((dimension) => dimension.hierarchies)
     .filter((hierarchy) => hierarchy.all === null && !named.has(hierarchy.name))
-    .map((hierarchy) => ({ hierarchy: hierarchy.name, member: hierarchy.defaultMember }))
-    .filter(({ hierarchy }) => findHierarchy(structure, hierarchy) !== undefined);
+    .map((hierarchy) => ({ hierarchy: hierarchy.name, member: hierarchy.defaultMember }));
 }

@@ -28,7 +28,12 @@ export function chooseMembers(
   let timer = 0;
   const chosen = new Set(found.it.members);
 
-  const input = h("input", { type: "search", id: "member-search", placeholder: "Search", autocomplete: "off" });
+  const input = h("input", {
+    type: "search",
+    id: "member-search",
+    placeholder: "Search",
+    autocomplete: "off",
+  });
   const levels = h("select", { id: "member-level" });
   for (const one of hierarchy.levels) {
     levels.append(h("option", { value: one.name, selected: one.name === level }, one.caption));
@@ -95,7 +100,14 @@ export function chooseMembers(
     const ticket = ++latest;
     showPicked();
     status.textContent = "Searching…";
-    const mdx = buildSearchMdx(question.cube, hierarchyName, level, input.value.trim(), page * PAGE_MEMBERS, PAGE_MEMBERS);
+    const mdx = buildSearchMdx(
+      question.cube,
+      hierarchyName,
+      level,
+      input.value.trim(),
+      page * PAGE_MEMBERS,
+      PAGE_MEMBERS,
+    );
     try {
       const answer = await client.execute(question.database, mdx);
       if (ticket === latest) {

@@ -67,13 +67,15 @@ export async function loadDatabases(client: XmlaClient): Promise<Database[]> {
   const names = catalogues.map((row) => row["CATALOG_NAME"] ?? "");
   names.push(...unserved.map((row) => row["CATALOG_NAME"] ?? ""));
   return Promise.all(
-    [...new Set(names)].sort((a, b) => a.localeCompare(b)).map(async (name) => ({
-      name,
-      unserved: unserved
-        .filter((row) => row["CATALOG_NAME"] === name)
-        .map((row) => ({ name: row["CUBE_NAME"] ?? "", reason: row["REASON"] ?? "" })),
-      ...(await loadCubes(client, name)),
-    })),
+    [...new Set(names)]
+      .sort((a, b) => a.localeCompare(b))
+      .map(async (name) => ({
+        name,
+        unserved: unserved
+          .filter((row) => row["CATALOG_NAME"] === name)
+          .map((row) => ({ name: row["CUBE_NAME"] ?? "", reason: row["REASON"] ?? "" })),
+        ...(await loadCubes(client, name)),
+      })),
   );
 }
 

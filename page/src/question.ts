@@ -81,7 +81,11 @@ function reshaped(question: Question, changes: Partial<Question>): Question {
 
 export function remove(question: Question, hierarchy: string): Question {
   const without = (area: Area) => question[area].filter((one) => one.hierarchy !== hierarchy);
-  return reshaped(question, { rows: without("rows"), columns: without("columns"), filter: without("filter") });
+  return reshaped(question, {
+    rows: without("rows"),
+    columns: without("columns"),
+    filter: without("filter"),
+  });
 }
 
 /** Gives a hierarchy a place, by one of its levels; it leaves the one that it had. */

@@ -68,9 +68,7 @@ function showChip(
     names.length > 0 && h("span", { class: "members" }, few),
     unset && h("span", { class: "members" }, "all"),
   );
-  main.addEventListener("click", () =>
-    openMenu(main, caption, chipChoices(area, it, at, hierarchy, question, use)),
-  );
+  main.addEventListener("click", () => openMenu(main, caption, chipChoices(area, it, at, hierarchy, question, use)));
   const away = () => use.ask(remove(question, it.hierarchy));
   const chip = h(
     "span",
@@ -90,8 +88,7 @@ function chipChoices(
   question: Question,
   use: FieldUse,
 ): Choice[][] {
-  const move = (to: Area, position?: number) => () =>
-    use.ask(place(question, it.hierarchy, it.level, to, position));
+  const move = (to: Area, position?: number) => () => use.ask(place(question, it.hierarchy, it.level, to, position));
   const levels = (hierarchy?.levels ?? []).map((level) => ({
     text: level.caption,
     chosen: level.name === it.level,

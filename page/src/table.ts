@@ -3,7 +3,7 @@
 import "regular-table";
 import type { RegularTableElement } from "regular-table";
 import type { CellMetadata, DataResponse } from "regular-table/dist/esm/types";
-import { captionOf, captionsOf, indentations, type Grid } from "./answer.ts";
+import { captionOf, captionsOf, columnDepth, indentations, type Grid } from "./answer.ts";
 import { h } from "./dom.ts";
 import { isTotal } from "./mdx.ts";
 import type { Member } from "./xmla.ts";
@@ -12,6 +12,8 @@ import type { Member } from "./xmla.ts";
 export interface TableUse {
   /** The column that orders the rows. */
   sort: { column: string[]; descending: boolean } | null;
+  /** What stands above the rows' headers. */
+  corner: string[];
   isExpanded(member: Member): boolean;
   expand: ((member: Member) => void) | null;
   sortBy: ((column: string[]) => void) | null;
@@ -19,6 +21,8 @@ export interface TableUse {
 }
 
 const INDENTATION = 14;
+/** As the style sheet has it. */
+const ROW_HEIGHT = 27;
 
 interface Header {
   kind: "row" | "column";
@@ -30,13 +34,6 @@ interface Header {
   /** Whether any of its neighbours can be expanded. */
   opens: boolean;
   depth: number;
-}
-
-/** One measure for all columns needs no line of its own. */
-function columnDepth(tuples: Member[][]): number {
-  const depth = tuples[0]?.length ?? 0;
-  const last = new Set(tuples.map((tuple) => tuple[depth - 1]?.name));
-  return depth > 1 && last.size === 1 ? depth - 1 : depth;
 }
 
 export class PivotTable {
@@ -64,10 +61,9 @@ export class PivotTable {
     this.element.setAttribute("aria-label", `Answer, ${grid.rows.length} rows, ${grid.columns.length} columns`);
     const rows = this.headers(grid.rows, "row");
     const columns = this.headers(grid.columns, "column");
-    this.element.setDataListener(
-      (x0, y0, x1, y1) => Promise.resolve(this.part(rows, columns, x0, y0, x1, y1)),
-      { virtual_mode: "both" },
-    );
+    this.element.setDataListener((x0, y0, x1, y1) => Promise.resolve(this.part(rows, columns, x0, y0, x1, y1)), {
+      virtual_mode: "both",
+    });
     this.element.scrollTo({ left: 0, top: inside ? this.element.scrollTop : 0 });
     await this.element.draw({ invalid_viewport: true });
     if (inside && focused) {
@@ -98,6 +94,7 @@ export class PivotTable {
     return {
       num_rows: grid.rows.length,
       num_columns: grid.columns.length,
+      row_height: ROW_HEIGHT,
       data,
       row_headers: headers(rows().slice(y0, y1)),
       column_headers: headers(columns().slice(x0, x1)),
@@ -158,7 +155,12 @@ export class PivotTable {
     const { sort, sortBy } = this.use ?? {};
     const order = sort && sort.column.join() === column.join() ? (sort.descending ? "descending" : "ascending") : "";
     const label = `Sort by ${captionsOf(tuple)}${order ? `, now ${order}` : ""}`;
-    const attributes = { type: "button", class: `sort ${order}`, "aria-label": label, "data-key": `sort ${column.join()}` };
+    const attributes = {
+      type: "button",
+      class: `sort ${order}`,
+      "aria-label": label,
+      "data-key": `sort ${column.join()}`,
+    };
     return h("button", { ...attributes, onclick: () => sortBy?.(column) }, caption);
   }
 
@@ -180,8 +182,19 @@ export class PivotTable {
         cell.scope = "row";
       }
     }
-    for (const cell of this.element.querySelectorAll<HTMLTableCellElement>("thead th")) {
-      cell.scope = "col";
+    const headings = [...this.element.querySelectorAll<HTMLTableRowElement>("thead tr")];
+    for (const [at, heading] of headings.entries()) {
+      for (const [place, cell] of [...heading.cells].entries()) {
+        const text = at === headings.length - 1 ? this.use?.corner[place] : undefined;
+        if (cell.classList.contains("rt-group-corner")) {
+          // Text for the last line; the lines above it have nothing to say here.
+          (cell.firstElementChild ?? cell).textContent = text ?? "";
+          cell.setAttribute("role", text ? "columnheader" : "cell");
+        } else {
+          cell.removeAttribute("role");
+        }
+        cell.scope = "col";
+      }
     }
   }
 

@@ -11,7 +11,12 @@ export interface ToolbarUse {
   copy(): void;
 }
 
-const CHART_NAMES: Record<ChartKind, string> = { none: "Table", line: "Line", bar: "Bars", stacked: "Stacked" };
+const CHART_NAMES: Record<ChartKind, string> = {
+  none: "Table",
+  line: "Line",
+  bar: "Bars",
+  stacked: "Stacked",
+};
 
 export function showToolbar(panel: HTMLElement, question: Question, use: ToolbarUse): void {
   const own = question.mdx === "";

@@ -167,7 +167,11 @@ export function readDataset(answer: Document): Dataset {
         tuples: all(axis, "Tuple").map((tuple) => [...tuple.children].map(readMember)),
       };
     }),
-    cells: new Map(all(answer, "Cell").map(readCell).filter((entry) => entry !== null)),
+    cells: new Map(
+      all(answer, "Cell")
+        .map(readCell)
+        .filter((entry) => entry !== null),
+    ),
   };
 }
 

@@ -5,6 +5,7 @@ import java.io.InputStream;
 import java.io.UncheckedIOException;
 import java.util.Collection;
 import java.util.Map;
+import javax.servlet.ServletException;
 import javax.servlet.http.HttpServlet;
 import javax.servlet.http.HttpServletRequest;
 import javax.servlet.http.HttpServletResponse;
@@ -32,6 +33,17 @@ final class PageHandler extends HttpServlet {
   /** The paths that it answers; "" is the address without a path. */
   static Collection<String> paths() {
     return TYPES.keySet().stream().map(path -> path.equals("/") ? "" : path).toList();
+  }
+
+  @Override
+  protected void service(HttpServletRequest request, HttpServletResponse response)
+      throws ServletException, IOException {
+    if (request.getMethod().equals("GET") || request.getMethod().equals("HEAD")) {
+      super.service(request, response);
+    } else {
+      // Nothing else may be done here; the check says so.
+      check.refusal(request).send(response);
+    }
   }
 
   @Override

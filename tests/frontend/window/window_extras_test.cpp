@@ -91,9 +91,14 @@ TEST_F(WindowExtras, AboutTellsVersionAndLicence) {
   EXPECT_THAT(head, HasSubstr("ImportKCD " IMPORTKCD_VERSION "\n"));
   EXPECT_THAT(page("dlgAbout"), HasSubstr("Copyright (c) 2026 The ImportKCD authors"));
   EXPECT_THAT(page("dlgAbout"), HasSubstr("WITHOUT WARRANTY OF ANY KIND"));
-  close("dlgAbout");
+}
+
+TEST_F(WindowExtras, ShiftF1TellsVersionAndLicenceAtOnce) {
+  open();
   press(Qt::Key_F1, Qt::ShiftModifier);
   EXPECT_NE(dialog("dlgAbout"), nullptr);
+  EXPECT_EQ(dialog("dlgHelp"), nullptr);
+  close("dlgAbout");
 }
 
 TEST_F(WindowExtras, CtrlFFindsLinesWithoutRegardToLetterCase) {

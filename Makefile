@@ -84,8 +84,20 @@ fuzz: fuzz-programs
 fuzz-programs: sanitized
 	cmake --build --preset asan -j $(JOBS) --target fuzzers
 
+# The packages built a second time, in another folder and without a cache, are the same to the byte.
+packages-alike: packages-deb
+	CCACHE_DISABLE=1 scripts/build-packages build/packages-again
+	for package in build/packages/*.deb; do \
+	  cmp "$$package" "build/packages-again/$${package##*/}" || exit 1; done
+
+# The container is built and asked where there is podman or docker.
+container:
+	scripts/check-container
+.PHONY: packages-alike container
+
 # Everything else: for the night, because it takes hours. See docs/testing.md.
-verify-all: verify separate-sources faults test-tsan valgrind coverage mutation fresh-machine
+verify-all: verify separate-sources faults test-tsan valgrind coverage mutation fresh-machine \
+            packages-alike container
 	scripts/check-tidy build/asan analyzer
 
 # Every allocation and every system call of a command fails once, and every one is its last.
@@ -121,8 +133,8 @@ mutation:
 	@scripts/install-packages build olap-server test
 	tests/mutation/mutate.py --jobs $(JOBS) --only '$(ONLY)' build/mutation
 
-# That a new machine suffices, for root and for an ordinary user.
-fresh-machine:
+# That a new machine suffices, for root and for an ordinary user, and that the packages do.
+fresh-machine: packages-deb
 	@scripts/install-packages verify-all
 	scripts/fresh-machine root make demo
 	scripts/fresh-machine user make test

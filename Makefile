@@ -8,7 +8,7 @@ launcher = $(shell command -v ccache >/dev/null 2>&1 && echo -DCMAKE_CXX_COMPILE
 configure = mkdir -p build && (cmake --preset $(1) $(2) $(launcher) >build/configure.log 2>&1 || \
             (cat build/configure.log; exit 1))
 
-.PHONY: demo demo-olap test verify verify-all build checks tidy test-asan test-fuzz fuzz \
+.PHONY: demo demo-olap test verify verify-all build install packages-deb checks tidy test-asan test-fuzz fuzz \
         fuzz-programs faults test-tsan valgrind coverage mutation separate-sources fresh-machine \
         screenshots page-screenshots bench check-instructions record-instructions clean
 
@@ -34,16 +34,29 @@ build:
 	@$(call configure,release,-DBUILD_TESTING=ON -DIMPORTKCD_OLAP_SERVER=ON)
 	cmake --build --preset release -j $(JOBS)
 
+# Puts everything below PREFIX, or below DESTDIR as packagers do.
+PREFIX ?= /usr/local
+install: build
+	DESTDIR="$(DESTDIR)" cmake --install build --prefix "$(PREFIX)"
+
+# The Debian packages, of what is committed, in build/packages.
+packages-deb: $(if $(wildcard page/package.json),build)
+	@scripts/install-packages build olap-server package
+	scripts/build-packages build/packages
+
 # The gates that every change has to pass beside its tests.
-verify: checks tidy test-asan test-fuzz
+verify: checks tidy test-asan test-fuzz packages-deb
 
 checks: build
-	@scripts/install-packages verify
+	@scripts/install-packages verify package
 	scripts/check-format
 	scripts/check-includes
 	scripts/check-messages
 	tests/mutation/mutate.py --check
 	scripts/check-hardening build/kcd build/ImportKCD
+	scripts/check-dependencies build
+	scripts/check-manual build
+	ctest --preset release -R '^packaging\.'
 	scripts/check-instructions build
 
 sanitized:
@@ -74,8 +87,20 @@ fuzz: fuzz-programs build
 fuzz-programs: sanitized
 	cmake --build --preset asan -j $(JOBS) --target fuzzers
 
+# The packages built a second time, in another folder and without a cache, are the same to the byte.
+packages-alike: packages-deb
+	CCACHE_DISABLE=1 scripts/build-packages build/packages-again
+	for package in build/packages/*.deb; do \
+	  cmp "$$package" "build/packages-again/$${package##*/}" || exit 1; done
+
+# The container is built and asked where there is podman or docker.
+container:
+	scripts/check-container
+.PHONY: packages-alike container
+
 # Everything else: for the night, because it takes hours. See docs/testing.md.
-verify-all: verify separate-sources faults test-tsan valgrind coverage mutation fresh-machine
+verify-all: verify separate-sources faults test-tsan valgrind coverage mutation fresh-machine \
+            packages-alike container
 	scripts/check-tidy build/asan analyzer
 
 # Every allocation and every system call of a command fails once, and every one is its last.
@@ -111,11 +136,12 @@ mutation:
 	@scripts/install-packages build olap-server test
 	tests/mutation/mutate.py --jobs $(JOBS) --only '$(ONLY)' build/mutation
 
-# That a new machine suffices, for root and for an ordinary user.
-fresh-machine:
+# That a new machine suffices, for root and for an ordinary user, and that the packages do.
+fresh-machine: packages-deb
 	@scripts/install-packages verify-all
 	scripts/fresh-machine root make demo
 	scripts/fresh-machine user make test
+	scripts/fresh-machine packages
 
 # Pictures of the window and its dialogs for the documentation.
 screenshots: build

@@ -141,7 +141,7 @@ void StatusList::set_top_band(int pixels) {
 
 void StatusList::show_summary(const QString& text) {
   if (summary_ == nullptr) {
-    summary_ = new QLabel(this);
+    summary_ = new QLabel(parentWidget());
     summary_->setObjectName(QStringLiteral("lblRunSummary"));
     summary_->setTextFormat(Qt::PlainText);
     summary_->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
@@ -154,8 +154,10 @@ void StatusList::show_summary(const QString& text) {
 
 void StatusList::place_summary() {
   if (summary_ != nullptr) {
-    const QSize size = summary_->sizeHint().boundedTo(QSize(width() / 2, top_band_));
-    summary_->setGeometry(QRect(QPoint(width() - size.width(), 0), size));
+    // In line with the caption, which begins above the list.
+    const int height = y() + top_band_;
+    const int width = std::min(summary_->sizeHint().width(), this->width() / 2);
+    summary_->setGeometry(geometry().right() + 1 - width, 0, width, height);
   }
 }
 

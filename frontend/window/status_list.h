@@ -57,7 +57,8 @@ class StatusList : public QListView {
   void show_added_lines();
   /// Leaves a band free above the lines, for the caption of the frame behind the list. Called once.
   void set_top_band(int pixels);
-  /// Shows a text at the right end of that band, and describes the list by it to screen readers.
+  /// Shows a text at the right end of the frame's caption, and describes the list by it to screen
+  /// readers. Only for a list in a frame.
   void show_summary(const QString& text);
 
   int line_height() const;
@@ -93,7 +94,7 @@ class StatusList : public QListView {
   int scrolled_width() const;
 
   StatusListModel lines_;
-  /// Belongs to the list; null until there is something to show.
+  /// Belongs to the frame; null until there is something to show.
   QLabel* summary_ = nullptr;
   int top_band_ = 0;
   int shown_lines_ = 0;

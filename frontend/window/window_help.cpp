@@ -94,7 +94,7 @@ void show_about(QWidget& owner) {
   about.layout->addLayout(top);
   auto* licence = page_of(about.dialog, QStringLiteral("Licence"));
   licence->setPlainText(text_of(QStringLiteral(":/LICENSE")));
-  constexpr QSize size(600, 400);
+  constexpr QSize size(660, 420);
   about.show(*licence, size);
 }
 

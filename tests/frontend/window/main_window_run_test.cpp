@@ -7,6 +7,7 @@
 #include <QScrollBar>
 #include <filesystem>
 
+#include "frontend/window/status_list_painting.h"
 #include "tests/frontend/window/window_fixture.h"
 
 namespace importkcd::testing {
@@ -303,7 +304,8 @@ TEST_F(WindowRun, TheListScrollsAsFarAsItsLastLineIsWide) {
   const auto& list = get<QListView>(lstStatus);
   const QString last = QString::fromStdString(status_lines().back());
   EXPECT_EQ(list.horizontalScrollBar()->maximum(),
-            window->fontMetrics().horizontalAdvance("  " + last) - list.viewport()->width());
+            window->fontMetrics().horizontalAdvance("  " + last) + error_icon_width(list) -
+                list.viewport()->width());
 }
 
 TEST_F(WindowRun, CloseButtonClosesAfterARun) {

@@ -135,6 +135,17 @@ class Album {
     photographer_.take(*opened, "window-greyed");
   }
 
+  /// Takes what F1 shows, and closes it.
+  void side_dialog(QWidget& window, const char* name, Qt::KeyboardModifiers keys,
+                   const char* picture) const {
+    static_cast<void>(QTest::qWaitForWindowActive(&window));
+    QTest::keyClick(&window, Qt::Key_F1, keys);
+    auto* dialog = window.findChild<QDialog*>(name);
+    photographer_.take(*dialog, picture);
+    dialog->close();
+    window.activateWindow();
+  }
+
   void run() {
     std::ofstream("shop.kcd") << whole_document();
     const auto opened = open();
@@ -149,10 +160,8 @@ class Album {
     QTest::keyClicks(QApplication::focusWidget(), "cube");
     photographer_.take(*opened, "window-searched");
     QTest::keyClick(QApplication::focusWidget(), Qt::Key_Escape);
-    QTest::keyClick(opened.get(), Qt::Key_F1);
-    photographer_.take(*opened->findChild<QDialog*>("dlgHelp"), "dialog-help");
-    QTest::keyClick(opened.get(), Qt::Key_F1, Qt::ShiftModifier);
-    photographer_.take(*opened->findChild<QDialog*>("dlgAbout"), "dialog-about");
+    side_dialog(*opened, "dlgHelp", {}, "dialog-help");
+    side_dialog(*opened, "dlgAbout", Qt::ShiftModifier, "dialog-about");
     set(*opened, txtOLAPServer, "nowhere");
     click(*opened, cmdImport);
     photographer_.take(*opened, "window-after-a-failed-run");

@@ -21,19 +21,18 @@ constexpr const char* ask_all =
 
 /// A warehouse that is a file of SQL statements.
 constexpr const char* hsqldb_warehouse =
-    "SET DATABASE UNIQUE NAME HSQLDB8F0000000000\n"
     "CREATE SCHEMA PUBLIC AUTHORIZATION DBA\n"
     "CREATE USER READER PASSWORD 'geheim;\"x'\n"
-    "CREATE MEMORY TABLE PUBLIC.\"sales\"(\"store_id\" INTEGER,\"amount\" INTEGER)\n"
-    "CREATE MEMORY TABLE PUBLIC.\"store\"(\"store_id\" INTEGER PRIMARY KEY,\"store_name\" "
-    "VARCHAR(40))\n"
+    "CREATE MEMORY TABLE PUBLIC.SALES(STORE_ID INTEGER,AMOUNT INTEGER)\n"
+    "CREATE MEMORY TABLE PUBLIC.STORE(STORE_ID INTEGER PRIMARY KEY,STORE_NAME VARCHAR(40))\n"
     "GRANT DBA TO READER\n"
+    "ALTER USER READER SET INITIAL SCHEMA PUBLIC\n"
     "SET SCHEMA PUBLIC\n"
-    "INSERT INTO \"sales\" VALUES(1,10)\n"
-    "INSERT INTO \"sales\" VALUES(2,4)\n"
-    "INSERT INTO \"sales\" VALUES(1,2)\n"
-    "INSERT INTO \"store\" VALUES(1,'North')\n"
-    "INSERT INTO \"store\" VALUES(2,'South')\n";
+    "INSERT INTO SALES VALUES(1,10)\n"
+    "INSERT INTO SALES VALUES(2,4)\n"
+    "INSERT INTO SALES VALUES(1,2)\n"
+    "INSERT INTO STORE VALUES(1,'North')\n"
+    "INSERT INTO STORE VALUES(2,'South')\n";
 
 class EncryptedAnswers : public ::testing::Test {
  protected:
@@ -78,11 +77,14 @@ class EncryptedAnswers : public ::testing::Test {
 
   static void import_document() {
     folder_->write("wh.script", hsqldb_warehouse);
-    folder_->write("wh.properties", "version=2.6.0\nmodified=no\n");
+    folder_->write("wh.properties", "version=2.6.0\nreadonly=true\nmodified=no\n");
     auto text = small_document("Stores",
                                "JDBC=\"jdbc:hsqldb:file:" + folder_->file("wh") +
-                                   ";readonly=true\";User ID=READER;Password='geheim;\"x'",
-                               {{.name = "Sales"}});
+                                   "\";User ID=READER;Password='geheim;\"x'",
+                               {{.name = "Sales",
+                                 .measure_column = "sales.amount",
+                                 .from_clause = "sales, store",
+                                 .join_clause = "sales.store_id = store.store_id"}});
     const auto put = [&](const std::string& from, const std::string& to) {
       text.replace(text.find(from), from.size(), to);
     };

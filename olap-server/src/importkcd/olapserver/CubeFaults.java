@@ -199,7 +199,8 @@ final class CubeFaults {
     for (final Dimension dimension : cube.getDimensions()) {
       for (final Hierarchy hierarchy : dimension.getHierarchies()) {
         for (final Level level : hierarchy.getLevels()) {
-          final RolapStar.Column key = ((RolapCubeLevel) level).getStarKeyColumn();
+          // Those of the measures are of another kind.
+          final RolapStar.Column key = level instanceof RolapCubeLevel its ? its.getStarKeyColumn() : null;
           if (key != null) {
             columns.add(key);
             columns.add(key.getNameColumn());

@@ -66,8 +66,17 @@ OlapService::OlapService(const std::string& kcd, const std::string& directory,
     : process_(serving(kcd, directory, options, java_options)) {
   process_.read_until("/xmla\n");
   address_ = process_.output();
-  address_.erase(0, address_.rfind("http://"));
+  address_.erase(0, address_.rfind(" at http") + 4);
   address_.erase(address_.find('\n'));
+}
+
+std::string OlapService::administration() const {
+  const auto told = process_.errors();
+  const std::string before = "Health and metrics at ";
+  const auto begin = told.find(before);
+  return begin == std::string::npos
+             ? ""
+             : told.substr(begin + before.size(), told.find('\n', begin) - begin - before.size());
 }
 
 Dataset OlapService::ask(const std::string& database, const std::string& mdx,

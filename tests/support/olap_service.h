@@ -20,6 +20,9 @@ class OlapService {
   /// Its XMLA address.
   const std::string& address() const { return address_; }
 
+  /// Where it tells its health and metrics, "http://127.0.0.1:N"; empty without --admin-port.
+  std::string administration() const;
+
   /// The process of the engine.
   int process_id() const { return process_.process_id(); }
   /// What it has written on standard error.

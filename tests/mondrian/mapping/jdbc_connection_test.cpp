@@ -38,6 +38,14 @@ TEST(JdbcConnection, AServerOfSqlServerMayHavePortAndInstance) {
   EXPECT_EQ(url(front + "dw;Port=1444;Encrypt=yes"), "jdbc:jtds:sqlserver://dw:1444;ssl=require");
 }
 
+TEST(JdbcConnection, UserAndPasswordOfAnyDriverStandApartFromTheAddress) {
+  EXPECT_EQ(jdbc_connection(R"(JDBC="jdbc:hsqldb:file:/w;x=1";User ID=reader;Password="a;b")"),
+            (JdbcConnection{DatabaseKind::upper_case, "jdbc:hsqldb:file:/w;x=1", "", "reader",
+                            "a;b"}));
+  EXPECT_EQ(jdbc_refusal("JDBC=hsqldb:file:/w;Password=secret"),
+            "what the connection text calls JDBC does not begin with 'jdbc:'");
+}
+
 TEST(JdbcConnection, ALoginWithAWindowsAccountIsNotPossible) {
   const auto* const told =
       "the connection text logs in with a Windows account (integrated security); it must name a "

@@ -6,6 +6,7 @@ import java.sql.SQLException;
 import java.sql.Statement;
 import java.util.Arrays;
 import java.util.HashMap;
+import java.util.HashSet;
 import java.util.LinkedHashMap;
 import java.util.LinkedHashSet;
 import java.util.List;
@@ -26,6 +27,7 @@ import mondrian.olap.Level;
 import mondrian.olap.MondrianDef;
 import mondrian.rolap.RolapConnection;
 import mondrian.rolap.RolapCube;
+import mondrian.rolap.RolapCubeLevel;
 import mondrian.rolap.RolapHierarchy;
 import mondrian.rolap.RolapLevel;
 import mondrian.rolap.RolapStar;
@@ -182,7 +184,7 @@ final class CubeFaults {
   private static Set<String> questions(RolapCube cube) {
     final Set<String> questions = new LinkedHashSet<>();
     if (!cube.isVirtual() && cube.getStar() != null) {
-      addTable(cube.getStar(), cube.getStar().getFactTable(), questions);
+      addTable(cube.getStar().getFactTable(), cube, levelColumns(cube), questions);
       for (final Dimension dimension : cube.getDimensions()) {
         for (final Hierarchy hierarchy : dimension.getHierarchies()) {
           addHierarchy(cube.getStar(), (RolapHierarchy) hierarchy, questions);
@@ -192,12 +194,48 @@ final class CubeFaults {
     return questions;
   }
 
-  /** What a table of the facts is asked for, and the tables that are joined to it. */
-  private static void addTable(RolapStar star, RolapStar.Table table, Set<String> questions) {
-    final SqlQuery query = star.getSqlQuery();
-    query.addFrom(table.getRelation(), table.getAlias(), false);
-    add(query, table.getColumns().stream().map(RolapStar.Column::getExpression), questions);
-    table.getChildren().forEach(child -> addTable(star, child, questions));
+  private static Set<RolapStar.Column> levelColumns(RolapCube cube) {
+    final Set<RolapStar.Column> columns = new HashSet<>();
+    for (final Dimension dimension : cube.getDimensions()) {
+      for (final Hierarchy hierarchy : dimension.getHierarchies()) {
+        for (final Level level : hierarchy.getLevels()) {
+          // Those of the measures are of another kind.
+          final RolapStar.Column key = level instanceof RolapCubeLevel its ? its.getStarKeyColumn() : null;
+          if (key != null) {
+            columns.add(key);
+            columns.add(key.getNameColumn());
+          }
+        }
+      }
+    }
+    return columns;
+  }
+
+  /**
+   * What a table of the facts is asked for, and the tables that are joined to it. Cubes over the same
+   * facts share them: what only others need does not count. False when this one needs nothing.
+   */
+  private static boolean addTable(
+      RolapStar.Table table, RolapCube cube, Set<RolapStar.Column> levels, Set<String> questions) {
+    final List<MondrianDef.Expression> own =
+        table.getColumns().stream()
+            .filter(
+                column ->
+                    column instanceof RolapStar.Measure measure
+                        ? cube.getName().equals(measure.getCubeName())
+                        : levels.contains(column))
+            .map(RolapStar.Column::getExpression)
+            .toList();
+    boolean isNeeded = !own.isEmpty() || table.getParentTable() == null;
+    for (final RolapStar.Table child : table.getChildren()) {
+      isNeeded |= addTable(child, cube, levels, questions);
+    }
+    if (isNeeded) {
+      final SqlQuery query = cube.getStar().getSqlQuery();
+      query.addFrom(table.getRelation(), table.getAlias(), false);
+      add(query, own.stream(), questions);
+    }
+    return isNeeded;
   }
 
   private static void addHierarchy(RolapStar star, RolapHierarchy hierarchy, Set<String> questions) {

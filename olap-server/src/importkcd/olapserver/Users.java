@@ -31,7 +31,7 @@ final class Users extends AbstractLoginService {
   private static final Pattern HASH = Pattern.compile("\\$2[aby]\\$([0-9]{2})\\$[./A-Za-z0-9]{53}");
 
   /** Of no password that anybody can give: compared with when there is no such name. */
-  private static final String NOBODYS = "$2y$12$abcdefghijklmnopqrstuuXQwiR5zPhkX1sTJGfsZQAC7OyRkFv9K";
+  private static final String NOBODYS = "$2y$10$abcdefghijklmnopqrstuuXQwiR5zPhkX1sTJGfsZQAC7OyRkFv9K";
 
   private static final int HASHES_AT_ONCE = Math.max(1, Runtime.getRuntime().availableProcessors() / 2);
   private static final int MOST_WAITING = 8;

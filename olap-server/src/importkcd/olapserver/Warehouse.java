@@ -43,6 +43,9 @@ final class Warehouse implements DataSource {
     password = connection.get("JdbcPassword");
     name = connection.get("Warehouse");
     kind = WarehouseKind.of(address);
+    if (connection.get("JdbcDrivers") == null) {
+      Warehouses.loadDrivers();
+    }
     pool.setUrl(address);
     pool.setDriverClassName(connection.get("JdbcDrivers"));
     pool.setUsername(connection.get("JdbcUser"));

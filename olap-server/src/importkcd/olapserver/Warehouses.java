@@ -1,8 +1,12 @@
 package importkcd.olapserver;
 
+import java.sql.Driver;
 import java.util.HashMap;
 import java.util.HashSet;
+import java.util.Iterator;
 import java.util.Map;
+import java.util.ServiceConfigurationError;
+import java.util.ServiceLoader;
 import java.util.Set;
 import javax.sql.DataSource;
 import mondrian.olap.Util;
@@ -59,6 +63,24 @@ public final class Warehouses implements DataSourceResolver {
           return fresh == null ? warehouse : fresh;
         });
     return replaced;
+  }
+
+  /**
+   * Makes the drivers of the class path known. The system does that, too, but stops at the first one
+   * that is broken, which one of the engine's own libraries has.
+   */
+  static void loadDrivers() {
+    final Iterator<Driver> drivers = ServiceLoader.load(Driver.class).iterator();
+    for (boolean isThereMore = true; isThereMore; ) {
+      try {
+        isThereMore = drivers.hasNext();
+        if (isThereMore) {
+          drivers.next();
+        }
+      } catch (ServiceConfigurationError | LinkageError error) {
+        // The others may be better.
+      }
+    }
   }
 
   @Override

@@ -4,7 +4,10 @@ import java.io.IOException;
 import java.nio.ByteBuffer;
 import java.nio.charset.StandardCharsets;
 import javax.servlet.Servlet;
+import javax.servlet.ServletRequest;
+import javax.servlet.ServletResponse;
 import javax.servlet.http.HttpServletRequest;
+import javax.servlet.http.HttpServletRequestWrapper;
 import javax.servlet.http.HttpServletResponse;
 import mondrian.xmla.XmlaServlet;
 import org.eclipse.jetty.http.HttpFields;
@@ -14,7 +17,9 @@ import org.eclipse.jetty.http.HttpVersion;
 import org.eclipse.jetty.security.ConstraintMapping;
 import org.eclipse.jetty.security.ConstraintSecurityHandler;
 import org.eclipse.jetty.security.LoginService;
+import org.eclipse.jetty.security.ServerAuthException;
 import org.eclipse.jetty.security.authentication.BasicAuthenticator;
+import org.eclipse.jetty.server.Authentication;
 import org.eclipse.jetty.server.ConnectionLimit;
 import org.eclipse.jetty.server.HttpConfiguration;
 import org.eclipse.jetty.server.HttpConnectionFactory;
@@ -122,7 +127,7 @@ final class WebServer {
   /** Everything needs a login, except for health where that is public. */
   private ConstraintSecurityHandler login(LoginService users) {
     final ConstraintSecurityHandler handler = new ConstraintSecurityHandler();
-    final BasicAuthenticator authenticator = new BasicAuthenticator();
+    final BasicAuthenticator authenticator = new Basic();
     authenticator.setCharset(StandardCharsets.UTF_8);
     handler.setAuthenticator(authenticator);
     handler.setRealmName(users.getName());
@@ -215,6 +220,28 @@ final class WebServer {
   /** Where health and metrics are, once they are; null when they are nowhere of their own. */
   String administrationUrl() {
     return administration == null ? null : "http://" + LOOPBACK + ":" + administration.getLocalPort();
+  }
+
+  /** The library's, which stumbles over a header that is no Base 64: that is a missing login. */
+  private static final class Basic extends BasicAuthenticator {
+    @Override
+    public Authentication validateRequest(
+        ServletRequest request, ServletResponse response, boolean mandatory) throws ServerAuthException {
+      try {
+        return super.validateRequest(request, response, mandatory);
+      } catch (IllegalArgumentException error) {
+        final HttpServletRequest without =
+            new HttpServletRequestWrapper((HttpServletRequest) request) {
+              @Override
+              public String getHeader(String name) {
+                return name.equalsIgnoreCase(HttpHeader.AUTHORIZATION.asString())
+                    ? null
+                    : super.getHeader(name);
+              }
+            };
+        return super.validateRequest(without, response, mandatory);
+      }
+    }
   }
 
   /** Errors as lines of text, that repeat nothing of the request. */

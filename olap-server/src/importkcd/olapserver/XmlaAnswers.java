@@ -191,7 +191,7 @@ final class XmlaAnswers {
   private void discover(XmlaQuestion asIs, Asked asked) throws Exception {
     final XmlaQuestion question = withKnownRestrictions(asIs);
     if (question == null) {
-      new Rowset(List.of("PropertyName")).send(asked.response(), true, false);
+      sendRows(new Rowset(List.of("PropertyName")), asIs, asked);
       return;
     }
     final boolean isGeneral = GENERAL.contains(question.list());
@@ -233,7 +233,7 @@ final class XmlaAnswers {
 
   private void nothing(XmlaQuestion question, Asked asked) throws Exception {
     if (hasLogins || question.catalogue() == null) {
-      new Rowset(List.of(XmlaQuestion.CATALOGUE_RESTRICTION)).send(asked.response(), true, false);
+      sendRows(new Rowset(List.of(XmlaQuestion.CATALOGUE_RESTRICTION)), question, asked);
     } else {
       // In the engine's own words.
       noteRefusal(ask(question, view(question.catalogue(), asked), asked), asked);

@@ -73,7 +73,7 @@ ProcessResult AggregatedSales::import(const std::string& document_file) const {
                         ? connection_string(PostgresServer::user, PostgresServer::password)
                         : connection_string(MariaDbServer::user, MariaDbServer::password);
   return run_process({KCD_PROGRAM,
-                      {"import", document_file, "--partitions", "--server",
+                      {"import", document_file, "--partitions", "--mode", "update", "--server",
                        "mondrian:" + directory(), "--connect-string", text},
                       {{"LC_ALL", "C"}},
                       {},

@@ -138,12 +138,16 @@ AggregateCommand::AggregateCommand(CLI::App& program)
                  "Plan with sizes counted in the data warehouse, not with those of the document")
       ->disable_flag_override();
   command_
+      ->add_option("--from-log", log_file_,
+                   "Plan for the questions in an access log of kcd serve, each as often as it was "
+                   "asked")
+      ->type_name("FILE");
+  command_
       ->add_option("--connect-string-file", connect_string_file_,
                    "A file with the connection of a login that may create tables; - is standard "
                    "input. Otherwise that of the data source is used")
       ->type_name("FILE");
-  command_
-      ->add_flag("--sql", as_script_, "Print the statements that build would run")
+  command_->add_flag("--sql", as_script_, "Print the statements that build would run")
       ->disable_flag_override();
 }
 
@@ -155,13 +159,14 @@ AggregateScope AggregateCommand::scope() const {
   return {engine_directory(server_), database_, cube_};
 }
 
-AggregateBudget AggregateCommand::budget() const {
+PlanWishes AggregateCommand::wishes() const {
   const auto budget = parse_budget(budget_);
   if (!budget) {
     throw ImportError("--budget: '" + budget_ + "' is neither a share such as 20% nor a number",
                       "kcd", FailureCause::command_line);
   }
-  return *budget;
+  return {*budget, counts_,
+          log_file_.empty() ? std::vector<AskedQuestion>() : read_access_log(log_file_)};
 }
 
 std::string AggregateCommand::login(const CommandEnvironment& environment) const {
@@ -172,7 +177,7 @@ std::string AggregateCommand::login(const CommandEnvironment& environment) const
 
 int AggregateCommand::build(const CommandEnvironment& environment) const {
   const auto login_text = login(environment);
-  const auto plans = plan_aggregates(scope(), budget(), counts_, login_text);
+  const auto plans = plan_aggregates(scope(), wishes(), login_text);
   if (as_script_) {
     environment.out << aggregates_script(plans);
     return exit_status::success;
@@ -191,7 +196,7 @@ int AggregateCommand::run(const CommandEnvironment& environment) const {
     return build(environment);
   }
   if (action_ == "plan") {
-    print_plan(plan_aggregates(scope(), budget(), counts_, login(environment)), environment.out);
+    print_plan(plan_aggregates(scope(), wishes(), login(environment)), environment.out);
     return exit_status::success;
   }
   if (action_ == "refresh") {

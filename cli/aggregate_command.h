@@ -16,7 +16,7 @@ class AggregateCommand : public Command {
 
  private:
   AggregateScope scope() const;
-  AggregateBudget budget() const;
+  PlanWishes wishes() const;
   std::string login(const CommandEnvironment& environment) const;
   int build(const CommandEnvironment& environment) const;
 
@@ -25,6 +25,7 @@ class AggregateCommand : public Command {
   std::string database_;
   std::string cube_;
   std::string budget_ = "20%";
+  std::string log_file_;
   std::string connect_string_file_;
   bool counts_ = false;
   bool as_script_ = false;

@@ -19,7 +19,7 @@ std::string recorded_text(const XmlElement& element, std::string_view attribute)
 XmlElement table_record_element(const AggregateRecord& record) {
   auto element = text_element("Table", {});
   element.set("name", record.table).set("database", record.database).set("cube", record.cube);
-  element.set_if_any("built", record.built);
+  element.set_if_any("built", record.built).set_if_any("rows", record.rows);
   for (const auto& [dimension, level] : record.levels) {
     element.add(text_element("Level", {})).set("dimension", dimension).set("name", level);
   }
@@ -37,7 +37,8 @@ AggregateRecord table_record(const XmlElement& element) {
                          std::string(element.child_text("Query")),
                          recorded_text(element, "built"),
                          std::string(element.child_text("FingerprintQuery")),
-                         std::string(element.child_text("Fingerprint"))};
+                         std::string(element.child_text("Fingerprint")),
+                         recorded_text(element, "rows")};
   for (const auto& level : element.children) {
     if (level.name == "Level") {
       record.levels.emplace_back(recorded_text(level, "dimension"), recorded_text(level, "name"));

@@ -23,6 +23,8 @@ struct AggregateRecord {
   /// A query about all that it was made of, and what that gave when it was built.
   std::string fingerprint_query;
   std::string fingerprint;
+  /// How many rows it had when it was built.
+  std::string rows;
 
   bool is_finished() const { return !built.empty(); }
 };

@@ -388,9 +388,9 @@ std::string count_facts_statement(const CubeShape& shape, DatabaseKind kind) {
 }
 
 XmlElement aggregate_element(const CubeShape& shape, const LevelCombination& levels,
-                             const std::string& table) {
+                             const std::string& table, const std::string& rows) {
   auto element = text_element("AggName", {});
-  element.set("name", table);
+  element.set("name", table).set_if_any("approxRowCount", rows);
   element.add(text_element("AggFactCount", {})).set("column", count_column);
   for (std::size_t i = 0; i < shape.measures.size(); ++i) {
     element.add(text_element("AggMeasure", {}))

@@ -48,8 +48,9 @@ std::string count_members_statement(const CubeShape& shape, std::size_t dimensio
 std::string count_facts_statement(const CubeShape& shape, DatabaseKind kind);
 
 /// The element with which the schema tells the engine of the table.
+/// `rows` is how many it has, as a number's text: the engine counts them otherwise.
 XmlElement aggregate_element(const CubeShape& shape, const LevelCombination& levels,
-                             const std::string& table);
+                             const std::string& table, const std::string& rows);
 
 /// A table or view as a statement names it.
 std::string relation_text(const ShapeRelation& relation, DatabaseKind kind);

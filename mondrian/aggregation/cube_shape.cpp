@@ -84,6 +84,7 @@ ShapeDimension dimension_of(const XmlElement& usage, const XmlElement& definitio
     return dimension;
   }
   dimension.has_all = hierarchy->attribute("hasAll") != "false";
+  dimension.all_member = attribute_text(*hierarchy, "allMemberName");
   dimension.primary_key = attribute_text(*hierarchy, "primaryKey");
   bool is_plain = true;
   for (const auto& part : hierarchy->children) {

@@ -51,6 +51,8 @@ struct ShapeLevel {
 struct ShapeDimension {
   std::string name;
   bool has_all = true;
+  /// The name of the member of the "all" level, where the schema gives one.
+  std::string all_member;
   /// The column of the facts that ties it; empty for one whose values are with the facts.
   std::string foreign_key;
   /// The column that it equals, of the first relation.

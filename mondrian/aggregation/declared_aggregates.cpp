@@ -121,7 +121,7 @@ void declare_aggregates(XmlElement& schema, const std::string& database, Databas
     }
     const auto today = definition_today(plain, records, record);
     facts_table(*cube, records.view_of(record.database, record.cube))
-        .add(aggregate_element(today->shape, today->levels, record.table));
+        .add(aggregate_element(today->shape, today->levels, record.table, record.rows));
   }
 }
 

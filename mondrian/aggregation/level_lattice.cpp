@@ -200,16 +200,23 @@ std::vector<ChosenTable> choose_tables(const Lattice& lattice, const LatticeLimi
     }
   }
   std::vector<Candidate> candidates;
-  for (const auto& levels : all) {
+  const auto consider = [&](const LevelCombination& levels) {
     const auto rows = expected_rows(lattice, levels);
     if (rows > 0 && rows <= limits.largest_share * lattice.rows) {
       candidates.push_back({levels, rows});
     }
+  };
+  std::for_each(all.begin(), all.end(), consider);
+  // What is asked for may be beyond the cut.
+  for (const auto& question : lattice.questions) {
+    consider(question.levels);
   }
   // Under a budget either way alone can be far from the best; the better one of both is not.
   auto by_saving = Selection(lattice, questions, candidates).choose(limits, Measure::saving);
   auto by_rate = Selection(lattice, questions, candidates).choose(limits, Measure::saving_per_row);
-  return saved_by(by_saving) >= saved_by(by_rate) ? by_saving : by_rate;
+  // Its small tables have to earn the trouble of more tables.
+  constexpr double worth_more_tables = 1.01;
+  return saved_by(by_rate) > worth_more_tables * saved_by(by_saving) ? by_rate : by_saving;
 }
 
 }  // namespace importkcd

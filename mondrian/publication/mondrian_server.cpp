@@ -96,13 +96,6 @@ class MondrianStore : public OlapStore {
     }
   }
 
-  /// The engine takes a schema whose file has another mark for another one, about which it knows
-  /// no figures.
-  std::vector<std::string> publish_again() {
-    const WaitingLock lock(publication_lock(directory_), WaitingLock::Wait::yes);
-    return publish([&] { definitions_->apply({}); }, std::nullopt);
-  }
-
   std::vector<std::string> publish_aggregates(
       const std::string& database, const std::function<void(AggregateRecords&)>& change) {
     const WaitingLock lock(publication_lock(directory_), WaitingLock::Wait::yes);
@@ -110,6 +103,13 @@ class MondrianStore : public OlapStore {
     change(records);
     Publication publication(directory_, std::move(records));
     return carry_out(publication, [&] { definitions_->apply({}); }, {{database}});
+  }
+
+  /// The engine takes a schema whose file has another mark for another one, about which it knows
+  /// no figures.
+  std::vector<std::string> publish_again() {
+    const WaitingLock lock(publication_lock(directory_), WaitingLock::Wait::yes);
+    return publish([&] { definitions_->apply({}); }, std::nullopt);
   }
 
   bool keeps_copies() const override { return true; }

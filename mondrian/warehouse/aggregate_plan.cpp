@@ -68,7 +68,7 @@ std::optional<AggregateBudget> parse_budget(const std::string& text) {
   return budget;
 }
 
-PlannedCube plan_cube(const ScopeCube& cube, const AggregateBudget& budget, Warehouse* counted_in) {
+PlannedCube plan_cube(const ScopeCube& cube, const PlanWishes& wishes, Warehouse* counted_in) {
   PlannedCube plan{cube, {}, 0, {}};
   if (cube.mode == OlapMode::rolap && !cube.is_named) {
     plan.reason = "its storage mode asks for no aggregations; name the cube to make some";
@@ -82,8 +82,8 @@ PlannedCube plan_cube(const ScopeCube& cube, const AggregateBudget& budget, Ware
   if (!shape) {
     return plan;
   }
-  const auto lattice = counted_in == nullptr ? expected_lattice(*shape, cube.estimated_rows)
-                                             : counted_lattice(*shape, *counted_in);
+  auto lattice = counted_in == nullptr ? expected_lattice(*shape, cube.estimated_rows)
+                                       : counted_lattice(*shape, *counted_in);
   plan.rows = lattice.rows;
   if (lattice.rows <= 0) {
     plan.reason = counted_in == nullptr
@@ -91,6 +91,8 @@ PlannedCube plan_cube(const ScopeCube& cube, const AggregateBudget& budget, Ware
                       : "it has no facts";
     return plan;
   }
+  lattice.questions = lattice_questions(*shape, cube.database, wishes.asked);
+  const auto& budget = wishes.budget;
   LatticeLimits limits;
   limits.budget_rows = budget.is_share ? budget.amount / percent * lattice.rows : budget.amount;
   for (const auto& chosen : choose_tables(lattice, limits)) {

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstddef>
-#include <map>
 #include <optional>
 #include <string>
 #include <utility>
@@ -9,6 +8,7 @@
 
 #include "mondrian/aggregation/level_lattice.h"
 #include "mondrian/warehouse/aggregate_scope.h"
+#include "mondrian/warehouse/asked_questions.h"
 #include "mondrian/warehouse/warehouse.h"
 
 namespace importkcd {
@@ -22,6 +22,15 @@ struct AggregateBudget {
 
 /// "20%", or a number of rows. Nothing for anything else.
 std::optional<AggregateBudget> parse_budget(const std::string& text);
+
+/// What a plan is made by.
+struct PlanWishes {
+  AggregateBudget budget;
+  /// With sizes counted in the warehouse, not with those of the document.
+  bool counts = false;
+  /// Questions that were asked. A cube that none is about is planned as if there were none.
+  std::vector<AskedQuestion> asked;
+};
 
 struct PlannedTable {
   LevelCombination levels;
@@ -42,8 +51,8 @@ struct PlannedCube {
   std::vector<PlannedTable> tables;
 };
 
-/// Plans the tables of a cube, with the sizes that its document expects; with a warehouse they are
-/// counted there. Throws ImportError when they cannot be counted.
-PlannedCube plan_cube(const ScopeCube& cube, const AggregateBudget& budget, Warehouse* counted_in);
+/// Plans the tables of a cube. `counted_in` is its warehouse where sizes are counted, otherwise
+/// null. Throws ImportError when they cannot be counted.
+PlannedCube plan_cube(const ScopeCube& cube, const PlanWishes& wishes, Warehouse* counted_in);
 
 }  // namespace importkcd

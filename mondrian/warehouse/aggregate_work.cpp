@@ -271,7 +271,7 @@ class AggregateRun {
         return record;
       }
     }
-    AggregateRecord made{cube.database, cube.cube, {}, levels, {}, {}, {}, {}};
+    AggregateRecord made{cube.database, cube.cube, {}, levels, {}, {}, {}, {}, {}};
     for (int number = 1; made.table.empty() || records_.names(made.table); ++number) {
       made.table = cube.prefix + std::to_string(number);
     }
@@ -304,6 +304,7 @@ class AggregateRun {
     const auto is_complete = [&] {
       const auto found =
           warehouse.row(completeness_statement(today->shape, today->levels, kind, new_name), 3);
+      record.rows = found[2];
       outcome.rows = exact_number<double>(found[2]).value_or(0);
       outcome.failure = fault_of(found, record.fingerprint);
       return outcome.failure.empty();
@@ -440,15 +441,15 @@ class AggregateRun {
 
 }  // namespace
 
-std::vector<PlannedCube> plan_aggregates(const AggregateScope& scope, const AggregateBudget& budget,
-                                         bool counts, const std::string& login) {
+std::vector<PlannedCube> plan_aggregates(const AggregateScope& scope, const PlanWishes& wishes,
+                                         const std::string& login) {
   OpenWarehouses warehouses(login);
   std::vector<PlannedCube> plans;
   for (const auto& cube : cubes_in_scope(scope)) {
-    const bool is_counted = counts && can_be_aggregated_in(cube.connection.kind) &&
+    const bool is_counted = wishes.counts && can_be_aggregated_in(cube.connection.kind) &&
                             (cube.mode != OlapMode::rolap || cube.is_named);
     plans.push_back(
-        plan_cube(cube, budget, is_counted ? &warehouses.of(cube.connection) : nullptr));
+        plan_cube(cube, wishes, is_counted ? &warehouses.of(cube.connection) : nullptr));
   }
   return plans;
 }

@@ -53,9 +53,9 @@ struct AggregateReport {
   std::vector<std::string> remarks;
 };
 
-/// Plans all cubes of a scope. `counts`: with numbers from their warehouses.
-std::vector<PlannedCube> plan_aggregates(const AggregateScope& scope, const AggregateBudget& budget,
-                                         bool counts, const std::string& login);
+/// Plans all cubes of a scope.
+std::vector<PlannedCube> plan_aggregates(const AggregateScope& scope, const PlanWishes& wishes,
+                                         const std::string& login);
 
 /// Makes the tables of the plans those of their cubes: builds them, anew where they are there,
 /// tells the engine, and drops the cubes' other ones. Throws ImportError when a warehouse cannot be

@@ -95,27 +95,50 @@ AddressParts parts_of(std::string_view text, std::string_view separators) {
 /// Collects the items of a connection string.
 class OdbcItems {
  public:
-  explicit OdbcItems(std::string text) : text_(std::move(text)) {}
+  /// Of the driver for PostgreSQL, which knows braces around passwords only.
+  enum class Braces { around_all, around_passwords };
+
+  OdbcItems(std::string text, Braces braces) : text_(std::move(text)), braces_(braces) {}
 
   /// Adds an item, unless its value is empty.
   void add(std::string_view key, const std::string& value) {
-    if (value.find('\0') != std::string::npos) {
-      throw ImportError("a text with a NUL character cannot be part of a connection",
-                        error_source::olap_server);
+    const bool in_braces = braces_ == Braces::around_all || key == password_key;
+    constexpr std::string_view nul("\0", 1);
+    if (value.find(nul) != std::string::npos ||
+        (!in_braces && value.find_first_of(";{}") != std::string::npos)) {
+      throw ImportError(
+          "a name in the data source's connection has a character that the ODBC driver does not "
+          "take",
+          error_source::olap_server);
     }
     if (!value.empty()) {
-      text_.append(key).append("=").append(in_quotes(value, '{')).append(";");
+      text_.append(key).append("=").append(in_braces ? in_quotes(value, '{') : value).append(";");
     }
   }
 
   const std::string& text() const { return text_; }
 
+  static constexpr std::string_view password_key = "PWD";
+
  private:
   std::string text_;
+  Braces braces_;
 };
 
 std::string first_of(const std::string& first, const std::string& second) {
   return first.empty() ? second : first;
+}
+
+OdbcItems first_items(DatabaseKind kind) {
+  switch (kind) {
+    case DatabaseKind::postgresql:
+      // A failed statement is for this program to undo.
+      return {"Driver={PostgreSQL Unicode};Protocol=7.4-0;", OdbcItems::Braces::around_passwords};
+    case DatabaseKind::mariadb:
+      return {"Driver={MariaDB Unicode};", OdbcItems::Braces::around_all};
+    default:
+      return {"Driver={FreeTDS};", OdbcItems::Braces::around_all};
+  }
 }
 
 }  // namespace
@@ -127,16 +150,13 @@ std::string odbc_connection_text(const JdbcConnection& connection) {
     url.remove_prefix(has ? begin.size() : 0);
     return has;
   };
-  OdbcItems items(connection.kind == DatabaseKind::postgresql
-                      ? "Driver={PostgreSQL Unicode};Protocol=7.4-0;"
-                  : connection.kind == DatabaseKind::mariadb ? "Driver={MariaDB Unicode};"
-                                                             : "Driver={FreeTDS};");
+  auto items = first_items(connection.kind);
   const auto add_all = [&](const AddressParts& parts, const std::string& default_port) {
     items.add("Server", parts.host);
     items.add("Port", first_of(parts.port, default_port));
     items.add("Database", parts.database);
     items.add("UID", first_of(connection.user, parts.parameter("user")));
-    items.add("PWD", first_of(connection.password, parts.parameter("password")));
+    items.add(OdbcItems::password_key, first_of(connection.password, parts.parameter("password")));
   };
   if (has_begin("jdbc:postgresql://")) {
     const auto parts = parts_of(url, "?");

@@ -73,9 +73,9 @@ void MariaDbServer::install() const {
 }
 
 void MariaDbServer::start() {
-  const auto statements =
-      folder_.write("statements", std::string("CREATE USER '") + user + "'@'%' IDENTIFIED BY '" +
-                                      password + "';\nGRANT ALL ON *.* TO '" + user + "'@'%';\n");
+  const auto statements = folder_.write(
+      "statements", std::string("CREATE USER '") + user + "'@'%' IDENTIFIED BY '" + password +
+                        "';\nGRANT ALL ON *.* TO '" + user + "'@'%' WITH GRANT OPTION;\n");
   hand_over(statements, {"mysql"});
   auto command = unprivileged_command("KILL", {"mysql"});
   command.insert(

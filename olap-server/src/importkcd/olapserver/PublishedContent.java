@@ -146,7 +146,8 @@ final class PublishedContent extends DynamicContentFinder {
       final String connection = Warehouses.named(info.getTextContent());
       final Published one;
       try {
-        one = new Published(catalogue.getAttribute("name"), connection, Path.of(URI.create(schema.getTextContent().strip())));
+        final Path file = Path.of(URI.create(schema.getTextContent().strip()));
+        one = new Published(catalogue.getAttribute("name"), connection, file);
       } catch (IllegalArgumentException error) {
         throw new IOException("a schema's address is none of a file", error);
       }

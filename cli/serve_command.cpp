@@ -1,18 +1,31 @@
 #include "cli/serve_command.h"
 
+#include <arpa/inet.h>
+#include <netinet/in.h>
+
 #include <CLI/CLI.hpp>
+#include <algorithm>
+#include <array>
 #include <cstdint>
 
 #include "base/import_error.h"
-#include "xmla/xmla_address.h"
+#include "base/name_folding.h"
 
 namespace importkcd {
 namespace {
 
-/// Whether only this computer reaches an address. A name may mean anything.
+/// Whether only this computer reaches an address. Any other name than "localhost" may mean
+/// anything.
 bool is_loopback(const std::string& address) {
-  return is_loopback_address(
-      "http://" + (address.find(':') == std::string::npos ? address : "[" + address + "]"));
+  constexpr unsigned char loopback_network = 127;
+  std::array<unsigned char, sizeof(in6_addr)> bytes{};
+  if (inet_pton(AF_INET, address.c_str(), bytes.data()) == 1) {
+    return bytes.front() == loopback_network;
+  }
+  if (inet_pton(AF_INET6, address.c_str(), bytes.data()) == 1) {
+    return std::equal(bytes.begin(), bytes.end(), in6addr_loopback.s6_addr);
+  }
+  return same_name(address, "localhost");
 }
 
 std::string heap_fault(const std::string& text) {

@@ -73,10 +73,8 @@ std::vector<UnservedCube> XmlaClient::unserved_cubes(const std::string& database
     return cubes;
   }
   for (const auto* const row : rows_of(answer)) {
-    if (row->child_text("CATALOG_NAME") == database) {
-      cubes.push_back(
-          {std::string(row->child_text("CUBE_NAME")), std::string(row->child_text("REASON"))});
-    }
+    cubes.push_back(
+        {std::string(row->child_text("CUBE_NAME")), std::string(row->child_text("REASON"))});
   }
   return cubes;
 }

@@ -59,7 +59,8 @@ final class AccessLog implements RequestLog {
     line.put("user", request.getRemoteUser());
     line.put("status", status);
     line.put("milliseconds", duration / 1_000_000);
-    line.put("path", request.getHttpURI().getPath());
+    // One that cannot be read has none.
+    line.put("path", request.getHttpURI() == null ? null : request.getHttpURI().getPath());
     line.putAll(entry.words());
     write((new JSON().toJSON(line) + "\n").getBytes(StandardCharsets.UTF_8));
   }

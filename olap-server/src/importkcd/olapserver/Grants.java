@@ -68,7 +68,8 @@ interface Grants {
     for (final var user : object(text, "the file").entrySet()) {
       final Map<String, View> databases = new HashMap<>();
       for (final var database : object(user.getValue(), "what '" + user.getKey() + "' has").entrySet()) {
-        databases.put(String.valueOf(database.getKey()), view(database.getValue(), user.getKey() + "' in '" + database.getKey()));
+        final String whose = user.getKey() + "' in '" + database.getKey();
+        databases.put(String.valueOf(database.getKey()), view(database.getValue(), whose));
       }
       grants.put(String.valueOf(user.getKey()), databases);
     }

@@ -155,7 +155,8 @@ final class PublishedContent extends DynamicContentFinder {
       final String connection = Warehouses.named(info.getTextContent());
       final Published one;
       try {
-        one = new Published(catalogue.getAttribute("name"), connection, pathOf(schema.getTextContent().strip()));
+        final Path file = pathOf(schema.getTextContent().strip());
+        one = new Published(catalogue.getAttribute("name"), connection, file);
       } catch (IllegalArgumentException error) {
         throw new IOException("a schema's address is none of a file", error);
       }

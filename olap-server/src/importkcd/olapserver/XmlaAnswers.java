@@ -172,7 +172,9 @@ final class XmlaAnswers {
     if (!engine.content().catalogues().contains(database) || grants.view(asked.user(), database) == null) {
       return NO_DATABASE;
     }
-    return view(database, asked) == null ? "this login does not have the role '" + roleHeader(asked.request()) + "'" : null;
+    return view(database, asked) == null
+        ? "this login does not have the role '" + roleHeader(asked.request()) + "'"
+        : null;
   }
 
   /** Asks the engine as a view sees it; null is for what concerns no database. False when it refuses. */

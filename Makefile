@@ -10,7 +10,7 @@ configure = mkdir -p build && (cmake --preset $(1) $(2) $(launcher) >build/confi
 
 .PHONY: demo demo-olap test verify verify-all build install packages-deb checks tidy test-asan test-fuzz fuzz \
         fuzz-programs faults test-tsan valgrind coverage mutation separate-sources fresh-machine \
-        screenshots page-screenshots bench check-instructions record-instructions clean
+        screenshots page-screenshots bench bench-olap check-instructions record-instructions clean
 
 demo:
 	@scripts/install-packages build
@@ -25,6 +25,13 @@ demo-olap:
 	@$(call configure,release,-DBUILD_TESTING=OFF -DIMPORTKCD_OLAP_SERVER=ON)
 	cmake --build --preset release -j $(JOBS) --target kcd olap_server
 	@scripts/demo-olap $(KEEP) build
+
+# FACTS=N says how many sales there are.
+bench-olap:
+	@scripts/install-packages build olap-server
+	@$(call configure,release,-DBUILD_TESTING=OFF -DIMPORTKCD_OLAP_SERVER=ON)
+	cmake --build --preset release -j $(JOBS) --target kcd olap_server
+	@scripts/bench-olap build $(FACTS)
 
 test: build
 	ctest --preset release -j $(JOBS)

@@ -99,6 +99,9 @@ int print_report(const AggregateReport& report, const CommandEnvironment& enviro
   for (const auto& table : report.dropped) {
     environment.out << "Dropped '" << printable(table) << "'\n";
   }
+  if (report.built.empty() && report.dropped.empty()) {
+    environment.out << "Nothing is to be done\n";
+  }
   for (const auto& remark : report.remarks) {
     environment.err << printable(remark) << '\n';
   }

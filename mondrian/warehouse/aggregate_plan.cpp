@@ -5,6 +5,7 @@
 #include "base/numbers.h"
 #include "mondrian/aggregation/aggregate_table.h"
 #include "mondrian/aggregation/cube_shape.h"
+#include "mondrian/aggregation/declared_aggregates.h"
 
 namespace importkcd {
 namespace {
@@ -78,7 +79,7 @@ PlannedCube plan_cube(const ScopeCube& cube, const PlanWishes& wishes, Warehouse
     plan.reason = "its data warehouse is none of PostgreSQL, MariaDB and SQL Server";
     return plan;
   }
-  const auto shape = cube_shape(*cube.schema, *cube_named(*cube.schema, cube.cube), plan.reason);
+  const auto shape = cube_shape(*cube.schema, element_of(cube), plan.reason);
   if (!shape) {
     return plan;
   }
@@ -102,6 +103,32 @@ PlannedCube plan_cube(const ScopeCube& cube, const PlanWishes& wishes, Warehouse
     plan.reason = "no table within the budget would save anything";
   }
   return plan;
+}
+
+std::string aggregates_script(const std::vector<PlannedCube>& plans) {
+  std::string script;
+  const auto add = [&script](const std::vector<std::string>& statements) {
+    for (const auto& statement : statements) {
+      script += statement + ";\n\n";
+    }
+  };
+  for (const auto& plan : plans) {
+    const auto& cube = plan.cube;
+    const auto kind = cube.connection.kind;
+    const auto& facts = *facts_of(element_of(cube));
+    const FactsViewRecord view{cube.database, cube.cube, facts_view_name(cube), sql_of(facts)};
+    if (!plan.tables.empty() && facts.name == "View") {
+      add(view_statements(kind, view.view, view.query));
+    }
+    for (std::size_t i = 0; i < plan.tables.size(); ++i) {
+      const auto shape = shape_to_build_on(*cube.schema, element_of(cube), &view);
+      const auto& levels = plan.tables[i].levels;
+      const auto table = cube.prefix + std::to_string(i + 1);
+      add({create_table_statement(kind, table, aggregate_query(*shape, levels, kind))});
+      add(index_statements(*shape, levels, kind, table));
+    }
+  }
+  return script;
 }
 
 }  // namespace importkcd

@@ -55,4 +55,7 @@ struct PlannedCube {
 /// null. Throws ImportError when they cannot be counted.
 PlannedCube plan_cube(const ScopeCube& cube, const PlanWishes& wishes, Warehouse* counted_in);
 
+/// The statements that make the tables of the plans where none are.
+std::string aggregates_script(const std::vector<PlannedCube>& plans);
+
 }  // namespace importkcd

@@ -37,6 +37,10 @@ void add_catalogue_cubes(OlapDatabase& database, const PublishedCatalogue& catal
 
 }  // namespace
 
+const XmlElement& element_of(const ScopeCube& cube) { return *cube_named(*cube.schema, cube.cube); }
+
+std::string facts_view_name(const ScopeCube& cube) { return cube.prefix + "facts"; }
+
 std::string table_prefix(const std::string& prefix, const std::string& cube) {
   std::string result;
   for (const char c : prefix.empty() ? ascii_lower_cased(cube) + "_agg_" : prefix) {

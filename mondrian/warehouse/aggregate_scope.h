@@ -37,6 +37,12 @@ struct ScopeCube {
 /// ImportError when the directory has no definitions, or a name that the scope gives is not there.
 std::vector<ScopeCube> cubes_in_scope(const AggregateScope& scope);
 
+/// The cube in its schema.
+const XmlElement& element_of(const ScopeCube& cube);
+
+/// The name of the view that stands for a cube's facts.
+std::string facts_view_name(const ScopeCube& cube);
+
 /// What the tables of a cube are named by: its prefix with other characters than letters, digits
 /// and "_" replaced; the cube's name for one without a prefix.
 std::string table_prefix(const std::string& prefix, const std::string& cube);

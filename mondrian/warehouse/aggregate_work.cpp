@@ -71,10 +71,6 @@ const ScopeCube* find_cube(const std::vector<ScopeCube>& cubes, const std::strin
   return nullptr;
 }
 
-const XmlElement& element_of(const ScopeCube& cube) { return *cube_named(*cube.schema, cube.cube); }
-
-std::string facts_view_name(const ScopeCube& cube) { return cube.prefix + "facts"; }
-
 /// Keeps other runs that change warehouses out of a directory.
 std::unique_ptr<const WaitingLock> lock_of(const AggregateScope& scope) {
   auto lock = std::make_unique<const WaitingLock>(
@@ -189,9 +185,9 @@ class AggregateRun {
   }
 
   void publish(const std::string& database, const std::function<void(AggregateRecords&)>& change) {
-    const auto remarks = publish_aggregates(scope_.directory, database, change);
+    // What is left out of a publication was told by the import.
+    publish_aggregates(scope_.directory, database, change);
     change(records_);
-    report_.remarks.insert(report_.remarks.end(), remarks.begin(), remarks.end());
   }
 
   /// Builds the tables of a cube that tell these levels apart and tells the engine of them.
@@ -465,43 +461,19 @@ AggregateReport build_aggregates(const AggregateScope& scope, const std::vector<
   return run.take_report();
 }
 
-std::string aggregates_script(const std::vector<PlannedCube>& plans) {
-  std::string script;
-  const auto add = [&script](const std::vector<std::string>& statements) {
-    for (const auto& statement : statements) {
-      script += statement + ";\n\n";
-    }
-  };
-  for (const auto& plan : plans) {
-    const auto& cube = plan.cube;
-    const auto kind = cube.connection.kind;
-    const auto& facts = *facts_of(element_of(cube));
-    const FactsViewRecord view{cube.database, cube.cube, facts_view_name(cube), sql_of(facts)};
-    if (!plan.tables.empty() && facts.name == "View") {
-      add(view_statements(kind, view.view, view.query));
-    }
-    for (std::size_t i = 0; i < plan.tables.size(); ++i) {
-      const auto shape = shape_to_build_on(*cube.schema, element_of(cube), &view);
-      const auto& levels = plan.tables[i].levels;
-      const auto table = cube.prefix + std::to_string(i + 1);
-      add({create_table_statement(kind, table, aggregate_query(*shape, levels, kind))});
-      add(index_statements(*shape, levels, kind, table));
-    }
-  }
-  return script;
-}
-
 AggregateReport refresh_aggregates(const AggregateScope& scope, const std::string& login) {
+  const auto cubes = cubes_in_scope(scope);
   AggregateRun run(scope, login, lock_of(scope));
-  for (const auto& cube : cubes_in_scope(scope)) {
+  for (const auto& cube : cubes) {
     run.refresh(cube);
   }
   return run.take_report();
 }
 
 AggregateReport drop_aggregates(const AggregateScope& scope, const std::string& login) {
+  const auto cubes = cubes_in_scope({scope.directory, scope.database, {}});
   AggregateRun run(scope, login, lock_of(scope));
-  run.drop(cubes_in_scope({scope.directory, scope.database, {}}));
+  run.drop(cubes);
   return run.take_report();
 }
 

@@ -63,9 +63,6 @@ std::vector<PlannedCube> plan_aggregates(const AggregateScope& scope, const Plan
 AggregateReport build_aggregates(const AggregateScope& scope, const std::vector<PlannedCube>& plans,
                                  const std::string& login);
 
-/// The statements with which build_aggregates() would make the tables of the plans where none are.
-std::string aggregates_script(const std::vector<PlannedCube>& plans);
-
 /// Builds those tables of a scope anew that are not fresh.
 AggregateReport refresh_aggregates(const AggregateScope& scope, const std::string& login);
 

@@ -60,7 +60,8 @@ TEST_F(KcdUsage, HasHelpOfItsOwnAndOfEachSubcommand) {
         std::pair{std::vector<std::string>{"show", "--help"}, "--json"},
         std::pair{std::vector<std::string>{"restore", "--help"}, "--list"},
         std::pair{std::vector<std::string>{"serve", "--help"}, "--port"},
-        std::pair{std::vector<std::string>{"query", "--help"}, "--database"}}) {
+        std::pair{std::vector<std::string>{"query", "--help"}, "--database"},
+        std::pair{std::vector<std::string>{"aggregate", "--help"}, "--budget"}}) {
     const auto result = kcd(arguments);
     EXPECT_EQ(result.exit_status, 0);
     EXPECT_THAT(result.output, HasSubstr(text));
@@ -76,7 +77,8 @@ TEST_F(KcdUsage, TheManualKnowsEveryOptionOfTheHelp) {
         std::vector<std::string>{"schema", "--help"}, std::vector<std::string>{"export", "--help"},
         std::vector<std::string>{"convert", "--help"}, std::vector<std::string>{"show", "--help"},
         std::vector<std::string>{"restore", "--help"}, std::vector<std::string>{"serve", "--help"},
-        std::vector<std::string>{"query", "--help"}}) {
+        std::vector<std::string>{"query", "--help"},
+        std::vector<std::string>{"aggregate", "--help"}}) {
     const auto help = kcd(arguments).output;
     const std::regex option("--([a-z-]+)");
     const std::sregex_iterator end;

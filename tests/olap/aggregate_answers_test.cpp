@@ -18,31 +18,38 @@ class Aggregates : public ::testing::TestWithParam<AggregateServer> {
  protected:
   static void TearDownTestSuite() { end_aggregate_servers(); }
 
-  static std::vector<Question> questions() {
+  /// The questions of the example, or one of so many.
+  static std::vector<Question> questions(std::size_t step) {
     auto all = sales_questions();
-    for (const auto& some : {stock_questions(), payroll_questions()}) {
-      all.insert(all.end(), some.begin(), some.end());
+    for (const auto& more : {stock_questions(), payroll_questions()}) {
+      all.insert(all.end(), more.begin(), more.end());
     }
-    return all;
+    std::vector<Question> some;
+    for (std::size_t i = 0; i < all.size(); i += step) {
+      some.push_back(all[i]);
+    }
+    return some;
   }
 
   /// The answers of a fresh engine, one a question.
-  std::vector<FigureTable> answers() const {
+  std::vector<FigureTable> answers(const std::vector<Question>& asked) const {
     const auto engine = sales.engine();
     std::vector<FigureTable> result;
-    for (const auto& question : questions()) {
+    for (const auto& question : asked) {
       result.push_back(figures(engine->ask(sales_database, question.mdx)));
     }
     return result;
   }
 
-  void expect_right_answers() const {
-    const auto given = answers();
+  void expect_right_answers(std::size_t step) const {
+    const auto asked = questions(step);
+    const auto given = answers(asked);
     for (std::size_t i = 0; i < given.size(); ++i) {
-      const auto question = questions()[i];
-      EXPECT_EQ(difference(given[i], figures(sales.sql(question.sql))), "") << question.mdx;
+      EXPECT_EQ(difference(given[i], figures(sales.sql(asked[i].sql))), "") << asked[i].mdx;
     }
   }
+
+  static constexpr std::size_t few = 9;
 
   std::string status() const { return sales.aggregate("status").output; }
 
@@ -51,14 +58,19 @@ class Aggregates : public ::testing::TestWithParam<AggregateServer> {
 
 TEST_P(Aggregates, AnswerEachQuestionAsTheFactsDo) {
   sales.build_all();
-  expect_right_answers();
+  expect_right_answers(1);
 }
 
 TEST_P(Aggregates, AreReadInPlaceOfTheFacts) {
   sales.build_all();
-  const auto before = answers();
-  sales.sql("DELETE FROM sales; DELETE FROM sales_2025; DELETE FROM stock; DELETE FROM payroll;");
-  const auto after = answers();
+  // The stock has a dimension whose members come from its facts.
+  auto asked = sales_questions();
+  for (const auto& question : payroll_questions()) {
+    asked.push_back(question);
+  }
+  const auto before = answers(asked);
+  sales.sql("DELETE FROM sales; DELETE FROM sales_2025; DELETE FROM payroll;");
+  const auto after = answers(asked);
   std::size_t answered_without_facts = 0;
   for (std::size_t i = 0; i < before.size(); ++i) {
     answered_without_facts += difference(after[i], before[i]).empty() ? 1 : 0;
@@ -83,7 +95,7 @@ TEST_P(Aggregates, AreToldToBeStaleAfterAChangedRowAndFreshAfterARefresh) {
   EXPECT_EQ(refreshed.exit_status, 0) << refreshed.errors;
   EXPECT_THAT(refreshed.output, AllOf(HasSubstr("Built 'payroll_agg_1'"), Not(HasSubstr("sales"))));
   EXPECT_EQ(sales.aggregate("status").exit_status, 0) << status();
-  expect_right_answers();
+  expect_right_answers(few);
 }
 
 TEST_P(Aggregates, AreNotReadOnceAnImportHasChangedTheirCube) {
@@ -113,7 +125,8 @@ TEST_P(Aggregates, LeaveNothingBehindOnceTheyAreDropped) {
   EXPECT_EQ(sales.aggregates(), "");
   EXPECT_THAT(sales.schemas(), Not(HasSubstr("agg_")));
   EXPECT_EQ(status(), "There are no aggregate tables\n");
-  expect_right_answers();
+  EXPECT_EQ(sales.aggregate("refresh").output, "Nothing is to be done\n");
+  expect_right_answers(few);
 }
 
 TEST_P(Aggregates, DoNotTouchATableOfSomebodyElse) {
@@ -173,7 +186,7 @@ TEST_P(Aggregates, NeedALoginThatMayCreateTables) {
   EXPECT_THAT(refused.errors, Not(HasSubstr("look;er")));
   EXPECT_EQ(sales.aggregates(), "");
   EXPECT_THAT(sales.schemas(), Not(HasSubstr("payroll_agg_1")));
-  expect_right_answers();
+  expect_right_answers(few);
 }
 
 TEST_P(Aggregates, TellThatTheWarehouseCannotBeReached) {

@@ -39,9 +39,9 @@ TEST(JdbcConnection, AServerOfSqlServerMayHavePortAndInstance) {
 }
 
 TEST(JdbcConnection, UserAndPasswordOfAnyDriverStandApartFromTheAddress) {
-  EXPECT_EQ(jdbc_connection(R"(JDBC="jdbc:hsqldb:file:/w;x=1";User ID=reader;Password="a;b")"),
-            (JdbcConnection{DatabaseKind::upper_case, "jdbc:hsqldb:file:/w;x=1", "", "reader",
-                            "a;b"}));
+  EXPECT_EQ(
+      jdbc_connection(R"(JDBC="jdbc:hsqldb:file:/w;x=1";User ID=reader;Password="a;b")"),
+      (JdbcConnection{DatabaseKind::upper_case, "jdbc:hsqldb:file:/w;x=1", "", "reader", "a;b"}));
   EXPECT_EQ(jdbc_refusal("JDBC=hsqldb:file:/w;Password=secret"),
             "what the connection text calls JDBC does not begin with 'jdbc:'");
 }

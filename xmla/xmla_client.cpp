@@ -119,9 +119,11 @@ XmlElement XmlaClient::ask(const std::string& method, const std::string& envelop
             error_source::xmla_server};
   };
   if (answer.status == unauthorized_status) {
+    // The address may have brought one along.
+    const auto shown = shown_address(address_);
+    const bool had_login = !access_.user.empty() || shown != address_;
     throw ImportError(
-        shown_address(address_) +
-            (access_.user.empty() ? " asks for a login: --user names one" : " refuses the login"),
+        shown + (had_login ? " refuses the login" : " asks for a login: --user names one"),
         error_source::xmla_server);
   }
   XmlElement root;

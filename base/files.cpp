@@ -124,6 +124,20 @@ void FileReader::fail(const std::string& description) const {
   throw ImportError(description, source_);
 }
 
+std::string text_of_file(const std::string& path, std::string_view source) {
+  try {
+    FileReader reader(path, source);
+    std::string text;
+    for (auto bytes = reader.window(1); !bytes.empty(); bytes = reader.window(1)) {
+      text += bytes;
+      reader.skip(bytes.size());
+    }
+    return text;
+  } catch (const ImportError& error) {
+    throw ImportError(path + ": " + error.description(), source, error.cause());
+  }
+}
+
 FileWriter::FileWriter(FileDescriptor file) : file_(std::move(file)), buffer_(buffer_size) {}
 
 void FileWriter::append(std::string_view bytes) {

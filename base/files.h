@@ -84,6 +84,10 @@ class FileReader {
   bool at_end_ = false;
 };
 
+/// All of a file, which should be a small one. Throws ImportError of the component `source`, which
+/// names the file, when it cannot be read; see FileReader.
+std::string text_of_file(const std::string& path, std::string_view source);
+
 /// Writes a file in big pieces. The first failure is kept; nothing is written after it.
 class FileWriter {
  public:

@@ -119,15 +119,9 @@ std::string without_comment(const std::string& line) {
 
 std::string content_of(const std::string& file) {
   try {
-    FileReader reader(file, "kcd");
-    std::string text;
-    for (auto window = reader.window(1); !window.empty(); window = reader.window(1)) {
-      text += window;
-      reader.skip(window.size());
-    }
-    return text;
+    return text_of_file(file, "kcd");
   } catch (const ImportError& error) {
-    refuse(file, error.description());
+    throw CLI::FileError(error.description(), CLI::ExitCodes::FileError);
   }
 }
 

@@ -128,13 +128,7 @@ std::vector<std::string> lines_in(const std::string& file, bool must_be_there) {
   if (!must_be_there && !std::filesystem::exists(file, error)) {
     return lines;
   }
-  FileReader reader(file, user_source);
-  std::string text;
-  for (auto window = reader.window(1); !window.empty(); window = reader.window(1)) {
-    text += window;
-    reader.skip(window.size());
-  }
-  std::istringstream stream(text);
+  std::istringstream stream(text_of_file(file, user_source));
   for (std::string line; std::getline(stream, line);) {
     lines.push_back(line);
   }

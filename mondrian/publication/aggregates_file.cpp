@@ -18,14 +18,7 @@ AggregateRecords read_aggregates(const fs::path& directory) {
   if (!fs::exists(path, ignored)) {
     return {};
   }
-  FileReader file(path.string(), error_source::olap_server);
-  std::string text;
-  while (!file.at_end()) {
-    const auto window = file.window(1);
-    text += window;
-    file.skip(window.size());
-  }
-  return parse_aggregates(text, path.string());
+  return parse_aggregates(text_of_file(path.string(), error_source::olap_server), path.string());
 }
 
 void record_aggregates(const fs::path& directory,

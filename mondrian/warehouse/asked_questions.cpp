@@ -68,13 +68,7 @@ std::size_t depth_of_path(const ShapeDimension& dimension, std::vector<std::stri
 }  // namespace
 
 std::vector<AskedQuestion> read_access_log(const std::string& file) {
-  FileReader reader(file, "kcd");
-  std::string text;
-  while (!reader.at_end()) {
-    const auto window = reader.window(1);
-    text += window;
-    reader.skip(window.size());
-  }
+  const auto text = text_of_file(file, "kcd");
   std::vector<AskedQuestion> questions;
   bool has_json = text.empty();
   for (std::size_t begin = 0; begin < text.size();) {

@@ -88,6 +88,18 @@ TEST_F(FilesTest, TheNamesInAFolderAreThoseOfAllKindsOfFiles) {
   EXPECT_THAT(names_in_folder(folder.file("none")), ::testing::IsEmpty());
 }
 
+TEST_F(FilesTest, ATextIsReadWholeAndAFailureNamesTheFile) {
+  const auto path = folder.write("long", std::string(300'000, 'x') + "end");
+  EXPECT_EQ(text_of_file(path, "test"), std::string(300'000, 'x') + "end");
+  try {
+    text_of_file(folder.file("none"), "test");
+    FAIL();
+  } catch (const ImportError& error) {
+    EXPECT_EQ(error.description(), folder.file("none") + ": No such file or directory");
+    EXPECT_EQ(error.source(), "test");
+  }
+}
+
 TEST_F(FilesTest, AReadersFailureIsOneOfItsComponent) {
   const auto failure_of = [](const std::string& path) -> std::string {
     try {

@@ -18,17 +18,12 @@ class Aggregates : public ::testing::TestWithParam<AggregateServer> {
  protected:
   static void TearDownTestSuite() { end_aggregate_servers(); }
 
-  /// The questions of the example, or one of so many.
-  static std::vector<Question> questions(std::size_t step) {
+  static std::vector<Question> all_of_them() {
     auto all = sales_questions();
     for (const auto& more : {stock_questions(), payroll_questions()}) {
       all.insert(all.end(), more.begin(), more.end());
     }
-    std::vector<Question> some;
-    for (std::size_t i = 0; i < all.size(); i += step) {
-      some.push_back(all[i]);
-    }
-    return some;
+    return all;
   }
 
   /// The answers of a fresh engine, one a question.
@@ -41,15 +36,12 @@ class Aggregates : public ::testing::TestWithParam<AggregateServer> {
     return result;
   }
 
-  void expect_right_answers(std::size_t step) const {
-    const auto asked = questions(step);
+  void expect_right_answers(const std::vector<Question>& asked) const {
     const auto given = answers(asked);
     for (std::size_t i = 0; i < given.size(); ++i) {
       EXPECT_EQ(difference(given[i], figures(sales.sql(asked[i].sql))), "") << asked[i].mdx;
     }
   }
-
-  static constexpr std::size_t few = 9;
 
   std::string status() const { return sales.aggregate("status").output; }
 
@@ -58,30 +50,30 @@ class Aggregates : public ::testing::TestWithParam<AggregateServer> {
 
 TEST_P(Aggregates, AnswerEachQuestionAsTheFactsDo) {
   sales.build_all();
-  expect_right_answers(1);
+  expect_right_answers(all_of_them());
 }
 
 TEST_P(Aggregates, AreReadInPlaceOfTheFacts) {
-  sales.build_all();
-  // The stock has a dimension whose members come from its facts.
-  auto asked = sales_questions();
-  for (const auto& question : payroll_questions()) {
-    asked.push_back(question);
-  }
+  sales.build("Payroll");
+  auto asked = payroll_questions();
+  // No table tells single employees and months apart.
+  asked.push_back({"Detail",
+                   "SELECT [Pay Month].[Month of Pay].Members ON COLUMNS, "
+                   "[Employee].[Employee].Members ON ROWS FROM [Payroll]",
+                   {}});
   const auto before = answers(asked);
-  sales.sql("DELETE FROM sales; DELETE FROM sales_2025; DELETE FROM payroll;");
+  sales.sql("DELETE FROM payroll;");
   const auto after = answers(asked);
   std::size_t answered_without_facts = 0;
   for (std::size_t i = 0; i < before.size(); ++i) {
     answered_without_facts += difference(after[i], before[i]).empty() ? 1 : 0;
   }
-  // Not those about levels that no table tells apart, such as days and single customers.
   EXPECT_GT(answered_without_facts, before.size() / 2);
-  EXPECT_LT(answered_without_facts, before.size());
+  EXPECT_NE(difference(after.back(), before.back()), "");
 }
 
 TEST_P(Aggregates, AreToldToBeStaleAfterAChangedRowAndFreshAfterARefresh) {
-  sales.build_all();
+  sales.build("Payroll");
   EXPECT_EQ(sales.aggregate("status").exit_status, 0) << status();
   EXPECT_THAT(status(), AllOf(HasSubstr("fresh"), Not(HasSubstr("stale"))));
   sales.sql("UPDATE payroll SET hours = hours + 100 WHERE payroll_id = 1;");
@@ -90,16 +82,16 @@ TEST_P(Aggregates, AreToldToBeStaleAfterAChangedRowAndFreshAfterARefresh) {
   EXPECT_THAT(stale.output, HasSubstr("payroll_agg_1 (cube 'Payroll'"));
   EXPECT_THAT(stale.output,
               HasSubstr("): stale: the data warehouse has changed since it was built\n"));
-  EXPECT_THAT(stale.output, Not(HasSubstr("'Sales'; stale")));
   const auto refreshed = sales.aggregate("refresh");
   EXPECT_EQ(refreshed.exit_status, 0) << refreshed.errors;
-  EXPECT_THAT(refreshed.output, AllOf(HasSubstr("Built 'payroll_agg_1'"), Not(HasSubstr("sales"))));
+  EXPECT_THAT(refreshed.output, HasSubstr("Built 'payroll_agg_1'"));
   EXPECT_EQ(sales.aggregate("status").exit_status, 0) << status();
-  expect_right_answers(few);
+  expect_right_answers(payroll_questions());
 }
 
 TEST_P(Aggregates, AreNotReadOnceAnImportHasChangedTheirCube) {
-  sales.build_all();
+  sales.build("Sales");
+  sales.build("Payroll");
   auto document = read_file(EXAMPLES_FOLDER "/sales.kcd");
   const std::string column = R"(source_column='"sales"."cost"')";
   document.replace(document.find(column), column.size(), R"(source_column='"sales"."quantity"')");
@@ -117,7 +109,7 @@ TEST_P(Aggregates, AreNotReadOnceAnImportHasChangedTheirCube) {
 }
 
 TEST_P(Aggregates, LeaveNothingBehindOnceTheyAreDropped) {
-  sales.build_all();
+  sales.build("Sales");
   EXPECT_NE(sales.aggregates(), "");
   const auto dropped = sales.aggregate("drop");
   EXPECT_EQ(dropped.exit_status, 0) << dropped.errors;
@@ -126,7 +118,6 @@ TEST_P(Aggregates, LeaveNothingBehindOnceTheyAreDropped) {
   EXPECT_THAT(sales.schemas(), Not(HasSubstr("agg_")));
   EXPECT_EQ(status(), "There are no aggregate tables\n");
   EXPECT_EQ(sales.aggregate("refresh").output, "Nothing is to be done\n");
-  expect_right_answers(few);
 }
 
 TEST_P(Aggregates, DoNotTouchATableOfSomebodyElse) {
@@ -144,7 +135,7 @@ TEST_P(Aggregates, DoNotTouchATableOfSomebodyElse) {
 }
 
 TEST_P(Aggregates, AreToldToBeMissingAndBuiltAnew) {
-  sales.build_all();
+  sales.build("Payroll");
   sales.sql("DROP TABLE payroll_agg_2;");
   EXPECT_THAT(status(), HasSubstr("missing: it is not in the data warehouse any more"));
   EXPECT_THAT(sales.aggregate("refresh").output, HasSubstr("Built 'payroll_agg_2'"));
@@ -186,7 +177,6 @@ TEST_P(Aggregates, NeedALoginThatMayCreateTables) {
   EXPECT_THAT(refused.errors, Not(HasSubstr("look;er")));
   EXPECT_EQ(sales.aggregates(), "");
   EXPECT_THAT(sales.schemas(), Not(HasSubstr("payroll_agg_1")));
-  expect_right_answers(few);
 }
 
 TEST_P(Aggregates, TellThatTheWarehouseCannotBeReached) {

@@ -91,12 +91,15 @@ ProcessResult AggregatedSales::aggregate(const std::string& action,
   return run_process(aggregate_start(action, std::move(arguments)));
 }
 
+void AggregatedSales::build(const std::string& cube) const {
+  const auto result = aggregate("build", {sales_database, cube});
+  EXPECT_EQ(result.exit_status, 0) << result.errors;
+  EXPECT_NE(result.output.find("for cube '" + cube + "'"), std::string::npos) << result.output;
+}
+
 void AggregatedSales::build_all() const {
   for (const auto* cube : {"Sales", "Stock", "Payroll"}) {
-    const auto result = aggregate("build", {sales_database, cube});
-    EXPECT_EQ(result.exit_status, 0) << result.errors;
-    EXPECT_NE(result.output.find(std::string("for cube '") + cube + "'"), std::string::npos)
-        << result.output;
+    build(cube);
   }
 }
 

@@ -32,7 +32,8 @@ class AggregatedSales {
   /// How that is started.
   ProcessStart aggregate_start(const std::string& action,
                                std::vector<std::string> arguments = {}) const;
-  /// Runs it for each cube; all have to get tables.
+  /// Builds tables for a cube, which has to get some, or for all cubes.
+  void build(const std::string& cube) const;
   void build_all() const;
 
   /// All schemas that are published.

@@ -65,16 +65,25 @@ std::size_t depth_of_path(const ShapeDimension& dimension, std::vector<std::stri
   return names.size() - (begins_with_all ? 1 : 0) + deeper;
 }
 
+std::string text_of_log(const std::string& file) {
+  std::string text;
+  try {
+    FileReader reader(file, "kcd");
+    while (!reader.at_end()) {
+      const auto window = reader.window(1);
+      text += window;
+      reader.skip(window.size());
+    }
+  } catch (const ImportError& error) {
+    throw ImportError("cannot read '" + file + "': " + error.description(), "kcd");
+  }
+  return text;
+}
+
 }  // namespace
 
 std::vector<AskedQuestion> read_access_log(const std::string& file) {
-  FileReader reader(file, "kcd");
-  std::string text;
-  while (!reader.at_end()) {
-    const auto window = reader.window(1);
-    text += window;
-    reader.skip(window.size());
-  }
+  const auto text = text_of_log(file);
   std::vector<AskedQuestion> questions;
   bool has_json = text.empty();
   for (std::size_t begin = 0; begin < text.size();) {

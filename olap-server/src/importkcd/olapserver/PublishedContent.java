@@ -34,10 +34,10 @@ import org.xml.sax.helpers.DefaultHandler;
 final class PublishedContent extends DynamicContentFinder {
   private static final String FILE = "datasources.xml";
 
-  /** Without an initializer: the base's constructor asks for the content already. */
+  // Without initializers: the base's constructor asks for the content already.
   private String lastGood;
 
-  private List<Published> published = List.of();
+  private List<Published> published;
 
   /** What the engine gets in place of schemas that it refuses, by the catalogues' names. */
   private Map<String, Reduced> reduced;
@@ -95,7 +95,7 @@ final class PublishedContent extends DynamicContentFinder {
   }
 
   synchronized List<Published> published() {
-    return published;
+    return published == null ? List.of() : published;
   }
 
   /** The one of that name; null when there is none. */

@@ -62,6 +62,8 @@ final class UnusableConnection {
                   case "getMaxColumnNameLength" -> kind.longestColumnName;
                   case "supportsResultSetConcurrency" -> true;
                   case "getConnection" -> connection;
+                  // The engine looks for aggregate tables when it loads a schema.
+                  case "getTables", "getColumns" -> noRows();
                   default -> nothing(method.getReturnType());
                 });
     return connection;
@@ -79,6 +81,10 @@ final class UnusableConnection {
                     frame ->
                         frame.getMethodName().equals("<init>")
                             && frame.getClassName().equals("mondrian.rolap.RolapSchema")));
+  }
+
+  private static ResultSet noRows() {
+    return proxy(ResultSet.class, (self, method, arguments) -> nothing(method.getReturnType()));
   }
 
   private static ResultSet oneRow(String question) {

@@ -24,7 +24,7 @@ class OlapWorld {
   const OlapService& engine() const { return engine_; }
 
   /// The directory that the engine serves.
-  std::string directory() const { return folder_.file("olap"); }
+  std::string directory() const { return folder_.file("cubes für alle"); }
   /// A place for files of a test.
   const TemporaryFolder& folder() const { return folder_; }
 

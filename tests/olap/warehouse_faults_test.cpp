@@ -77,7 +77,7 @@ class WarehouseFaults : public ::testing::Test {
             closing + "'");
   }
 
-  static std::string directory() { return world().folder().file("faults"); }
+  static std::string directory() { return world().folder().file("faults für alle"); }
 
   static void import(const std::string& database, const std::string& connection,
                      const SmallCube& cube) {

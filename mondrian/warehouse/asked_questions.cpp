@@ -133,6 +133,7 @@ std::vector<LatticeQuestion> lattice_questions(const CubeShape& shape, const std
     }
   }
   std::vector<LatticeQuestion> questions;
+  questions.reserve(times.size());
   for (const auto& [levels, weight] : times) {
     questions.push_back({levels, weight});
   }

@@ -126,7 +126,8 @@ std::vector<ConnectionFiles::Named> ConnectionFiles::divided(const ImportOptions
   std::vector<Named> result;
   std::vector<std::string> met;
   for (const auto& [name, file] : named_) {
-    const auto value = name + "=" + file;
+    auto value = name;
+    value.append("=").append(file);
     const auto length = length_of_name(value, *names);
     if (length == 0) {
       refuse("the document has no data source '" + mask_passwords(name) + "'; it has " +

@@ -82,7 +82,7 @@ TEST(TimeStamp, LeavesTheZoneOut) {
 
 TEST(TimeStamp, OfThisMomentIsTheTimeOfTheZone) {
   const TimeLocale locale("C");
-  constexpr int seconds_an_hour = 3600;
+  constexpr std::time_t seconds_an_hour = 3600;
   for (const int hours_east : {-11, 0, 13}) {
     const testing::TimeZone zone(hours_east);
     const auto stamp_there = [&] {

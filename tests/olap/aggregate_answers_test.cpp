@@ -26,10 +26,11 @@ class Aggregates : public ::testing::TestWithParam<AggregateServer> {
     return all;
   }
 
-  /// The answers of a fresh engine, one a question.
+  /// The answers of a fresh engine, one per question.
   std::vector<FigureTable> answers(const std::vector<Question>& asked) const {
     const auto engine = sales.engine();
     std::vector<FigureTable> result;
+    result.reserve(asked.size());
     for (const auto& question : asked) {
       result.push_back(figures(engine->ask(sales_database, question.mdx)));
     }

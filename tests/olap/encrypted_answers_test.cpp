@@ -145,14 +145,13 @@ TEST_F(EncryptedAnswers, ProgramsCheckTheCertificate) {
   EXPECT_EQ(unknown.exit_status, 1);
   EXPECT_THAT(unknown.errors, HasSubstr("certificate"));
   // Another client than ours; what it gets tells browsers to stay with https.
+  const std::string asking = R"(import ssl, sys, urllib.request
+answer = urllib.request.urlopen(sys.argv[1].replace('/xmla', '/health'),
+    context=ssl.create_default_context(cafile=sys.argv[2]))
+print(answer.headers['Strict-Transport-Security'], answer.read().decode(), end='')
+)";
   const auto python = run_process(
-      {"/usr/bin/env",
-       {"python3", "-c",
-        "import ssl, sys, urllib.request\n"
-        "answer = urllib.request.urlopen(sys.argv[1].replace('/xmla', '/health'),\n"
-        "    context=ssl.create_default_context(cafile=sys.argv[2]))\n"
-        "print(answer.headers['Strict-Transport-Security'], answer.read().decode(), end='')",
-        engine_->address(), folder_->file("first.pem")}});
+      {"/usr/bin/env", {"python3", "-c", asking, engine_->address(), folder_->file("first.pem")}});
   EXPECT_EQ(python.output, "max-age=31536000 {\"ready\":true}\n") << python.errors;
 }
 

@@ -157,6 +157,7 @@ FigureTable listed_rows(const std::string& list, const XmlaTexts& restrictions,
   const auto* const root = envelope.find("root");
   for (const auto& row : root == nullptr ? std::vector<XmlElement>{} : root->children) {
     std::vector<std::string> line;
+    line.reserve(columns.size());
     for (const auto& column : columns) {
       line.emplace_back(row.child_text(column));
     }

@@ -8,18 +8,15 @@
 #include "tests/cli/kcd_fixture.h"
 #include "tests/support/catalogue_check.h"
 #include "tests/support/document_generator.h"
+#include "tests/support/sanitizer.h"
 
 namespace importkcd::testing {
 namespace {
 
 namespace fs = std::filesystem;
 
-#ifdef __SANITIZE_ADDRESS__
 /// Programs that are watched over are slow: they are killed less often.
-constexpr int rounds = 3;
-#else
-constexpr int rounds = 8;
-#endif
+constexpr int rounds = is_sanitized ? 3 : 8;
 
 /// `kcd import`, killed while it runs. The parameter is its mode.
 class KcdKilled : public KcdTest, public ::testing::WithParamInterface<std::string> {

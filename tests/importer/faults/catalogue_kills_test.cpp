@@ -8,16 +8,13 @@
 #include <thread>
 
 #include "tests/importer/faults/catalogue_faults_fixture.h"
+#include "tests/support/sanitizer.h"
 
 namespace importkcd::testing {
 namespace {
 
-#ifdef __SANITIZE_ADDRESS__
 /// Processes that are watched over start slowly: they are not killed everywhere.
-constexpr int stride = 5;
-#else
-constexpr int stride = 1;
-#endif
+constexpr int stride = is_sanitized ? 5 : 1;
 
 /// An import whose process is killed.
 class CatalogueKills : public CatalogueFaultsTest,

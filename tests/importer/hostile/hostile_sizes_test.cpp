@@ -24,15 +24,10 @@
 #include "base/import_error.h"
 #include "document/kcd_document.h"
 #include "tests/importer/hostile/hostile_documents.h"
+#include "tests/support/sanitizer.h"
 
 namespace importkcd::testing {
 namespace {
-
-#ifdef __SANITIZE_ADDRESS__
-constexpr bool is_sanitized = true;
-#else
-constexpr bool is_sanitized = false;
-#endif
 
 constexpr std::size_t megabyte = 1'000'000;
 

@@ -1,6 +1,7 @@
 package importkcd.olapserver;
 
 import java.io.IOException;
+import java.nio.file.Files;
 import java.lang.ref.WeakReference;
 import java.lang.reflect.Field;
 import java.util.ArrayList;
@@ -81,7 +82,7 @@ final class ReplacedSchemas {
     return new ByteString(
         Util.digestMd5(
             reduced == null
-                ? Util.readVirtualFileAsString(catalogue.schema().toUri().toString())
+                ? Files.readString(catalogue.schema())
                 : reduced));
   }
 

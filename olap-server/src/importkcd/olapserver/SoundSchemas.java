@@ -142,14 +142,13 @@ final class SoundSchemas {
     properties.put("Catalog", published.schema().toUri().toString());
     // It is of no use to anybody else.
     properties.put("UseSchemaPool", "false");
-    if (schema != null) {
-      properties.put("CatalogContent", schema);
-    }
     try {
+      // Not by its address, in which the engine misreads letters beyond ASCII.
+      properties.put("CatalogContent", schema == null ? Files.readString(published.schema()) : schema);
       final Connection connection = DriverManager.getConnection(properties, null);
       connection.close();
       return null;
-    } catch (RuntimeException error) {
+    } catch (IOException | RuntimeException error) {
       return CubeFaults.reason(error);
     }
   }

@@ -1,6 +1,8 @@
 #include "cli/user_command.h"
 
 #include <crypt.h>
+#include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <termios.h>
 #include <unistd.h>
@@ -10,6 +12,7 @@
 #include <array>
 #include <cerrno>
 #include <filesystem>
+#include <functional>
 #include <istream>
 #include <memory>
 #include <ostream>
@@ -121,10 +124,12 @@ std::string hashed(const std::string& password) {
   return hash;
 }
 
+using Lines = std::vector<std::string>;
+
 /// The lines of a file; none when it is not there and need not be.
-std::vector<std::string> lines_in(const std::string& file, bool must_be_there) {
+Lines lines_in(const std::string& file, bool must_be_there) {
   std::error_code error;
-  std::vector<std::string> lines;
+  Lines lines;
   if (!must_be_there && !std::filesystem::exists(file, error)) {
     return lines;
   }
@@ -142,11 +147,39 @@ std::string name_in(const std::string& line) {
              : line.substr(0, line.find(':'));
 }
 
-void write_lines(const std::string& file, const std::vector<std::string>& lines) {
-  // A file that is there keeps its permissions; a new one is its owner's only.
-  if (std::error_code error; !std::filesystem::exists(file, error)) {
-    make_fresh_file([&](int) { return file; }, S_IRUSR | S_IWUSR);
+/// Lets other commands wait that change the same file, until this object ends. The file itself is
+/// locked, so that nothing lies beside it and its own permissions say who may wait for it. It is
+/// looked for again when another command has replaced it meanwhile. Made when it is not there, for
+/// its owner only. A file that cannot be locked is not: writing it tells why, if it cannot be.
+class HeldFile {
+ public:
+  explicit HeldFile(const std::string& path) {
+    do {
+      if (std::error_code error; !std::filesystem::exists(path, error)) {
+        make_fresh_file([&](int) { return path; }, S_IRUSR | S_IWUSR);
+      }
+      file_ = FileDescriptor(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+      while (::flock(file_.number(), LOCK_EX) != 0 && errno == EINTR) {
+      }
+    } while (file_.is_open() && !is_at(path));
   }
+
+ private:
+  bool is_at(const std::string& path) const {
+    struct stat held {};
+    struct stat there {};
+    return ::fstat(file_.number(), &held) == 0 && ::stat(path.c_str(), &there) == 0 &&
+           held.st_dev == there.st_dev && held.st_ino == there.st_ino;
+  }
+
+  FileDescriptor file_;
+};
+
+void change_lines(const std::string& file, const std::function<void(Lines&)>& change) {
+  const HeldFile held(file);
+  auto lines = lines_in(file, true);
+  change(lines);
+  // A file that is there keeps its permissions.
   WholeFile whole(file, user_source);
   for (const auto& line : lines) {
     whole.append(line + "\n");
@@ -187,29 +220,33 @@ int UserCommand::run(const CommandEnvironment& environment) const {
 
 void UserCommand::add(const CommandEnvironment& environment) const {
   check_name(name_);
-  auto lines = lines_in(file_, false);
+  // One that cannot be read needs no password.
+  lines_in(file_, false);
   const auto password = asked_password(environment);
   check_password(password);
   const auto line = name_ + ":" + hashed(password);
-  const auto own = std::find_if(lines.begin(), lines.end(),
-                                [&](const std::string& other) { return name_in(other) == name_; });
-  if (own == lines.end()) {
-    lines.push_back(line);
-  } else {
-    *own = line;
-  }
-  write_lines(file_, lines);
+  change_lines(file_, [&](Lines& lines) {
+    const auto own = std::find_if(lines.begin(), lines.end(), [&](const std::string& other) {
+      return name_in(other) == name_;
+    });
+    if (own == lines.end()) {
+      lines.push_back(line);
+    } else {
+      *own = line;
+    }
+  });
 }
 
 void UserCommand::remove() const {
-  auto lines = lines_in(file_, true);
-  const auto removed =
-      std::erase_if(lines, [&](const std::string& line) { return name_in(line) == name_; });
-  if (removed == 0) {
-    refuse_user("there is no user '" + printable(name_) + "' in '" + file_ + "'",
-                FailureCause::refused);
-  }
-  write_lines(file_, lines);
+  lines_in(file_, true);
+  change_lines(file_, [&](Lines& lines) {
+    const auto removed =
+        std::erase_if(lines, [&](const std::string& line) { return name_in(line) == name_; });
+    if (removed == 0) {
+      refuse_user("there is no user '" + printable(name_) + "' in '" + file_ + "'",
+                  FailureCause::refused);
+    }
+  });
 }
 
 void UserCommand::list(const CommandEnvironment& environment) const {

@@ -1,7 +1,14 @@
+#include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <thread>
 
+#include "base/files.h"
 #include "tests/cli/kcd_fixture.h"
 
 // The file of those who may log in, and what `kcd serve` wants before it starts.
@@ -14,6 +21,7 @@ using ::testing::HasSubstr;
 using ::testing::MatchesRegex;
 using ::testing::Not;
 using ::testing::StartsWith;
+using ::testing::UnorderedElementsAre;
 
 class KcdUser : public testing::KcdTest {
  protected:
@@ -52,6 +60,68 @@ TEST_F(KcdUser, OtherLinesAndPermissionsStay) {
   EXPECT_EQ(user({"add", file, "anna"}, "geheim").exit_status, 0);
   EXPECT_THAT(users(), StartsWith("# who may ask\n\nboss:$2y$05$x\nanna:$2y$"));
   EXPECT_EQ(static_cast<unsigned>(std::filesystem::status(file).permissions()), 0640U);
+}
+
+/// Whether a process waits for a lock, by the kernel's list.
+bool waits_for_a_lock(int process) {
+  std::ifstream locks("/proc/locks");
+  for (std::string line; std::getline(locks, line);) {
+    if (line.find("-> FLOCK") != std::string::npos &&
+        line.find(" " + std::to_string(process) + " ") != std::string::npos) {
+      return true;
+    }
+  }
+  return false;
+}
+
+TEST_F(KcdUser, AChangeWaitsForAnotherOneAndKeepsIt) {
+  constexpr int looks = 3000;
+  constexpr useconds_t pause_microseconds = 20'000;
+  folder.write("users", "boss:$2y$05$x\nleaving:$2y$05$x\n");
+  for (const std::vector<std::string>& change :
+       std::vector<std::vector<std::string>>{{"add", file, "anna"}, {"remove", file, "leaving"}}) {
+    const FileDescriptor held(::open(file.c_str(), O_RDONLY | O_CLOEXEC));
+    ASSERT_EQ(::flock(held.number(), LOCK_EX), 0);
+    const auto password = folder.write("password", "geheim");
+    testing::ProcessStart waiting{"/bin/sh", {"-c", "exec \"$0\" user \"$@\" <" + password}};
+    waiting.arguments.push_back(KCD_PROGRAM);
+    waiting.arguments.insert(waiting.arguments.end(), change.begin(), change.end());
+    testing::RunningProcess process(waiting);
+    int look = 0;
+    while (!waits_for_a_lock(process.process_id()) && look < looks) {
+      ::usleep(pause_microseconds);
+      ++look;
+    }
+    ASSERT_LT(look, looks) << "it does not wait to " << change.front();
+    // As the command itself writes: another file in its place.
+    folder.write("users.new", users() + "added-to-" + change.front() + ":$2y$05$x\n");
+    std::filesystem::rename(folder.file("users.new"), file);
+    ASSERT_EQ(::flock(held.number(), LOCK_UN), 0);
+    EXPECT_EQ(process.finish(), 0) << process.errors();
+  }
+  EXPECT_EQ(user({"list", file}).output, "boss\nadded-to-add\nanna\nadded-to-remove\n");
+}
+
+TEST_F(KcdUser, ManyAtOnceAreAllAdded) {
+  constexpr int users_at_once = 24;
+  std::vector<std::thread> threads;
+  threads.reserve(users_at_once);
+  for (int number = 0; number < users_at_once; ++number) {
+    threads.emplace_back([&, number] {
+      testing::ProcessStart adding{KCD_PROGRAM,
+                                   {"user", "add", file, "user-" + std::to_string(number)}};
+      adding.input = "geheim\n";
+      EXPECT_EQ(testing::run_process(adding).exit_status, 0);
+    });
+  }
+  for (auto& thread : threads) {
+    thread.join();
+  }
+  for (int number = 0; number < users_at_once; ++number) {
+    EXPECT_THAT(users(), HasSubstr("user-" + std::to_string(number) + ":$2y$10$"));
+  }
+  // Nothing lies beside it.
+  EXPECT_THAT(names_in_folder(folder.path().string()), UnorderedElementsAre("tmp", "users"));
 }
 
 TEST_F(KcdUser, NamesAndPasswordsThatCannotBeAreRefused) {

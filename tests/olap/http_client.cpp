@@ -36,6 +36,8 @@ bool HttpClient::send(const std::string& bytes) const {
   return true;
 }
 
+void HttpClient::end_sending() const { EXPECT_EQ(::shutdown(socket_, SHUT_WR), 0); }
+
 std::string HttpClient::receive() const {
   std::string received;
   std::array<char, 4096> buffer{};

@@ -15,6 +15,8 @@ class HttpClient {
 
   /// False when the server has closed the connection.
   bool send(const std::string& bytes) const;
+  /// Says that nothing more will be sent, while the answer is still waited for.
+  void end_sending() const;
   /// Everything that comes until the server closes the connection.
   std::string receive() const;
 

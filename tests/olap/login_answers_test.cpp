@@ -4,6 +4,8 @@
 #include "base/import_error.h"
 #include "tests/olap/guarded_world.h"
 #include "tests/olap/http_client.h"
+#include "xmla/http_post.h"
+#include "xmla/soap_envelope.h"
 
 // Who may ask, and what of: logins, grants, and what is told about them.
 
@@ -134,6 +136,33 @@ TEST(LoginAnswers, ProgramsLogIn) {
   const auto refresh = GuardedEngine::kcd(
       {"refresh", address, "--user", "chief", "--password-file", "-"}, logins::chief.password);
   EXPECT_EQ(refresh.output, "Forgotten: the figures of " + address + "\n") << refresh.errors;
+}
+
+/// How an engine says that it knows its askers.
+std::string authentication(const std::string& address, const Login& login,
+                           const XmlaTexts& restrictions) {
+  const auto answer =
+      http_post({address,
+                 {"Content-Type: text/xml"},
+                 discover_envelope("DISCOVER_DATASOURCES", restrictions, {{"Content", "Data"}}),
+                 {},
+                 {.user = login.name, .password = login.password}});
+  const auto envelope = read_xml(answer.body, "test");
+  EXPECT_EQ(fault_text(envelope), "");
+  const auto* const row = envelope.find("row");
+  return row == nullptr ? "" : std::string(row->child_text("AuthenticationMode"));
+}
+
+TEST(LoginAnswers, TheDataSourceSaysThatALoginIsNeeded) {
+  const auto& open = world().engine().address();
+  const auto& closed = guarded().service().address();
+  const XmlaTexts with{{"AuthenticationMode", "Authenticated"}};
+  const XmlaTexts without{{"AuthenticationMode", "Unauthenticated"}};
+  EXPECT_EQ(authentication(open, {}, {}), "Unauthenticated");
+  EXPECT_EQ(authentication(open, {}, with), "");
+  EXPECT_EQ(authentication(closed, logins::anna, {}), "Authenticated");
+  EXPECT_EQ(authentication(closed, logins::anna, with), "Authenticated");
+  EXPECT_EQ(authentication(closed, logins::anna, without), "");
 }
 
 TEST(LoginAnswers, ChangedUsersAndGrantsCountAtOnce) {

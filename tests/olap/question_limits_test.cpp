@@ -13,7 +13,9 @@
 namespace importkcd::testing {
 namespace {
 
+using ::testing::AllOf;
 using ::testing::HasSubstr;
+using ::testing::Not;
 using ::testing::StartsWith;
 
 /// The time that a process has computed so far, in the kernel's ticks.
@@ -132,6 +134,17 @@ TEST(Questions, EndWhenTheirClientHasLeft) {
     EXPECT_TRUE(comes_true([&] { return computed(engine) > before + a_second; }));
   }
   EXPECT_TRUE(comes_true([&] { return rests(engine); }));
+}
+
+TEST(Questions, EndWithAReasonWhenTheirClientHasSentItsLast) {
+  const HttpClient client(world().engine().address());
+  client.send(http_request(xmla_question(sales_database, nested_sums())));
+  client.end_sending();
+  const auto answer = client.receive();
+  EXPECT_THAT(answer,
+              AllOf(StartsWith("HTTP/1.1 200"),
+                    HasSubstr("the question ended, because its client has closed the connection"),
+                    Not(HasSubstr("Internal Error"))));
 }
 
 TEST(Questions, MayBeMeantForNamesThatWereGiven) {

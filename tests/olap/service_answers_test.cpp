@@ -1,3 +1,5 @@
+#include <filesystem>
+
 #include "base/import_error.h"
 #include "tests/olap/guarded_world.h"
 #include "tests/olap/http_client.h"
@@ -16,6 +18,7 @@ using ::testing::ElementsAre;
 using ::testing::Field;
 using ::testing::HasSubstr;
 using ::testing::Not;
+using ::testing::StartsWith;
 
 constexpr const char* by_store =
     "SELECT {[Measures].[Figure]} ON COLUMNS, NON EMPTY [Store].[Store].Members ON ROWS FROM ";
@@ -140,6 +143,20 @@ TEST(ServiceAnswers, TwoEnginesOverOneDirectoryAnswerAlike) {
   const auto refresh = GuardedEngine::kcd({"refresh", "mondrian:" + world().directory()}, "");
   EXPECT_EQ(refresh.exit_status, 0) << refresh.errors;
   both_follow("cost");
+}
+
+TEST(ServiceAnswers, LinesOfTheServiceControlNoTerminal) {
+  // What is published names the schemas by their own places.
+  const auto directory = world().folder().path() / "cubes\x1B[2J\n\u202E\u2028\u0085 f\u00FCr";
+  std::filesystem::create_directory(directory);
+  std::filesystem::copy(world().directory() + "/datasources.xml", directory);
+  RunningProcess service(
+      {"/usr/bin/setpriv",
+       {"--pdeathsig", "KILL", KCD_PROGRAM, "serve", directory.string(), "--port", "0"}});
+  service.read_until("/xmla\n");
+  EXPECT_THAT(
+      service.output(),
+      StartsWith("Serving " + world().folder().file("cubes [2J     f\u00FCr") + " at http://"));
 }
 
 /// The rows of a list, each as the texts of some columns.

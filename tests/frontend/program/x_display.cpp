@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <QFile>
-#include <QTemporaryDir>
 
 namespace importkcd::testing {
 namespace {
@@ -22,7 +21,7 @@ void stop(QProcess& process) {
 
 }  // namespace
 
-XDisplay::XDisplay() {
+XDisplay::XDisplay(WindowManager manager) {
   server_.start("Xvfb", {"-displayfd", "1", "-screen", "0", "1600x1200x24", "-nolisten", "tcp"});
   while (server_.waitForReadyRead(start_patience)) {
     const QByteArray number = server_.peek(32);
@@ -32,20 +31,44 @@ XDisplay::XDisplay() {
     }
   }
   EXPECT_FALSE(name_.isEmpty()) << "Xvfb does not start";
-  start_window_manager();
+  if (manager == WindowManager::openbox) {
+    start_openbox();
+  } else {
+    start_xfwm4();
+  }
 }
 
 XDisplay::~XDisplay() {
-  stop(window_manager_);
   stop(server_);
+  // Without its display it ends by itself, with all that it has started.
+  window_manager_.waitForFinished(start_patience);
+  stop(window_manager_);
 }
 
-void XDisplay::start_window_manager() {
-  const QTemporaryDir folder;
-  const QString ready = folder.filePath("ready");
+void XDisplay::start_openbox() {
+  const QString ready = settings_.filePath("ready");
   window_manager_.setProcessEnvironment(environment());
   window_manager_.start("openbox", {"--startup", "touch " + ready});
   EXPECT_TRUE(wait_until([&] { return QFile::exists(ready); })) << "openbox does not start";
+}
+
+void XDisplay::start_xfwm4() {
+  // It wants a session bus, and asks for its settings there.
+  auto variables = environment();
+  for (const char* const folder : {"XDG_CONFIG_HOME", "XDG_CACHE_HOME", "XDG_DATA_HOME"}) {
+    variables.insert(folder, settings_.path());
+  }
+  variables.insert("NO_AT_BRIDGE", "1");
+  window_manager_.setProcessEnvironment(variables);
+  window_manager_.setStandardErrorFile(QProcess::nullDevice());
+  window_manager_.start("dbus-run-session", {"--", "xfwm4", "--compositor=off"});
+  // A window that is shown before it manages the screen stays with its title above the edge.
+  EXPECT_TRUE(wait_until([&] {
+    QProcess tool;
+    tool.setProcessEnvironment(environment());
+    tool.start("xdotool", {"get_num_desktops"});
+    return tool.waitForFinished(start_patience) && tool.exitCode() == 0;
+  })) << "xfwm4 does not start";
 }
 
 QProcessEnvironment XDisplay::environment() const {

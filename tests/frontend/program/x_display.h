@@ -2,13 +2,16 @@
 
 #include <QProcess>
 #include <QString>
+#include <QTemporaryDir>
 
 namespace importkcd::testing {
 
-/// A display of its own with a small window manager, as long as this object lives.
+enum class WindowManager { openbox, xfwm4 };
+
+/// A display of its own with a window manager, as long as this object lives.
 class XDisplay {
  public:
-  XDisplay();
+  explicit XDisplay(WindowManager manager = WindowManager::openbox);
   ~XDisplay();
   XDisplay(const XDisplay&) = delete;
   XDisplay& operator=(const XDisplay&) = delete;
@@ -26,8 +29,10 @@ class XDisplay {
   bool wait_for_window(const QString& title) const;
 
  private:
-  void start_window_manager();
+  void start_openbox();
+  void start_xfwm4();
 
+  QTemporaryDir settings_;
   QProcess server_;
   QProcess window_manager_;
   QString name_;

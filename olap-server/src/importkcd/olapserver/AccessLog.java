@@ -78,7 +78,7 @@ final class AccessLog implements RequestLog {
     } catch (IOException error) {
       if (!failed) {
         failed = true;
-        System.err.println("cannot write to " + file + ": " + FollowedFile.reason(error));
+        Lines.printError("cannot write to " + file + ": " + FollowedFile.reason(error));
       }
     }
   }

@@ -25,6 +25,12 @@ final class ClientWatch implements Connection.Listener {
   /** The engine ends questions by itself, with a better reason; this is for what it does not see. */
   private static final int GRACE_SECONDS = 3;
 
+  private static final String LATE = "the question ended, because it took too long";
+
+  /** A client that has only said that it sends nothing more looks alike, and is told. */
+  private static final String LEFT =
+      "the question ended, because its client has closed the connection";
+
   private record Asked(SocketChannel channel, Question question, long deadline) {}
 
   private final ScheduledExecutorService timer =
@@ -96,7 +102,7 @@ final class ClientWatch implements Connection.Listener {
           final boolean late =
               questionNanoseconds > 0 && System.nanoTime() - its.deadline() > 0;
           if ((late || hasLeft(its.channel(), ignored)) && asked.remove(client) != null) {
-            its.question().end();
+            its.question().end(late ? LATE : LEFT);
           }
         });
   }

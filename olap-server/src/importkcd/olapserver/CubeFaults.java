@@ -91,10 +91,10 @@ final class CubeFaults {
     for (final String database : databases()) {
       final Found its = found(database);
       if (its.whole() != null) {
-        System.err.println("Database '" + database + "': " + its.whole());
+        Lines.printError("Database '" + database + "': " + its.whole());
       }
       its.cubes().forEach(
-          (cube, fault) -> System.err.println("Cube '" + cube + "' of '" + database + "': " + fault));
+          (cube, fault) -> Lines.printError("Cube '" + cube + "' of '" + database + "': " + fault));
     }
   }
 

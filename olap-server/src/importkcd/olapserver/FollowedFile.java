@@ -45,7 +45,7 @@ final class FollowedFile<T> {
       final String reason = reason(error);
       if (!reason.equals(fault)) {
         fault = reason;
-        System.err.println(file + " is left as it was: " + reason);
+        Lines.printError(file + " is left as it was: " + reason);
       }
     }
     return last;

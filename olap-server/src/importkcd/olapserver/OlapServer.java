@@ -1,11 +1,9 @@
 package importkcd.olapserver;
 
 import java.io.IOException;
-import java.io.PrintStream;
 import java.net.BindException;
 import java.net.InetAddress;
 import java.net.UnknownHostException;
-import java.nio.charset.StandardCharsets;
 import java.nio.file.Files;
 import java.nio.file.Path;
 import mondrian.olap.MondrianProperties;
@@ -135,13 +133,12 @@ public final class OlapServer {
 
   private static void announce(Options options, WebServer server) {
     if (server.administrationUrl() != null) {
-      System.err.println("Health and metrics at " + server.administrationUrl());
+      Lines.printError("Health and metrics at " + server.administrationUrl());
     }
     if (options.users != null && !options.isEncrypted() && !isLoopback(options.address)) {
-      System.err.println("Logins are not encrypted here; put a proxy with TLS in front, or name a certificate");
+      Lines.printError("Logins are not encrypted here; put a proxy with TLS in front, or name a certificate");
     }
-    final PrintStream out = new PrintStream(System.out, true, StandardCharsets.UTF_8);
-    out.println("Serving " + options.directory + " at " + server.url());
+    Lines.print("Serving " + options.directory + " at " + server.url());
   }
 
   private static boolean isLoopback(String address) {
@@ -153,7 +150,7 @@ public final class OlapServer {
   }
 
   private static void fail(String message) {
-    new PrintStream(System.err, true, StandardCharsets.UTF_8).println(message);
+    Lines.printError(message);
     Runtime.getRuntime().halt(1);
   }
 }

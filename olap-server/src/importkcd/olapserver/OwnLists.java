@@ -5,6 +5,8 @@ import java.util.List;
 import java.util.Map;
 import org.w3c.dom.Document;
 import org.w3c.dom.Element;
+import org.w3c.dom.Node;
+import org.w3c.dom.NodeList;
 
 /**
  * Lists that the engine does not have: measure groups, of which each cube is one here, key
@@ -17,6 +19,9 @@ final class OwnLists {
   private static final String INDICATORS = "MDSCHEMA_KPIS";
 
   static final List<String> NAMES = List.of(UNSERVED, GROUPS, GROUP_DIMENSIONS, INDICATORS);
+
+  static final String AUTHENTICATION = "AuthenticationMode";
+  private static final String BY_LOGIN = "Authenticated";
 
   private static final String CUBE = "CUBE_NAME";
   private static final String GROUP = "MEASUREGROUP_NAME";
@@ -111,6 +116,18 @@ final class OwnLists {
         final String space = root.getNamespaceURI();
         final Element row = (Element) root.appendChild(lists.createElementNS(space, "row"));
         row.appendChild(lists.createElementNS(space, "SchemaName")).setTextContent(name);
+      }
+    }
+  }
+
+  /** Says in the engine's list of data sources, which knows of no logins, that they are asked for. */
+  static void askForLogins(Document sources, XmlaQuestion question) {
+    final NodeList modes = sources.getElementsByTagName(AUTHENTICATION);
+    for (int i = modes.getLength() - 1; i >= 0; --i) {
+      final Node mode = modes.item(i);
+      mode.setTextContent(BY_LOGIN);
+      if (!question.admits(AUTHENTICATION, BY_LOGIN)) {
+        mode.getParentNode().getParentNode().removeChild(mode.getParentNode());
       }
     }
   }

@@ -195,7 +195,7 @@ final class PublishedContent extends DynamicContentFinder {
     final String fault = error.toString();
     if (!fault.equals(lastFault)) {
       lastFault = fault;
-      System.err.println(FILE + " is left as it was: " + error.getMessage());
+      Lines.printError(FILE + " is left as it was: " + error.getMessage());
     }
   }
 }

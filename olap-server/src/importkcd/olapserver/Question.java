@@ -12,18 +12,16 @@ final class Question {
 
   private final List<Statement> statements = new ArrayList<>();
   private Thread thread;
-  private boolean ended;
+  private String endReason;
 
   /** The question that this thread answers; null when it answers none. */
   static Question current() {
     return CURRENT.get();
   }
 
-  /** Answers it in this thread, unless it was ended before. */
+  /** Answers it in this thread. */
   void answer(Runnable work) {
-    if (!begin()) {
-      return;
-    }
+    begin();
     CURRENT.set(this);
     try {
       work.run();
@@ -33,9 +31,21 @@ final class Question {
     }
   }
 
-  private synchronized boolean begin() {
-    thread = ended ? null : Thread.currentThread();
-    return !ended;
+  private synchronized void begin() {
+    thread = Thread.currentThread();
+  }
+
+  /** Why it was ended from outside; null when it was not. */
+  synchronized String endReason() {
+    return endReason;
+  }
+
+  /** Whether it was ended from outside; then this thread may go on to say so. */
+  synchronized boolean takeEnd() {
+    if (endReason != null) {
+      Thread.interrupted();
+    }
+    return endReason != null;
   }
 
   private synchronized void finish() {
@@ -47,15 +57,15 @@ final class Question {
 
   /** Adds what the engine does for the question. */
   synchronized void add(Statement statement) {
-    if (ended) {
+    if (endReason != null) {
       cancel(statement);
     }
     statements.add(statement);
   }
 
   /** Ends it: what is being computed or waited for stops soon. */
-  synchronized void end() {
-    ended = true;
+  synchronized void end(String reason) {
+    endReason = reason;
     statements.forEach(Question::cancel);
     if (thread != null) {
       thread.interrupt();

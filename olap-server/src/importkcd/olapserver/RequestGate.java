@@ -131,7 +131,7 @@ final class RequestGate extends HttpServlet {
         questions.execute(
             () -> {
               try {
-                question.answer(this::answer);
+                question.answer(() -> answer(question));
               } finally {
                 watch.questionEnded(client);
                 end(null);
@@ -143,22 +143,36 @@ final class RequestGate extends HttpServlet {
       }
     }
 
-    private void answer() {
+    private void answer(Question question) {
       final HttpServletRequest request = (HttpServletRequest) context.getRequest();
       final HttpServletResponse response = (HttpServletResponse) context.getResponse();
       metrics.questionBegins();
       try {
         final RequestText.Read read = RequestText.read(body.toByteArray());
-        if (read.refusal() == null) {
-          answers.answer(read.question(), new XmlaAnswers.Asked(request, response));
-        } else {
+        if (read.refusal() != null) {
           read.refusal().send(response);
+        } else if (question.endReason() != null) {
+          throw new InterruptedException();
+        } else {
+          answers.answer(read.question(), new XmlaAnswers.Asked(request, response));
         }
       } catch (Exception error) {
         // The client is gone, or too slow; the engine's own errors are answers.
         RequestLogEntry.of(request).fails();
+        sayWhyItEnded(question, response);
       } finally {
         metrics.questionEnds();
+      }
+    }
+
+    private static void sayWhyItEnded(Question question, HttpServletResponse response) {
+      if (question.takeEnd() && !response.isCommitted()) {
+        try {
+          response.resetBuffer();
+          Rowset.refuse(response, question.endReason());
+        } catch (IOException error) {
+          // The client is gone.
+        }
       }
     }
 

@@ -71,7 +71,7 @@ final class TlsFiles {
       final String reason = String.valueOf(error.getMessage());
       if (!reason.equals(fault)) {
         fault = reason;
-        System.err.println("the certificate is left as it was: " + reason);
+        Lines.printError("the certificate is left as it was: " + reason);
       }
     }
   }

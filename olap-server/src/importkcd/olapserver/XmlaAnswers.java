@@ -42,11 +42,12 @@ final class XmlaAnswers {
   private static final String DATABASES = "DBSCHEMA_CATALOGS";
   private static final String LISTS = "DISCOVER_SCHEMA_ROWSETS";
   private static final String PROPERTIES = "DISCOVER_PROPERTIES";
+  private static final String SOURCES = "DISCOVER_DATASOURCES";
 
   /** These are the same for all databases. */
   private static final Set<String> GENERAL =
       Set.of(
-          "DISCOVER_DATASOURCES",
+          SOURCES,
           LISTS,
           "DISCOVER_ENUMERATORS",
           PROPERTIES,
@@ -203,12 +204,14 @@ final class XmlaAnswers {
       nothing(question, asked);
       return;
     }
-    final boolean isPassedOn = databases.size() == 1 && !question.list().equals(LISTS);
+    final boolean isAboutLogins = hasLogins && question.list().equals(SOURCES);
+    final boolean isPassedOn = databases.size() == 1 && !question.list().equals(LISTS) && !isAboutLogins;
+    final XmlaQuestion passedOn = isAboutLogins ? question.without(OwnLists.AUTHENTICATION) : question;
     KeptAnswer refusal = null;
     Document all = null;
     for (final String database : databases) {
       final KeptAnswer answer = new KeptAnswer(asked.response(), !isPassedOn);
-      if (!ask(question.about(database), isGeneral ? null : view(database, asked), asked.with(answer))) {
+      if (!ask(passedOn.about(database), isGeneral ? null : view(database, asked), asked.with(answer))) {
         refusal = refusal == null ? answer : refusal;
       } else if (isPassedOn) {
         answer.send();
@@ -229,6 +232,8 @@ final class XmlaAnswers {
     }
     if (question.list().equals(LISTS)) {
       OwnLists.addNames(all, question);
+    } else if (isAboutLogins) {
+      OwnLists.askForLogins(all, question);
     }
     asked.response().getOutputStream().write(PublishedDescriptions.bytes(all));
   }

@@ -3,12 +3,15 @@ package importkcd.olapserver;
 import java.io.IOException;
 import java.nio.file.Path;
 import java.util.Map;
+import java.util.concurrent.CancellationException;
 import java.util.concurrent.ConcurrentHashMap;
 import javax.servlet.ServletConfig;
 import javax.servlet.ServletException;
 import javax.servlet.http.HttpServletRequest;
 import javax.servlet.http.HttpServletResponse;
 import mondrian.server.RepositoryContentFinder;
+import mondrian.xmla.XmlaConstants;
+import mondrian.xmla.XmlaException;
 import mondrian.xmla.XmlaHandler.ConnectionFactory;
 import mondrian.xmla.impl.DynamicDatasourceXmlaServlet;
 
@@ -47,7 +50,18 @@ final class XmlaDirectoryServlet extends DynamicDatasourceXmlaServlet {
   protected void handleFault(
       HttpServletResponse response, byte[][] soapParts, Phase phase, Throwable error) {
     refused.set(true);
-    super.handleFault(response, soapParts, phase, error);
+    // Whatever the engine stumbled over when it was to stop.
+    final Question question = Question.current();
+    final boolean isEnded = question != null && question.takeEnd();
+    super.handleFault(response, soapParts, phase, isEnded ? ended(question.endReason()) : error);
+  }
+
+  private static XmlaException ended(String reason) {
+    return new XmlaException(
+        XmlaConstants.CLIENT_FAULT_FC,
+        XmlaConstants.UNKNOWN_ERROR_CODE,
+        reason,
+        new CancellationException(reason));
   }
 
   PublishedContent content() {

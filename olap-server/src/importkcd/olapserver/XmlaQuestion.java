@@ -62,6 +62,13 @@ record XmlaQuestion(
     return new XmlaQuestion(other, null, some, Map.of("Format", "Tabular", "Content", "Data"), null);
   }
 
+  /** The same, not restricted by that. */
+  XmlaQuestion without(String restriction) {
+    final Map<String, List<String>> others = new LinkedHashMap<>(restrictions);
+    others.remove(restriction);
+    return new XmlaQuestion(list, statement, others, properties, session);
+  }
+
   /** Whether a row with this value may be in the answer. */
   boolean admits(String restriction, String value) {
     final List<String> wanted = restrictions.getOrDefault(restriction, List.of());

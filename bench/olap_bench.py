@@ -29,7 +29,7 @@ def arguments():
     parser.add_argument("--seconds", type=int, default=15, help="how long 50 people ask")
     parser.add_argument("--questions", type=int, default=1500, help="how many are asked for the row on memory")
     parser.add_argument("--heap", default="256m", help="the engine's, in that row")
-    parser.add_argument("--shard-facts", type=int, default=100000, help="sales on the shards")
+    parser.add_argument("--shard-facts", type=int, default=50000, help="sales on the shards")
     parser.add_argument("--only", default="", help="numbers of rows, such as 1,2,4")
     return parser.parse_args()
 

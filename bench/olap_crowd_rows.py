@@ -31,8 +31,9 @@ def at_once(world, table, engine, seconds):
         with asking(engine.port, [Person(world.database, mix) for mix in mixes], duration) as result:
             times = result()
         per_second = len(times) / (time.monotonic() - start)
-        table.note(f"{people} at once: {len(times)} questions, {per_second:.1f} per second, median "
-                   f"{statistics.median(times) * 1000:.1f} ms, 99 % within {percentile(times, 0.99) * 1000:.1f} ms")
+        table.note(f"{people} at once: {len(times)} questions, {per_second:.1f} per second, "
+                   f"median {statistics.median(times) * 1000:.1f} ms, "
+                   f"99 % within {percentile(times, 0.99) * 1000:.1f} ms")
         return per_second, times
 
     alone, _ = measure(1, max(5, seconds / 5), "one")

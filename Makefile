@@ -26,12 +26,14 @@ demo-olap:
 	cmake --build --preset release -j $(JOBS) --target kcd olap_server
 	@scripts/demo-olap $(KEEP) build
 
-# FACTS=N says how many sales there are.
+# A run of some minutes; docs/performance.md has the numbers of a whole one. ONLY=1,2 measures some rows alone.
 bench-olap:
 	@scripts/install-packages build olap-server
 	@$(call configure,release,-DBUILD_TESTING=OFF -DIMPORTKCD_OLAP_SERVER=ON)
 	cmake --build --preset release -j $(JOBS) --target kcd olap_server
-	@scripts/bench-olap build $(FACTS)
+	@scripts/bench-olap build $(if $(FACTS),--facts $(FACTS)) $(if $(SECONDS),--seconds $(SECONDS)) \
+	  $(if $(QUESTIONS),--questions $(QUESTIONS)) $(if $(SHARD_FACTS),--shard-facts $(SHARD_FACTS)) \
+	  $(if $(ONLY),--only $(ONLY))
 
 test: build
 	ctest --preset release -j $(JOBS)

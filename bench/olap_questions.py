@@ -1,137 +1,198 @@
-#!/usr/bin/env python3
-"""Asks the sales example 30 questions over many facts, without aggregate tables and with them.
-
-Usage: olap_questions.py BUILD FOLDER [FACTS]
-  BUILD   holds kcd and the OLAP engine's host
-  FOLDER  an empty one, for the cubes
-  FACTS   how many sales there are (200000)
-PostgreSQL's variables lead to a server of one's own; the database "warehouse" is made there. Each
-question is asked once, of an engine that has not read any figures for it. Told are the ratios of the
-times with tables to those without: the median, and the one that only a tenth of the questions exceed.
-"""
+"""The questions that bench-olap asks, each as MDX and as the SQL that a person would write for it."""
 
 import itertools
-import os
-import pathlib
+import random
 import re
-import statistics
-import subprocess
-import sys
-import time
-import urllib.request
-from xml.sax.saxutils import escape
+import xml.etree.ElementTree as ElementTree
+from dataclasses import dataclass
 
-ROOT = pathlib.Path(__file__).resolve().parent.parent
-DATABASE = "Harbour Retail"
+from olap_data import psql
 
-LEVELS = ["[Store].[Country]", "[Store].[Region]", "[Store].[Store]", "[Product].[Department]",
-          "[Product].[Group]", "[Customer].[Customer Country]", "[Promotion].[Medium]",
-          "[Payment Method].[Method]", "[Household Size].[Persons]", "[Weeks].[Week Year]"]
-TIMES = ["[Calendar].[Year].Members", "[Calendar].[Quarter].Members", "[Calendar].[Month].Members"]
-
-MORE_SALES = """
-INSERT INTO sales (sale_id, day_id, store_id, product_id, customer_id, promotion_id, payment_method,
-                   quantity, list_amount, amount, cost)
-SELECT 1000000 + i, day.ids[1 + hash % cardinality(day.ids)],
-       store.ids[1 + hash / 7 % cardinality(store.ids)],
-       product.ids[1 + hash / 31 % cardinality(product.ids)],
-       customer.ids[1 + hash / 101 % cardinality(customer.ids)],
-       promotion.ids[1 + hash / 211 % cardinality(promotion.ids)],
-       (ARRAY['Card', 'Cash'])[1 + hash / 401 % 2], 1 + hash % 5, 10 + hash % 100, 9 + hash % 90,
-       5 + hash % 40
-FROM (SELECT i, abs(hashint4(i)) AS hash FROM generate_series(1, {facts}) i) fact,
-     (SELECT array_agg(day_id) AS ids FROM calendar WHERE year = 2026) day,
-     (SELECT array_agg(store_id) AS ids FROM store) store,
-     (SELECT array_agg(product_id) AS ids FROM product) product,
-     (SELECT array_agg(customer_id) AS ids FROM customer) customer,
-     (SELECT array_agg(promotion_id) AS ids FROM promotion) promotion;
-ANALYZE;
-"""
-
-QUESTION = """<SOAP-ENV:Envelope xmlns:SOAP-ENV="http://schemas.xmlsoap.org/soap/envelope/"><SOAP-ENV:Body>
-<Execute xmlns="urn:schemas-microsoft-com:xml-analysis"><Command><Statement>{mdx}</Statement></Command>
-<Properties><PropertyList><Catalog>{database}</Catalog>
-<Format>Multidimensional</Format><Content>Data</Content></PropertyList></Properties></Execute>
-</SOAP-ENV:Body></SOAP-ENV:Envelope>"""
+# A level: the columns of the path to its members, and the tables that have them.
+LEVELS = {
+    "[Store].[Country]": (["region.country"], ["store", "region"]),
+    "[Store].[Region]": (["region.country", "region.region_name"], ["store", "region"]),
+    "[Store].[Store]": (["region.country", "region.region_name", "store.store_name"], ["store", "region"]),
+    "[Product].[Department]": (["product_group.department"], ["product", "product_group"]),
+    "[Product].[Group]": (["product_group.department", "product_group.group_name"],
+                          ["product", "product_group"]),
+    "[Customer].[Customer Country]": (["customer.country"], ["customer"]),
+    "[Promotion].[Medium]": (["promotion.medium"], ["promotion"]),
+    "[Payment Method].[Method]": (["fact.payment_method"], []),
+    "[Household Size].[Persons]": (["customer.household_size"], ["customer"]),
+    "[Weeks].[Week Year]": (["calendar.year"], ["calendar"]),
+    "[Calendar].[Year]": (["calendar.year"], ["calendar"]),
+    "[Calendar].[Quarter]": (["calendar.year", "calendar.quarter"], ["calendar"]),
+    "[Calendar].[Month]": (["calendar.year", "calendar.quarter", "calendar.month"], ["calendar"]),
+}
+TIMES = ["[Calendar].[Year]", "[Calendar].[Quarter]", "[Calendar].[Month]"]
+OTHERS = [level for level in LEVELS if level not in TIMES]
+MEASURES = {"Revenue": "sum(fact.amount)", "Quantity": "sum(fact.quantity)",
+            "Largest Line": "max(fact.amount)"}
+JOINS = {
+    "calendar": "JOIN calendar ON calendar.day_id = fact.day_id",
+    "store": "JOIN store ON store.store_id = fact.store_id",
+    "region": "JOIN region ON region.region_id = store.region_id",
+    "product": "JOIN product ON product.product_id = fact.product_id",
+    "product_group": "JOIN product_group ON product_group.product_group_id = product.product_group_id",
+    "customer": "JOIN customer ON customer.customer_id = fact.customer_id",
+    "promotion": "JOIN promotion ON promotion.promotion_id = fact.promotion_id",
+}
+BOTH_YEARS = "(SELECT * FROM sales UNION ALL SELECT * FROM sales_2025)"
 
 
-def questions():
-    """One dimension by time, or two dimensions of one year: what people look at."""
-    by_time = [f"SELECT {time} ON COLUMNS, NON EMPTY {level}.Members ON ROWS FROM [Sales] "
-               "WHERE ([Measures].[Revenue])" for level in LEVELS for time in TIMES[:2]]
-    pairs = [(a, b) for a, b in itertools.combinations(LEVELS[:9], 2) if a.split(".")[0] != b.split(".")[0]]
-    crossed = ["SELECT {[Measures].[Revenue], [Measures].[Quantity], [Measures].[Largest Line]} ON COLUMNS, "
-               f"NON EMPTY CrossJoin({a}.Members, {b}.Members) ON ROWS FROM [Sales] WHERE ([Calendar].[2026])"
-               for a, b in pairs[::3]]
-    return by_time + crossed[:10]
+def dimension_of(level):
+    return level.split(".")[0]
 
 
-def psql(database, sql):
-    subprocess.run(["psql", "--no-psqlrc", "--quiet", "--set=ON_ERROR_STOP=1", f"--dbname={database}"],
-                   input=sql, text=True, check=True, stdout=subprocess.DEVNULL)
+@dataclass(frozen=True)
+class Question:
+    """Levels by time, or levels by measures within the year 2026; of certain members only, if there are."""
+
+    rows: tuple
+    time: str = ""
+    measures: tuple = ("Revenue",)
+    members: tuple = ()  # of (level, path)
+
+    def mdx(self, cube="Sales"):
+        slicer = [dimension_of(level) + "".join(f".[{name}]" for name in path) for level, path in self.members]
+        if self.time:
+            columns = f"{self.time}.Members"
+            slicer.insert(0, f"[Measures].[{self.measures[0]}]")
+        else:
+            columns = "{" + ", ".join(f"[Measures].[{measure}]" for measure in self.measures) + "}"
+            slicer.insert(0, "[Calendar].[2026]")
+        rows = self.rows[0] + ".Members"
+        for level in self.rows[1:]:
+            rows = f"CrossJoin({rows}, {level}.Members)"
+        return (f"SELECT {columns} ON COLUMNS, NON EMPTY {rows} ON ROWS FROM [{cube}] "
+                f"WHERE ({', '.join(slicer)})")
+
+    def paths(self):
+        return ([self.time] if self.time else []) + list(self.rows)
+
+    def sql(self):
+        levels = self.paths() + [level for level, _ in self.members]
+        tables = {table for level in levels for table in LEVELS[level][1]}
+        conditions = [f"{column} = '{name.replace(chr(39), chr(39) * 2)}'" for level, path in self.members
+                      for column, name in zip(LEVELS[level][0], path)]
+        if not self.time:
+            tables.add("calendar")
+            conditions.append("calendar.year = 2026")
+        columns = [column for level in self.paths() for column in LEVELS[level][0]]
+        joins = " ".join(join for table, join in JOINS.items() if table in tables)
+        return (f"SELECT {', '.join(columns + [MEASURES[measure] for measure in self.measures])} "
+                f"FROM {BOTH_YEARS if self.time else 'sales'} fact {joins}"
+                + (f" WHERE {' AND '.join(conditions)}" if conditions else "")
+                + f" GROUP BY {', '.join(dict.fromkeys(columns))}")
+
+    def figures_of_sql(self, lines):
+        """{members and measure: figure} of the lines that the SQL gives."""
+        result = {}
+        for line in lines:
+            key = []
+            rest = list(line)
+            for level in self.paths():
+                length = len(LEVELS[level][0])
+                key.append(tuple(rest[:length]))
+                del rest[:length]
+            for measure, value in zip(self.measures, rest):
+                result[tuple(key) + (measure,)] = float(value)
+        return result
+
+    def figures_of_answer(self, answer):
+        """The same of the engine's answer."""
+        root = ElementTree.fromstring(answer)
+        axes = {axis.get("name"): [[path_of(name.text) for name in tuple_.iterfind("{*}Member/{*}UName")]
+                                   for tuple_ in axis.iterfind(".//{*}Tuple")]
+                for axis in root.iter("{urn:schemas-microsoft-com:xml-analysis:mddataset}Axis")}
+        columns, rows = axes["Axis0"], axes["Axis1"]
+        result = {}
+        for cell in root.iter("{urn:schemas-microsoft-com:xml-analysis:mddataset}Cell"):
+            value = cell.find("{*}Value")
+            if value is None or value.text is None:
+                continue
+            row, column = divmod(int(cell.get("CellOrdinal")), len(columns))
+            if self.time:
+                key = (columns[column][0], *rows[row], self.measures[0])
+            else:
+                key = (*rows[row], columns[column][0][-1])
+            result[key] = float(value.text)
+        return result
 
 
-def ask(address, mdx):
-    body = QUESTION.format(mdx=escape(mdx), database=DATABASE).encode()
-    request = urllib.request.Request(address, body, {
-        "Content-Type": "text/xml", "SOAPAction": '"urn:schemas-microsoft-com:xml-analysis:Execute"'})
-    start = time.monotonic()
-    with urllib.request.urlopen(request) as answer:
-        text = answer.read().decode()
-    seconds = time.monotonic() - start
-    if "<SOAP-ENV:Fault" in text:
-        sys.exit(f"no answer: {mdx}\n{text}")
-    return seconds, re.findall(r"<Value[^>]*>([^<]*)<", text)
+def path_of(unique_name):
+    """The names of a member and those above it, without that of all members."""
+    names = re.findall(r"\[((?:[^\]]|\]\])*)\]", unique_name)[1:]
+    return tuple(name for name in names if not name.startswith("All "))
 
 
-def answers(kcd, directory):
-    """The time and the values of each question, by an engine of its own."""
-    engine = subprocess.Popen([kcd, "serve", directory, "--port", "0"], stdout=subprocess.PIPE, text=True)
-    try:
-        address = engine.stdout.readline().split(" at ")[-1].strip()
-        # The engine reads the schema, and Java compiles itself.
-        for _ in range(20):
-            ask(address, "SELECT [Pay Month].[Pay Year].Members ON COLUMNS FROM [Payroll]")
-        return [ask(address, mdx) for mdx in questions()]
-    finally:
-        engine.terminate()
-        engine.wait()
+def same_figures(left, right):
+    return left.keys() == right.keys() and all(
+        abs(value - right[key]) <= 1e-9 * abs(value) for key, value in left.items())
 
 
-def same(left, right):
-    return len(left) == len(right) and all(
-        a == b or abs(float(a) - float(b)) <= 1e-6 * abs(float(a)) for a, b in zip(left, right))
+def analysts_questions():
+    """30: one level by time, or two levels of this year, as people look at them."""
+    by_time = [Question((level,), time) for level in OTHERS for time in TIMES[:2]]
+    pairs = [pair for pair in itertools.combinations(OTHERS[:9], 2)
+             if dimension_of(pair[0]) != dimension_of(pair[1])]
+    return by_time + [Question(pair, measures=tuple(MEASURES)) for pair in pairs[::3]][:10]
 
 
-def main():
-    if len(sys.argv) not in (3, 4):
-        sys.exit(__doc__)
-    kcd = str(pathlib.Path(sys.argv[1]).resolve() / "kcd")
-    directory = str(pathlib.Path(sys.argv[2]).resolve() / "cubes")
-    facts = int(sys.argv[3]) if len(sys.argv) == 4 else 200000
-    psql("postgres", "CREATE DATABASE warehouse")
-    psql("warehouse", (ROOT / "examples/sales-warehouse.sql").read_text(encoding="utf-8"))
-    psql("warehouse", MORE_SALES.format(facts=facts))
-    connection = ("Driver={{PostgreSQL Unicode}};Server={PGHOST};Port={PGPORT};Database=warehouse;"
-                  "Uid={PGUSER};Pwd={PGPASSWORD}").format(**{"PGPASSWORD": "", **os.environ})
-    subprocess.run([kcd, "import", str(ROOT / "examples/sales.kcd"), "--server", f"mondrian:{directory}",
-                    "--connect-string-file", "-"], input=connection, text=True, check=True,
-                   stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
-    print(f"{len(questions())} questions over {facts} facts", flush=True)
-    without = answers(kcd, directory)
-    start = time.monotonic()
-    subprocess.run([kcd, "aggregate", "build", f"mondrian:{directory}", DATABASE, "Sales"], check=True,
-                   stdout=subprocess.DEVNULL)
-    print(f"tables built in {time.monotonic() - start:.1f} s")
-    with_tables = answers(kcd, directory)
-    for mdx, before, after in zip(questions(), without, with_tables):
-        if not same(before[1], after[1]):
-            sys.exit(f"another answer with tables: {mdx}")
-    ratios = sorted(after[0] / before[0] for before, after in zip(without, with_tables))
-    print(f"median {statistics.median(before[0] for before in without):.3f} s without, "
-          f"{statistics.median(after[0] for after in with_tables):.3f} s with tables")
-    print(f"ratio: median {statistics.median(ratios):.3f}, worst tenth {ratios[len(ratios) * 9 // 10]:.3f}")
+LOOKUP = "SELECT {[Measures].[Revenue]} ON COLUMNS FROM [Sales] WHERE ([Calendar].[2026])"
 
 
-if __name__ == "__main__":
-    main()
+def members_of(database):
+    """All (level, path) but those of time, as the data warehouse has them."""
+    result = []
+    for level in OTHERS:
+        columns, tables = LEVELS[level]
+        if tables and level != "[Weeks].[Week Year]":
+            first = tables[0]
+            joins = " ".join(JOINS[table] for table in tables[1:])
+            lines = psql(database, f"SELECT DISTINCT {', '.join(columns)} FROM {first} {joins} ORDER BY "
+                         + ", ".join(columns))
+            result += [(level, tuple(line)) for line in lines]
+    return result
+
+
+class NewQuestions:
+    """Questions that hardly anybody has asked before: a level by time of one member, or of two."""
+
+    def __init__(self, members, seed):
+        self.members = members
+        self.choice = random.Random(seed)
+
+    def next(self, members):
+        """One of the fewest dimensions that tell it apart: the level's, time and one for each member."""
+        while True:
+            level = self.choice.choice(OTHERS[:9])
+            chosen = tuple(sorted(self.choice.choice(self.members) for _ in range(members)))
+            dimensions = {dimension_of(other) for other, _ in chosen} | {dimension_of(level)}
+            if len(dimensions) == members + 1:
+                return Question((level,), self.choice.choice(TIMES), members=chosen)
+
+    def different(self, count):
+        """So many of two members, all different."""
+        result = {}
+        while len(result) < count:
+            result[self.next(2)] = None
+        return list(result)
+
+
+class Mix:
+    """What people ask: nine times of ten one of the 30 questions, the first ones of a shuffled list most;
+    else something new."""
+
+    def __init__(self, members, seed):
+        self.choice = random.Random(seed)
+        self.usual = analysts_questions()
+        random.Random(20260101).shuffle(self.usual)
+        self.weights = list(itertools.accumulate(1 / rank for rank in range(1, len(self.usual) + 1)))
+        self.new = NewQuestions(members, f"{seed} new")
+
+    def next(self):
+        if self.choice.random() < 0.1:
+            return self.new.next(1)
+        return self.choice.choices(self.usual, cum_weights=self.weights)[0]

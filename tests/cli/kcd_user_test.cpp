@@ -74,32 +74,49 @@ bool waits_for_a_lock(int process) {
   return false;
 }
 
-TEST_F(KcdUser, AChangeWaitsForAnotherOneAndKeepsIt) {
+/// The lock that commands take which change a file of users.
+FileDescriptor locked(const std::string& file) {
+  FileDescriptor held(::open(file.c_str(), O_RDONLY | O_CLOEXEC));
+  EXPECT_EQ(::flock(held.number(), LOCK_EX), 0);
+  return held;
+}
+
+void expect_that_it_waits(const testing::RunningProcess& process) {
   constexpr int looks = 3000;
   constexpr useconds_t pause_microseconds = 20'000;
+  int look = 0;
+  while (!waits_for_a_lock(process.process_id()) && look < looks) {
+    ::usleep(pause_microseconds);
+    ++look;
+  }
+  ASSERT_LT(look, looks) << "it does not wait";
+}
+
+TEST_F(KcdUser, AChangeWaitsForOthersAndKeepsThem) {
   folder.write("users", "boss:$2y$05$x\nleaving:$2y$05$x\n");
+  const auto password = folder.write("password", "geheim");
   for (const std::vector<std::string>& change :
        std::vector<std::vector<std::string>>{{"add", file, "anna"}, {"remove", file, "leaving"}}) {
-    const FileDescriptor held(::open(file.c_str(), O_RDONLY | O_CLOEXEC));
-    ASSERT_EQ(::flock(held.number(), LOCK_EX), 0);
-    const auto password = folder.write("password", "geheim");
+    auto held = locked(file);
     testing::ProcessStart waiting{"/bin/sh", {"-c", "exec \"$0\" user \"$@\" <" + password}};
     waiting.arguments.push_back(KCD_PROGRAM);
     waiting.arguments.insert(waiting.arguments.end(), change.begin(), change.end());
     testing::RunningProcess process(waiting);
-    int look = 0;
-    while (!waits_for_a_lock(process.process_id()) && look < looks) {
-      ::usleep(pause_microseconds);
-      ++look;
+    for (const std::string other : {"first", "second"}) {
+      expect_that_it_waits(process);
+      // As the command itself writes: another file in its place, here one that is locked, too.
+      const auto name = other + "-beside-" + change.front();
+      folder.write("users.new", users() + name + ":$2y$05$x\n");
+      auto next = locked(folder.file("users.new"));
+      std::filesystem::rename(folder.file("users.new"), file);
+      std::swap(held, next);
     }
-    ASSERT_LT(look, looks) << "it does not wait to " << change.front();
-    // As the command itself writes: another file in its place.
-    folder.write("users.new", users() + "added-to-" + change.front() + ":$2y$05$x\n");
-    std::filesystem::rename(folder.file("users.new"), file);
-    ASSERT_EQ(::flock(held.number(), LOCK_UN), 0);
+    held.close();
     EXPECT_EQ(process.finish(), 0) << process.errors();
   }
-  EXPECT_EQ(user({"list", file}).output, "boss\nadded-to-add\nanna\nadded-to-remove\n");
+  EXPECT_EQ(user({"list", file}).output,
+            "boss\nfirst-beside-add\nsecond-beside-add\nanna\nfirst-beside-remove\n"
+            "second-beside-remove\n");
 }
 
 TEST_F(KcdUser, ManyAtOnceAreAllAdded) {

@@ -159,7 +159,6 @@ TEST(LoginAnswers, TheDataSourceSaysThatALoginIsNeeded) {
   const XmlaTexts with{{"AuthenticationMode", "Authenticated"}};
   const XmlaTexts without{{"AuthenticationMode", "Unauthenticated"}};
   EXPECT_EQ(authentication(open, {}, {}), "Unauthenticated");
-  EXPECT_EQ(authentication(open, {}, with), "");
   EXPECT_EQ(authentication(closed, logins::anna, {}), "Authenticated");
   EXPECT_EQ(authentication(closed, logins::anna, with), "Authenticated");
   EXPECT_EQ(authentication(closed, logins::anna, without), "");

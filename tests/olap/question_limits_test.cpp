@@ -14,6 +14,7 @@ namespace importkcd::testing {
 namespace {
 
 using ::testing::AllOf;
+using ::testing::AnyOf;
 using ::testing::HasSubstr;
 using ::testing::Not;
 using ::testing::StartsWith;
@@ -86,7 +87,9 @@ TEST_F(ShortLimits, AreNotThoseOfAFileInTheWorkingFolder) {
 
 TEST_F(ShortLimits, EndQuestionsThatComputeTooLong) {
   EXPECT_THAT(engine_->refusal(sales_database, nested_sums()),
-              HasSubstr("Query timeout of 3 seconds reached"));
+              AnyOf(HasSubstr("Query timeout of 3 seconds reached"),
+                    // What takes the time on a busy machine, the engine does not see.
+                    HasSubstr("the question ended, because it took too long")));
   EXPECT_TRUE(comes_true([] { return rests(engine_->process_id()); }));
 }
 

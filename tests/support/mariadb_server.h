@@ -22,6 +22,8 @@ class MariaDbServer {
   MariaDbServer(const MariaDbServer&) = delete;
   MariaDbServer& operator=(const MariaDbServer&) = delete;
 
+  int port() const { return port_; }
+
   /// An ODBC connection string without user and password.
   std::string connection_string() const;
 

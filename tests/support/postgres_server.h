@@ -24,6 +24,9 @@ class PostgresServer {
 
   int port() const { return port_; }
 
+  /// What it has logged.
+  std::string log() const { return read_file(folder_.file("log")); }
+
   /// An ODBC connection string of a database, with user and password.
   std::string connection_string(const std::string& database) const;
 

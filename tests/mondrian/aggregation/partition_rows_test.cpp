@@ -14,7 +14,7 @@ using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using ::testing::Not;
 
-constexpr auto postgresql = DatabaseKind::postgresql;
+constexpr auto rows_kind = DatabaseKind::postgresql;
 
 /// A cube over a view of partitions, with the same days by month, by week, and as days of delivery.
 CubeShape parts_of_shop(const std::string& partitions) {
@@ -60,14 +60,14 @@ CubeShape by_year() {
 
 std::vector<std::string> conditions(const CubeShape& shape, const LevelCombination& levels) {
   std::vector<std::string> result;
-  for (const auto& rows : partition_rows(shape, levels, postgresql)) {
+  for (const auto& rows : partition_rows(shape, levels, rows_kind)) {
     result.push_back(rows.condition);
   }
   return result;
 }
 
 TEST(PartitionRows, AreToldApartByTheSlicedLevelOrOneBelow) {
-  const auto rows = partition_rows(by_year(), {1, 0, 0, 0}, postgresql);
+  const auto rows = partition_rows(by_year(), {1, 0, 0, 0}, rows_kind);
   ASSERT_EQ(rows.size(), 2U);
   EXPECT_EQ(rows[0].condition, "\"dimension1_level1_key\" = -1");
   EXPECT_THAT(rows[0].partitions, ElementsAre(0));
@@ -115,13 +115,13 @@ TEST(PartitionRows, AreToldApartByAllSlicesThatAllPartitionsHave) {
 }
 
 TEST(PartitionRows, ComeFromTheQueriesOfTheirPartitions) {
-  EXPECT_THAT(partitions_query(by_year(), {0, 0, 0, 1}, {0, 2}, postgresql),
+  EXPECT_THAT(partitions_query(by_year(), {0, 0, 0, 1}, {0, 2}, rows_kind),
               AllOf(HasSubstr("from (select a\nunion all\nselect c) \"sales\""),
                     HasSubstr("group by \"sales\".\"method\"")));
 }
 
 TEST(PartitionRows, HaveFingerprintsOfTheirOwn) {
-  EXPECT_THAT(fingerprint_statement(by_year(), {1, 0, 0, 0}, postgresql),
+  EXPECT_THAT(fingerprint_statement(by_year(), {1, 0, 0, 0}, rows_kind),
               AllOf(HasSubstr("from (select a) \"sales\""), HasSubstr("from (select b) \"sales\""),
                     HasSubstr("from \"calendar\" \"calendar\""), Not(HasSubstr("select 1"))));
   const auto parts = fingerprint_parts(by_year(), "1:10 2:-20 0:0 7:70 8:80");
@@ -132,7 +132,7 @@ TEST(PartitionRows, HaveFingerprintsOfTheirOwn) {
 
 TEST(PartitionRows, HaveChangedWithTheirFactsUnlessADimensionOrAllHave) {
   const auto shape = by_year();
-  const auto rows = partition_rows(shape, {1, 0, 0, 0}, postgresql);
+  const auto rows = partition_rows(shape, {1, 0, 0, 0}, rows_kind);
   const auto changed = [&](const std::string& now) {
     std::vector<std::string> result;
     for (const auto& one : changed_rows(shape, rows, "1:1 2:2 3:3 9:9", now)) {

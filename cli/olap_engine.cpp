@@ -155,6 +155,7 @@ std::vector<std::string> host_words(const EngineOptions& options) {
   add("access-log", options.access_log_file);
   add("admin-port", options.admin_port ? std::to_string(*options.admin_port) : "");
   add("public-health", options.has_public_health ? "yes" : "");
+  add("check-aggregates", std::to_string(options.aggregate_check_minutes));
   return words;
 }
 

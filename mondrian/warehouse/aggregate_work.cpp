@@ -147,7 +147,7 @@ class AggregateRun {
       return State::changed;
     }
     try {
-      return warehouse.row(record.fingerprint_query, 1).front() == record.fingerprint
+      return warehouse.fingerprint(record.fingerprint_query) == record.fingerprint
                  ? State::fresh
                  : State::stale;
     } catch (const ImportError&) {
@@ -294,7 +294,7 @@ class AggregateRun {
     record.query = aggregate_query(today->shape, today->levels, kind);
     record.fingerprint_query = fingerprint_statement(today->shape, today->levels, kind);
     // What changes while the table is built makes it stale.
-    record.fingerprint = warehouse.row(record.fingerprint_query, 1).front();
+    record.fingerprint = warehouse.fingerprint(record.fingerprint_query);
     AggregateOutcome outcome{cube.cube, record.table, {}, 0};
     const auto new_name = new_name_of(record.table);
     const auto is_complete = [&] {

@@ -103,6 +103,9 @@ public final class OlapServer {
       final Thread check = new Thread(() -> engine.faults().tell(), "cube-check");
       check.setDaemon(true);
       check.start();
+      if (options.aggregateMinutes > 0) {
+        engine.aggregates().start(options.aggregateMinutes);
+      }
     }
     try {
       server.join();

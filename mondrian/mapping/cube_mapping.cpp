@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <set>
 #include <utility>
 
 #include "base/name_folding.h"
@@ -135,7 +136,9 @@ class CubeMapper {
     mapped.description = cube_.description;
     map_dimensions(facts, aliases, mapped);
     map_measures(facts, mapped);
-    mapped.fact = facts.relation();
+    const auto branches = facts.branches(published_levels(mapped, facts));
+    mapped.partitions = partitions_text(branches);
+    mapped.fact = facts.relation(branches);
     return mapped;
   }
 
@@ -219,6 +222,32 @@ class CubeMapper {
                                                           source_, facts, aliases);
                                    })});
     }
+  }
+
+  /// The levels whose relations the engine calls as the schema does: where dimensions have one of
+  /// the same name, it gives all but the first one's another.
+  std::vector<PublishedLevel> published_levels(const MappedCube& mapped,
+                                               const FactSource& facts) const {
+    std::vector<PublishedLevel> result;
+    std::set<std::string> taken{lower_cased(facts.alias())};
+    for (std::size_t i = 0; i < dimensions_.size(); ++i) {
+      const auto& dimension = mapped.dimensions[i].mapped;
+      for (std::size_t j = 0; j < dimension.levels.size(); ++j) {
+        const auto& values = dimension.levels[j];
+        if (dimension.relations.empty()) {
+          result.push_back({&dimensions_[i], &dimensions_[i].levels[j], facts.alias(), values});
+          continue;
+        }
+        const auto& relation = values.table.empty() ? dimension.relations.front() : values.table;
+        if (!taken.contains(lower_cased(relation))) {
+          result.push_back({&dimensions_[i], &dimensions_[i].levels[j], relation, values});
+        }
+      }
+      for (const auto& relation : dimension.relations) {
+        taken.insert(lower_cased(relation));
+      }
+    }
+    return result;
   }
 
   void map_measures(FactSource& facts, MappedCube& mapped) {

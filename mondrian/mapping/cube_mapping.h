@@ -21,6 +21,8 @@ struct CubeDimensionMapping {
 struct MappedCube {
   std::string name;
   std::string description;
+  /// What partitions_text() says of its partitions.
+  std::string partitions;
   XmlElement fact;
   std::vector<CubeDimensionMapping> dimensions;
   std::vector<XmlElement> measures;

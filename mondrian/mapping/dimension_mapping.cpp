@@ -228,6 +228,17 @@ void add_levels(const DimensionPlan& plan, const std::vector<LevelValues>& value
   }
 }
 
+void add_aliases(const XmlElement& relation, std::vector<std::string>& aliases) {
+  if (relation.name == "Join") {
+    for (const auto& part : relation.children) {
+      add_aliases(part, aliases);
+    }
+    return;
+  }
+  const auto alias = relation.attribute("alias");
+  aliases.emplace_back(alias.empty() ? relation.attribute("name") : alias);
+}
+
 bool is_fact_column(const SqlText& expression, const CubeSource& source) {
   const auto column = plain_column(expression, names_of(source), source.fact.alias);
   return column && column->table == source.fact.alias;
@@ -265,14 +276,16 @@ MappedDimension map_dimension(const DimensionPlan& plan, std::size_t number,
     auto relation = dimension_relation(plan, source.kind, aliases);
     hierarchy.set("primaryKey", relation.primary_key);
     hierarchy.set_if_any("primaryKeyTable", relation.primary_key_table);
+    add_aliases(relation.element, mapped.relations);
     hierarchy.add(std::move(relation.element));
-    add_levels(plan, relation.levels, hierarchy);
+    mapped.levels = std::move(relation.levels);
     mapped.foreign_key = facts.foreign_key(plan.foreign_key, plan.primary_key);
     mapped.may_be_shared =
         plan.is_unchanged && plan.dimension->kind != OlapDimensionKind::is_private;
   } else {
-    add_levels(plan, values_with_facts(plan, number, facts), hierarchy);
+    mapped.levels = values_with_facts(plan, number, facts);
   }
+  add_levels(plan, mapped.levels, hierarchy);
   mapped.element.add(std::move(hierarchy));
   return mapped;
 }

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <string>
+#include <vector>
 
 #include "base/xml_element.h"
 #include "mondrian/mapping/dimension_plan.h"
@@ -18,6 +19,10 @@ struct MappedDimension {
   std::string foreign_key;
   /// Whether the definition is that of the database and could serve other cubes too.
   bool may_be_shared = false;
+  /// How the schema calls its relations; none for one whose values are with the facts.
+  std::vector<std::string> relations;
+  /// In the order of the plan's levels.
+  std::vector<LevelValues> levels;
 };
 
 /// Whether the dimension's values make a view out of the fact table.

@@ -98,20 +98,30 @@ std::string FactSource::view_column(FactColumn column) {
   return columns_.back().name;
 }
 
-XmlElement FactSource::relation() const {
+std::vector<PublishedPartition> FactSource::branches(
+    const std::vector<PublishedLevel>& levels) const {
+  if (!is_view_) {
+    return {};
+  }
+  std::vector<PublishedPartition> result;
+  for (const auto* partition : counted_partitions(cube_)) {
+    result.push_back(partition_branch(source_, cube_, *partition, columns_, levels));
+  }
+  if (result.empty()) {
+    throw NotExpressible("it has no partition");
+  }
+  return result;
+}
+
+XmlElement FactSource::relation(const std::vector<PublishedPartition>& branches) const {
   if (!is_view_) {
     return table_element(source_.fact, alias_);
   }
-  const auto partitions = counted_partitions(cube_);
-  if (partitions.empty()) {
-    throw NotExpressible("it has no partition");
+  std::string query;
+  for (const auto& branch : branches) {
+    query.append(query.empty() ? "" : "\nunion all\n").append(branch.query);
   }
-  std::string branches;
-  for (const auto* partition : partitions) {
-    branches.append(branches.empty() ? "" : "\nunion all\n");
-    branches.append(partition_branch(source_, cube_, *partition, columns_));
-  }
-  return view_element(alias_, branches);
+  return view_element(alias_, query);
 }
 
 bool cube_needs_fact_view(const CubeSource& source, const OlapCube& cube) {

@@ -16,8 +16,8 @@ namespace importkcd {
 /// enough: for partitions with tables or slices of their own, for values of other tables, and for
 /// clauses that are taken as they stand.
 ///
-/// Whoever maps a part of the cube asks here for the columns that it needs; relation() then gives
-/// the table, or the view with these columns.
+/// Whoever maps a part of the cube asks here for the columns that it needs; branches() and
+/// relation() then give the table, or the view with these columns.
 class FactSource {
  public:
   /// `source` and `cube` outlive this object. `alias` is how the engine is to call the relation,
@@ -25,6 +25,7 @@ class FactSource {
   FactSource(const CubeSource& source, const OlapCube& cube, bool is_view, std::string alias);
 
   bool is_view() const { return is_view_; }
+  const std::string& alias() const { return alias_; }
 
   /// A column of the fact table that equals a column of a dimension's table.
   std::string foreign_key(const SourceColumn& column, const SourceColumn& equal_to);
@@ -36,8 +37,12 @@ class FactSource {
   /// The same for the key of a level, which a partition may define in its own way.
   ValueSource level_key(const SqlText& expression, const std::string& name, const LevelName& level);
 
-  /// The element of the table or view. Throws NotExpressible when a partition cannot be expressed.
-  XmlElement relation() const;
+  /// The parts of the view, in its order; none for facts that are a table. `levels` are those of
+  /// the cube that slices may be about. Throws NotExpressible when a partition cannot be expressed.
+  std::vector<PublishedPartition> branches(const std::vector<PublishedLevel>& levels) const;
+
+  /// The element of the table, or of the view of these parts.
+  XmlElement relation(const std::vector<PublishedPartition>& branches) const;
 
  private:
   std::string view_column(FactColumn column);

@@ -1,9 +1,11 @@
 #include "mondrian/mapping/partition_branch.h"
 
 #include <algorithm>
+#include <nlohmann/json.hpp>
 #include <set>
 
 #include "base/apostrophes.h"
+#include "base/text.h"
 #include "mondrian/mapping/level_mapping.h"
 #include "mondrian/not_expressible.h"
 
@@ -27,24 +29,31 @@ bool is_number_type(const OlapLevel& level) {
 /// Writes the query of one partition, and notes on the way which of its tables are needed.
 class PartitionQuery {
  public:
-  PartitionQuery(const CubeSource& of_cube, const OlapCube& cube, const OlapPartition& partition)
+  /// All of these outlive it.
+  PartitionQuery(const CubeSource& of_cube, const OlapCube& cube, const OlapPartition& partition,
+                 const std::vector<FactColumn>& columns, const std::vector<PublishedLevel>& levels)
       : cube_names_(names_of(of_cube)),
         cube_fact_(of_cube.fact.alias),
         cube_(cube),
+        columns_(columns),
+        levels_(levels),
         dimensions_(partition_dimensions(cube, partition)),
         source_(partition.follows_cube ? of_cube
                                        : cube_source(of_cube.kind, partition.fact_table,
                                                      partition.from_clause, partition.join_clause)),
         tables_{source_.fact.alias} {}
 
-  std::string text_of(const std::vector<FactColumn>& columns) {
+  std::string query() {
     std::string list;
-    for (const auto& column : columns) {
+    for (const auto& column : columns_) {
       list.append(list.empty() ? "" : ", ").append(value(column)).append(" as ");
       list.append(quoted_name(source_.kind, column.name));
     }
     return "select " + list + " from " + from(slices());
   }
+
+  /// Those that query() has come by.
+  const std::vector<PublishedSlice>& published_slices() const { return published_slices_; }
 
  private:
   std::string value(const FactColumn& column) {
@@ -146,7 +155,90 @@ class PartitionQuery {
     const bool by_name = !by_number && !level.member_name_column.empty() &&
                          level.member_name_column != level.member_key_column;
     const auto& expression = by_name ? level.member_name_column : key;
-    return text(parse_expression(expression)) + " = " + (by_number ? value : sql_string(value));
+    const auto sliced = text(parse_expression(expression));
+    if (const auto column = published_column(name, by_name, sliced)) {
+      published_slices_.push_back({column->first, column->second, value, by_number});
+    }
+    return sliced + " = " + (by_number ? value : sql_string(value));
+  }
+
+  /// The table and column of the schema with the value that a slice by name or by key is about.
+  /// Nothing when another value might stand there for some fact.
+  std::optional<std::pair<std::string, std::string>> published_column(const LevelName& name,
+                                                                      bool by_name,
+                                                                      const std::string& sliced) {
+    const auto found = std::find_if(levels_.begin(), levels_.end(), [&](const auto& level) {
+      return level.dimension->dimension->name == name.dimension &&
+             level.level->level->name == name.level;
+    });
+    if (found == levels_.end()) {
+      return std::nullopt;
+    }
+    const auto& column = (by_name ? found->values.name : found->values.key).column;
+    if (column.empty() || !has_sliced_value(*found, by_name, column, sliced)) {
+      return std::nullopt;
+    }
+    return std::pair(found->relation, column);
+  }
+
+  bool has_sliced_value(const PublishedLevel& level, bool by_name, const std::string& column,
+                        const std::string& sliced) {
+    const auto& plan = *level.dimension;
+    if (plan.place != DimensionPlan::Place::own_tables) {
+      return std::any_of(columns_.begin(), columns_.end(), [&](const FactColumn& one) {
+        return one.name == column && value(one) == sliced;
+      });
+    }
+    if (!plan.graph || !source_.graph) {
+      return false;
+    }
+    const auto meant = plain_column(by_name ? level.level->name : level.level->key, *plan.graph,
+                                    default_table(*plan.graph));
+    if (!meant) {
+      return false;
+    }
+    return is_key_of_facts(plan, *meant, sliced) ||
+           (column_text(source_.kind, *meant) == sliced && is_reached_alike(plan, meant->table));
+  }
+
+  /// Whether a slice is about the partition's own column that ties the dimension, and the schema's
+  /// column is the key that it equals.
+  bool is_key_of_facts(const DimensionPlan& plan, const SourceColumn& meant,
+                       const std::string& sliced) {
+    return meant == plan.primary_key &&
+           std::any_of(columns_.begin(), columns_.end(), [&](const FactColumn& one) {
+             return one.equal_to == plan.primary_key &&
+                    plain_column(one.expression, cube_names_, {}) == plan.foreign_key &&
+                    value(one) == sliced;
+           });
+  }
+
+  /// Whether the partition reaches a table of a dimension as the engine does: by the equality with
+  /// the dimension's key, and from there over the dimension's own ones.
+  bool is_reached_alike(const DimensionPlan& plan, const std::string& table) const {
+    const auto& graph = *source_.graph;
+    const auto& fact = source_.fact.alias;
+    const auto way = plan.graph->way(plan.primary_key.table, {table});
+    auto from_fact = way;
+    from_fact.insert(from_fact.begin(), fact);
+    if (way.empty() || graph.way(fact, {table}) != from_fact) {
+      return false;
+    }
+    for (std::size_t i = 0; i < way.size(); ++i) {
+      const auto* here = graph.find(way[i]);
+      if (here == nullptr || *here != *plan.graph->find(way[i])) {
+        return false;
+      }
+      const auto next = way.begin() + static_cast<std::ptrdiff_t>(i) + 1;
+      if (next != way.end() &&
+          graph.between({way[i]}, {*next}) != plan.graph->between({way[i]}, {*next})) {
+        return false;
+      }
+    }
+    const auto ties = graph.between({fact}, {plan.primary_key.table});
+    return std::any_of(ties.begin(), ties.end(), [&](const JoinEquality& tie) {
+      return same_known_name(source_.kind, tie.right.column, plan.primary_key.column);
+    });
   }
 
   std::string from(const std::string& condition) const {
@@ -180,21 +272,50 @@ class PartitionQuery {
   JoinGraph cube_names_;
   std::string cube_fact_;
   const OlapCube& cube_;
+  const std::vector<FactColumn>& columns_;
+  const std::vector<PublishedLevel>& levels_;
   std::vector<PartitionDimensionView> dimensions_;
   CubeSource source_;
   std::set<std::string> tables_;
+  std::vector<PublishedSlice> published_slices_;
 };
 
 }  // namespace
 
-std::string partition_branch(const CubeSource& of_cube, const OlapCube& cube,
-                             const OlapPartition& partition,
-                             const std::vector<FactColumn>& columns) {
+PublishedPartition partition_branch(const CubeSource& of_cube, const OlapCube& cube,
+                                    const OlapPartition& partition,
+                                    const std::vector<FactColumn>& columns,
+                                    const std::vector<PublishedLevel>& levels) {
   try {
-    return PartitionQuery(of_cube, cube, partition).text_of(columns);
+    PartitionQuery part(of_cube, cube, partition, columns, levels);
+    const auto query = part.query();
+    return {partition.name, query, part.published_slices()};
   } catch (const NotExpressible& error) {
     throw NotExpressible("partition '" + partition.name + "': " + error.description());
   }
+}
+
+std::string partitions_text(const std::vector<PublishedPartition>& branches) {
+  using Json = nlohmann::ordered_json;
+  auto all = Json::array();
+  bool has_slices = false;
+  for (const auto& branch : branches) {
+    auto slices = Json::array();
+    for (const auto& slice : branch.slices) {
+      slices.push_back({{"table", slice.table},
+                        {"column", slice.column},
+                        {"value", slice.value},
+                        {"number", slice.is_number}});
+    }
+    has_slices = has_slices || !slices.empty();
+    // As the view's text comes back from the schema, where line ends are line feeds.
+    const auto query = replaced(replaced(branch.query, "\r\n", "\n"), "\r", "\n");
+    all.push_back({{"name", branch.name}, {"query", query}, {"slices", std::move(slices)}});
+  }
+  // What is no UTF-8 is refused with the schema's other texts.
+  return branches.size() > 1 && has_slices
+             ? all.dump(-1, ' ', false, Json::error_handler_t::replace)
+             : std::string();
 }
 
 }  // namespace importkcd

@@ -27,6 +27,13 @@ XmlElement tied(XmlElement dimension, const std::string& foreign_key) {
   return dimension;
 }
 
+/// What the schema tells others than the engine about the element that it stands in.
+XmlElement annotations(const std::string& name, const std::string& text) {
+  auto element = text_element("Annotations", {});
+  element.add(text_element("Annotation", text)).set("name", name);
+  return element;
+}
+
 /// Collects the elements of a schema, and what its cubes share.
 class SchemaMapper {
  public:
@@ -92,6 +99,9 @@ class SchemaMapper {
   XmlElement cube_element(MappedCube& mapped) {
     auto element = text_element("Cube", {});
     element.set("name", mapped.name).set_if_any("description", mapped.description);
+    if (!mapped.partitions.empty()) {
+      element.add(annotations("importkcd.partitions", mapped.partitions));
+    }
     element.add(std::move(mapped.fact));
     for (auto& dimension : mapped.dimensions) {
       element.add(dimension_of_cube(mapped.name, dimension));
@@ -164,9 +174,7 @@ std::vector<XmlElement> RoleGrants::elements() const {
     auto element = text_element("Role", {});
     element.set("name", role.name);
     if (!role.user_list.empty()) {
-      auto users = text_element("Annotation", role.user_list);
-      users.set("name", "user_list");
-      element.add(text_element("Annotations", {})).add(std::move(users));
+      element.add(annotations("user_list", role.user_list));
     }
     auto& schema = element.add(text_element("SchemaGrant", {})).set("access", "none");
     for (const auto& cube : role.cubes) {

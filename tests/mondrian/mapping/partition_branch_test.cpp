@@ -187,6 +187,121 @@ TEST_F(PartitionBranch, ClausesThatAreNoGraphAreTakenAsTheyStand) {
       "0) and store.city_id = 17");
 }
 
+/// Partitions by city: 17, sold in the cube's own table, and 18, in another.
+class PublishedPartitions : public PartitionBranch {
+ protected:
+  PublishedPartitions() {
+    add_partition("Sales", "sales", "sales, store", "sales.store_id = store.id");
+    add_partition("Old", "old", "old, store", "old.shop = store.id");
+  }
+
+  OlapPartition& first() const { return *cube_->partitions.edit("Sales"); }
+  OlapPartition& second() const { return *cube_->partitions.edit("Old"); }
+
+  /// Of the partitions of the cube, each between brackets.
+  std::string slices() {
+    const auto text = map(*cube_).partitions;
+    std::string result;
+    for (auto at = text.find("\"slices\":"); at != std::string::npos;
+         at = text.find("\"slices\":", at + 1)) {
+      const auto begin = text.find('[', at);
+      result += text.substr(begin, text.find(']', begin) + 1 - begin) + '\n';
+    }
+    return result;
+  }
+
+  static std::string store(const std::string& column, const std::string& value, bool is_number) {
+    return R"({"table":"store","column":")" + column + R"(","value":")" + value + R"(","number":)" +
+           (is_number ? "true}" : "false}");
+  }
+};
+
+TEST_F(PublishedPartitions, AreTheQueriesOfTheViewWithTheirSlices) {
+  slice(first(), "City", "17");
+  slice(second(), "City", "L@#$%Aquila");
+  const auto mapped = map(*cube_);
+  EXPECT_EQ(
+      mapped.partitions,
+      R"([{"name":"Sales","query":"select \"sales\".\"store_id\" as \"store_id\", )"
+      R"(\"sales\".\"amount\" as \"amount\" from \"sales\", \"store\" where )"
+      R"(\"sales\".\"store_id\" = \"store\".\"id\" and \"store\".\"city_id\" = 17","slices":[)"
+      R"({"table":"store","column":"city_id","value":"17","number":true}]},)"
+      R"({"name":"Old","query":"select \"old\".\"shop\" as \"store_id\", \"old\".\"amount\" as )"
+      R"(\"amount\" from \"old\", \"store\" where \"old\".\"shop\" = \"store\".\"id\" and )"
+      R"(\"store\".\"city\" = 'L''Aquila'","slices":[)"
+      R"({"table":"store","column":"city","value":"L'Aquila","number":false}]}])");
+  EXPECT_EQ(map(*cube_).fact.attribute("alias"), "sales");
+}
+
+TEST_F(PublishedPartitions, AreNotToldWithoutASliceOrOfOnePartition) {
+  EXPECT_EQ(map(*cube_).partitions, "");
+  slice(first(), "City", "17");
+  EXPECT_EQ(slices(), "[" + store("city_id", "17", true) + "]\n[]\n");
+  cube_->partitions.remove("Old");
+  EXPECT_EQ(map(*cube_).partitions, "");
+}
+
+TEST_F(PublishedPartitions, HaveNoSliceOfALevelThatIsNotPublished) {
+  slice(first(), "City", "17");
+  slice(first(), "Country", "Italia");
+  cube_->dimensions.edit_at(0).levels.edit("Country")->disabled = true;
+  EXPECT_EQ(slices(), "[" + store("city_id", "17", true) + "]\n[]\n");
+}
+
+TEST_F(PublishedPartitions, HaveNoSliceByAnExpression) {
+  slice(first(), "City", "17", "store.city_id + 0");
+  EXPECT_EQ(map(*cube_).partitions, "");
+  cube_->dimensions.edit_at(0).levels.edit("City")->member_key_column = "store.city_id + 0";
+  EXPECT_EQ(map(*cube_).partitions, "");
+}
+
+TEST_F(PublishedPartitions, SliceAKeyOfTheFactsThatTheLevelsKeyEquals) {
+  auto& levels = cube_->dimensions.edit_at(0).levels;
+  levels.edit("City")->member_key_column = "store.id";
+  slice(second(), "City", "18", "old.shop");
+  EXPECT_EQ(slices(), "[]\n[" + store("id", "18", true) + "]\n");
+  // Nothing says that another column of the facts is the level's.
+  slice(first(), "City", "17", "sales.city_id");
+  EXPECT_EQ(slices(), "[]\n[" + store("id", "18", true) + "]\n");
+}
+
+TEST_F(PublishedPartitions, HaveNoSliceOverOtherTablesThanTheEngineJoins) {
+  slice(second(), "City", "18");
+  second().from_clause = "old, history.store";
+  second().join_clause = "old.shop = store.id";
+  EXPECT_EQ(map(*cube_).partitions, "");
+  second().from_clause = "old, store";
+  second().join_clause = "old.shop = store.former_id";
+  EXPECT_EQ(map(*cube_).partitions, "");
+}
+
+TEST_F(PublishedPartitions, SliceTheColumnOfTheViewForValuesThatAreWithTheFacts) {
+  auto method = level("Method", "sales.method", "sales.method_name");
+  method.column_type = 3;
+  add_dimension("Method", "sales", {method});
+  database.add_cube_dimension(*cube_, "Method");
+  first().slices.edit_or_add("Method").levels.add({"Method", "", "4"});
+  second().slices.edit_or_add("Method").levels.add({"Method", "old.way", "5"});
+  EXPECT_EQ(slices(), R"([{"table":"sales","column":"method","value":"4","number":true}])"
+                      "\n"
+                      R"([{"table":"sales","column":"method","value":"5","number":true}])"
+                      "\n");
+  second().slices.edit_or_add("Method").levels.edit("Method")->slice_value = "cash";
+  EXPECT_THAT(slices(),
+              ::testing::EndsWith(
+                  R"([{"table":"sales","column":"method_name","value":"cash","number":false}])"
+                  "\n"));
+}
+
+TEST_F(PublishedPartitions, SliceTheFirstDimensionOnlyWhereTwoHaveOneTable) {
+  add_dimension("Region", "store", {level("Region", "store.region")});
+  database.add_cube_dimension(*cube_, "Region");
+  slice(first(), "City", "17");
+  second().slices.edit_or_add("Region").levels.add({"Region", "", "North"});
+  // The engine calls the second one's table otherwise.
+  EXPECT_EQ(slices(), "[" + store("city_id", "17", true) + "]\n[]\n");
+}
+
 TEST_F(PartitionBranch, WhatCannotBeExpressedTellsThePartition) {
   const std::string front = "Cube 'Sales' cannot be published: partition 'Sales': ";
   slice(add_partition("Sales", "sales", "sales", ""), "Country", "Italia");

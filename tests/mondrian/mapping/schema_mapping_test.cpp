@@ -1,5 +1,6 @@
 #include "mondrian/mapping/schema_mapping.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "mondrian/publication/catalogues.h"
@@ -9,6 +10,7 @@ namespace importkcd {
 namespace {
 
 using ::testing::ElementsAre;
+using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using testing::level;
 using testing::measure;
@@ -112,6 +114,27 @@ TEST_F(SchemaMapping, PrivateDimensionsAreInsideOfTheirCubes) {
             "    <Measure name=\"Amount\" column=\"amount\" aggregator=\"sum\"/>\n"
             "  </Cube>\n"
             "</Schema>\n");
+}
+
+TEST_F(SchemaMapping, PartitionsWithSlicesAreAnAnnotationInFrontOfTheFacts) {
+  auto& cube = add_sales();
+  for (const auto* name : {"North", "South"}) {
+    auto& partition = cube.partitions.edit_or_add(name);
+    partition.fact_table = "sales";
+    partition.from_clause = R"("sales", "store")";
+    partition.join_clause = R"("sales"."store_id" = "store"."store_id")";
+    partition.data_source = "DW";
+    partition.follows_cube = false;
+    partition.slices.edit_or_add("Store").levels.add({"City", "", name});
+  }
+  const auto schema = read_xml(schemas(), "test");
+  const auto& published = *schema.child("Cube");
+  ASSERT_EQ(published.children.at(0).name, "Annotations");
+  const auto& annotation = published.children.at(0).children.at(0);
+  EXPECT_EQ(annotation.name, "Annotation");
+  EXPECT_EQ(annotation.attribute("name"), "importkcd.partitions");
+  EXPECT_THAT(annotation.text, HasSubstr(R"("column":"city","value":"South","number":false)"));
+  EXPECT_EQ(published.children.at(1).name, "View");
 }
 
 TEST_F(SchemaMapping, ACubeThatCannotBeExpressedIsLeftOutAndTheOthersStay) {

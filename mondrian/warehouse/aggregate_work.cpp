@@ -147,9 +147,8 @@ class AggregateRun {
       return State::changed;
     }
     try {
-      return warehouse.fingerprint(record.fingerprint_query) == record.fingerprint
-                 ? State::fresh
-                 : State::stale;
+      return warehouse.fingerprint(record.fingerprint_query) == record.fingerprint ? State::fresh
+                                                                                   : State::stale;
     } catch (const ImportError&) {
       // A table or column that it was made of is not there any more.
       return State::stale;

@@ -52,8 +52,7 @@ class AggregateHealth : public ::testing::TestWithParam<AggregateServer> {
     EXPECT_THAT(now["stale"], IsEmpty());
     EXPECT_THAT(now["missing"], IsEmpty());
     EXPECT_THAT(now["unchecked"], IsEmpty());
-    EXPECT_THAT(now["checked"].get<std::string>(),
-                ::testing::MatchesRegex("20[0-9-]+T[0-9:]+Z"));
+    EXPECT_THAT(now["checked"].get<std::string>(), ::testing::MatchesRegex("20[0-9-]+T[0-9:]+Z"));
     EXPECT_EQ(health()["stale_aggregates"], false);
   }
 
@@ -80,9 +79,8 @@ TEST_P(AggregateHealth, NamesAStaleTableUntilARefreshAndAMissingOne) {
   EXPECT_EQ(payroll_of(stale)["fresh"], 0);
   EXPECT_THAT(payroll_of(stale)["stale"],
               IsSupersetOf(std::vector<nlohmann::json>{"payroll_agg_1", "payroll_agg_2"}));
-  EXPECT_THAT(told("/metrics"),
-              HasSubstr("importkcd_aggregate_tables{state=\"stale\"} " +
-                        std::to_string(tables()) + "\n"));
+  EXPECT_THAT(told("/metrics"), HasSubstr("importkcd_aggregate_tables{state=\"stale\"} " +
+                                          std::to_string(tables()) + "\n"));
   EXPECT_EQ(sales.aggregate("refresh").exit_status, 0);
   expect_fresh();
 
@@ -115,9 +113,11 @@ TEST_P(AggregateHealth, DoesNotCallFreshWhatCannotBeChecked) {
   EXPECT_EQ(errors.find("aggregates.xml cannot be used: ", told_once + 1), std::string::npos);
 
   const bool is_postgresql = sales.server() == AggregateServer::postgresql;
-  sales.sql(is_postgresql ? "ALTER TABLE payroll RENAME TO gone;" : "RENAME TABLE payroll TO gone;");
+  sales.sql(is_postgresql ? "ALTER TABLE payroll RENAME TO gone;"
+                          : "RENAME TABLE payroll TO gone;");
   EXPECT_TRUE(comes_true([&] { return payroll()["unchecked"].size() == tables(); }));
-  sales.sql(is_postgresql ? "ALTER TABLE gone RENAME TO payroll;" : "RENAME TABLE gone TO payroll;");
+  sales.sql(is_postgresql ? "ALTER TABLE gone RENAME TO payroll;"
+                          : "RENAME TABLE gone TO payroll;");
   expect_fresh();
   EXPECT_THAT(engine->errors(), HasSubstr("Aggregate table 'payroll_agg_1' of 'Harbour Retail' "
                                           "cannot be checked: "));

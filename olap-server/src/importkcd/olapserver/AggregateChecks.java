@@ -110,9 +110,9 @@ final class AggregateChecks {
     return counts;
   }
 
-  /** Checks in the background from now on. */
-  void start(double minutes) {
-    final Thread thread = new Thread(() -> run((long) (minutes * 60e9)), "aggregate-check");
+  /** Checks in the background from now on, all tables in rounds that are so many seconds apart. */
+  void start(int seconds) {
+    final Thread thread = new Thread(() -> run(seconds * 1_000_000_000L), "aggregate-check");
     thread.setDaemon(true);
     thread.setPriority(Thread.MIN_PRIORITY);
     thread.start();
@@ -209,7 +209,7 @@ final class AggregateChecks {
         final Instant time = state == State.UNCHECKED ? null : Instant.now().truncatedTo(ChronoUnit.SECONDS);
         outcomes.put(one.key(), new Outcome(one.record(), state, time));
       }
-    } catch (SQLException error) {
+    } catch (SQLException | RuntimeException error) {
       tell(warehouse.title(), "Aggregate tables cannot be checked: " + CubeFaults.reason(error));
       tables.forEach(one -> outcomes.put(one.key(), new Outcome(one.record(), State.UNCHECKED, null)));
     }

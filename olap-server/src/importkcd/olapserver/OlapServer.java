@@ -103,8 +103,8 @@ public final class OlapServer {
       final Thread check = new Thread(() -> engine.faults().tell(), "cube-check");
       check.setDaemon(true);
       check.start();
-      if (options.aggregateMinutes > 0) {
-        engine.aggregates().start(options.aggregateMinutes);
+      if (options.aggregateSeconds > 0) {
+        engine.aggregates().start(options.aggregateSeconds);
       }
     }
     try {

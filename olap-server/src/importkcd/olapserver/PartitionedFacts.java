@@ -4,10 +4,8 @@ import java.io.IOException;
 import java.nio.file.Files;
 import java.nio.file.Path;
 import java.util.ArrayList;
-import java.util.HashSet;
 import java.util.List;
 import java.util.Map;
-import java.util.Set;
 import org.eclipse.jetty.util.ajax.JSON;
 import org.w3c.dom.Document;
 import org.w3c.dom.Element;
@@ -83,7 +81,7 @@ record PartitionedFacts(String view, String union, List<Part> parts) {
   private static void addSlice(
       Document document, Element cube, String facts, Map<?, ?> slice, List<Slice> slices) {
     final String table = slice.get("table").toString();
-    final Set<Join> joins = new HashSet<>();
+    final List<Join> joins = new ArrayList<>();
     for (final Element part : children(cube, null)) {
       if (part.getTagName().equals("DimensionUsage")) {
         addJoins(shared(document, part.getAttribute("source")), part.getAttribute("foreignKey"), table, joins);
@@ -91,20 +89,20 @@ record PartitionedFacts(String view, String union, List<Part> parts) {
         addJoins(part, part.getAttribute("foreignKey"), table, joins);
       }
     }
-    // A table of several dimensions has further names, which only the engine knows.
-    if (table.equals(facts) ? joins.isEmpty() : joins.size() == 1) {
+    // The engine has other names for the tables of a dimension that are those of one before it.
+    if (table.equals(facts) == joins.isEmpty()) {
       slices.add(
           new Slice(
               table,
               slice.get("column").toString(),
               slice.get("value").toString(),
               Boolean.TRUE.equals(slice.get("number")),
-              joins.isEmpty() ? null : joins.iterator().next()));
+              joins.isEmpty() ? null : joins.get(0)));
     }
   }
 
   /** The joins of a dimension's hierarchies that have a table of this alias. */
-  private static void addJoins(Element dimension, String foreignKey, String table, Set<Join> joins) {
+  private static void addJoins(Element dimension, String foreignKey, String table, List<Join> joins) {
     for (final Element hierarchy : children(dimension, "Hierarchy")) {
       final List<String> tables = new ArrayList<>();
       addAliases(hierarchy, tables);

@@ -14,6 +14,7 @@ import java.lang.reflect.Proxy;
 import java.math.BigDecimal;
 import java.nio.file.Path;
 import java.sql.Connection;
+import java.sql.ResultSet;
 import java.sql.ResultSetMetaData;
 import java.sql.SQLException;
 import java.sql.Statement;
@@ -42,6 +43,9 @@ final class PartitionPruning {
   private static final long LARGEST_NUMBER = 1L << 53;
 
   private static final int LONGEST_NUMBER = 30;
+
+  /** As many as every database lets a question have. */
+  private static final int MOST_COLUMNS = 1000;
 
   private static final Set<Integer> TEXTS =
       Set.of(Types.CHAR, Types.VARCHAR, Types.LONGVARCHAR, Types.NCHAR, Types.NVARCHAR, Types.LONGNVARCHAR);
@@ -128,18 +132,24 @@ final class PartitionPruning {
     final List<PartitionedFacts> all = new ArrayList<>();
     for (final Path schema : schemas) {
       try {
-        final String identity = FollowedFile.identity(schema);
-        Known its = known.get(schema);
-        if (its == null || !its.identity().equals(identity)) {
-          its = new Known(identity, PartitionedFacts.read(schema));
-          known.put(schema, its);
-        }
-        all.addAll(its.facts());
+        final Known its = known.get(schema);
+        final boolean isKnown = its != null && its.identity().equals(FollowedFile.identity(schema));
+        all.addAll(isKnown ? its.facts() : read(schema));
       } catch (IOException error) {
         // Whoever asks its catalogue is told.
       }
     }
     return all;
+  }
+
+  private synchronized List<PartitionedFacts> read(Path schema) throws IOException {
+    final String identity = FollowedFile.identity(schema);
+    Known its = known.get(schema);
+    if (its == null || !its.identity().equals(identity)) {
+      its = new Known(identity, PartitionedFacts.read(schema));
+      known.put(schema, its);
+    }
+    return its.facts();
   }
 
   private String pruned(List<PartitionedFacts> facts, String sql, Connection connection) {
@@ -187,6 +197,9 @@ final class PartitionPruning {
           kept.add(part);
         }
       }
+      for (final String table : kept.size() > 1 ? statement.tables().keySet() : Set.<String>of()) {
+        dropStrangers(sql, kept, statement, table, alias, connection);
+      }
       if (kept.isEmpty()) {
         // Its columns are needed, and a partition that has no row to give.
         kept.add(facts.parts().get(0));
@@ -223,6 +236,69 @@ final class PartitionPruning {
       }
     }
     return false;
+  }
+
+  /**
+   * Drops those parts of whose slices by columns of a dimension's table no row of that table is left
+   * when it has to fulfil the statement. The data warehouse knows: days, say, of which year they are.
+   */
+  private void dropStrangers(
+      String sql, List<Part> parts, StarStatement statement, String table, String facts, Connection connection) {
+    final List<String> demands =
+        statement.demands().stream()
+            .filter(demand -> StarStatement.isAbout(demand, table))
+            .map(demand -> text(sql, demand))
+            .toList();
+    final List<Part> sliced = new ArrayList<>();
+    final List<String> slices = new ArrayList<>();
+    for (final Part part : parts) {
+      for (final Slice slice : part.slices()) {
+        final String value = literal(slice);
+        if (slice.table().equals(table) && slice.join() != null && isJoined(slice, statement, facts)
+            && value != null) {
+          sliced.add(part);
+          slices.add("max(case when " + quoted(table) + "." + quoted(slice.column()) + " = " + value
+              + " then 1 else 0 end)");
+        }
+      }
+    }
+    if (demands.isEmpty() || slices.isEmpty() || slices.size() > MOST_COLUMNS) {
+      return;
+    }
+    final String question =
+        "select " + String.join(", ", slices)
+            + " from " + text(sql, statement.tables().get(table))
+            + " where " + String.join(" and ", demands);
+    try (Statement asking = connection.createStatement()) {
+      asking.setQueryTimeout(LOOK_SECONDS);
+      try (ResultSet answer = asking.executeQuery(question)) {
+        answer.next();
+        for (int i = 0; i < sliced.size(); ++i) {
+          if (answer.getInt(i + 1) == 0) {
+            parts.remove(sliced.get(i));
+          }
+        }
+      }
+    } catch (SQLException error) {
+      // Then they stay; what was found without it counts.
+    }
+  }
+
+  /** The value of a slice as it stands in SQL; null when that may not be the same everywhere. */
+  private static String literal(Slice slice) {
+    if (slice.isNumber()) {
+      return DECIMAL.matcher(slice.value()).matches() ? slice.value() : null;
+    }
+    return slice.value().indexOf('\\') < 0 ? "'" + slice.value().replace("'", "''") + "'" : null;
+  }
+
+  private static String text(String sql, List<Word> words) {
+    return sql.substring(words.get(0).begin(), words.get(words.size() - 1).end());
+  }
+
+  private String quoted(String name) {
+    final String quote = String.valueOf(SqlWords.quote(kind));
+    return quote + name.replace(quote, quote + quote) + quote;
   }
 
   private static boolean isJoined(Slice slice, StarStatement statement, String facts) {
@@ -294,10 +370,7 @@ final class PartitionPruning {
     if (table == null) {
       return Types.NULL;
     }
-    final String quote = String.valueOf(SqlWords.quote(kind));
-    final String name = quote + column.name().replace(quote, quote + quote) + quote;
-    final String from = sql.substring(table.get(0).begin(), table.get(table.size() - 1).end());
-    return Integer.parseInt(columns(connection, name, from).get(0).split(" ", 2)[0]);
+    return Integer.parseInt(columns(connection, quoted(column.name()), text(sql, table)).get(0).split(" ", 2)[0]);
   }
 
   /** Whether a union of some parts has columns of the same types as that of all. */

@@ -1,6 +1,7 @@
 package importkcd.olapserver;
 
 import java.io.IOException;
+import java.nio.charset.StandardCharsets;
 import java.nio.file.Files;
 import java.nio.file.Path;
 import java.util.ArrayList;
@@ -37,7 +38,11 @@ record PartitionedFacts(String view, String union, List<Part> parts) {
   record Join(String factColumn, String table, String column) {}
 
   static List<PartitionedFacts> read(Path schema) throws IOException {
-    final Document document = PublishedContent.check(Files.readAllBytes(schema));
+    final String text = Files.readString(schema);
+    if (!text.contains(ANNOTATION)) {
+      return List.of();
+    }
+    final Document document = PublishedContent.check(text.getBytes(StandardCharsets.UTF_8));
     final List<PartitionedFacts> all = new ArrayList<>();
     for (final Element cube : children(document.getDocumentElement(), "Cube")) {
       for (final Element annotations : children(cube, "Annotations")) {

@@ -16,8 +16,14 @@ import java.util.Set;
  *
  * @param tables by their aliases, from the word that names them to the one that is the alias
  * @param joins equal columns, both ways round
+ * @param demands all that has to hold, each by itself
+ * @param conditions those of them that are understood
  */
-record StarStatement(Map<String, List<Word>> tables, Map<Column, Set<Column>> joins, List<Condition> conditions) {
+record StarStatement(
+    Map<String, List<Word>> tables,
+    Map<Column, Set<Column>> joins,
+    List<List<Word>> demands,
+    List<Condition> conditions) {
   record Column(String table, String name) {}
 
   /** The column has one of the values; each is a text or a number. */
@@ -26,6 +32,9 @@ record StarStatement(Map<String, List<Word>> tables, Map<Column, Set<Column>> jo
   /** What may stand between conditions without making them anything else than conditions. */
   private static final Set<String> PLAIN =
       Set.of("and", "in", "is", "not", "null", "like", ".", "=", "<", ">", "(", ")", ",", "+", "-", "*", "/");
+
+  /** What may stand in front of a text to make a literal of another type. */
+  private static final Set<String> TYPES = Set.of("date", "time", "timestamp");
 
   private static final Set<String> ENDS = Set.of("where", "group", "having", "order", "limit", "offset", "fetch");
 
@@ -43,7 +52,8 @@ record StarStatement(Map<String, List<Word>> tables, Map<Column, Set<Column>> jo
     if (!isConditional || next(words, end, COMBINE) < words.size() || next(words, 1, COMBINE) != from) {
       return null;
     }
-    final StarStatement its = new StarStatement(new HashMap<>(), new HashMap<>(), new ArrayList<>());
+    final StarStatement its =
+        new StarStatement(new HashMap<>(), new HashMap<>(), new ArrayList<>(), new ArrayList<>());
     for (final List<Word> table : split(words.subList(from + 1, tablesEnd), ",")) {
       if (!its.addTable(table)) {
         return null;
@@ -105,10 +115,13 @@ record StarStatement(Map<String, List<Word>> tables, Map<Column, Set<Column>> jo
   /** False when it is not certain that they are tied by "and". */
   private boolean addConditions(List<Word> words) {
     int depth = 0;
-    for (final Word word : words) {
+    for (int i = 0; i < words.size(); ++i) {
+      final Word word = words.get(i);
       depth += word.is("(") ? 1 : word.is(")") ? -1 : 0;
+      final String text = word.text().toLowerCase(Locale.ROOT);
       final boolean isPlain = word.kind() != Kind.WORD && word.kind() != Kind.SIGN
-          || PLAIN.contains(word.text().toLowerCase(Locale.ROOT));
+          || PLAIN.contains(text)
+          || TYPES.contains(text) && i + 1 < words.size() && words.get(i + 1).kind() == Kind.TEXT;
       if (depth == 0 && !isPlain || depth < 0) {
         return false;
       }
@@ -121,10 +134,10 @@ record StarStatement(Map<String, List<Word>> tables, Map<Column, Set<Column>> jo
 
   private void add(List<Word> condition) {
     final int size = condition.size();
-    if (isGroup(condition)) {
-      addGroup(condition.subList(1, size - 1));
+    if (isGroup(condition) && addGroup(condition.subList(1, size - 1))) {
       return;
     }
+    demands.add(condition);
     final Column column = column(condition, 0);
     if (column == null || size <= 4) {
       return;
@@ -149,12 +162,34 @@ record StarStatement(Map<String, List<Word>> tables, Map<Column, Set<Column>> jo
     }
   }
 
-  /** What does not have to hold as a whole tells nothing. */
-  private void addGroup(List<Word> words) {
-    final StarStatement inner = new StarStatement(tables, new HashMap<>(), new ArrayList<>());
-    if (inner.addConditions(words)) {
+  /** False for what is not tied by "and": no part of it has to hold. */
+  private boolean addGroup(List<Word> words) {
+    final StarStatement inner =
+        new StarStatement(tables, new HashMap<>(), new ArrayList<>(), new ArrayList<>());
+    final boolean isUnderstood = inner.addConditions(words);
+    if (isUnderstood) {
+      demands.addAll(inner.demands);
       conditions.addAll(inner.conditions);
     }
+    return isUnderstood;
+  }
+
+  /** Whether a demand is about columns of one table and nothing else. */
+  static boolean isAbout(List<Word> demand, String table) {
+    for (int i = 0; i < demand.size(); ++i) {
+      final Word word = demand.get(i);
+      if (word.kind() == Kind.QUERY || word.is("select")) {
+        return false;
+      }
+      if (word.kind() == Kind.NAME) {
+        final boolean isEnd = i + 3 >= demand.size() || !demand.get(i + 3).is(".");
+        if (column(demand, i) == null || !isEnd || !word.text().equals(table)) {
+          return false;
+        }
+        i += 2;
+      }
+    }
+    return true;
   }
 
   /** Whether the first word is a parenthesis that the last one closes. */

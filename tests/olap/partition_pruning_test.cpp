@@ -39,7 +39,8 @@ class PartitionPruning : public ::testing::TestWithParam<AggregateServer> {
     sales.sql(
         "INSERT INTO calendar (day_id, the_date, year, quarter, month, week) SELECT day_id - "
         "10000, "
-        "the_date, 2024, quarter, month, week FROM calendar WHERE year = 2025;");
+        "the_date - INTERVAL '1' YEAR, 2024, quarter, month, week FROM calendar WHERE year = "
+        "2025;");
     auto table = read_file(EXAMPLES_FOLDER "/sales-warehouse.sql");
     table.erase(0, table.find("CREATE TABLE sales_2025"));
     table.erase(table.find(';') + 1);
@@ -199,7 +200,7 @@ TEST_P(PartitionPruning, LeavesThemOutOfTheViewThatAggregateTablesNeed) {
 TEST_P(PartitionPruning, ReadsOnePartitionWhenNoneHasWhatIsAsked) {
   sales.sql(
       "INSERT INTO calendar (day_id, the_date, year, quarter, month, week) SELECT day_id - 20000, "
-      "the_date, 2023, quarter, month, week FROM calendar WHERE year = 2025;");
+      "the_date - INTERVAL '2' YEAR, 2023, quarter, month, week FROM calendar WHERE year = 2025;");
   serve();
   const std::string mdx =
       "SELECT {[Measures].[Revenue]} ON COLUMNS, {[Calendar].[2023]} ON ROWS FROM [Sales]";

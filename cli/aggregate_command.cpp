@@ -86,7 +86,12 @@ int print_status(const std::vector<AggregateStatus>& tables, std::ostream& out) 
 int print_report(const AggregateReport& report, const CommandEnvironment& environment) {
   bool all_built = true;
   for (const auto& table : report.built) {
-    if (table.failure.empty()) {
+    if (table.failure.empty() && table.partitions_read > 0) {
+      environment.out << "Refreshed '" << printable(table.table) << "' for cube '"
+                      << printable(table.cube) << "': " << table.partitions_read << " of "
+                      << counted(table.partitions, "partition") << " read anew, "
+                      << whole(table.rows) << " rows\n";
+    } else if (table.failure.empty()) {
       environment.out << "Built '" << printable(table.table) << "' for cube '"
                       << printable(table.cube) << "': " << whole(table.rows) << " rows\n";
     } else {

@@ -253,6 +253,28 @@ std::vector<std::string> columns_taken(const ShapeDimension& dimension, std::siz
   return columns;
 }
 
+/// Whether what holds for the columns of one dimension holds for those of the other.
+bool is_read_alike(const ShapeDimension& left, const ShapeDimension& right) {
+  const auto is_same = [](const ShapeRelation& one, const ShapeRelation& other) {
+    return one.alias == other.alias && one.schema == other.schema && one.table == other.table &&
+           one.sql == other.sql;
+  };
+  return left.foreign_key == right.foreign_key && left.primary_key == right.primary_key &&
+         left.relations.size() == right.relations.size() && left.relations.size() <= 1 &&
+         (left.relations.empty() || is_same(left.relations[0], right.relations[0]));
+}
+
+/// The dimension that a slice is about: the first one with its relation. Null for the facts.
+const ShapeDimension* dimension_of_slice(const CubeShape& shape, const ShapeSlice& slice) {
+  const auto found = std::find_if(
+      shape.dimensions.begin(), shape.dimensions.end(), [&](const ShapeDimension& dimension) {
+        return std::any_of(
+            dimension.relations.begin(), dimension.relations.end(),
+            [&](const ShapeRelation& relation) { return relation.alias == slice.alias; });
+      });
+  return slice.alias == shape.facts.alias || found == shape.dimensions.end() ? nullptr : &*found;
+}
+
 std::string level_path(const LevelColumns& columns) {
   const auto in_brackets = [](std::string name) {
     for (auto at = name.find(']'); at != std::string::npos; at = name.find(']', at + 2)) {
@@ -346,8 +368,15 @@ std::string completeness_statement(const CubeShape& shape, const LevelCombinatio
 
 std::string fingerprint_statement(const CubeShape& shape, const LevelCombination& levels,
                                   DatabaseKind kind) {
-  std::vector<std::string> parts{
-      fingerprint_of(shape.facts, shape.facts.alias, fact_texts(shape, levels, kind), kind)};
+  std::vector<std::string> parts;
+  const auto facts = fact_texts(shape, levels, kind);
+  for (const auto& partition : shape.partitions) {
+    parts.push_back(fingerprint_of({shape.facts.alias, {}, {}, partition.query}, shape.facts.alias,
+                                   facts, kind));
+  }
+  if (parts.empty()) {
+    parts.push_back(fingerprint_of(shape.facts, shape.facts.alias, facts, kind));
+  }
   for (std::size_t i = 0; i < levels.size(); ++i) {
     const auto& dimension = shape.dimensions[i];
     for (std::size_t j = 0; j < relations_needed(dimension, levels[i]); ++j) {
@@ -365,6 +394,36 @@ std::string fingerprint_statement(const CubeShape& shape, const LevelCombination
     default:
       return "select " + listing(parts, " + ' ' +\n  ");
   }
+}
+
+std::string slice_column(const CubeShape& shape, const LevelCombination& levels,
+                         const ShapeSlice& slice) {
+  const auto* sliced = dimension_of_slice(shape, slice);
+  for (const auto& columns : kept_levels(shape, levels)) {
+    const auto alias = columns.level->alias.empty() ? shape.facts.alias : columns.level->alias;
+    if (alias != slice.alias || (sliced != nullptr && columns.dimension != sliced &&
+                                 !is_read_alike(*columns.dimension, *sliced))) {
+      continue;
+    }
+    if (columns.level->key == slice.column) {
+      return columns.key();
+    }
+    if (columns.level->label == slice.column) {
+      return columns.label();
+    }
+  }
+  return {};
+}
+
+std::string counts_statement(DatabaseKind kind, const std::string& table,
+                             const std::vector<std::string>& conditions) {
+  std::vector<std::string> counts;
+  counts.reserve(conditions.size());
+  for (const auto& condition : conditions) {
+    counts.push_back("coalesce(sum(case when " + condition + " then " +
+                     quoted_name(kind, count_column) + " else 0 end), 0)");
+  }
+  return "select " + listing(counts) + " from " + quoted_name(kind, table);
 }
 
 std::string count_members_statement(const CubeShape& shape, std::size_t dimension,

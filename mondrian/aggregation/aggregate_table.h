@@ -36,11 +36,20 @@ std::vector<std::string> index_statements(const CubeShape& shape, const LevelCom
 std::string completeness_statement(const CubeShape& shape, const LevelCombination& levels,
                                    DatabaseKind kind, const std::string& table);
 
-/// Gives one text about all that the table is made of: for the facts, and each table of a dimension
-/// that the levels need, the number of rows and a sum over hashes of the columns that are used.
-/// Begins with the number of facts and a colon.
+/// Gives one text about all that the table is made of: for each partition of the facts, or else for
+/// the facts, and for each table of a dimension that the levels need, the number of rows, a colon,
+/// and a sum over hashes of the columns that are used. Blanks stand between them.
 std::string fingerprint_statement(const CubeShape& shape, const LevelCombination& levels,
                                   DatabaseKind kind);
+
+/// The column of the table that has the value of a slice; empty when the table has none.
+std::string slice_column(const CubeShape& shape, const LevelCombination& levels,
+                         const ShapeSlice& slice);
+
+/// Gives one row: for each of these conditions about rows of the table, the facts that such rows
+/// count.
+std::string counts_statement(DatabaseKind kind, const std::string& table,
+                             const std::vector<std::string>& conditions);
 
 /// The number of different keys of a level, and of the facts.
 std::string count_members_statement(const CubeShape& shape, std::size_t dimension,

@@ -1,6 +1,7 @@
 #include "mondrian/aggregation/cube_shape.h"
 
 #include <algorithm>
+#include <nlohmann/json.hpp>
 
 #include "base/name_folding.h"
 #include "base/numbers.h"
@@ -135,6 +136,29 @@ void add_measure(const XmlElement& element, CubeShape& shape) {
   }
 }
 
+/// What the publication says of the partitions of a cube.
+std::vector<ShapePartition> partitions_of(const XmlElement& cube) {
+  const auto* annotations = cube.child("Annotations");
+  if (annotations == nullptr) {
+    return {};
+  }
+  std::vector<ShapePartition> result;
+  for (const auto& annotation : annotations->children) {
+    if (annotation.attribute("name") != "importkcd.partitions") {
+      continue;
+    }
+    for (const auto& part : nlohmann::json::parse(annotation.text)) {
+      ShapePartition partition{part.at("name"), part.at("query"), {}};
+      for (const auto& slice : part.at("slices")) {
+        partition.slices.push_back(
+            {slice.at("table"), slice.at("column"), slice.at("value"), slice.at("number")});
+      }
+      result.push_back(std::move(partition));
+    }
+  }
+  return result;
+}
+
 }  // namespace
 
 std::string sql_of(const XmlElement& element) { return std::string(element.child_text("SQL")); }
@@ -162,6 +186,7 @@ std::optional<CubeShape> cube_shape(const XmlElement& schema, const XmlElement& 
   CubeShape shape;
   shape.name = attribute_text(cube, "name");
   shape.facts = relation_of(*facts);
+  shape.partitions = partitions_of(cube);
   for (const auto& part : cube.children) {
     if (part.name == "Measure") {
       add_measure(part, shape);

@@ -57,12 +57,16 @@ XmlElement& facts_table(XmlElement& cube, const FactsViewRecord* view) {
 
 }  // namespace
 
+bool same_recorded_text(const std::string& recorded, const std::string& text) {
+  return with_line_feeds(recorded) == with_line_feeds(text);
+}
+
 std::optional<CubeShape> shape_to_build_on(const XmlElement& schema, const XmlElement& cube,
                                            const FactsViewRecord* view) {
   std::string ignored;
   auto shape = cube_shape(schema, cube, ignored);
   if (shape && shape->facts.table.empty()) {
-    if (view == nullptr || with_line_feeds(view->query) != with_line_feeds(shape->facts.sql)) {
+    if (view == nullptr || !same_recorded_text(view->query, shape->facts.sql)) {
       return std::nullopt;
     }
     shape->facts.table = view->view;
@@ -90,8 +94,7 @@ bool is_as_defined(const XmlElement& schema, const AggregateRecords& records,
                    const AggregateRecord& record, DatabaseKind kind) {
   const auto today = definition_today(schema, records, record);
   return today && record.is_finished() &&
-         with_line_feeds(aggregate_query(today->shape, today->levels, kind)) ==
-             with_line_feeds(record.query);
+         same_recorded_text(record.query, aggregate_query(today->shape, today->levels, kind));
 }
 
 void declare_aggregates(XmlElement& schema, const std::string& database, DatabaseKind kind,

@@ -18,6 +18,10 @@ struct AggregateDefinition {
   LevelCombination levels;
 };
 
+/// Whether a text that is recorded in a file is this one; line ends come back from there as line
+/// feeds.
+bool same_recorded_text(const std::string& recorded, const std::string& text);
+
 /// The shape of a cube as its tables are built: a cube that takes its facts from a query is built
 /// over the view that stands for them. Nothing when it has none of today's query, or the cube has
 /// no shape.

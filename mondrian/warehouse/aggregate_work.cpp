@@ -1,7 +1,6 @@
 #include "mondrian/warehouse/aggregate_work.h"
 
 #include <algorithm>
-#include <ctime>
 #include <exception>
 #include <filesystem>
 #include <list>
@@ -11,13 +10,13 @@
 
 #include "base/import_error.h"
 #include "base/name_folding.h"
-#include "base/numbers.h"
 #include "mondrian/aggregation/aggregate_table.h"
 #include "mondrian/aggregation/declared_aggregates.h"
 #include "mondrian/publication/aggregates_file.h"
 #include "mondrian/publication/files_beside.h"
 #include "mondrian/publication/mondrian_server.h"
 #include "mondrian/publication/publication.h"
+#include "mondrian/warehouse/aggregate_building.h"
 #include "mondrian/warehouse/warehouse.h"
 
 namespace importkcd {
@@ -25,14 +24,12 @@ namespace {
 
 using LevelNames = std::vector<std::pair<std::string, std::string>>;
 
-std::string utc_now() {
-  const std::time_t now = std::time(nullptr);
-  std::tm parts{};
-  gmtime_r(&now, &parts);
-  std::string text(32, '\0');
-  text.resize(std::strftime(text.data(), text.size(), "%Y-%m-%d %H:%M:%S", &parts));
-  return text;
-}
+/// A table that is to be made.
+struct WantedTable {
+  LevelNames levels;
+  /// Where a finished table is stale: what the query of its record gives now.
+  std::string fingerprint;
+};
 
 /// The warehouses of a scope, each connected once, when it is first needed.
 class OpenWarehouses {
@@ -96,15 +93,16 @@ class AggregateRun {
 
   void build(const PlannedCube& plan) {
     const auto& cube = plan.cube;
-    std::vector<LevelNames> wanted;
+    std::vector<WantedTable> wanted;
     for (const auto& table : plan.tables) {
-      wanted.push_back(table.names);
+      wanted.push_back({table.names, {}});
     }
     make(cube, wanted);
     std::vector<AggregateRecord> others;
     for (const auto& record : records_.tables) {
       if (is_of(record, cube) &&
-          std::find(wanted.begin(), wanted.end(), record.levels) == wanted.end()) {
+          std::none_of(wanted.begin(), wanted.end(),
+                       [&](const WantedTable& table) { return table.levels == record.levels; })) {
         others.push_back(record);
       }
     }
@@ -112,10 +110,12 @@ class AggregateRun {
   }
 
   void refresh(const ScopeCube& cube) {
-    std::vector<LevelNames> wanted;
+    std::vector<WantedTable> wanted;
     for (const auto& record : records_.tables) {
-      if (is_of(record, cube) && state_of(cube, record) != AggregateStatus::State::fresh) {
-        wanted.push_back(record.levels);
+      std::string fingerprint;
+      if (is_of(record, cube) &&
+          state_of(cube, record, fingerprint) != AggregateStatus::State::fresh) {
+        wanted.push_back({record.levels, fingerprint});
       }
     }
     make(cube, wanted);
@@ -134,7 +134,9 @@ class AggregateRun {
     }
   }
 
-  AggregateStatus::State state_of(const ScopeCube& cube, const AggregateRecord& record) {
+  /// `fingerprint` becomes what the record's query gives now, where it comes to that.
+  AggregateStatus::State state_of(const ScopeCube& cube, const AggregateRecord& record,
+                                  std::string& fingerprint) {
     using State = AggregateStatus::State;
     auto& warehouse = warehouses_.of(cube.connection);
     if (!record.is_finished()) {
@@ -147,8 +149,8 @@ class AggregateRun {
       return State::changed;
     }
     try {
-      return warehouse.fingerprint(record.fingerprint_query) == record.fingerprint ? State::fresh
-                                                                                   : State::stale;
+      fingerprint = warehouse.fingerprint(record.fingerprint_query);
+      return fingerprint == record.fingerprint ? State::fresh : State::stale;
     } catch (const ImportError&) {
       // A table or column that it was made of is not there any more.
       return State::stale;
@@ -161,9 +163,11 @@ class AggregateRun {
         continue;
       }
       const auto* cube = find_cube(cubes, record.database, record.cube);
-      result.push_back({record.database, record.cube, record.table,
-                        cube == nullptr ? AggregateStatus::State::changed : state_of(*cube, record),
-                        record.built, record.levels});
+      std::string ignored;
+      result.push_back(
+          {record.database, record.cube, record.table,
+           cube == nullptr ? AggregateStatus::State::changed : state_of(*cube, record, ignored),
+           record.built, record.levels});
     }
     for (const auto& cube : cubes) {
       add_foreign_tables(cube, result);
@@ -190,7 +194,7 @@ class AggregateRun {
   }
 
   /// Builds the tables of a cube that tell these levels apart and tells the engine of them.
-  void make(const ScopeCube& cube, const std::vector<LevelNames>& wanted) {
+  void make(const ScopeCube& cube, const std::vector<WantedTable>& wanted) {
     if (wanted.empty()) {
       return;
     }
@@ -204,8 +208,8 @@ class AggregateRun {
       });
     };
     try {
-      for (const auto& levels : wanted) {
-        made.push_back(make_table(cube, levels));
+      for (const auto& table : wanted) {
+        made.push_back(make_table(cube, table));
       }
     } catch (const std::exception&) {
       tell();
@@ -245,7 +249,8 @@ class AggregateRun {
       record([&](AggregateRecords& records) { records.views.push_back(view); });
       known = records_.view_of(cube.database, cube.cube);
     }
-    if (shape_to_build_on(*cube.schema, element_of(cube), known) && warehouse.has(known->view)) {
+    if (shape_to_build_on(*cube.schema, element_of(cube), known) &&
+        warehouse.has_view_of(known->view, sql_of(facts))) {
       return;
     }
     const auto query = sql_of(facts);
@@ -279,9 +284,9 @@ class AggregateRun {
 
   /// Gives the record as it is to be published: not finished when the table would not answer as the
   /// facts do.
-  AggregateRecord make_table(const ScopeCube& cube, const LevelNames& levels) {
+  AggregateRecord make_table(const ScopeCube& cube, const WantedTable& wanted) {
     auto& warehouse = warehouses_.of(cube.connection);
-    auto record = reserved(cube, levels);
+    auto record = reserved(cube, wanted.levels);
     const auto today = definition_today(*cube.schema, records_, record);
     if (!today) {
       report_.built.push_back(
@@ -289,39 +294,10 @@ class AggregateRun {
       record.built.clear();
       return record;
     }
-    const auto kind = warehouse.kind();
-    record.query = aggregate_query(today->shape, today->levels, kind);
-    record.fingerprint_query = fingerprint_statement(today->shape, today->levels, kind);
-    // What changes while the table is built makes it stale.
-    record.fingerprint = warehouse.fingerprint(record.fingerprint_query);
-    AggregateOutcome outcome{cube.cube, record.table, {}, 0};
-    const auto new_name = new_name_of(record.table);
-    const auto is_complete = [&] {
-      const auto found =
-          warehouse.row(completeness_statement(today->shape, today->levels, kind, new_name), 3);
-      record.rows = found[2];
-      outcome.rows = exact_number<double>(found[2]).value_or(0);
-      outcome.failure = fault_of(found, record.fingerprint);
-      return outcome.failure.empty();
-    };
-    const WarehouseTable table{record.table, record.query,
-                               index_statements(today->shape, today->levels, kind, new_name)};
-    record.built = warehouse.replace(table, is_complete, report_.remarks) ? utc_now() : "";
-    report_.built.push_back(std::move(outcome));
+    auto outcome = refresh_rows(warehouse, *today, wanted.fingerprint, record);
+    report_.built.push_back(outcome ? std::move(*outcome)
+                                    : build_table(warehouse, *today, record, report_.remarks));
     return record;
-  }
-
-  /// `found` is what completeness_statement() gave.
-  static std::string fault_of(const std::vector<std::string>& found,
-                              const std::string& fingerprint) {
-    const auto facts = exact_number<double>(fingerprint.substr(0, fingerprint.find(':')));
-    if (exact_number<double>(found[0]) != facts) {
-      return "it would not count each fact once: a dimension's table has a key twice, or facts "
-             "came while it was built";
-    }
-    return exact_number<double>(found[1]) == 0.0
-               ? ""
-               : "there are facts without a member, which it would count otherwise than the cube";
   }
 
   /// Lets the engine forget tables and views, drops them, and then their records.

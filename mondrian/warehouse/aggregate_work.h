@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <functional>
 #include <string>
 #include <vector>
@@ -44,6 +45,10 @@ struct AggregateOutcome {
   /// Why it was not built; empty when it was.
   std::string failure;
   double rows = 0;
+  /// How many partitions were read for it, of how many, when the rows of the others were kept; 0
+  /// when it was built as a whole.
+  std::size_t partitions_read = 0;
+  std::size_t partitions = 0;
 };
 
 /// What a run did, and what a person should know.
@@ -63,7 +68,8 @@ std::vector<PlannedCube> plan_aggregates(const AggregateScope& scope, const Plan
 AggregateReport build_aggregates(const AggregateScope& scope, const std::vector<PlannedCube>& plans,
                                  const std::string& login);
 
-/// Builds those tables of a scope anew that are not fresh.
+/// Builds those tables of a scope anew that are not fresh. Where only some partitions of the facts
+/// have changed, and a table tells them apart, it replaces only the rows that come from them.
 AggregateReport refresh_aggregates(const AggregateScope& scope, const std::string& login);
 
 /// Drops all tables of a scope.

@@ -210,9 +210,52 @@ void Warehouse::finish_replacing(const std::string& table) {
   if (has_transactions_for_tables()) {
     connection_->commit();
   }
+  analyze(table);
+}
+
+void Warehouse::analyze(const std::string& table) {
   if (kind_ != DatabaseKind::sql_server) {
     execute((kind_ == DatabaseKind::mariadb ? "analyze table " : "analyze ") +
             quoted_name(kind_, table));
+  }
+}
+
+bool Warehouse::has_transactions_for_rows(const std::string& table) {
+  if (kind_ != DatabaseKind::mariadb) {
+    return true;
+  }
+  return row("select count(*) from information_schema.tables where table_schema = database() and "
+             "engine = 'InnoDB' and table_name = " +
+                 sql_string(table),
+             1)
+             .front() == "1";
+}
+
+void Warehouse::begin_changing() {
+  if (kind_ == DatabaseKind::mariadb) {
+    // Values that a column has no room for would be cut off without it.
+    execute(
+        "set @kcd_sql_mode = @@session.sql_mode, session sql_mode = concat(@@session.sql_mode, "
+        "',STRICT_ALL_TABLES')");
+  }
+  connection_->begin();
+}
+
+void Warehouse::commit_changes() {
+  connection_->commit();
+  if (kind_ == DatabaseKind::mariadb) {
+    execute("set session sql_mode = @kcd_sql_mode");
+  }
+}
+
+void Warehouse::undo_changes() noexcept {
+  try {
+    connection_->roll_back();
+    if (kind_ == DatabaseKind::mariadb) {
+      execute("set session sql_mode = @kcd_sql_mode");
+    }
+  } catch (const std::exception&) {
+    // What made it give up is told; a connection that is gone has undone it by itself.
   }
 }
 
@@ -232,6 +275,30 @@ void Warehouse::let_engine_read(const std::string& table) {
   if (!reader_.empty() && kind_ != DatabaseKind::mariadb) {
     execute("grant select on " + quoted_name(kind_, table) + " to " + quoted_name(kind_, reader_));
   }
+}
+
+bool Warehouse::has_view_of(const std::string& view, const std::string& query) {
+  if (kind_ != DatabaseKind::postgresql || !has(view)) {
+    return has(view);
+  }
+  // A view of PostgreSQL stays with a table that is renamed, when a load puts another in its place.
+  const std::string compared = "kcd_aggregate_compared";
+  const auto text_of = [&](const std::string& name) {
+    return "pg_get_viewdef(" + sql_string(quoted_name(kind_, name)) + "::regclass)";
+  };
+  connection_->begin();
+  bool is_same = false;
+  try {
+    execute("create temporary view " + compared + " as\n" + query);
+    is_same = row("select case when " + text_of(view) + " = " + text_of(compared) +
+                      " then 'yes' else 'no' end",
+                  1)
+                  .front() == "yes";
+  } catch (const ImportError&) {
+    is_same = false;
+  }
+  undo_changes();
+  return is_same;
 }
 
 void Warehouse::replace_view(const std::string& view, const std::string& query) {

@@ -74,6 +74,33 @@ class Warehouse {
     return true;
   }
 
+  /// Changes rows of a table by statements that take effect together, when `is_right`, which asks
+  /// about the table as it would be, says so. False, with everything as it was, otherwise and when
+  /// the table is of a kind that knows no transactions.
+  template <class Check>
+  bool change_rows(const std::string& table, const std::vector<std::string>& statements,
+                   const Check& is_right) {
+    if (!has_transactions_for_rows(table)) {
+      return false;
+    }
+    begin_changing();
+    try {
+      run(statements);
+      if (!is_right()) {
+        undo_changes();
+        return false;
+      }
+      commit_changes();
+    } catch (...) {
+      undo_changes();
+      throw;
+    }
+    analyze(table);
+    return true;
+  }
+
+  /// Whether there is a view with this query, over the tables that the query's names mean now.
+  bool has_view_of(const std::string& view, const std::string& query);
   void replace_view(const std::string& view, const std::string& query);
   /// Drops a table or view, if it is there.
   void drop(const std::string& table, bool is_view);
@@ -85,6 +112,11 @@ class Warehouse {
   void build(const WarehouseTable& table, std::vector<std::string>& remarks);
   void finish_replacing(const std::string& table);
   void give_up_replacing(const std::string& table) noexcept;
+  bool has_transactions_for_rows(const std::string& table);
+  void begin_changing();
+  void commit_changes();
+  void undo_changes() noexcept;
+  void analyze(const std::string& table);
   void let_engine_read(const std::string& table);
   bool has_transactions_for_tables() const { return kind_ != DatabaseKind::mariadb; }
 

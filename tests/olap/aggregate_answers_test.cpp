@@ -90,6 +90,19 @@ TEST_P(Aggregates, AreToldToBeStaleAfterAChangedRowAndFreshAfterARefresh) {
   expect_right_answers(payroll_questions());
 }
 
+TEST_P(Aggregates, AreRefreshedFromThePartitionThatWasLoaded) {
+  sales.build("Sales");
+  sales.sql("UPDATE sales SET quantity = quantity + 3, amount = amount + 100 WHERE store_id = 1;");
+  EXPECT_THAT(status(), HasSubstr("stale"));
+  const auto refreshed = sales.aggregate("refresh");
+  EXPECT_EQ(refreshed.exit_status, 0) << refreshed.errors;
+  EXPECT_THAT(refreshed.output, ::testing::ContainsRegex("Refreshed 'sales_agg_[0-9]+' for cube "
+                                                         "'Sales': 1 of 2 partitions read anew, "
+                                                         "[0-9]+ rows\n"));
+  EXPECT_EQ(sales.aggregate("status").exit_status, 0) << status();
+  expect_right_answers(sales_questions());
+}
+
 TEST_P(Aggregates, AreNotReadOnceAnImportHasChangedTheirCube) {
   sales.build("Sales");
   sales.build("Payroll");

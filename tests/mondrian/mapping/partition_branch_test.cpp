@@ -275,6 +275,24 @@ TEST_F(PublishedPartitions, HaveNoSliceOverOtherTablesThanTheEngineJoins) {
   EXPECT_EQ(map(*cube_).partitions, "");
 }
 
+TEST_F(PublishedPartitions, HaveNoSliceOfATableThatTheyReachOnAnotherWay) {
+  const std::string tables = ", store, region";
+  const std::string way = ".shop = store.id AND store.region_id = region.id";
+  add_dimension("Region", "store, region", {level("Region", "region.region")},
+                "store.region_id = region.id");
+  cube_ = &add_cube("Sales", "sales", "sales" + tables, "sales" + way, {"Region"});
+  for (const std::string name : {"sales", "old", "older"}) {
+    auto& partition =
+        add_partition(name, name, name + tables,
+                      name + way + (name == "old" ? " AND old.region_id = region.id" : ""));
+    partition.slices.edit_or_add("Region").levels.add({"Region", "", name});
+  }
+  EXPECT_EQ(slices(), R"([{"table":"region","column":"region","value":"sales","number":false}])"
+                      "\n[]\n"
+                      R"([{"table":"region","column":"region","value":"older","number":false}])"
+                      "\n");
+}
+
 TEST_F(PublishedPartitions, SliceTheColumnOfTheViewForValuesThatAreWithTheFacts) {
   auto method = level("Method", "sales.method", "sales.method_name");
   method.column_type = 3;

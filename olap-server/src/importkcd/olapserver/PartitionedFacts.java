@@ -62,8 +62,8 @@ record PartitionedFacts(String view, String union, List<Part> parts) {
   }
 
   private static void add(Document document, Element cube, String json, List<PartitionedFacts> all) {
-    final Element relation = relation(cube);
     try {
+      final Element relation = relation(cube);
       final List<Part> parts = new ArrayList<>();
       for (final Object part : (Object[]) JSON.parse(json)) {
         final Map<?, ?> its = (Map<?, ?>) part;

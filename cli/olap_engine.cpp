@@ -7,6 +7,7 @@
 
 #include <array>
 #include <cerrno>
+#include <cmath>
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
@@ -155,6 +156,9 @@ std::vector<std::string> host_words(const EngineOptions& options) {
   add("access-log", options.access_log_file);
   add("admin-port", options.admin_port ? std::to_string(*options.admin_port) : "");
   add("public-health", options.has_public_health ? "yes" : "");
+  constexpr double seconds_per_minute = 60;
+  add("check-aggregates",
+      std::to_string(std::lround(std::ceil(options.aggregate_check_minutes * seconds_per_minute))));
   return words;
 }
 

@@ -16,6 +16,7 @@ namespace importkcd {
 constexpr const char* default_engine_address = "127.0.0.1";
 constexpr std::uint16_t default_engine_port = 8712;
 constexpr std::uint32_t default_question_seconds = 300;
+constexpr double default_aggregate_check_minutes = 15;
 
 /// A folder that a document was imported into, as it may be named: the prefix "mondrian:" of a
 /// server's text is dropped.
@@ -43,6 +44,8 @@ struct EngineOptions {
   std::optional<std::uint16_t> admin_port{};
   /// Tell health where questions are answered, too.
   bool has_public_health = false;
+  /// How often aggregate tables are compared with the facts; 0 is never.
+  double aggregate_check_minutes = default_aggregate_check_minutes;
   /// JDBC drivers beside those of the host.
   std::vector<std::string> driver_jars{};
   /// The most memory, as Java takes it ("2g"); empty: what Java finds fit.

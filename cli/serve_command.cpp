@@ -116,6 +116,7 @@ void ServeCommand::add_engine_options() {
 }
 
 void ServeCommand::add_state_options() {
+  constexpr double longest_pause_minutes = 7 * 24 * 60;
   command_
       ->add_option("--access-log", options_.access_log_file,
                    "Write a line of JSON for each request")
@@ -128,6 +129,13 @@ void ServeCommand::add_state_options() {
       ->add_flag("--public-health", options_.has_public_health,
                  "Tell /health where questions are answered, without a login")
       ->disable_flag_override();
+  command_
+      ->add_option("--check-aggregates", options_.aggregate_check_minutes,
+                   "Compare aggregate tables with the facts every so many minutes at the most, for "
+                   "/health; 0 is never")
+      ->type_name("MINUTES")
+      ->check(CLI::Range(0.0, longest_pause_minutes))
+      ->capture_default_str();
 }
 
 int ServeCommand::run(const CommandEnvironment&) const {

@@ -90,7 +90,7 @@ AggregateOutcome build_table(Warehouse& warehouse, const AggregateDefinition& to
   record.query = aggregate_query(today.shape, today.levels, kind);
   record.fingerprint_query = fingerprint_statement(today.shape, today.levels, kind);
   // What changes while the table is built makes it stale.
-  record.fingerprint = warehouse.row(record.fingerprint_query, 1).front();
+  record.fingerprint = warehouse.fingerprint(record.fingerprint_query);
   AggregateOutcome outcome{record.cube, record.table, {}};
   const auto new_name = new_name_of(record.table);
   const auto is_complete = [&] {

@@ -149,7 +149,7 @@ class AggregateRun {
       return State::changed;
     }
     try {
-      fingerprint = warehouse.row(record.fingerprint_query, 1).front();
+      fingerprint = warehouse.fingerprint(record.fingerprint_query);
       return fingerprint == record.fingerprint ? State::fresh : State::stale;
     } catch (const ImportError&) {
       // A table or column that it was made of is not there any more.

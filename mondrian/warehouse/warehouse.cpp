@@ -155,6 +155,25 @@ std::vector<std::string> Warehouse::row(const std::string& query, std::size_t co
   return values;
 }
 
+std::string Warehouse::fingerprint(const std::string& query) {
+  // Times are hashed as texts: in one zone for all who compare, whatever the session's is.
+  const bool is_zoned = kind_ == DatabaseKind::postgresql;
+  const auto set_zone = [&](const char* statement) {
+    if (is_zoned) {
+      execute(statement);
+    }
+  };
+  set_zone("set time zone 'UTC'");
+  try {
+    auto value = row(query, 1).front();
+    set_zone("reset time zone");
+    return value;
+  } catch (const ImportError&) {
+    set_zone("reset time zone");
+    throw;
+  }
+}
+
 void Warehouse::begin_replacing(const WarehouseTable& table, std::vector<std::string>& remarks) {
   if (has_transactions_for_tables()) {
     connection_->begin();

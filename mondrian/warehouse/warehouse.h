@@ -51,6 +51,8 @@ class Warehouse {
 
   /// The columns of the only row that a query gives.
   std::vector<std::string> row(const std::string& query, std::size_t columns);
+  /// What a query about all that a table is made of gives.
+  std::string fingerprint(const std::string& query);
 
   /// Builds a table and puts it into its place, in a transaction or by renaming it, when
   /// `is_complete`, which asks about the table under its new name, says so; otherwise leaves

@@ -189,6 +189,8 @@ TEST_F(KcdUser, OptionsOfServingThatMakeNoSenseAreRefused) {
                                              {"--heap", "m"},
                                              {"--heap", "2g -Dx=y"},
                                              {"--max-concurrent", "0"},
+                                             {"--check-aggregates", "-1"},
+                                             {"--check-aggregates", "often"},
                                              {"--admin-port", "x"}}) {
     auto arguments = options;
     arguments.insert(arguments.begin(), {"serve", folder.file("olap")});

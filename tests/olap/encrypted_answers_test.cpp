@@ -152,7 +152,8 @@ print(answer.headers['Strict-Transport-Security'], answer.read().decode(), end='
 )";
   const auto python = run_process(
       {"/usr/bin/env", {"python3", "-c", asking, engine_->address(), folder_->file("first.pem")}});
-  EXPECT_EQ(python.output, "max-age=31536000 {\"ready\":true}\n") << python.errors;
+  EXPECT_EQ(python.output, "max-age=31536000 {\"ready\":true,\"stale_aggregates\":false}\n")
+      << python.errors;
 }
 
 TEST_F(EncryptedAnswers, ANewCertificateCountsWithoutARestart) {

@@ -28,6 +28,9 @@ final class Limits {
   /** Questions that wait for their turn. */
   static final int WAITING_QUESTIONS = value("waitingQuestions", 200);
 
+  /** Seconds that one query of a check of aggregate tables may take. */
+  static final int CHECK_SECONDS = value("checkSeconds", 3600);
+
   /** Whether the data warehouses are looked at when the engine starts; not for a single question. */
   static final boolean CHECK = !"false".equals(System.getProperty("importkcd.check"));
 

@@ -66,7 +66,7 @@ final class Metrics {
     hashes.increment();
   }
 
-  String text() {
+  String text(Map<AggregateChecks.State, Integer> aggregates) {
     final StringBuilder text = new StringBuilder();
     head(text, "requests_total", "counter", "HTTP requests by the status of their answers.");
     requests.forEach((status, count) -> line(text, "requests_total{status=\"" + status + "\"}", count.sum()));
@@ -86,6 +86,9 @@ final class Metrics {
     line(text, "logins_total{result=\"right\"}", goodLogins.sum());
     line(text, "logins_total{result=\"wrong\"}", wrongLogins.sum());
     one(text, "password_hashes_total", "counter", "Computations of bcrypt.", hashes.sum());
+    head(text, "aggregate_tables", "gauge", "Aggregate tables that are read, by what their last check said.");
+    aggregates.forEach(
+        (state, count) -> line(text, "aggregate_tables{state=\"" + state.label() + "\"}", count));
     final Runtime machine = Runtime.getRuntime();
     one(text, "heap_bytes", "gauge", "Memory in use.", machine.totalMemory() - machine.freeMemory());
     one(text, "heap_limit_bytes", "gauge", "Memory that may be used.", machine.maxMemory());

@@ -101,6 +101,9 @@ public final class OlapServer {
       final Thread check = new Thread(() -> engine.faults().tell(), "cube-check");
       check.setDaemon(true);
       check.start();
+      if (options.aggregateSeconds > 0) {
+        engine.aggregates().start(options.aggregateSeconds);
+      }
     }
     try {
       server.join();

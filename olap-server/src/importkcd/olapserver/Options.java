@@ -16,7 +16,7 @@ final class Options {
   static final String USAGE =
       "usage: DIRECTORY [address=ADDRESS] [port=N] [seconds=N] [host=NAME]... [users=FILE]"
           + " [grants=FILE|grants-from-documents=yes] [certificate=PEM key=PEM] [access-log=FILE]"
-          + " [admin-port=N] [public-health=yes]";
+          + " [admin-port=N] [public-health=yes] [check-aggregates=SECONDS]";
 
   final Path directory;
   String address = "127.0.0.1";
@@ -44,6 +44,9 @@ final class Options {
 
   /** Whether health is answered where questions are. */
   boolean publicHealth;
+
+  /** How often aggregate tables are compared with the facts; never with 0. */
+  int aggregateSeconds = 900;
 
   private Options(Path directory) {
     this.directory = directory;
@@ -82,6 +85,7 @@ final class Options {
       case "access-log" -> accessLog = Path.of(value);
       case "admin-port" -> adminPort = Integer.parseInt(value);
       case "public-health" -> publicHealth = true;
+      case "check-aggregates" -> aggregateSeconds = Integer.parseInt(value);
       default -> throw new IllegalArgumentException(USAGE);
     }
   }

@@ -83,6 +83,7 @@ final class PublishedContent extends DynamicContentFinder {
       final Document content = check(bytes);
       final List<Published> its = new ArrayList<>();
       lastGood = named(content, its);
+      Warehouses.serve(its);
       published = its;
       lastFault = null;
     } catch (IOException error) {

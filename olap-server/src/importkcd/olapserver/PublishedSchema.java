@@ -18,10 +18,15 @@ import javax.xml.stream.XMLStreamReader;
  * What a published schema says about its database and cubes. The descriptions may be null.
  *
  * @param cubes the descriptions by the names of the cubes, in their order
+ * @param aggregates the aggregate tables of those cubes that have some
  */
-record PublishedSchema(String description, Map<String, String> cubes, Map<String, Role> roles) {
+record PublishedSchema(
+    String description,
+    Map<String, String> cubes,
+    Map<String, Role> roles,
+    Map<String, List<String>> aggregates) {
   /** Of one that is not there, or is being replaced. */
-  static final PublishedSchema NONE = new PublishedSchema(null, Map.of(), Map.of());
+  static final PublishedSchema NONE = new PublishedSchema(null, Map.of(), Map.of(), Map.of());
 
   private static final int SCHEMA_DEPTH = 1;
   private static final int OBJECT_DEPTH = 2;
@@ -68,7 +73,9 @@ record PublishedSchema(String description, Map<String, String> cubes, Map<String
     private final XMLStreamReader reader;
     private final Map<String, String> cubes = new LinkedHashMap<>();
     private final Map<String, Role> roles = new LinkedHashMap<>();
+    private final Map<String, List<String>> aggregates = new LinkedHashMap<>();
     private String description;
+    private String cubeName;
     private String roleName;
     private String userList = "";
     private Set<String> granted = new HashSet<>();
@@ -91,18 +98,21 @@ record PublishedSchema(String description, Map<String, String> cubes, Map<String
           --depth;
         }
       }
-      return new PublishedSchema(description, cubes, roles);
+      return new PublishedSchema(description, cubes, roles, aggregates);
     }
 
     private void begin(String element) throws XMLStreamException {
       if (depth == SCHEMA_DEPTH) {
         description = attribute("description");
       } else if (depth == OBJECT_DEPTH && element.endsWith("Cube")) {
-        cubes.put(attribute("name"), attribute("description"));
+        cubeName = attribute("name");
+        cubes.put(cubeName, attribute("description"));
       } else if (depth == OBJECT_DEPTH && element.equals("Role")) {
         roleName = attribute("name");
         userList = "";
         granted = new HashSet<>();
+      } else if (element.equals("AggName")) {
+        aggregates.computeIfAbsent(cubeName, cube -> new ArrayList<>()).add(attribute("name"));
       } else if (element.equals("CubeGrant") && "all".equals(attribute("access"))) {
         granted.add(attribute("cube"));
       } else if (element.equals("Annotation") && "user_list".equals(attribute("name")) && roleName != null) {

@@ -1,12 +1,12 @@
 package importkcd.olapserver;
 
+import importkcd.olapserver.AggregateChecks.State;
 import java.io.IOException;
 import java.nio.charset.StandardCharsets;
 import java.util.ArrayList;
 import java.util.LinkedHashMap;
 import java.util.List;
 import java.util.Map;
-import java.util.function.Supplier;
 import javax.servlet.http.HttpServlet;
 import javax.servlet.http.HttpServletRequest;
 import javax.servlet.http.HttpServletResponse;
@@ -20,14 +20,14 @@ final class StateServlet extends HttpServlet {
   static final String METRICS = "/metrics";
 
   private final transient RequestCheck check;
-  private final transient Supplier<CubeFaults> faults;
+  private final transient XmlaDirectoryServlet engine;
   private final transient Metrics metrics;
   private final boolean inFull;
 
   /** Without metrics only health is told; in full it names databases and cubes. */
-  StateServlet(RequestCheck check, Supplier<CubeFaults> faults, Metrics metrics, boolean inFull) {
+  StateServlet(RequestCheck check, XmlaDirectoryServlet engine, Metrics metrics, boolean inFull) {
     this.check = check;
-    this.faults = faults;
+    this.engine = engine;
     this.metrics = metrics;
     this.inFull = inFull;
   }
@@ -40,20 +40,20 @@ final class StateServlet extends HttpServlet {
     } else if (HEALTH.equals(request.getRequestURI())) {
       sendHealth(response);
     } else if (metrics != null && METRICS.equals(request.getRequestURI())) {
-      send(response, HttpServletResponse.SC_OK, Metrics.CONTENT_TYPE, metrics.text());
+      send(response, HttpServletResponse.SC_OK, Metrics.CONTENT_TYPE, metrics.text(engine.aggregates().counts()));
     } else {
       new Refusal(HttpServletResponse.SC_NOT_FOUND, "there is nothing at this path").send(response);
     }
   }
 
   private void sendHealth(HttpServletResponse response) throws IOException {
-    final CubeFaults found = faults.get();
+    final CubeFaults found = engine.faults();
     boolean isReady = true;
     final List<Object> databases = new ArrayList<>();
     for (final String name : found.databases()) {
       final Map<String, String> faulty = found.of(name);
       final List<Object> cubes = new ArrayList<>();
-      found.cubes(name).forEach(cube -> cubes.add(state(cube, faulty.get(cube))));
+      found.cubes(name).forEach(cube -> cubes.add(state(name, cube, faulty.get(cube))));
       isReady &= faulty.isEmpty();
       final Map<String, Object> database = new LinkedHashMap<>();
       database.put("name", name);
@@ -63,6 +63,8 @@ final class StateServlet extends HttpServlet {
     }
     final Map<String, Object> health = new LinkedHashMap<>();
     health.put("ready", isReady);
+    final Map<State, Integer> aggregates = engine.aggregates().counts();
+    health.put("stale_aggregates", aggregates.get(State.STALE) + aggregates.get(State.MISSING) > 0);
     if (inFull) {
       health.put("databases", databases);
     }
@@ -73,12 +75,22 @@ final class StateServlet extends HttpServlet {
         new JSON().toJSON(health) + "\n");
   }
 
-  private static Map<String, Object> state(String cube, String fault) {
+  private Map<String, Object> state(String database, String cube, String fault) {
     final Map<String, Object> state = new LinkedHashMap<>();
     state.put("name", cube);
     state.put("ready", fault == null);
     if (fault != null) {
       state.put("reason", fault);
+    }
+    final AggregateChecks.Summary aggregates = engine.aggregates().of(database, cube);
+    if (aggregates != null) {
+      final Map<String, Object> tables = new LinkedHashMap<>();
+      tables.put("fresh", aggregates.tables().getOrDefault(State.FRESH, List.of()).size());
+      for (final State other : List.of(State.STALE, State.MISSING, State.UNCHECKED)) {
+        tables.put(other.label(), aggregates.tables().getOrDefault(other, List.of()));
+      }
+      tables.put("checked", aggregates.checked() == null ? null : aggregates.checked().toString());
+      state.put("aggregates", tables);
     }
     return state;
   }

@@ -1,11 +1,16 @@
 package importkcd.olapserver;
 
 import java.io.PrintWriter;
+import java.nio.file.Path;
 import java.sql.Connection;
+import java.sql.DriverManager;
 import java.sql.SQLException;
 import java.sql.SQLFeatureNotSupportedException;
+import java.sql.Statement;
+import java.util.List;
 import java.util.Map;
 import java.util.NoSuchElementException;
+import java.util.Properties;
 import java.util.logging.Logger;
 import javax.sql.DataSource;
 import org.apache.commons.dbcp.BasicDataSource;
@@ -25,10 +30,12 @@ final class Warehouse implements DataSource {
   private static final int MOST_CONNECTIONS = 64;
   private static final int LONGEST_WAIT_MILLISECONDS = 30_000;
   private static final int EVICTION_MILLISECONDS = 60_000;
+  private static final int SECONDS_TO_GIVE_UP = 60;
 
   private final Map<String, String> connection;
   private final BasicDataSource pool = new BasicDataSource();
   private final WarehouseKind kind;
+  private final PartitionPruning pruning;
   private final String name;
   private final String address;
   private final String password;
@@ -38,7 +45,12 @@ final class Warehouse implements DataSource {
 
   /** Takes the items of the engine's connect string, some of which may be null. */
   Warehouse(Map<String, String> connection) {
+    this(connection, new PartitionPruning(WarehouseKind.of(connection.get("Jdbc"))));
+  }
+
+  private Warehouse(Map<String, String> connection, PartitionPruning pruning) {
     this.connection = connection;
+    this.pruning = pruning;
     address = connection.get("Jdbc");
     password = connection.get("JdbcPassword");
     name = connection.get("Warehouse");
@@ -66,7 +78,7 @@ final class Warehouse implements DataSource {
       return UnusableConnection.of(kind, before);
     }
     try {
-      return pool.getConnection();
+      return pruning.over(pool.getConnection());
     } catch (SQLException error) {
       final SQLException named = named(error);
       if (kind.product == null || isExhausted(error)) {
@@ -86,7 +98,7 @@ final class Warehouse implements DataSource {
     if (reason == null) {
       return null;
     }
-    final Warehouse fresh = new Warehouse(connection);
+    final Warehouse fresh = new Warehouse(connection, pruning);
     try {
       fresh.pool.getConnection().close();
       pool.close();
@@ -104,6 +116,55 @@ final class Warehouse implements DataSource {
     } catch (SQLException error) {
       throw named(error);
     }
+  }
+
+  /**
+   * A connection that no question waits for and that the caller closes, for work that may take so
+   * many seconds. Times are shown in UTC.
+   */
+  Connection ownConnection(int seconds) throws SQLException {
+    final Properties properties = new Properties();
+    properties.putAll(kind.connectionItems);
+    if (connection.get("JdbcUser") != null) {
+      properties.put("user", connection.get("JdbcUser"));
+    }
+    if (password != null) {
+      properties.put("password", password);
+    }
+    try {
+      if (connection.get("JdbcDrivers") != null) {
+        Class.forName(connection.get("JdbcDrivers"));
+      }
+      final Connection own = DriverManager.getConnection(address, properties);
+      try {
+        // A database that fell silent ends it, too.
+        own.setNetworkTimeout(Runnable::run, (seconds + SECONDS_TO_GIVE_UP) * 1000);
+      } catch (SQLException | LinkageError error) {
+        // An old driver knows no such time.
+      }
+      if (kind == WarehouseKind.POSTGRESQL) {
+        // The driver sets that of this computer; what kcd aggregate compares is in this one.
+        try (Statement statement = own.createStatement()) {
+          statement.execute("set time zone 'UTC'");
+        }
+      }
+      return own;
+    } catch (SQLException error) {
+      throw named(error);
+    } catch (ClassNotFoundException error) {
+      throw new SQLException(title() + " lacks its driver", error);
+    }
+  }
+
+  /** A name as it stands in SQL. */
+  String quoted(String identifier) {
+    final String quote = kind.quote == null ? "\"" : kind.quote;
+    return quote + identifier.replace(quote, quote + quote) + quote;
+  }
+
+  /** Says which schemas are published over it now. */
+  void serve(List<Path> schemas) {
+    pruning.follow(schemas);
   }
 
   /** What messages call it. */

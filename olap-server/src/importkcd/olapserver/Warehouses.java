@@ -1,9 +1,12 @@
 package importkcd.olapserver;
 
+import java.nio.file.Path;
 import java.sql.Driver;
+import java.util.ArrayList;
 import java.util.HashMap;
 import java.util.HashSet;
 import java.util.Iterator;
+import java.util.List;
 import java.util.Map;
 import java.util.ServiceConfigurationError;
 import java.util.ServiceLoader;
@@ -36,6 +39,24 @@ public final class Warehouses implements DataSourceResolver {
     }
     properties.put("DataSource", name(connection));
     return properties.toString();
+  }
+
+  /** The warehouse of a connect string with a name in it; null when it has none. */
+  static synchronized Warehouse of(String connectString) {
+    return BY_NAME.get(Util.parseConnectString(connectString).get("DataSource"));
+  }
+
+  /** Tells each warehouse which schemas are published over it. */
+  static synchronized void serve(List<PublishedContent.Published> catalogues) {
+    final Map<Warehouse, List<Path>> schemas = new HashMap<>();
+    BY_NAME.values().forEach(warehouse -> schemas.put(warehouse, new ArrayList<>()));
+    for (final PublishedContent.Published catalogue : catalogues) {
+      final Warehouse its = of(catalogue.connection());
+      if (its != null) {
+        schemas.get(its).add(catalogue.schema());
+      }
+    }
+    schemas.forEach(Warehouse::serve);
   }
 
   private static synchronized String name(Map<String, String> connection) {

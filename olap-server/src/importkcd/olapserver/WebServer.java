@@ -71,7 +71,7 @@ final class WebServer {
     final ServletContextHandler questions =
         questions(engine, new RequestGate(answers, check, watch, metrics), new PageHandler(check));
     if (options.publicHealth) {
-      final StateServlet health = new StateServlet(check, engine::faults, null, users == null);
+      final StateServlet health = new StateServlet(check, engine, null, users == null);
       questions.addServlet(new ServletHolder(health), StateServlet.HEALTH);
     }
     if (users != null) {
@@ -79,7 +79,7 @@ final class WebServer {
     }
     final ContextHandlerCollection contexts = new ContextHandlerCollection(questions);
     if (administration != null) {
-      contexts.addHandler(state(new StateServlet(check, engine::faults, metrics, true)));
+      contexts.addHandler(state(new StateServlet(check, engine, metrics, true)));
     }
     server.setHandler(contexts);
     server.setRequestLog(new AccessLog(options.accessLog, metrics));

@@ -27,6 +27,7 @@ final class XmlaDirectoryServlet extends DynamicDatasourceXmlaServlet {
   private transient PublishedContent content;
   private transient ReplacedSchemas replaced;
   private transient CubeFaults faults;
+  private transient AggregateChecks aggregates;
   private final transient Map<Path, Known> known = new ConcurrentHashMap<>();
 
   /** What a schema's file said when it was the one of this identity. */
@@ -101,6 +102,11 @@ final class XmlaDirectoryServlet extends DynamicDatasourceXmlaServlet {
     return faults;
   }
 
+  /** How the aggregate tables are. */
+  AggregateChecks aggregates() {
+    return aggregates;
+  }
+
   @Override
   protected String makeDataSourcesUrl(ServletConfig config) {
     return PublishedContent.file(directory).toUri().toString();
@@ -120,6 +126,7 @@ final class XmlaDirectoryServlet extends DynamicDatasourceXmlaServlet {
     replaced = new ReplacedSchemas(server, content);
     final ConnectionFactory connections = new EngineConnections(engine, replaced, sound);
     faults = new CubeFaults(connections, content, this::schema, sound);
+    aggregates = new AggregateChecks(directory, content, this::schema);
     return connections;
   }
 }

@@ -5,8 +5,8 @@
 
 #include <filesystem>
 #include <fstream>
-#include <sstream>
 #include <thread>
+#include <utility>
 
 #include "base/files.h"
 #include "tests/cli/kcd_fixture.h"

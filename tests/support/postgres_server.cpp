@@ -74,6 +74,8 @@ std::string PostgresServer::run_sql(const std::string& database,
   return result.output;
 }
 
+std::string PostgresServer::log() const { return read_file(folder_.file("log")); }
+
 void PostgresServer::install() const {
   const auto secret = folder_.write("password", std::string(password) + "\n");
   hand_over(secret, {"postgres"});

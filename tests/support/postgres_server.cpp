@@ -94,8 +94,6 @@ std::string PostgresServer::run_sql(const std::string& database,
   return result.output;
 }
 
-std::string PostgresServer::log() const { return read_file(folder_.file("log")); }
-
 void PostgresServer::install() const {
   const auto result =
       run_process({"/bin/cp", {"-a", unused_postgres_data(), folder_.file("data")}});

@@ -34,9 +34,6 @@ class PostgresServer {
   /// between. The test fails when they do.
   std::string run_sql(const std::string& database, const std::string& statements) const;
 
-  /// What it has logged.
-  std::string log() const;
-
  private:
   void install() const;
   void start();

@@ -41,8 +41,10 @@ class CommandFaultsTest : public ::testing::Test,
   /// Puts the state to begin with into place again.
   void restore_start() const;
 
-  /// Judges how a run ended that met one fault. `may_abort`: it may end by std::terminate.
-  void expect_known_end(const ProcessResult& result, bool may_abort);
+  /// An end that a fault may have besides those that any fault may have.
+  enum class AlsoKnown { none, abort, in_use };
+  /// Judges how a run ended that met one fault.
+  void expect_known_end(const ProcessResult& result, AlsoKnown also_known);
   /// The same for a run that was killed.
   void expect_known_state();
   /// Whether that run had changed what is stored.

@@ -72,6 +72,7 @@ std::vector<std::string> replacing_statements(DatabaseKind kind, const Aggregate
                                               const std::vector<PartitionRows>& rows) {
   const auto name = quoted_name(kind, table);
   std::vector<std::string> statements;
+  statements.reserve(2 * rows.size());
   for (const auto& one : rows) {
     statements.push_back("delete from " + name + " where " + one.condition);
   }

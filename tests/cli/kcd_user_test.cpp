@@ -98,8 +98,8 @@ TEST_F(KcdUser, AChangeWaitsForOthersAndKeepsThem) {
   for (const std::vector<std::string>& change :
        std::vector<std::vector<std::string>>{{"add", file, "anna"}, {"remove", file, "leaving"}}) {
     auto held = locked(file);
-    testing::ProcessStart waiting{"/bin/sh", {"-c", "exec \"$0\" user \"$@\" <" + password}};
-    waiting.arguments.push_back(KCD_PROGRAM);
+    testing::ProcessStart waiting{"/bin/sh", {"-c", R"(exec "$0" user "$@" <)" + password}};
+    waiting.arguments.emplace_back(KCD_PROGRAM);
     waiting.arguments.insert(waiting.arguments.end(), change.begin(), change.end());
     testing::RunningProcess process(waiting);
     for (const std::string other : {"first", "second"}) {

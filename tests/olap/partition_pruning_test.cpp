@@ -81,8 +81,8 @@ class PartitionPruning : public ::testing::TestWithParam<AggregateServer> {
         R"(name="Method" member_key_column='"sales"."payment_method"' slice_value=""/>)"
         "</partition_levels></partition_dimension>");
     for (const auto& [table, value] : methods) {
-      const auto level = document.find("name=\"Method\" member_key_column='\"" + table + "\".");
-      const std::string attribute = "slice_value=\"";
+      const auto level = document.find(R"(name="Method" member_key_column='")" + table + "\".");
+      const std::string attribute = R"(slice_value=")";
       document.insert(document.find(attribute, level) + attribute.size(), value);
     }
     const auto imported = sales.import(sales.folder().write("three years.kcd", document));

@@ -19,8 +19,8 @@ constexpr auto rows_kind = DatabaseKind::postgresql;
 /// A cube over a view of partitions, with the same days by month, by week, and as days of delivery.
 CubeShape parts_of_shop(const std::string& partitions) {
   const auto days = [](const std::string& name, const std::string& key, const std::string& levels) {
-    return "<Dimension name=\"" + name + "\" foreignKey=\"" + key +
-           "\"><Hierarchy hasAll=\"true\" primaryKey=\"day\"><Table name=\"calendar\"/>" + levels +
+    return R"(<Dimension name=")" + name + R"(" foreignKey=")" + key +
+           R"("><Hierarchy hasAll="true" primaryKey="day"><Table name="calendar"/>)" + levels +
            "</Hierarchy></Dimension>";
   };
   const auto schema = read_xml(

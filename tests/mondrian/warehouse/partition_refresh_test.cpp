@@ -373,7 +373,7 @@ TEST_P(PartitionRefresh, IsABuildAsAWholeForRecordsOfOlderVersions) {
   replace_between(text, "<DimensionsQuery>", "</DimensionsFingerprint>",
                   "<Fingerprint>7:7</Fingerprint>");
   std::ofstream(file) << text;
-  EXPECT_THAT(text, ::testing::Not(HasSubstr("Facts")));
+  EXPECT_THAT(text, ::testing::Not(HasSubstr("FactsQuery")));
   EXPECT_THAT(states(), ElementsAre(stale, stale));
   EXPECT_THAT(refreshed(), ElementsAre("whole", "whole"));
   EXPECT_THAT(states(), ElementsAre(fresh, fresh));

@@ -24,20 +24,27 @@ XmlElement table_record_element(const AggregateRecord& record) {
     element.add(text_element("Level", {})).set("dimension", dimension).set("name", level);
   }
   element.add(text_element("Query", record.query));
-  element.add(text_element("FingerprintQuery", record.fingerprint_query));
-  element.add(text_element("Fingerprint", record.fingerprint));
+  element.add(text_element("FactsQuery", record.fingerprint_queries.facts));
+  element.add(text_element("FactsFingerprint", record.fingerprint.facts));
+  if (!record.fingerprint_queries.dimensions.empty()) {
+    element.add(text_element("DimensionsQuery", record.fingerprint_queries.dimensions));
+    element.add(text_element("DimensionsFingerprint", record.fingerprint.dimensions));
+  }
   return element;
 }
 
 AggregateRecord table_record(const XmlElement& element) {
+  const auto text_of = [&](std::string_view child) {
+    return std::string(element.child_text(child));
+  };
   AggregateRecord record{recorded_text(element, "database"),
                          recorded_text(element, "cube"),
                          recorded_text(element, "name"),
                          {},
-                         std::string(element.child_text("Query")),
+                         text_of("Query"),
                          recorded_text(element, "built"),
-                         std::string(element.child_text("FingerprintQuery")),
-                         std::string(element.child_text("Fingerprint")),
+                         {text_of("FactsQuery"), text_of("DimensionsQuery")},
+                         {text_of("FactsFingerprint"), text_of("DimensionsFingerprint")},
                          recorded_text(element, "rows")};
   for (const auto& level : element.children) {
     if (level.name == "Level") {

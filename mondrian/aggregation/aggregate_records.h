@@ -9,6 +9,17 @@ namespace importkcd {
 
 // What was built in data warehouses for the cubes of a directory: the file "aggregates.xml" there.
 
+/// About what a table is made of: the queries that compare it with the warehouse, or what they
+/// gave.
+struct FingerprintTexts {
+  /// About all facts of its cube.
+  std::string facts;
+  /// About the tables of dimensions that it takes; empty when it takes none.
+  std::string dimensions;
+
+  bool operator==(const FingerprintTexts&) const = default;
+};
+
 /// An aggregate table.
 struct AggregateRecord {
   std::string database;
@@ -20,9 +31,10 @@ struct AggregateRecord {
   std::string query;
   /// When it was built, in UTC: "2026-11-21 06:30:00". Empty while it was not finished.
   std::string built;
-  /// A query about all that it was made of, and what that gave when it was built.
-  std::string fingerprint_query;
-  std::string fingerprint;
+  /// The queries about what it was made of, and what they gave when it was built. The records of
+  /// older versions have no query about the facts: such a table counts as stale.
+  FingerprintTexts fingerprint_queries;
+  FingerprintTexts fingerprint;
   /// How many rows it had when it was built.
   std::string rows;
 

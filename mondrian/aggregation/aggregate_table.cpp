@@ -209,15 +209,13 @@ std::vector<std::string> column_texts(DatabaseKind kind, const std::string& alia
   return result;
 }
 
-/// The columns and expressions over the facts that a table takes.
-std::vector<std::string> fact_texts(const CubeShape& shape, const LevelCombination& levels,
-                                    DatabaseKind kind) {
+/// The columns and expressions over the facts that tables can take.
+std::vector<std::string> fact_texts(const CubeShape& shape, DatabaseKind kind) {
   std::vector<std::string> columns;
-  for (std::size_t i = 0; i < levels.size(); ++i) {
-    const auto& dimension = shape.dimensions[i];
-    for (std::size_t j = 0; j < levels[i]; ++j) {
-      if (dimension.levels[j].alias.empty()) {
-        note_level(columns, dimension.levels[j]);
+  for (const auto& dimension : shape.dimensions) {
+    for (const auto& level : dimension.levels) {
+      if (level.alias.empty()) {
+        note_level(columns, level);
       } else {
         note(columns, dimension.foreign_key);
       }
@@ -231,6 +229,18 @@ std::vector<std::string> fact_texts(const CubeShape& shape, const LevelCombinati
   auto texts = column_texts(kind, shape.facts.alias, columns);
   texts.insert(texts.end(), expressions.begin(), expressions.end());
   return texts;
+}
+
+/// One text of several.
+std::string statement_of(const std::vector<std::string>& fingerprints, DatabaseKind kind) {
+  switch (kind) {
+    case DatabaseKind::postgresql:
+      return "select " + listing(fingerprints, " || ' ' ||\n  ");
+    case DatabaseKind::mariadb:
+      return "select concat_ws(' ',\n  " + listing(fingerprints, ",\n  ") + ")";
+    default:
+      return "select " + listing(fingerprints, " + ' ' +\n  ");
+  }
 }
 
 /// The columns of one relation of a dimension that a table takes.
@@ -366,10 +376,9 @@ std::string completeness_statement(const CubeShape& shape, const LevelCombinatio
          ", count(*) from " + quoted_name(kind, table);
 }
 
-std::string fingerprint_statement(const CubeShape& shape, const LevelCombination& levels,
-                                  DatabaseKind kind) {
+std::string facts_fingerprint_statement(const CubeShape& shape, DatabaseKind kind) {
   std::vector<std::string> parts;
-  const auto facts = fact_texts(shape, levels, kind);
+  const auto facts = fact_texts(shape, kind);
   for (const auto& partition : shape.partitions) {
     parts.push_back(fingerprint_of({shape.facts.alias, {}, {}, partition.query}, shape.facts.alias,
                                    facts, kind));
@@ -377,6 +386,12 @@ std::string fingerprint_statement(const CubeShape& shape, const LevelCombination
   if (parts.empty()) {
     parts.push_back(fingerprint_of(shape.facts, shape.facts.alias, facts, kind));
   }
+  return statement_of(parts, kind);
+}
+
+std::string dimensions_fingerprint_statement(const CubeShape& shape, const LevelCombination& levels,
+                                             DatabaseKind kind) {
+  std::vector<std::string> parts;
   for (std::size_t i = 0; i < levels.size(); ++i) {
     const auto& dimension = shape.dimensions[i];
     for (std::size_t j = 0; j < relations_needed(dimension, levels[i]); ++j) {
@@ -386,14 +401,13 @@ std::string fingerprint_statement(const CubeShape& shape, const LevelCombination
           column_texts(kind, relation.alias, columns_taken(dimension, j, levels[i])), kind));
     }
   }
-  switch (kind) {
-    case DatabaseKind::postgresql:
-      return "select " + listing(parts, " || ' ' ||\n  ");
-    case DatabaseKind::mariadb:
-      return "select concat_ws(' ',\n  " + listing(parts, ",\n  ") + ")";
-    default:
-      return "select " + listing(parts, " + ' ' +\n  ");
-  }
+  return parts.empty() ? "" : statement_of(parts, kind);
+}
+
+FingerprintTexts fingerprint_statements(const CubeShape& shape, const LevelCombination& levels,
+                                        DatabaseKind kind) {
+  return {facts_fingerprint_statement(shape, kind),
+          dimensions_fingerprint_statement(shape, levels, kind)};
 }
 
 std::string slice_column(const CubeShape& shape, const LevelCombination& levels,

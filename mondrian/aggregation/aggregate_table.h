@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "base/xml_element.h"
+#include "mondrian/aggregation/aggregate_records.h"
 #include "mondrian/aggregation/cube_shape.h"
 #include "mondrian/aggregation/level_lattice.h"
 #include "mondrian/sql/sql_text.h"
@@ -36,11 +37,18 @@ std::vector<std::string> index_statements(const CubeShape& shape, const LevelCom
 std::string completeness_statement(const CubeShape& shape, const LevelCombination& levels,
                                    DatabaseKind kind, const std::string& table);
 
-/// Gives one text about all that the table is made of: for each partition of the facts, or else for
-/// the facts, and for each table of a dimension that the levels need, the number of rows, a colon,
-/// and a sum over hashes of the columns that are used. Blanks stand between them.
-std::string fingerprint_statement(const CubeShape& shape, const LevelCombination& levels,
-                                  DatabaseKind kind);
+/// Gives one text about the facts: for each partition, or else for all of them, the number of rows,
+/// a colon, and a sum over hashes of all columns that a table of the cube can take. Blanks stand
+/// between them. It is the same statement for all tables of the cube, so that one reading of the
+/// facts does for all.
+std::string facts_fingerprint_statement(const CubeShape& shape, DatabaseKind kind);
+/// Gives such a text about each table of a dimension that the levels need, and the columns of it
+/// that are used. Empty when they need none.
+std::string dimensions_fingerprint_statement(const CubeShape& shape, const LevelCombination& levels,
+                                             DatabaseKind kind);
+/// Both.
+FingerprintTexts fingerprint_statements(const CubeShape& shape, const LevelCombination& levels,
+                                        DatabaseKind kind);
 
 /// The column of the table that has the value of a slice; empty when the table has none.
 std::string slice_column(const CubeShape& shape, const LevelCombination& levels,

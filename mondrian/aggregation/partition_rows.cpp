@@ -84,15 +84,14 @@ std::string partitions_query(const CubeShape& shape, const LevelCombination& lev
   return aggregate_query(part, levels, kind);
 }
 
-Fingerprint fingerprint_parts(const CubeShape& shape, std::string_view text) {
-  Fingerprint result;
+std::vector<std::string> fingerprint_parts(const CubeShape& shape, std::string_view facts) {
+  std::vector<std::string> result;
   const auto count = std::max<std::size_t>(shape.partitions.size(), 1);
-  while (result.facts.size() < count) {
-    const auto end = std::min(text.find(' '), text.size());
-    result.facts.emplace_back(text.substr(0, end));
-    text.remove_prefix(std::min(end + 1, text.size()));
+  while (result.size() < count) {
+    const auto end = std::min(facts.find(' '), facts.size());
+    result.emplace_back(facts.substr(0, end));
+    facts.remove_prefix(std::min(end + 1, facts.size()));
   }
-  result.dimensions = text;
   return result;
 }
 
@@ -102,16 +101,17 @@ double facts_counted(const std::string& part) {
 
 std::vector<PartitionRows> changed_rows(const CubeShape& shape,
                                         const std::vector<PartitionRows>& rows,
-                                        std::string_view before, std::string_view now) {
-  const auto old_parts = fingerprint_parts(shape, before);
-  const auto new_parts = fingerprint_parts(shape, now);
-  if (old_parts.dimensions != new_parts.dimensions) {
+                                        const FingerprintTexts& before,
+                                        const FingerprintTexts& now) {
+  if (before.dimensions != now.dimensions) {
     return {};
   }
+  const auto old_parts = fingerprint_parts(shape, before.facts);
+  const auto new_parts = fingerprint_parts(shape, now.facts);
   std::vector<PartitionRows> result;
   std::copy_if(rows.begin(), rows.end(), std::back_inserter(result), [&](const auto& one) {
     return std::any_of(one.partitions.begin(), one.partitions.end(), [&](std::size_t position) {
-      return old_parts.facts[position] != new_parts.facts[position];
+      return old_parts[position] != new_parts[position];
     });
   });
   return result.size() < rows.size() ? result : std::vector<PartitionRows>();

@@ -5,6 +5,7 @@
 #include <string_view>
 #include <vector>
 
+#include "mondrian/aggregation/aggregate_records.h"
 #include "mondrian/aggregation/cube_shape.h"
 #include "mondrian/aggregation/level_lattice.h"
 #include "mondrian/sql/sql_text.h"
@@ -29,16 +30,9 @@ std::vector<PartitionRows> partition_rows(const CubeShape& shape, const LevelCom
 std::string partitions_query(const CubeShape& shape, const LevelCombination& levels,
                              const std::vector<std::size_t>& partitions, DatabaseKind kind);
 
-/// What the fingerprint of a table says, taken apart.
-struct Fingerprint {
-  /// One per partition; one for the facts of a cube without any.
-  std::vector<std::string> facts;
-  /// Those of the dimensions' tables together.
-  std::string dimensions;
-};
-
-/// `text` is what fingerprint_statement() gave for the shape.
-Fingerprint fingerprint_parts(const CubeShape& shape, std::string_view text);
+/// The fingerprint of the facts, taken apart: one part per partition; one for the facts of a cube
+/// without any. `facts` is what facts_fingerprint_statement() gave for the shape.
+std::vector<std::string> fingerprint_parts(const CubeShape& shape, std::string_view facts);
 
 /// How many facts a part of a fingerprint says there are.
 double facts_counted(const std::string& part);
@@ -47,6 +41,7 @@ double facts_counted(const std::string& part);
 /// rows may differ too, or all do.
 std::vector<PartitionRows> changed_rows(const CubeShape& shape,
                                         const std::vector<PartitionRows>& rows,
-                                        std::string_view before, std::string_view now);
+                                        const FingerprintTexts& before,
+                                        const FingerprintTexts& now);
 
 }  // namespace importkcd

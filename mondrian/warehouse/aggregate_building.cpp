@@ -29,7 +29,7 @@ void judge(Warehouse& warehouse, const AggregateDefinition& today, const std::st
   record.rows = found[2];
   outcome.rows = exact_number<double>(found[2]).value_or(0);
   double facts = 0;
-  for (const auto& part : fingerprint_parts(today.shape, record.fingerprint).facts) {
+  for (const auto& part : fingerprint_parts(today.shape, record.fingerprint.facts)) {
     facts += facts_counted(part);
   }
   if (exact_number<double>(found[0]) != facts) {
@@ -53,7 +53,7 @@ bool come_from_their_partitions(Warehouse& warehouse, const AggregateDefinition&
   }
   const auto counts = warehouse.row(counts_statement(warehouse.kind(), record.table, conditions),
                                     conditions.size());
-  const auto facts = fingerprint_parts(today.shape, record.fingerprint).facts;
+  const auto facts = fingerprint_parts(today.shape, record.fingerprint.facts);
   for (std::size_t i = 0; i < rows.size(); ++i) {
     double expected = 0;
     for (const auto position : rows[i].partitions) {
@@ -83,15 +83,28 @@ std::vector<std::string> replacing_statements(DatabaseKind kind, const Aggregate
   return statements;
 }
 
+bool same_queries(const FingerprintTexts& recorded, const FingerprintTexts& today) {
+  return same_recorded_text(recorded.facts, today.facts) &&
+         same_recorded_text(recorded.dimensions, today.dimensions);
+}
+
 }  // namespace
+
+FingerprintTexts fingerprint_now(Warehouse& warehouse, const FingerprintTexts& queries) {
+  const auto answer = [&](const std::string& query) {
+    return query.empty() ? std::string() : warehouse.fingerprint(query);
+  };
+  return {answer(queries.facts), answer(queries.dimensions)};
+}
 
 AggregateOutcome build_table(Warehouse& warehouse, const AggregateDefinition& today,
                              AggregateRecord& record, std::vector<std::string>& remarks) {
   const auto kind = warehouse.kind();
   record.query = aggregate_query(today.shape, today.levels, kind);
-  record.fingerprint_query = fingerprint_statement(today.shape, today.levels, kind);
-  // What changes while the table is built makes it stale.
-  record.fingerprint = warehouse.fingerprint(record.fingerprint_query);
+  record.fingerprint_queries = fingerprint_statements(today.shape, today.levels, kind);
+  // What changes from now on makes the table stale; so does what changed since the same query was
+  // asked for another table.
+  record.fingerprint = fingerprint_now(warehouse, record.fingerprint_queries);
   AggregateOutcome outcome{record.cube, record.table, {}};
   const auto new_name = new_name_of(record.table);
   const auto is_complete = [&] {
@@ -105,12 +118,12 @@ AggregateOutcome build_table(Warehouse& warehouse, const AggregateDefinition& to
 }
 
 std::optional<AggregateOutcome> refresh_rows(Warehouse& warehouse, const AggregateDefinition& today,
-                                             const std::string& fingerprint,
+                                             const FingerprintTexts& fingerprint,
                                              AggregateRecord& record) {
   const auto kind = warehouse.kind();
-  if (fingerprint.empty() || !record.is_finished() ||
-      !same_recorded_text(record.fingerprint_query,
-                          fingerprint_statement(today.shape, today.levels, kind))) {
+  if (fingerprint.facts.empty() || !record.is_finished() ||
+      !same_queries(record.fingerprint_queries,
+                    fingerprint_statements(today.shape, today.levels, kind))) {
     return std::nullopt;
   }
   const auto rows = partition_rows(today.shape, today.levels, kind);

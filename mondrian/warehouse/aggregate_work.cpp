@@ -27,8 +27,8 @@ using LevelNames = std::vector<std::pair<std::string, std::string>>;
 /// A table that is to be made.
 struct WantedTable {
   LevelNames levels;
-  /// Where a finished table is stale: what the query of its record gives now.
-  std::string fingerprint;
+  /// Where a finished table is stale: what the queries of its record give now.
+  FingerprintTexts fingerprint;
 };
 
 /// The warehouses of a scope, each connected once, when it is first needed.
@@ -112,7 +112,7 @@ class AggregateRun {
   void refresh(const ScopeCube& cube) {
     std::vector<WantedTable> wanted;
     for (const auto& record : records_.tables) {
-      std::string fingerprint;
+      FingerprintTexts fingerprint;
       if (is_of(record, cube) &&
           state_of(cube, record, fingerprint) != AggregateStatus::State::fresh) {
         wanted.push_back({record.levels, fingerprint});
@@ -134,9 +134,9 @@ class AggregateRun {
     }
   }
 
-  /// `fingerprint` becomes what the record's query gives now, where it comes to that.
+  /// `fingerprint` becomes what the record's queries give now, where it comes to that.
   AggregateStatus::State state_of(const ScopeCube& cube, const AggregateRecord& record,
-                                  std::string& fingerprint) {
+                                  FingerprintTexts& fingerprint) {
     using State = AggregateStatus::State;
     auto& warehouse = warehouses_.of(cube.connection);
     if (!record.is_finished()) {
@@ -148,8 +148,11 @@ class AggregateRun {
     if (!is_as_defined(*cube.schema, records_, record, warehouse.kind())) {
       return State::changed;
     }
+    if (record.fingerprint_queries.facts.empty()) {
+      return State::stale;
+    }
     try {
-      fingerprint = warehouse.fingerprint(record.fingerprint_query);
+      fingerprint = fingerprint_now(warehouse, record.fingerprint_queries);
       return fingerprint == record.fingerprint ? State::fresh : State::stale;
     } catch (const ImportError&) {
       // A table or column that it was made of is not there any more.
@@ -163,7 +166,7 @@ class AggregateRun {
         continue;
       }
       const auto* cube = find_cube(cubes, record.database, record.cube);
-      std::string ignored;
+      FingerprintTexts ignored;
       result.push_back(
           {record.database, record.cube, record.table,
            cube == nullptr ? AggregateStatus::State::changed : state_of(*cube, record, ignored),
@@ -210,11 +213,18 @@ class AggregateRun {
     try {
       for (const auto& table : wanted) {
         made.push_back(make_table(cube, table));
+        if (!report_.built.back().failure.empty()) {
+          // Maybe facts came: then the other tables are to be compared with what there is now.
+          warehouses_.of(cube.connection).forget_fingerprints();
+        }
       }
     } catch (const std::exception&) {
       tell();
       throw;
     }
+    // Another cube's tables are to be compared with what there is before the first of them is
+    // built.
+    warehouses_.of(cube.connection).forget_fingerprints();
     tell();
   }
 
@@ -255,6 +265,7 @@ class AggregateRun {
     }
     const auto query = sql_of(facts);
     warehouse.replace_view(known->view, query);
+    warehouse.forget_fingerprints();
     record([&](AggregateRecords& records) {
       for (auto& view : records.views) {
         if (same_name(view.database, cube.database) && same_name(view.cube, cube.cube)) {

@@ -156,6 +156,9 @@ std::vector<std::string> Warehouse::row(const std::string& query, std::size_t co
 }
 
 std::string Warehouse::fingerprint(const std::string& query) {
+  if (const auto known = fingerprints_.find(query); known != fingerprints_.end()) {
+    return known->second;
+  }
   // Times are hashed as texts: in one zone for all who compare, whatever the session's is.
   const bool is_zoned = kind_ == DatabaseKind::postgresql;
   const auto set_zone = [&](const char* statement) {
@@ -167,7 +170,7 @@ std::string Warehouse::fingerprint(const std::string& query) {
   try {
     auto value = row(query, 1).front();
     set_zone("reset time zone");
-    return value;
+    return fingerprints_.emplace(query, std::move(value)).first->second;
   } catch (const ImportError&) {
     set_zone("reset time zone");
     throw;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -51,8 +52,11 @@ class Warehouse {
 
   /// The columns of the only row that a query gives.
   std::vector<std::string> row(const std::string& query, std::size_t columns);
-  /// What a query about all that a table is made of gives.
+  /// What a query about what tables are made of gave when it was first asked: such queries read all
+  /// facts, and the tables of a cube share them.
   std::string fingerprint(const std::string& query);
+  /// Has such queries asked again.
+  void forget_fingerprints() { fingerprints_.clear(); }
 
   /// Builds a table and puts it into its place, in a transaction or by renaming it, when
   /// `is_complete`, which asks about the table under its new name, says so; otherwise leaves
@@ -124,6 +128,8 @@ class Warehouse {
   /// Of the engine, when it is another than this login's.
   std::string reader_;
   std::unique_ptr<OdbcConnection> connection_;
+  /// What queries gave.
+  std::map<std::string, std::string> fingerprints_;
 };
 
 }  // namespace importkcd

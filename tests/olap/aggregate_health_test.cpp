@@ -123,6 +123,21 @@ TEST_P(AggregateHealth, DoesNotCallFreshWhatCannotBeChecked) {
                                           "cannot be checked: "));
 }
 
+TEST_P(AggregateHealth, CallsTablesOfOlderVersionsStale) {
+  sales.build("Payroll");
+  auto records = read_file(sales.directory() + "/aggregates.xml");
+  for (const std::string name : {"FactsQuery", "FactsFingerprint"}) {
+    for (auto at = records.find(name); at != std::string::npos; at = records.find(name, at)) {
+      records.replace(at, name.size(), name == "FactsQuery" ? "FingerprintQuery" : "Fingerprint");
+    }
+  }
+  sales.folder().write("olap/aggregates.xml", records);
+  serve();
+  EXPECT_TRUE(comes_true([&] { return payroll()["stale"].size() == tables(); })) << health();
+  EXPECT_EQ(sales.aggregate("refresh").exit_status, 0);
+  expect_fresh();
+}
+
 // Only the driver of PostgreSQL sets a zone.
 class ZonedAggregateHealth : public AggregateHealth {};
 

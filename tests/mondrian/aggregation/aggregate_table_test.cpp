@@ -147,19 +147,46 @@ TEST(AggregateTable, IsMissingFactsWhenAnyKeyIs) {
             "end), 0), count(*) from \"t\"");
 }
 
-TEST(AggregateTable, HasAFingerprintOfTheColumnsThatItUses) {
+TEST(AggregateTable, HasAFingerprintOfAllFactsThatTablesOfItsCubeCanTake) {
+  const auto facts = facts_fingerprint_statement(shape_of(shop()), DatabaseKind::postgresql);
+  EXPECT_EQ(facts,
+            R"(select (select count(*) || ':' || coalesce(sum(hashtextextended(row()"
+            R"("sales"."product_id", "sales"."day_id", "sales"."method", "sales"."amount", 1)"
+            R"()::text, 0)::numeric), 0) from "sales" "sales"))");
+  for (const auto& levels : {LevelCombination{0, 0, 0}, {1, 1, 0}, {2, 2, 1}}) {
+    EXPECT_EQ(fingerprint_statements(shape_of(shop()), levels, DatabaseKind::postgresql).facts,
+              facts);
+  }
+}
+
+TEST(AggregateTable, HasNoFactsInItsFingerprintThatNoTableCanTake) {
+  auto schema = std::string(shop_schema);
+  const std::string key = R"(<Level name="Year" column="year" approxRowCount="3"/>)";
+  schema.replace(schema.find(key), key.size(),
+                 R"(<Level name="Year"><KeyExpression><SQL>2</SQL></KeyExpression></Level>)");
+  schema.replace(schema.find(R"(hasAll="false")"), 14, R"(hasAll="true")");
+  const auto facts =
+      facts_fingerprint_statement(shape_of(read_xml(schema, "test")), DatabaseKind::postgresql);
+  EXPECT_THAT(facts, HasSubstr("product_id"));
+  EXPECT_THAT(facts, Not(HasSubstr("day_id")));
+  EXPECT_THAT(facts, Not(HasSubstr("customer")));
+}
+
+TEST(AggregateTable, HasAFingerprintOfTheColumnsOfDimensionsThatItUses) {
   const auto statement =
-      fingerprint_statement(shape_of(shop()), {1, 1, 0}, DatabaseKind::postgresql);
-  EXPECT_THAT(
-      statement,
-      HasSubstr(R"(row("sales"."product_id", "sales"."day_id", "sales"."amount", 1)::text)"));
+      dimensions_fingerprint_statement(shape_of(shop()), {1, 1, 0}, DatabaseKind::postgresql);
   EXPECT_THAT(statement, HasSubstr(R"(row("product"."id", "product"."group_id")::text)"));
   EXPECT_THAT(statement, HasSubstr(R"(row("groups"."group_id", "groups"."group_name")::text)"));
   EXPECT_THAT(statement, Not(HasSubstr("brand")));
-  EXPECT_THAT(fingerprint_statement(shape_of(shop()), {0, 1, 0}, DatabaseKind::mariadb),
+  EXPECT_THAT(statement, Not(HasSubstr("sales")));
+  EXPECT_THAT(dimensions_fingerprint_statement(shape_of(shop()), {0, 1, 0}, DatabaseKind::mariadb),
               HasSubstr("crc32(concat_ws(',',quote(`calendar`.`day`), quote(`calendar`.`year`)))"));
-  EXPECT_THAT(fingerprint_statement(shape_of(shop()), {0, 1, 0}, DatabaseKind::sql_server),
-              HasSubstr("checksum_agg(binary_checksum("));
+  EXPECT_THAT(
+      dimensions_fingerprint_statement(shape_of(shop()), {0, 1, 0}, DatabaseKind::sql_server),
+      HasSubstr("checksum_agg(binary_checksum("));
+  // The levels of the third dimension are columns of the facts.
+  EXPECT_EQ(dimensions_fingerprint_statement(shape_of(shop()), {0, 0, 1}, DatabaseKind::mariadb),
+            "");
 }
 
 TEST(AggregateTable, IsDeclaredWithItsColumns) {
@@ -183,8 +210,8 @@ AggregateRecord record_of(const XmlElement& schema) {
           {{"Product", "Group"}, {"Time", "Year"}},
           aggregate_query(shape_of(schema), {1, 1, 0}, DatabaseKind::postgresql),
           "2026-11-22 08:00:00",
-          "select 1",
-          "1",
+          {"select 1", "select 2"},
+          {"1", "2"},
           "72"};
 }
 
@@ -254,14 +281,25 @@ TEST(AggregateRecords, ComeBackFromTheirFile) {
   EXPECT_EQ(read.tables[0].query, records.tables[0].query);
   EXPECT_EQ(read.tables[0].levels, records.tables[0].levels);
   EXPECT_EQ(read.tables[0].built, "2026-11-22 08:00:00");
-  EXPECT_EQ(read.tables[0].fingerprint_query, "select 1");
-  EXPECT_EQ(read.tables[0].fingerprint, "1");
+  EXPECT_EQ(read.tables[0].fingerprint_queries, records.tables[0].fingerprint_queries);
+  EXPECT_EQ(read.tables[0].fingerprint, records.tables[0].fingerprint);
   EXPECT_EQ(read.tables[0].rows, "72");
   ASSERT_NE(read.view_of("SHOP", "sales"), nullptr);
   EXPECT_EQ(read.view_of("SHOP", "sales")->query, "select 'a < b'\n, 2");
   EXPECT_TRUE(read.names("SALES_1"));
   EXPECT_TRUE(read.names("v"));
   EXPECT_FALSE(read.names("sales_2"));
+}
+
+TEST(AggregateRecords, OfAnOlderVersionHaveNoQueryAboutTheFacts) {
+  const auto read = parse_aggregates(
+      R"(<Aggregates><Table name="t" database="d" cube="c" built="2026-11-22 08:00:00"><Query>q)"
+      R"(</Query><FingerprintQuery>select 1</FingerprintQuery><Fingerprint>1</Fingerprint></Table>)"
+      R"(</Aggregates>)",
+      "file");
+  ASSERT_EQ(read.tables.size(), 1U);
+  EXPECT_TRUE(read.tables[0].is_finished());
+  EXPECT_EQ(read.tables[0].fingerprint_queries, FingerprintTexts());
 }
 
 TEST(AggregateRecords, OfAnotherFileAreRefused) {

@@ -134,16 +134,41 @@ class PartitionRefresh : public ::testing::TestWithParam<Tested> {
              {"C", "sold", "Store", "City", "Bari"}});
   }
 
+  using LevelNames = std::vector<std::pair<std::string, std::string>>;
+
   /// Builds a table by months and cities, and one by years alone.
   void build() const {
-    const AggregateScope scope{directory(), {}, {}};
-    PlannedCube plan{cubes_in_scope(scope).at(0), {}, 0, {}};
-    plan.tables.push_back({{}, {{"Calendar", "Month"}, {"Store", "City"}}, 0, 0});
-    plan.tables.push_back({{}, {{"Calendar", "Year"}}, 0, 0});
-    for (const auto& outcome : build_aggregates(scope, {plan}, {}).built) {
+    for (const auto& outcome :
+         build_of({{{"Calendar", "Month"}, {"Store", "City"}}, {{"Calendar", "Year"}}})) {
       EXPECT_EQ(outcome.failure, "") << outcome.table;
       EXPECT_EQ(outcome.partitions_read, 0U);
     }
+  }
+
+  std::vector<AggregateOutcome> build_of(const std::vector<LevelNames>& tables) const {
+    const AggregateScope scope{directory(), {}, {}};
+    PlannedCube plan{cubes_in_scope(scope).at(0), {}, 0, {}};
+    for (const auto& names : tables) {
+      plan.tables.push_back({{}, names, 0, 0});
+    }
+    return build_aggregates(scope, {plan}, {}).built;
+  }
+
+  /// Builds three tables, by months and cities, by years, and by cities.
+  std::vector<AggregateOutcome> build_three() const {
+    return build_of(
+        {{{"Calendar", "Month"}, {"Store", "City"}}, {{"Calendar", "Year"}}, {{"Store", "City"}}});
+  }
+
+  /// How often one of the three partitions was read for a fingerprint, on PostgreSQL.
+  static std::size_t facts_hashed() {
+    const auto log = postgresql()->log();
+    const std::string hashed = "hashtextextended(row(\"sales\".";
+    std::size_t result = 0;
+    for (auto at = log.find(hashed); at != std::string::npos; at = log.find(hashed, at + 1)) {
+      ++result;
+    }
+    return result;
   }
 
   /// What became of each table: "1 of 3", "whole", or why it is not used.
@@ -290,20 +315,65 @@ TEST_P(PartitionRefresh, TakesPartitionsOfOneSliceTogether) {
   expect_what_a_whole_build_gives();
 }
 
-TEST_P(PartitionRefresh, IsABuildAsAWholeForRecordsWithoutPartitions) {
+TEST_P(PartitionRefresh, ReadsTheFactsOnceForAllTablesOfACube) {
+  if (!is_postgresql()) {
+    GTEST_SKIP() << "The log of PostgreSQL tells what is read";
+  }
+  publish_years();
+  sql("DO $$ BEGIN EXECUTE format('ALTER DATABASE %I SET log_statement TO %L', "
+      "current_database(), 'all'); END $$;");
+  const auto before = facts_hashed();
+  EXPECT_EQ(build_three().size(), 3U);
+  EXPECT_EQ(facts_hashed() - before, 3U);
+  EXPECT_THAT(states(), ElementsAre(fresh, fresh, fresh));
+  EXPECT_EQ(facts_hashed() - before, 6U);
+  sql("UPDATE sales SET amount = 7; UPDATE store SET city = 'Milano' WHERE id = 2;");
+  EXPECT_THAT(refreshed(), ElementsAre("whole", "1 of 3", "whole"));
+  EXPECT_EQ(facts_hashed() - before, 9U);
+  EXPECT_THAT(states(), ElementsAre(fresh, fresh, fresh));
+}
+
+TEST_P(PartitionRefresh, CallsNoTableFreshThatFactsCameInto) {
+  if (!is_postgresql()) {
+    GTEST_SKIP() << "Only PostgreSQL has triggers for new tables";
+  }
+  publish_years();
+  // A fact comes after the first table was made of the others, and is there for the second one.
+  sql("CREATE FUNCTION sell() RETURNS event_trigger LANGUAGE plpgsql SECURITY DEFINER AS $$ BEGIN "
+      "INSERT INTO sales SELECT 5, 2, 99 WHERE NOT EXISTS (SELECT 1 FROM sales WHERE amount = 99); "
+      "END $$; CREATE EVENT TRIGGER sold ON ddl_command_end WHEN TAG IN ('CREATE TABLE AS') "
+      "EXECUTE FUNCTION sell();");
+  const auto built = build_three();
+  ASSERT_EQ(built.size(), 3U);
+  EXPECT_EQ(built[0].failure, "");
+  EXPECT_THAT(built[1].failure, HasSubstr("facts came while it was built"));
+  EXPECT_EQ(built[2].failure, "");
+  EXPECT_THAT(states(), ElementsAre(stale, AggregateStatus::State::not_finished, fresh));
+  EXPECT_THAT(refreshed(), ElementsAre("1 of 3", "whole"));
+  EXPECT_THAT(states(), ElementsAre(fresh, fresh, fresh));
+}
+
+/// Replaces what stands between two texts, each time.
+void replace_between(std::string& text, const std::string& begin, const std::string& end,
+                     const std::string& replacement) {
+  for (auto at = text.find(begin); at != std::string::npos; at = text.find(begin, at)) {
+    text.replace(at, text.find(end, at) + end.size() - at, replacement);
+    at += replacement.size();
+  }
+}
+
+TEST_P(PartitionRefresh, IsABuildAsAWholeForRecordsOfOlderVersions) {
   publish_years();
   build();
   const auto file = directory() + "/aggregates.xml";
   auto text = testing::read_file(file);
-  for (const std::string part : {"<FingerprintQuery>", "<Fingerprint>"}) {
-    const auto end = "</" + part.substr(1);
-    for (auto at = text.find(part); at != std::string::npos; at = text.find(part, at + 1)) {
-      const auto begin = at + part.size();
-      text.replace(begin, text.find(end, begin) - begin,
-                   part == "<Fingerprint>" ? "7:7" : "select '8:8'");
-    }
-  }
+  // One query about all, which still gives what it gave.
+  replace_between(text, "<FactsQuery>", "</FactsFingerprint>",
+                  "<FingerprintQuery>select '7:7'</FingerprintQuery>");
+  replace_between(text, "<DimensionsQuery>", "</DimensionsFingerprint>",
+                  "<Fingerprint>7:7</Fingerprint>");
   std::ofstream(file) << text;
+  EXPECT_THAT(text, ::testing::Not(HasSubstr("FactsQuery")));
   EXPECT_THAT(states(), ElementsAre(stale, stale));
   EXPECT_THAT(refreshed(), ElementsAre("whole", "whole"));
   EXPECT_THAT(states(), ElementsAre(fresh, fresh));

@@ -96,14 +96,20 @@ PostgresShards::PostgresShards() {
                   "CREATE DATABASE warehouse;\nALTER DATABASE warehouse SET log_statement = 'all'");
     shard.run_sql("warehouse", empty_tables());
     const auto name = "shard_" + std::to_string(number);
-    statements += "CREATE SERVER " + name +
-                  " FOREIGN DATA WRAPPER postgres_fdw OPTIONS (host '127.0.0.1', port '" +
-                  std::to_string(shard.port()) +
-                  "', dbname 'warehouse', async_capable 'true', "
-                  "fetch_size '10000', batch_size '1000', "
-                  "fdw_tuple_cost '1');\nCREATE USER MAPPING FOR CURRENT_USER SERVER " +
-                  name + " OPTIONS (user " + in_apostrophes(PostgresServer::user) + ", password " +
-                  in_apostrophes(PostgresServer::password) + ");\n";
+    const auto port = std::to_string(shard.port());
+    statements.append("CREATE SERVER ")
+        .append(name)
+        .append(" FOREIGN DATA WRAPPER postgres_fdw OPTIONS (host '127.0.0.1', port '")
+        .append(port)
+        .append("', dbname 'warehouse', async_capable 'true', ")
+        .append("fetch_size '10000', batch_size '1000', fdw_tuple_cost '1');\n")
+        .append("CREATE USER MAPPING FOR CURRENT_USER SERVER ")
+        .append(name)
+        .append(" OPTIONS (user ")
+        .append(in_apostrophes(PostgresServer::user))
+        .append(", password ")
+        .append(in_apostrophes(PostgresServer::password))
+        .append(");\n");
   }
   for (const auto* table : {"calendar", "sales", "sales_2025", "stock"}) {
     statements += spread_in_postgres(table, "day_id");

@@ -22,7 +22,7 @@ import java.util.function.Function;
 
 /**
  * Whether the aggregate tables that the engine reads still say what the facts do: in rounds, by the
- * query that kcd aggregate has noted with each table. That reads all facts. Hence it has connections
+ * queries that kcd aggregate has noted with each table. That reads all facts. Hence it has connections
  * of its own to the data warehouses, one at a time, and pauses long enough to keep them busy for a
  * twentieth of the time at the most. A table that was built anew is looked at soon; the time that
  * this takes prolongs the next pause.
@@ -202,7 +202,7 @@ final class AggregateChecks {
   private void check(Warehouse warehouse, List<Declared> tables) {
     try (Connection connection = warehouse.ownConnection(Limits.CHECK_SECONDS)) {
       told.remove(warehouse.title());
-      // Tables of one cube may be made of the same columns.
+      // The query about the facts is the same for all tables of a cube.
       final Map<String, String> answers = new HashMap<>();
       for (final Declared one : tables) {
         final State state = state(warehouse, connection, one, answers);
@@ -221,12 +221,14 @@ final class AggregateChecks {
       if (!isThere(connection, warehouse.quoted(one.table()))) {
         return State.MISSING;
       }
-      final String question = one.record().query();
-      if (!answers.containsKey(question)) {
-        answers.put(question, answer(connection, question));
-      }
+      final AggregateRecords.Table record = one.record();
+      final boolean isFresh =
+          !record.facts().query().isEmpty()
+              && isAsBuilt(connection, record.facts(), answers)
+              && (record.dimensions().query().isEmpty()
+                  || isAsBuilt(connection, record.dimensions(), answers));
       told.remove(one.key());
-      return one.record().fingerprint().equals(answers.get(question)) ? State.FRESH : State.STALE;
+      return isFresh ? State.FRESH : State.STALE;
     } catch (SQLException error) {
       tell(
           one.key(),
@@ -234,6 +236,16 @@ final class AggregateChecks {
               + CubeFaults.reason(error));
       return State.UNCHECKED;
     }
+  }
+
+  /** Asks each question once. */
+  private boolean isAsBuilt(
+      Connection connection, AggregateRecords.Fingerprint built, Map<String, String> answers)
+      throws SQLException {
+    if (!answers.containsKey(built.query())) {
+      answers.put(built.query(), answer(connection, built.query()));
+    }
+    return built.text().equals(answers.get(built.query()));
   }
 
   private boolean isThere(Connection connection, String table) throws SQLException {

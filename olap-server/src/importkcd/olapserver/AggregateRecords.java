@@ -15,14 +15,18 @@ import org.w3c.dom.NodeList;
 record AggregateRecords(List<Table> tables) {
   private static final String FILE = "aggregates.xml";
 
+  /** A query about something that a table was made of, and what it gave when that was built. */
+  record Fingerprint(String query, String text) {}
+
   /**
    * An aggregate table.
    *
    * @param built when that was
-   * @param query about all that the table was made of
-   * @param fingerprint what the query gave when the table was built
+   * @param facts those of its cube; without a query in the records of older versions
+   * @param dimensions the tables of dimensions that it takes; without a query when there are none
    */
-  record Table(String database, String name, String built, String query, String fingerprint) {}
+  record Table(
+      String database, String name, String built, Fingerprint facts, Fingerprint dimensions) {}
 
   static Path file(Path directory) {
     return directory.resolve(FILE);
@@ -41,8 +45,8 @@ record AggregateRecords(List<Table> tables) {
                 table.getAttribute("database"),
                 table.getAttribute("name"),
                 table.getAttribute("built"),
-                text(table, "FingerprintQuery"),
-                text(table, "Fingerprint")));
+                new Fingerprint(text(table, "FactsQuery"), text(table, "FactsFingerprint")),
+                new Fingerprint(text(table, "DimensionsQuery"), text(table, "DimensionsFingerprint"))));
       }
     }
     return new AggregateRecords(tables);

@@ -44,8 +44,9 @@ class ShardedAnswers : public ::testing::Test {
   }
 
   static void import(const std::string& name) {
-    const auto result = kcd({"import", EXAMPLES_FOLDER "/sales.kcd", "--partitions", "--server",
-                             directory(name), "--connect-string", warehouse_->connection_string()});
+    const auto result =
+        kcd({"import", std::string(EXAMPLES_FOLDER) + "/sales.kcd", "--partitions", "--server",
+             directory(name), "--connect-string", warehouse_->connection_string()});
     ASSERT_EQ(result.exit_status, 0) << result.errors;
   }
 

@@ -43,6 +43,23 @@ bool begins_with(const std::string& text, std::string_view beginning) {
   return text.compare(0, beginning.size(), beginning) == 0;
 }
 
+std::string foreign_table_in_postgres(const std::string& table, const std::string& number) {
+  return "CREATE FOREIGN TABLE " + table + "_" + number + " PARTITION OF " + table +
+         "_parts FOR VALUES WITH (MODULUS 3, REMAINDER " + number + ") SERVER shard_" + number +
+         " OPTIONS (table_name '" + table + "');\n";
+}
+
+/// Tells a server of another, which has the same login.
+std::string server_in_postgres(const std::string& name, int port) {
+  return "CREATE SERVER " + name +
+         " FOREIGN DATA WRAPPER postgres_fdw OPTIONS (host '127.0.0.1', port '" +
+         std::to_string(port) +
+         "', dbname 'warehouse', async_capable 'true', fetch_size '10000', batch_size '1000', "
+         "fdw_tuple_cost '1');\nCREATE USER MAPPING FOR CURRENT_USER SERVER " +
+         name + " OPTIONS (user " + in_apostrophes(PostgresServer::user) + ", password " +
+         in_apostrophes(PostgresServer::password) + ");\n";
+}
+
 /// A table becomes a view of one whose partitions are tables of that name on the shards. The engine
 /// reads aggregates in place of tables and views, but not in place of partitioned tables.
 std::string spread_in_postgres(const std::string& table, const std::string& key) {
@@ -51,13 +68,14 @@ std::string spread_in_postgres(const std::string& table, const std::string& key)
   std::string statements = "ALTER TABLE " + table + " RENAME TO " + rows + ";\nCREATE TABLE " +
                            parts + " (LIKE " + rows + ") PARTITION BY HASH (" + key + ");\n";
   for (std::size_t shard = 0; shard < ShardedWarehouse::shards; ++shard) {
-    const auto number = std::to_string(shard);
-    statements += "CREATE FOREIGN TABLE " + table + "_" + number + " PARTITION OF " + parts +
-                  " FOR VALUES WITH (MODULUS 3, REMAINDER " + number + ") SERVER shard_" + number +
-                  " OPTIONS (table_name '" + table + "');\n";
+    statements += foreign_table_in_postgres(table, std::to_string(shard));
   }
   return statements + "INSERT INTO " + parts + " SELECT * FROM " + rows + ";\nDROP TABLE " + rows +
          " CASCADE;\nCREATE VIEW " + table + " AS SELECT * FROM " + parts + ";\n";
+}
+
+std::string partition_in_mariadb(const std::string& number) {
+  return "PARTITION p" + number + " COMMENT='srv \"shard_" + number + "\"'";
 }
 
 std::string spread_in_mariadb(const std::string& table, const std::string& key) {
@@ -66,9 +84,7 @@ std::string spread_in_mariadb(const std::string& table, const std::string& key) 
                            " (PRIMARY KEY (" + key + ")) ENGINE=SPIDER COMMENT='wrapper " +
                            R"("mysql", table ")" + table + "\"' PARTITION BY HASH (" + key + ") (";
   for (std::size_t shard = 0; shard < ShardedWarehouse::shards; ++shard) {
-    const auto number = std::to_string(shard);
-    statements.append(shard == 0 ? "" : ", ")
-        .append("PARTITION p" + number + " COMMENT='srv \"shard_" + number + "\"'");
+    statements.append(shard == 0 ? "" : ", ").append(partition_in_mariadb(std::to_string(shard)));
   }
   return statements + ") AS SELECT * FROM " + rows + ";\nDROP TABLE " + rows + ";\n";
 }
@@ -95,21 +111,7 @@ PostgresShards::PostgresShards() {
     shard.run_sql("postgres",
                   "CREATE DATABASE warehouse;\nALTER DATABASE warehouse SET log_statement = 'all'");
     shard.run_sql("warehouse", empty_tables());
-    const auto name = "shard_" + std::to_string(number);
-    const auto port = std::to_string(shard.port());
-    statements.append("CREATE SERVER ")
-        .append(name)
-        .append(" FOREIGN DATA WRAPPER postgres_fdw OPTIONS (host '127.0.0.1', port '")
-        .append(port)
-        .append("', dbname 'warehouse', async_capable 'true', ")
-        .append("fetch_size '10000', batch_size '1000', fdw_tuple_cost '1');\n")
-        .append("CREATE USER MAPPING FOR CURRENT_USER SERVER ")
-        .append(name)
-        .append(" OPTIONS (user ")
-        .append(in_apostrophes(PostgresServer::user))
-        .append(", password ")
-        .append(in_apostrophes(PostgresServer::password))
-        .append(");\n");
+    statements += server_in_postgres("shard_" + std::to_string(number), shard.port());
   }
   for (const auto* table : {"calendar", "sales", "sales_2025", "stock"}) {
     statements += spread_in_postgres(table, "day_id");

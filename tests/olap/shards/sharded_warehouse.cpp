@@ -45,7 +45,7 @@ bool begins_with(const std::string& text, std::string_view beginning) {
 
 std::string foreign_table_in_postgres(const std::string& table, const std::string& number) {
   return "CREATE FOREIGN TABLE " + table + "_" + number + " PARTITION OF " + table +
-         "_parts FOR VALUES WITH (MODULUS 3, REMAINDER " + number + ") SERVER shard_" + number +
+         " FOR VALUES WITH (MODULUS 3, REMAINDER " + number + ") SERVER shard_" + number +
          " OPTIONS (table_name '" + table + "');\n";
 }
 
@@ -60,18 +60,16 @@ std::string server_in_postgres(const std::string& name, int port) {
          in_apostrophes(PostgresServer::password) + ");\n";
 }
 
-/// A table becomes a view of one whose partitions are tables of that name on the shards. The engine
-/// reads aggregates in place of tables and views, but not in place of partitioned tables.
+/// The partitions of a table become tables of that name on the shards.
 std::string spread_in_postgres(const std::string& table, const std::string& key) {
   const auto rows = table + "_rows";
-  const auto parts = table + "_parts";
   std::string statements = "ALTER TABLE " + table + " RENAME TO " + rows + ";\nCREATE TABLE " +
-                           parts + " (LIKE " + rows + ") PARTITION BY HASH (" + key + ");\n";
+                           table + " (LIKE " + rows + ") PARTITION BY HASH (" + key + ");\n";
   for (std::size_t shard = 0; shard < ShardedWarehouse::shards; ++shard) {
     statements += foreign_table_in_postgres(table, std::to_string(shard));
   }
-  return statements + "INSERT INTO " + parts + " SELECT * FROM " + rows + ";\nDROP TABLE " + rows +
-         " CASCADE;\nCREATE VIEW " + table + " AS SELECT * FROM " + parts + ";\n";
+  return statements + "INSERT INTO " + table + " SELECT * FROM " + rows + ";\nDROP TABLE " + rows +
+         " CASCADE;\n";
 }
 
 std::string partition_in_mariadb(const std::string& number) {

@@ -1,9 +1,8 @@
 package importkcd.olapserver;
 
-import java.lang.reflect.InvocationHandler;
-import java.lang.reflect.InvocationTargetException;
-import java.lang.reflect.Method;
-import java.lang.reflect.Proxy;
+import static importkcd.olapserver.Delegation.call;
+import static importkcd.olapserver.Delegation.proxy;
+
 import java.sql.ResultSet;
 import java.sql.SQLException;
 import mondrian.calc.ResultStyle;
@@ -101,18 +100,5 @@ final class DrillThroughRows {
           }
           return call(rows, method, arguments);
         });
-  }
-
-  private static Object call(Object target, Method method, Object[] arguments) throws Throwable {
-    try {
-      return method.invoke(target, arguments);
-    } catch (InvocationTargetException error) {
-      throw error.getCause();
-    }
-  }
-
-  private static <T> T proxy(Class<T> type, InvocationHandler handler) {
-    return type.cast(
-        Proxy.newProxyInstance(DrillThroughRows.class.getClassLoader(), new Class<?>[] {type}, handler));
   }
 }

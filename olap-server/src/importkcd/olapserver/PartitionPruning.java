@@ -1,5 +1,8 @@
 package importkcd.olapserver;
 
+import static importkcd.olapserver.Delegation.call;
+import static importkcd.olapserver.Delegation.proxy;
+
 import importkcd.olapserver.PartitionedFacts.Part;
 import importkcd.olapserver.PartitionedFacts.Slice;
 import importkcd.olapserver.SqlWords.Kind;
@@ -7,10 +10,7 @@ import importkcd.olapserver.SqlWords.Word;
 import importkcd.olapserver.StarStatement.Column;
 import importkcd.olapserver.StarStatement.Condition;
 import java.io.IOException;
-import java.lang.reflect.InvocationHandler;
-import java.lang.reflect.InvocationTargetException;
 import java.lang.reflect.Method;
-import java.lang.reflect.Proxy;
 import java.math.BigDecimal;
 import java.nio.file.Path;
 import java.sql.Connection;
@@ -112,19 +112,6 @@ final class PartitionPruning {
     if (takesSql && arguments != null && arguments[0] instanceof String sql) {
       arguments[0] = pruned(facts, sql, connection);
     }
-  }
-
-  private static Object call(Object target, Method method, Object[] arguments) throws Throwable {
-    try {
-      return method.invoke(target, arguments);
-    } catch (InvocationTargetException error) {
-      throw error.getCause();
-    }
-  }
-
-  private static <T> T proxy(Class<T> type, InvocationHandler handler) {
-    return type.cast(
-        Proxy.newProxyInstance(PartitionPruning.class.getClassLoader(), new Class<?>[] {type}, handler));
   }
 
   /** Those of the published schemas as they are now: a view of them may just have got another text. */

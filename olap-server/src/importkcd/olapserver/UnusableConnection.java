@@ -1,7 +1,7 @@
 package importkcd.olapserver;
 
-import java.lang.reflect.InvocationHandler;
-import java.lang.reflect.Proxy;
+import static importkcd.olapserver.Delegation.proxy;
+
 import java.sql.Connection;
 import java.sql.DatabaseMetaData;
 import java.sql.ResultSet;
@@ -124,10 +124,5 @@ final class UnusableConnection {
       return 0;
     }
     return type == long.class ? (Object) 0L : null;
-  }
-
-  private static <T> T proxy(Class<T> type, InvocationHandler handler) {
-    return type.cast(
-        Proxy.newProxyInstance(UnusableConnection.class.getClassLoader(), new Class<?>[] {type}, handler));
   }
 }

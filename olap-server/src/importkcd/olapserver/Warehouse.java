@@ -78,7 +78,8 @@ final class Warehouse implements DataSource {
       return UnusableConnection.of(kind, before);
     }
     try {
-      return pruning.over(pool.getConnection());
+      final Connection usable = pool.getConnection();
+      return pruning.over(kind == WarehouseKind.POSTGRESQL ? WarehouseTables.over(usable) : usable);
     } catch (SQLException error) {
       final SQLException named = named(error);
       if (kind.product == null || isExhausted(error)) {

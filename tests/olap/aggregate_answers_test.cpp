@@ -227,11 +227,7 @@ TEST_P(Aggregates, OutlastABuildThatIsKilled) {
 
 INSTANTIATE_TEST_SUITE_P(Over, Aggregates,
                          ::testing::Values(AggregateServer::postgresql, AggregateServer::mariadb),
-                         [](const auto& tested) {
-                           return tested.param == AggregateServer::postgresql
-                                      ? std::string("PostgreSql")
-                                      : std::string("MariaDb");
-                         });
+                         aggregate_server_name);
 
 }  // namespace
 }  // namespace importkcd::testing

@@ -159,11 +159,7 @@ INSTANTIATE_TEST_SUITE_P(OverPostgreSql, ZonedAggregateHealth,
 
 INSTANTIATE_TEST_SUITE_P(Over, AggregateHealth,
                          ::testing::Values(AggregateServer::postgresql, AggregateServer::mariadb),
-                         [](const auto& tested) {
-                           return tested.param == AggregateServer::postgresql
-                                      ? std::string("PostgreSql")
-                                      : std::string("MariaDb");
-                         });
+                         aggregate_server_name);
 
 }  // namespace
 }  // namespace importkcd::testing

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <memory>
 #include <string>
 #include <vector>
@@ -12,6 +14,11 @@ namespace importkcd::testing {
 
 /// The database servers over which aggregates are tested.
 enum class AggregateServer { postgresql, mariadb };
+
+/// How tests over one of them are called.
+inline std::string aggregate_server_name(const ::testing::TestParamInfo<AggregateServer>& tested) {
+  return tested.param == AggregateServer::postgresql ? "PostgreSql" : "MariaDb";
+}
 
 /// The servers that the tests share; they end with the last test.
 void end_aggregate_servers();

@@ -241,11 +241,7 @@ TEST_P(PartitionPruning, ComparesTextsLikeTheMostLenientDatabase) {
 
 INSTANTIATE_TEST_SUITE_P(Over, PartitionPruning,
                          ::testing::Values(AggregateServer::postgresql, AggregateServer::mariadb),
-                         [](const auto& tested) {
-                           return tested.param == AggregateServer::postgresql
-                                      ? std::string("PostgreSql")
-                                      : std::string("MariaDb");
-                         });
+                         aggregate_server_name);
 
 }  // namespace
 }  // namespace importkcd::testing

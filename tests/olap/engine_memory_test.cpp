@@ -14,10 +14,11 @@ int publications() {
   return number == nullptr ? 12 : std::stoi(number);
 }
 
-/// The schemas that an engine holds in memory after everything that it can do without went away.
-int schemas_of(int engine) {
-  const auto result =
-      run_process({"/usr/bin/jcmd", {std::to_string(engine), "GC.class_histogram"}, {}, {}, {}});
+/// The objects of a class that an engine holds in memory after everything that it can do without
+/// went away.
+int objects_of(const OlapService& engine, std::string_view its_class) {
+  const auto result = run_process(
+      {"/usr/bin/jcmd", {std::to_string(engine.process_id()), "GC.class_histogram"}, {}, {}, {}});
   EXPECT_EQ(result.exit_status, 0) << result.errors;
   std::istringstream lines(result.output);
   for (std::string line; std::getline(lines, line);) {
@@ -26,7 +27,7 @@ int schemas_of(int engine) {
     int instances = 0;
     std::string bytes;
     std::string name;
-    if (words >> number >> instances >> bytes >> name && name == "mondrian.rolap.RolapSchema") {
+    if (words >> number >> instances >> bytes >> name && name == its_class) {
       return instances;
     }
   }
@@ -58,7 +59,34 @@ TEST(EngineMemory, DoesNotGrowWithEachPublicationThatIsAsked) {
               "");
   }
   constexpr int few = 3;
-  EXPECT_TRUE(comes_true([&] { return schemas_of(engine.process_id()) <= few; }));
+  EXPECT_TRUE(comes_true([&] { return objects_of(engine, "mondrian.rolap.RolapSchema") <= few; }));
+}
+
+/// Revenue by region of one day and one product: each question is about figures of its own.
+FigureTable ask(const OlapService& engine, int day, int product) {
+  return figures(engine.ask(
+      sales_database,
+      "SELECT {[Measures].[Revenue]} ON COLUMNS, [Store].[Region].Members ON ROWS FROM [Sales] "
+      "WHERE ([Calendar].[Day].Members.Item(" +
+          std::to_string(day) + "), [Product].[Product].Members.Item(" + std::to_string(product) +
+          "))"));
+}
+
+TEST(EngineMemory, KeepsNoMoreFiguresThanTheirShareHoweverManyQuestionsAreAsked) {
+  constexpr int days = 20;
+  constexpr int products = 4;
+  constexpr int kept_at_most = 20;
+  const OlapService engine(KCD_PROGRAM, world().directory(), {}, "-Dimportkcd.figureBytes=100000");
+  for (int product = 0; product < products; ++product) {
+    for (int day = 0; day < days; ++day) {
+      EXPECT_EQ(difference(ask(engine, day, product), ask(world().engine(), day, product)), "")
+          << day << ", " << product;
+    }
+  }
+  // Beside what is kept, the engine holds what the last questions needed.
+  constexpr auto description = "mondrian.spi.SegmentHeader";
+  EXPECT_LT(objects_of(engine, description), 2 * kept_at_most);
+  EXPECT_GE(objects_of(world().engine(), description), days * products);
 }
 
 }  // namespace

@@ -1,7 +1,7 @@
 package importkcd.olapserver;
 
 /**
- * What one request may take. Each limit is a system property, importkcd.NAME, with a default that
+ * What requests may take. Each limit is a system property, importkcd.NAME, with a default that
  * suits people and their programs.
  */
 final class Limits {
@@ -27,6 +27,9 @@ final class Limits {
 
   /** Questions that wait for their turn. */
   static final int WAITING_QUESTIONS = value("waitingQuestions", 200);
+
+  /** Bytes of the figures that are kept for later questions: by default a quarter of the heap. */
+  static final long FIGURE_BYTES = Long.getLong("importkcd.figureBytes", Runtime.getRuntime().maxMemory() / 4);
 
   /** Seconds that one query of a check of aggregate tables may take. */
   static final int CHECK_SECONDS = value("checkSeconds", 3600);

@@ -7,6 +7,7 @@ import java.net.UnknownHostException;
 import java.nio.file.Files;
 import java.nio.file.Path;
 import mondrian.olap.MondrianProperties;
+import mondrian.spi.SegmentCache;
 
 /**
  * The OLAP engine as a service: answers MDX over XMLA from the catalogues that a directory's
@@ -48,6 +49,7 @@ public final class OlapServer {
     System.setProperty("javax.xml.accessExternalSchema", "");
     // This release of the engine answers some questions from the wrong cached figures otherwise.
     System.setProperty("mondrian.rolap.EnableInMemoryRollup", "false");
+    System.setProperty("mondrian.rolap.star.disableLocalSegmentCache", "true");
     // Aggregate tables that a schema declares are read; others that only have a fitting name are not.
     System.setProperty("mondrian.rolap.aggregates.Use", "true");
     System.setProperty("mondrian.rolap.aggregates.Read", "true");
@@ -68,6 +70,7 @@ public final class OlapServer {
       fail("this is another release of the OLAP engine than the expected one: " + error);
     }
     dropOthersProperties();
+    SegmentCache.SegmentCacheInjector.addCache(new KeptFigures(Limits.FIGURE_BYTES));
   }
 
   private static void setDefault(String name, String value) {

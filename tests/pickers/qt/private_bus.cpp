@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <csignal>
+
 namespace importkcd::testing {
 namespace {
 
@@ -16,30 +18,30 @@ constexpr const char* configuration = R"(<busconfig>
 </busconfig>
 )";
 
-}  // namespace
-
-PrivateBus::PrivateBus() {
+ProcessStart bus_of(const TemporaryFolder& folder) {
   std::string text = configuration;
   const std::string mark = "SOCKET";
-  text.replace(text.find(mark), mark.size(), folder_.file("socket"));
-  const QString file = QString::fromStdString(folder_.write("bus.conf", text));
-  daemon_.start(QStringLiteral("dbus-daemon"),
-                {QStringLiteral("--config-file=") + file, QStringLiteral("--nofork"),
-                 QStringLiteral("--nopidfile"), QStringLiteral("--nosyslog"),
-                 QStringLiteral("--print-address")});
+  text.replace(text.find(mark), mark.size(), folder.file("socket"));
+  return {.program = "/usr/bin/dbus-daemon",
+          .arguments = {"--config-file=" + folder.write("bus.conf", text), "--nofork",
+                        "--nopidfile", "--nosyslog", "--print-address"}};
+}
+
+}  // namespace
+
+PrivateBus::PrivateBus() : daemon_(bus_of(folder_)) {
   // The address is printed when the bus listens.
-  while (!daemon_.canReadLine() && daemon_.waitForReadyRead()) {
-  }
-  address_ = QString::fromUtf8(daemon_.readLine()).trimmed();
-  EXPECT_FALSE(address_.isEmpty()) << daemon_.readAllStandardError().toStdString();
+  daemon_.read_until("\n");
+  address_ = QString::fromStdString(daemon_.output()).trimmed();
+  EXPECT_FALSE(address_.isEmpty()) << daemon_.errors();
 }
 
 PrivateBus::~PrivateBus() {
   for (const auto& name : connections_) {
     QDBusConnection::disconnectFromBus(name);
   }
-  daemon_.terminate();
-  daemon_.waitForFinished();
+  daemon_.send(SIGTERM);
+  daemon_.finish();
 }
 
 QDBusConnection PrivateBus::connect() {

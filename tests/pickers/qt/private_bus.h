@@ -1,9 +1,9 @@
 #pragma once
 
 #include <QDBusConnection>
-#include <QProcess>
 #include <QString>
 
+#include "tests/support/process.h"
 #include "tests/support/temporary_folder.h"
 
 namespace importkcd::testing {
@@ -21,7 +21,7 @@ class PrivateBus {
 
  private:
   TemporaryFolder folder_;
-  QProcess daemon_;
+  RunningProcess daemon_;
   QString address_;
   QStringList connections_;
 };

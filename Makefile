@@ -115,6 +115,7 @@ verify-all: verify separate-sources faults test-tsan valgrind coverage mutation 
 # Every allocation and every system call of a command fails once, and every one is its last.
 faults: build
 	IMPORTKCD_FAULTS_STRIDE=1 build/tests/cli/faults/kcd_fault_tests --gtest_brief=1
+	IMPORTKCD_FAULTS_STRIDE=1 build/tests/importer/faults/importer_fault_tests --gtest_brief=1
 
 # Each source on its own, so that an include that is missing fails.
 separate-sources:

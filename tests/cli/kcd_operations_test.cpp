@@ -239,9 +239,11 @@ TEST_F(KcdOperations, TheExitStatusTellsTheCause) {
   EXPECT_EQ(status({document, "--server", "catalogue:" + folder.file("no/folder")}), 5);
   EXPECT_EQ(kcd({"plan", document, "--server", "olap7"}).exit_status, 5);
   EXPECT_EQ(kcd({"show", "catalogue:" + document}).exit_status, 5);
-  // No place for the temporary copy.
+}
+
+TEST_F(KcdOperations, TheExitStatusTellsThatTheTemporaryCopyHasNoPlace) {
   start.environment.emplace_back("TMPDIR", folder.file("nowhere"));
-  EXPECT_EQ(status({document}), 5);
+  EXPECT_EQ(kcd({"import", folder.write("whole.kcd", whole_document())}).exit_status, 5);
 }
 
 TEST_F(KcdOperations, TheHelpListsTheExitStatuses) {

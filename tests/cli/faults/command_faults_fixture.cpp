@@ -1,7 +1,6 @@
 #include "tests/cli/faults/command_faults_fixture.h"
 
 #include <csignal>
-#include <cstdlib>
 #include <filesystem>
 #include <set>
 
@@ -84,13 +83,6 @@ bool keeps_copy(const std::string& errors) {
 std::string name_of_case(const ::testing::TestParamInfo<CommandCase>& tested) {
   return tested.param.command + "_on_" +
          tested.param.server.substr(0, tested.param.server.find(':'));
-}
-
-long stride_of_faults(long usual) {
-  const char* const wanted = std::getenv("IMPORTKCD_FAULTS_STRIDE");
-  const long stride = wanted == nullptr ? usual : std::atol(wanted);
-  EXPECT_GT(stride, 0) << wanted;
-  return stride;
 }
 
 CommandFaultsTest::CommandFaultsTest() : server_(GetParam().server) {

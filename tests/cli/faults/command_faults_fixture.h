@@ -18,10 +18,6 @@ struct CommandCase {
 
 std::string name_of_case(const ::testing::TestParamInfo<CommandCase>& tested);
 
-/// How many of the faults are left out before the next one is tried: `usual - 1`, unless the
-/// variable IMPORTKCD_FAULTS_STRIDE says otherwise; 1 tries all.
-long stride_of_faults(long usual);
-
 /// What a server holds and, with mondrian:, what is published, without the times of publication.
 struct ServedState {
   std::string stored;

@@ -1,6 +1,7 @@
 #include <string>
 
 #include "tests/cli/faults/command_faults_fixture.h"
+#include "tests/support/fault_stride.h"
 
 namespace importkcd::testing {
 namespace {
@@ -30,7 +31,7 @@ class FailingAllocations : public CommandFaultsTest {
 };
 
 TEST_P(FailingAllocations, EndTheCommandAndHarmNothing) {
-  constexpr long usual_stride = 397;
+  constexpr int usual_stride = 397;
   prepare();
   restore_start();
   const auto count = allocations();

@@ -6,6 +6,7 @@
 
 #include "tests/cli/faults/command_faults_fixture.h"
 #include "tests/cli/faults/traced_process.h"
+#include "tests/support/fault_stride.h"
 
 namespace importkcd::testing {
 namespace {
@@ -33,8 +34,8 @@ class FailingSystemCalls : public CommandFaultsTest {
 };
 
 TEST_P(FailingSystemCalls, EndTheCommandOrAreDoneWithout) {
-  constexpr long usual_stride = 13;
-  const auto stride = static_cast<int>(stride_of_faults(usual_stride));
+  constexpr int usual_stride = 13;
+  const auto stride = stride_of_faults(usual_stride);
   int failures = 0;
   int runs = 0;
   for (const int error : {EIO, ENOSPC, EACCES}) {
@@ -55,8 +56,8 @@ TEST_P(FailingSystemCalls, EndTheCommandOrAreDoneWithout) {
 }
 
 TEST_P(FailingSystemCalls, BeforeWhichTheCommandIsKilledLeaveTheStateBeforeOrAfterIt) {
-  constexpr long usual_stride = 13;
-  const auto stride = static_cast<int>(stride_of_faults(usual_stride));
+  constexpr int usual_stride = 13;
+  const auto stride = stride_of_faults(usual_stride);
   int unchanged = 0;
   int changed = 0;
   for (int call = 1; call <= calls; call += stride) {

@@ -5,6 +5,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <functional>
 #include <utility>
@@ -14,6 +15,7 @@
 #include "servers/working_copy_server.h"
 #include "tests/support/catalogue_check.h"
 #include "tests/support/database_text.h"
+#include "tests/support/fault_stride.h"
 #include "tests/support/whole_document.h"
 
 namespace importkcd::testing {
@@ -107,6 +109,10 @@ void CatalogueFaultsTest::prepare(const CatalogueCase& tested) {
   ASSERT_NE(before, after);
   import_and_close();
   after_twice = content();
+}
+
+int CatalogueFaultsTest::stride(Start start, int usual) {
+  return stride_of_faults(start == Start::long_log ? std::max(usual, 4) : usual);
 }
 
 void CatalogueFaultsTest::find_commit() {

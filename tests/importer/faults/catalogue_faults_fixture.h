@@ -39,6 +39,9 @@ class CatalogueFaultsTest : public ImporterTest {
 
   /// Makes the catalogue that every import starts from, and finds the states and the operations.
   void prepare(const CatalogueCase& tested);
+  /// How far apart the faults of a sweep are. Catalogues with a long log take their time, so that
+  /// `make faults` alone tries all of them.
+  static int stride(Start start, int usual = 1);
   /// Puts the catalogue of the start in place again.
   void restore() const;
 

@@ -14,7 +14,7 @@ namespace importkcd::testing {
 namespace {
 
 /// Processes that are watched over start slowly: they are not killed everywhere.
-constexpr int stride = is_sanitized ? 5 : 1;
+constexpr int usual_stride = is_sanitized ? 5 : 1;
 
 /// An import whose process is killed.
 class CatalogueKills : public CatalogueFaultsTest,
@@ -50,7 +50,7 @@ class CatalogueKills : public CatalogueFaultsTest,
 TEST_P(CatalogueKills, AtEveryFileOperationLeaveTheStateBeforeOrAfterTheImport) {
   prepare(GetParam());
   const auto count = static_cast<int>(operations.size());
-  for (int number = 1; number <= count; number += stride) {
+  for (int number = 1; number <= count; number += stride(GetParam().start, usual_stride)) {
     const auto& operation = operations[static_cast<std::size_t>(number) - 1];
     SCOPED_TRACE(std::to_string(number) + ": " + text_of(operation));
     kill_at(number, FileFault::kill);
@@ -69,7 +69,7 @@ TEST_P(CatalogueKills, AtRandomMomentsLeaveTheStateBeforeOrAfterTheImport) {
   const auto whole = steady_clock::now() - began;
   std::mt19937 random(1121);  // NOLINT(cert-msc32-c,cert-msc51-cpp): the moments are to repeat
   std::uniform_real_distribution<double> part(0, 1);
-  for (int round = 0; round < 40 / stride; ++round) {
+  for (int round = 0; round < 40 / stride(GetParam().start, usual_stride); ++round) {
     kill_after(whole * part(random));
     EXPECT_THAT(checked_content(), ::testing::AnyOf(before, after)) << "round " << round;
   }

@@ -1,0 +1,10 @@
+#pragma once
+
+namespace importkcd::testing {
+
+/// How far the next fault that a sweep tries is from the last one: `usual`, unless the variable
+/// IMPORTKCD_FAULTS_STRIDE says otherwise; 1 tries all. The test fails when it says nonsense, and
+/// all are tried.
+int stride_of_faults(int usual);
+
+}  // namespace importkcd::testing

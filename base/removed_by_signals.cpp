@@ -22,8 +22,10 @@ static_assert(std::atomic<char*>::is_always_lock_free, "a signal may not wait fo
 
 void remove_all(int signal) {
   for (auto& place : removed_paths) {
-    if (const char* const path = place.exchange(nullptr)) {
+    if (char* const path = place.exchange(nullptr)) {
       ::unlink(path);
+      // Not freed here, nor lost.
+      place = path;
     }
   }
   // What the signal would have done without this handler, which is no longer set.

@@ -143,7 +143,7 @@ coverage:
 # ONLY=1..60 takes a slice of the list.
 ONLY ?=
 mutation:
-	@scripts/install-packages build olap-server test
+	@scripts/install-packages build olap-server test verify
 	tests/mutation/mutate.py --jobs $(JOBS) --only '$(ONLY)' build/mutation
 
 # That a new machine suffices, for root and for an ordinary user, and that the packages do.

@@ -41,7 +41,6 @@ PROGRAMS = {
     "model/": ["model_tests", "servers_tests", "importer_tests", "comparison_tests"],
     "servers/": ["servers_tests", "importer_tests", "comparison_tests", "kcd_tests"],
     "mondrian/": ["mondrian_tests", "kcd_tests"],
-    "importer/": ["importer_tests", "kcd_tests"],
     "exporter/": ["exporter_tests", "kcd_tests"],
     "comparison/": ["comparison_tests", "kcd_tests"],
     "check/": ["check_tests", "kcd_tests"],
@@ -129,6 +128,8 @@ class Copy:
                     target.chmod(source.stat().st_mode)
         command = ["cmake", "-S", self.tree, "-B", self.build, "-G", "Ninja",
                    "-DCMAKE_BUILD_TYPE=Debug",
+                   # Twice as fast without optimisation.
+                   "-DCMAKE_CXX_COMPILER=clang++",
                    "-DCMAKE_CXX_FLAGS_DEBUG=-O0 -g0 -D_GLIBCXX_ASSERTIONS"]
         if subprocess.run(["which", "ccache"], stdout=subprocess.DEVNULL, check=False).returncode == 0:
             command.append("-DCMAKE_CXX_COMPILER_LAUNCHER=ccache")

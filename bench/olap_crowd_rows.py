@@ -64,35 +64,48 @@ def document_of_cubes(folder):
 
 
 def import_meanwhile(world, table):
-    """Imports with and without people take turns; most people ask other databases than the one that is
-    replaced, some ask that one."""
+    """Imports with and without people take turns: with people who ask other databases than the one that is
+    replaced, and with some who ask that one, so that the engine has to read it anew meanwhile."""
     document = document_of_cubes(world.folder)
     database = "Harbour Branches"
     world.import_document(document, database, world.small_warehouse)
     members = members_of(world.small_warehouse)
-    alone, meanwhile, asked = [], [], 0
+    alone, asked = [], 0
+    meanwhile = {0: [], PEOPLE_DURING_IMPORT // 10: []}
+
+    def again():
+        return world.import_document(document, database, world.small_warehouse, "--mode", "replace")
+
+    def person(number, its_round, asks_the_replaced):
+        return Person(database if asks_the_replaced else world.small_database,
+                      Mix(members, f"import {its_round} {number}"), "Sales 1" if asks_the_replaced else "Sales",
+                      THINK, random.Random(f"think {its_round} {number}"))
+
     with world.engine(world.small_database, rounds=1) as engine:
-        for number in range(IMPORT_ROUNDS):
-            def again():
-                return world.import_document(document, database, world.small_warehouse, "--mode", "replace")
-            alone.append(again())
-            people = [Person(database if one % 10 == 0 else world.small_database,
-                             Mix(members, f"import {number} {one}"), "Sales 1" if one % 10 == 0 else "Sales",
-                             THINK, random.Random(f"think {number} {one}"))
-                      for one in range(PEOPLE_DURING_IMPORT)]
-            with asking(engine.port, people, 600) as result:
-                time.sleep(1)
-                meanwhile.append(again())
-                asked += len(result(at_once=True))
-    table.note(f"import of {CUBES} cubes: {statistics.median(alone):.2f} s alone, "
-               f"{statistics.median(meanwhile):.2f} s while {PEOPLE_DURING_IMPORT} people ask "
-               f"({asked} questions, none failed)")
-    table.row(7, f"import of {CUBES} cubes, {PEOPLE_DURING_IMPORT} people ask", "import alone",
-              statistics.median(meanwhile) / statistics.median(alone), 1.5)
+        for its_round in range(IMPORT_ROUNDS):
+            for of_it, seconds in meanwhile.items():
+                alone.append(again())
+                people = [person(number, its_round, number < of_it) for number in range(PEOPLE_DURING_IMPORT)]
+                with asking(engine.port, people, 600) as result:
+                    time.sleep(1)
+                    seconds.append(again())
+                    asked += len(result(at_once=True))
+    table.note(f"import of {CUBES} cubes: {statistics.median(alone):.2f} s alone "
+               f"({asked} questions meanwhile, none failed)")
+    for of_it, seconds in meanwhile.items():
+        table.row(7, f"import of {CUBES} cubes, {PEOPLE_DURING_IMPORT} people ask" if of_it == 0 else "",
+                  "import alone" if of_it == 0 else "", statistics.median(seconds) / statistics.median(alone), 1.5,
+                  f"{of_it or 'none'} of them that database")
+
+
+def megabytes(size):
+    """Of a size such as 256m or 2g."""
+    return int(size[:-1]) * {"m": 1, "g": 1024}[size[-1]]
 
 
 def memory(world, table, count, heap):
-    """What the engine takes after a tenth of the questions, and after all of them."""
+    """What the engine takes after a tenth of the questions, and after all of them. The heap holds what is
+    remembered of them, up to a bound."""
     questions = NewQuestions(members_of(world.small_warehouse), "memory").different(count)
     resident, used = [], []
     with Engine(world.kcd, world.directory, "--heap", heap) as engine:
@@ -108,4 +121,4 @@ def memory(world, table, count, heap):
             askers.shutdown(cancel_futures=True)
     work, reference = f"memory after {count} questions", f"after {count // 10}"
     table.row(8, work, reference, resident[1] / resident[0], 1.2, "resident")
-    table.row(8, "", "", used[1] / used[0], 1.2, "heap in use")
+    table.row(8, "", f"--heap {heap}", used[1] / megabytes(heap) / 2**20, 0.5, "heap in use")

@@ -62,6 +62,17 @@ TEST(EngineMemory, DoesNotGrowWithEachPublicationThatIsAsked) {
   EXPECT_TRUE(comes_true([&] { return objects_of(engine, "mondrian.rolap.RolapSchema") <= few; }));
 }
 
+TEST(EngineMemory, HoldsNoConnectionThatHasEnded) {
+  constexpr int questions = 100;
+  for (int i = 0; i < questions; ++i) {
+    ASSERT_EQ(world().engine().refusal(sales_database,
+                                       "SELECT {[Measures].[Revenue]} ON COLUMNS FROM [Sales]"),
+              "");
+  }
+  EXPECT_LT(objects_of(world().engine(), "org.eclipse.jetty.io.SocketChannelEndPoint"),
+            questions / 10);
+}
+
 /// Revenue by region of one day and one product: each question is about figures of its own.
 FigureTable ask(const OlapService& engine, int day, int product) {
   return figures(engine.ask(

@@ -41,7 +41,8 @@ final class ClientWatch implements Connection.Listener {
             return thread;
           });
 
-  private final Map<EndPoint, Boolean> receiving = new ConcurrentHashMap<>();
+  /** Until when each client's request has to arrive. */
+  private final Map<EndPoint, Long> receiving = new ConcurrentHashMap<>();
   private final Map<EndPoint, Asked> asked = new ConcurrentHashMap<>();
   private final long questionNanoseconds;
 
@@ -55,16 +56,9 @@ final class ClientWatch implements Connection.Listener {
 
   @Override
   public void onOpened(Connection connection) {
-    final EndPoint client = ofSocket(connection.getEndPoint());
-    receiving.put(client, true);
-    timer.schedule(
-        () -> {
-          if (receiving.remove(client) != null) {
-            client.close();
-          }
-        },
-        Limits.RECEIVE_SECONDS,
-        TimeUnit.SECONDS);
+    receiving.put(
+        ofSocket(connection.getEndPoint()),
+        System.nanoTime() + TimeUnit.SECONDS.toNanos(Limits.RECEIVE_SECONDS));
   }
 
   @Override
@@ -96,6 +90,12 @@ final class ClientWatch implements Connection.Listener {
   }
 
   private void look() {
+    receiving.forEach(
+        (client, deadline) -> {
+          if (System.nanoTime() - deadline > 0 && receiving.remove(client) != null) {
+            client.close();
+          }
+        });
     final ByteBuffer ignored = ByteBuffer.allocate(1024);
     asked.forEach(
         (client, its) -> {

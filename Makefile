@@ -43,14 +43,21 @@ build:
 	@$(call configure,release,-DBUILD_TESTING=ON -DIMPORTKCD_OLAP_SERVER=ON)
 	cmake --build --preset release -j $(JOBS)
 
+# A build folder that is there keeps its tests; a new one gets none.
+without_tests = -DIMPORTKCD_OLAP_SERVER=ON $(if $(wildcard build/CMakeCache.txt),,-DBUILD_TESTING=OFF)
+
 # Puts everything below PREFIX, or below DESTDIR as packagers do.
 PREFIX ?= /usr/local
-install: build
+install:
+	@scripts/install-packages build olap-server
+	@$(call configure,release,$(without_tests))
+	cmake --build --preset release -j $(JOBS)
 	DESTDIR="$(DESTDIR)" cmake --install build --prefix "$(PREFIX)"
 
 # The Debian packages, of what is committed, in build/packages.
-packages-deb: $(if $(wildcard page/package.json),build)
+packages-deb:
 	@scripts/install-packages build olap-server package
+	@$(call configure,release,$(without_tests))
 	scripts/build-packages build/packages
 
 # The gates that every change has to pass beside its tests.

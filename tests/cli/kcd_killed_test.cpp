@@ -59,7 +59,9 @@ class KcdKilled : public KcdTest, public ::testing::WithParamInterface<std::stri
       restore();
       RunningProcess run(importing);
       std::this_thread::sleep_for(after);
-      if (run.kill()) return;
+      if (run.kill()) {
+        return;
+      }
       after /= 2;
     }
   }

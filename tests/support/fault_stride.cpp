@@ -1,8 +1,8 @@
 #include "tests/support/fault_stride.h"
 
-#include <gtest/gtest.h>
-
 #include <cstdlib>
+#include <stdexcept>
+#include <string>
 
 namespace importkcd::testing {
 
@@ -11,9 +11,11 @@ int stride_of_faults(int usual) {
   if (wanted == nullptr) {
     return usual;
   }
-  const int stride = std::atoi(wanted);
-  EXPECT_GT(stride, 0) << wanted;
-  return stride > 0 ? stride : 1;
+  const int stride = std::stoi(wanted);
+  if (stride <= 0) {
+    throw std::invalid_argument(wanted);
+  }
+  return stride;
 }
 
 }  // namespace importkcd::testing

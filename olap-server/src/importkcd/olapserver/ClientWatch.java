@@ -56,7 +56,8 @@ final class ClientWatch implements Connection.Listener {
 
   @Override
   public void onOpened(Connection connection) {
-    receiving.put(
+    // The inner end of an encrypted connection gets no time of its own.
+    receiving.putIfAbsent(
         ofSocket(connection.getEndPoint()),
         System.nanoTime() + TimeUnit.SECONDS.toNanos(Limits.RECEIVE_SECONDS));
   }

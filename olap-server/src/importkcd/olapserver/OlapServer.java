@@ -49,6 +49,7 @@ public final class OlapServer {
     System.setProperty("javax.xml.accessExternalSchema", "");
     // This release of the engine answers some questions from the wrong cached figures otherwise.
     System.setProperty("mondrian.rolap.EnableInMemoryRollup", "false");
+    // KeptFigures is in its place.
     System.setProperty("mondrian.rolap.star.disableLocalSegmentCache", "true");
     // Aggregate tables that a schema declares are read; others that only have a fitting name are not.
     System.setProperty("mondrian.rolap.aggregates.Use", "true");

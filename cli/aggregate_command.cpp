@@ -1,13 +1,16 @@
-#include "cli/aggregate_command.h"
-
 #include <CLI/CLI.hpp>
 #include <cmath>
+#include <memory>
 #include <ostream>
+#include <string>
+#include <vector>
 
 #include "base/import_error.h"
 #include "base/text.h"
 #include "cli/arguments.h"
+#include "cli/commands.h"
 #include "cli/olap_engine.h"
+#include "mondrian/warehouse/aggregate_work.h"
 
 namespace importkcd {
 namespace {
@@ -113,7 +116,27 @@ int print_report(const AggregateReport& report, const CommandEnvironment& enviro
   return all_built ? exit_status::success : exit_status::failure;
 }
 
-}  // namespace
+class AggregateCommand : public Command {
+ public:
+  explicit AggregateCommand(CLI::App& program);
+  int run(const CommandEnvironment& environment) const override;
+
+ private:
+  AggregateScope scope() const;
+  PlanWishes wishes() const;
+  std::string login(const CommandEnvironment& environment) const;
+  int build(const CommandEnvironment& environment) const;
+
+  std::string action_;
+  std::string server_;
+  std::string database_;
+  std::string cube_;
+  std::string budget_ = "20%";
+  std::string log_file_;
+  std::string connect_string_file_;
+  bool counts_ = false;
+  bool as_script_ = false;
+};
 
 AggregateCommand::AggregateCommand(CLI::App& program)
     : Command(program, "aggregate",
@@ -214,6 +237,12 @@ int AggregateCommand::run(const CommandEnvironment& environment) const {
     return print_report(drop_aggregates(scope(), login(environment)), environment);
   }
   return print_status(aggregates_status(scope(), login(environment)), environment.out);
+}
+
+}  // namespace
+
+std::unique_ptr<const Command> make_aggregate_command(CLI::App& program) {
+  return std::make_unique<const AggregateCommand>(program);
 }
 
 }  // namespace importkcd

@@ -1,19 +1,23 @@
-#include "cli/check_command.h"
-
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <iterator>
 #include <memory>
 #include <ostream>
+#include <string>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 #include "base/import_error.h"
 #include "base/text.h"
 #include "check/document_check.h"
+#include "check/findings.h"
 #include "cli/arguments.h"
+#include "cli/commands.h"
 #include "cli/document_findings.h"
+#include "cli/finding_output.h"
 #include "cli/label_check.h"
+#include "cli/labels_options.h"
 #include "cli/mdx_check.h"
 #include "cli/standard_input_file.h"
 
@@ -34,7 +38,27 @@ void append(std::vector<Finding>& findings, std::vector<Finding> more) {
   std::move(more.begin(), more.end(), std::back_inserter(findings));
 }
 
-}  // namespace
+class CheckCommand : public Command {
+ public:
+  explicit CheckCommand(CLI::App& program);
+  int run(const CommandEnvironment& environment) const override;
+
+ private:
+  void add_options();
+  void check_combinations() const;
+  bool is_for_mdx() const;
+  std::vector<Finding> findings_of(const CommandEnvironment& environment, const std::string& file,
+                                   const LoadedLabels* labels) const;
+  std::vector<Finding> findings_in(const CommandEnvironment& environment, const std::string& path,
+                                   bool is_label_file, const LoadedLabels* labels) const;
+
+  std::vector<std::string> files_;
+  std::string server_;
+  std::string format_;
+  bool strict_ = false;
+  bool for_mdx_ = false;
+  LabelsOptions labels_;
+};
 
 CheckCommand::CheckCommand(CLI::App& program)
     : Command(program, "check",
@@ -141,6 +165,12 @@ int CheckCommand::run(const CommandEnvironment& environment) const {
   }
   (format_ == sarif_format ? environment.err : environment.out) << summary_of(all) << '\n';
   return has_error ? exit_status::failure : exit_status::success;
+}
+
+}  // namespace
+
+std::unique_ptr<const Command> make_check_command(CLI::App& program) {
+  return std::make_unique<const CheckCommand>(program);
 }
 
 }  // namespace importkcd

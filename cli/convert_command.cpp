@@ -1,13 +1,15 @@
-#include "cli/convert_command.h"
-
 #include <CLI/CLI.hpp>
+#include <memory>
 #include <ostream>
+#include <string>
 #include <utility>
 
 #include "base/text.h"
 #include "cli/arguments.h"
+#include "cli/commands.h"
 #include "cli/finding_output.h"
 #include "cli/label_check.h"
+#include "cli/labels_options.h"
 #include "document/kcd_document.h"
 #include "labels/kci_conversion.h"
 #include "labels/labels_access.h"
@@ -64,7 +66,21 @@ class CommandLineView : public LabelsView {
   bool overwrite_;
 };
 
-}  // namespace
+class ConvertCommand : public Command {
+ public:
+  explicit ConvertCommand(CLI::App& program);
+  int run(const CommandEnvironment& environment) const override;
+
+ private:
+  void add_options();
+  void check_combinations() const;
+  bool has_all_labels(const CommandEnvironment& environment, const LabelsFields& fields) const;
+
+  std::string document_;
+  LabelsOptions labels_;
+  bool overwrite_ = false;
+  bool strict_labels_ = false;
+};
 
 ConvertCommand::ConvertCommand(CLI::App& program)
     : Command(program, "convert", "Turn a label-reference file into a document in one language") {
@@ -120,6 +136,12 @@ int ConvertCommand::run(const CommandEnvironment& environment) const {
   view.PutProgressMsg(written.empty() ? "Error during checking and converting the KCI-file"
                                       : written);
   return written.empty() ? exit_status::failure : exit_status::success;
+}
+
+}  // namespace
+
+std::unique_ptr<const Command> make_convert_command(CLI::App& program) {
+  return std::make_unique<const ConvertCommand>(program);
 }
 
 }  // namespace importkcd

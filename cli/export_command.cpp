@@ -1,9 +1,9 @@
-#include "cli/export_command.h"
-
 #include <CLI/CLI.hpp>
 #include <filesystem>
+#include <memory>
 #include <optional>
 #include <ostream>
+#include <string>
 #include <string_view>
 #include <system_error>
 #include <utility>
@@ -14,6 +14,7 @@
 #include "base/text.h"
 #include "base/whole_file.h"
 #include "cli/arguments.h"
+#include "cli/commands.h"
 #include "cli/stored_databases.h"
 #include "comparison/plan.h"
 #include "exporter/kcd_export.h"
@@ -61,7 +62,21 @@ void tell_losses(const Plan& losses, std::ostream& err) {
   }
 }
 
-}  // namespace
+class ExportCommand : public Command {
+ public:
+  explicit ExportCommand(CLI::App& program);
+  int run(const CommandEnvironment& environment) const override;
+
+ private:
+  OlapDatabase& chosen_database(OlapServer& server) const;
+  void write(const std::string& text, std::ostream& out) const;
+
+  std::string server_;
+  std::string database_;
+  std::string output_;
+  bool overwrite_ = false;
+  bool with_passwords_ = false;
+};
 
 ExportCommand::ExportCommand(CLI::App& program)
     : Command(program, "export", "Write a stored database as a document") {
@@ -118,6 +133,12 @@ int ExportCommand::run(const CommandEnvironment& environment) const {
         environment.out);
   tell_losses(compare_databases(&stored, written ? &*written : nullptr), environment.err);
   return exit_status::success;
+}
+
+}  // namespace
+
+std::unique_ptr<const Command> make_export_command(CLI::App& program) {
+  return std::make_unique<const ExportCommand>(program);
 }
 
 }  // namespace importkcd

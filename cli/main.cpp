@@ -2,6 +2,7 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <array>
 #include <exception>
 #include <iostream>
 #include <memory>
@@ -11,22 +12,10 @@
 
 #include "base/connection_text.h"
 #include "base/text.h"
-#include "cli/aggregate_command.h"
 #include "cli/arguments.h"
-#include "cli/check_command.h"
-#include "cli/convert_command.h"
-#include "cli/export_command.h"
-#include "cli/import_command.h"
-#include "cli/plan_command.h"
+#include "cli/commands.h"
 #include "cli/program_version.h"
-#include "cli/query_command.h"
-#include "cli/refresh_command.h"
-#include "cli/restore_command.h"
-#include "cli/schema_command.h"
-#include "cli/serve_command.h"
 #include "cli/settings.h"
-#include "cli/show_command.h"
-#include "cli/user_command.h"
 #include "servers/choice/server_choice.h"
 #include "servers/memory/memory_server.h"
 
@@ -72,11 +61,17 @@ Exit status:
   10  kcd plan: the import would change what is stored; kcd aggregate status:
       'kcd aggregate refresh' or 'drop' has something to do)";
 
-/// One of each, with its subcommand.
-template <class... Commands>
+/// One of each, in the order of the help text.
 std::vector<std::unique_ptr<const Command>> commands_of(CLI::App& program) {
+  constexpr std::array makers = {
+      &make_import_command,   &make_plan_command,    &make_check_command, &make_schema_command,
+      &make_export_command,   &make_convert_command, &make_show_command,  &make_restore_command,
+      &make_serve_command,    &make_user_command,    &make_query_command, &make_refresh_command,
+      &make_aggregate_command};
   std::vector<std::unique_ptr<const Command>> commands;
-  (commands.push_back(std::make_unique<const Commands>(program)), ...);
+  for (const auto make : makers) {
+    commands.push_back(make(program));
+  }
   return commands;
 }
 
@@ -106,10 +101,7 @@ int run(int argument_count, const char* const* arguments) {
   add_version_options(program);
   program.require_subcommand(1);
   program.footer(exit_status_table);
-  const auto commands =
-      commands_of<ImportCommand, PlanCommand, CheckCommand, SchemaCommand, ExportCommand,
-                  ConvertCommand, ShowCommand, RestoreCommand, ServeCommand, UserCommand,
-                  QueryCommand, RefreshCommand, AggregateCommand>(program);
+  const auto commands = commands_of(program);
   Settings settings(program);
   program.failure_message([&](const CLI::App* app, const CLI::Error& error) {
     return usage_message(app, error, settings);

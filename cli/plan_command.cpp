@@ -1,12 +1,26 @@
-#include "cli/plan_command.h"
-
 #include <CLI/CLI.hpp>
+#include <memory>
 #include <ostream>
+#include <string>
 
 #include "base/text.h"
+#include "cli/commands.h"
+#include "cli/import_arguments.h"
 #include "cli/plan_output.h"
+#include "comparison/import_plan.h"
 
 namespace importkcd {
+namespace {
+
+class PlanCommand : public Command {
+ public:
+  explicit PlanCommand(CLI::App& program);
+  int run(const CommandEnvironment& environment) const override;
+
+ private:
+  ImportArguments arguments_;
+  bool json_ = false;
+};
 
 PlanCommand::PlanCommand(CLI::App& program)
     : Command(program, "plan",
@@ -32,6 +46,12 @@ int PlanCommand::run(const CommandEnvironment& environment) const {
     return exit_status::of(planned.result.cause);
   }
   return planned.plan.changes_anything() ? exit_status::changes_planned : exit_status::success;
+}
+
+}  // namespace
+
+std::unique_ptr<const Command> make_plan_command(CLI::App& program) {
+  return std::make_unique<const PlanCommand>(program);
 }
 
 }  // namespace importkcd

@@ -1,25 +1,48 @@
-#include "cli/query_command.h"
-
 #include <CLI/CLI.hpp>
 #include <chrono>
+#include <cstdint>
 #include <istream>
 #include <iterator>
+#include <memory>
 #include <ostream>
+#include <string>
 #include <utility>
 
 #include "base/import_error.h"
 #include "base/text.h"
 #include "cli/arguments.h"
+#include "cli/commands.h"
 #include "cli/dataset_output.h"
 #include "cli/olap_engine.h"
+#include "cli/xmla_access_options.h"
+#include "xmla/dataset.h"
 #include "xmla/xmla_address.h"
+#include "xmla/xmla_client.h"
 
 namespace importkcd {
 namespace {
 
 constexpr std::uint32_t longest_timeout_seconds = 7 * 24 * 3600;
 
-}  // namespace
+class QueryCommand : public Command {
+ public:
+  explicit QueryCommand(CLI::App& program);
+  int run(const CommandEnvironment& environment) const override;
+
+ private:
+  Dataset ask(const std::string& address, HttpAccess access,
+              const CommandEnvironment& environment) const;
+  std::string database_to_ask(const XmlaClient& client) const;
+  std::string question(const CommandEnvironment& environment) const;
+
+  std::string source_;
+  std::string mdx_;
+  std::string database_;
+  std::string role_;
+  XmlaAccessOptions access_;
+  std::uint32_t timeout_seconds_ = 300;
+  bool as_json_ = false;
+};
 
 QueryCommand::QueryCommand(CLI::App& program) : Command(program, "query", "Ask an MDX question") {
   command_
@@ -99,6 +122,12 @@ int QueryCommand::run(const CommandEnvironment& environment) const {
                     << " could not be computed: " << printable(reason) << '\n';
   }
   return errors.empty() ? exit_status::success : exit_status::cell_errors;
+}
+
+}  // namespace
+
+std::unique_ptr<const Command> make_query_command(CLI::App& program) {
+  return std::make_unique<const QueryCommand>(program);
 }
 
 }  // namespace importkcd

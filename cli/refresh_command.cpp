@@ -1,14 +1,28 @@
-#include "cli/refresh_command.h"
-
 #include <CLI/CLI.hpp>
+#include <memory>
 #include <ostream>
+#include <string>
 
 #include "base/connection_text.h"
 #include "base/text.h"
+#include "cli/commands.h"
+#include "cli/xmla_access_options.h"
 #include "xmla/xmla_address.h"
 #include "xmla/xmla_client.h"
 
 namespace importkcd {
+namespace {
+
+class RefreshCommand : public Command {
+ public:
+  explicit RefreshCommand(CLI::App& program);
+  int run(const CommandEnvironment& environment) const override;
+
+ private:
+  std::string server_;
+  std::string database_;
+  XmlaAccessOptions access_;
+};
 
 RefreshCommand::RefreshCommand(CLI::App& program)
     : Command(program, "refresh",
@@ -35,6 +49,12 @@ int RefreshCommand::run(const CommandEnvironment& environment) const {
   }
   environment.out << "Published anew: " << printable(mask_passwords(server_)) << '\n';
   return exit_status::success;
+}
+
+}  // namespace
+
+std::unique_ptr<const Command> make_refresh_command(CLI::App& program) {
+  return std::make_unique<const RefreshCommand>(program);
 }
 
 }  // namespace importkcd

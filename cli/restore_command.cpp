@@ -1,14 +1,31 @@
-#include "cli/restore_command.h"
-
 #include <CLI/CLI.hpp>
+#include <memory>
 #include <ostream>
+#include <string>
 #include <utility>
+#include <vector>
 
 #include "base/connection_text.h"
 #include "base/text.h"
+#include "cli/commands.h"
 #include "cli/stored_databases.h"
 
 namespace importkcd {
+namespace {
+
+class RestoreCommand : public Command {
+ public:
+  explicit RestoreCommand(CLI::App& program);
+  int run(const CommandEnvironment& environment) const override;
+
+ private:
+  void sort_out_names();
+  void list(const std::vector<KeptCopy>& copies, std::ostream& out) const;
+
+  std::string server_;
+  std::string database_;
+  bool list_ = false;
+};
 RestoreCommand::RestoreCommand(CLI::App& program)
     : Command(program, "restore",
               "Bring a database back as it was before an import replaced or changed it") {
@@ -57,6 +74,12 @@ int RestoreCommand::run(const CommandEnvironment& environment) const {
     environment.err << printable(remark) << '\n';
   }
   return exit_status::success;
+}
+
+}  // namespace
+
+std::unique_ptr<const Command> make_restore_command(CLI::App& program) {
+  return std::make_unique<const RestoreCommand>(program);
 }
 
 }  // namespace importkcd

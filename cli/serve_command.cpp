@@ -1,5 +1,3 @@
-#include "cli/serve_command.h"
-
 #include <arpa/inet.h>
 #include <netinet/in.h>
 
@@ -7,9 +5,13 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
+#include <memory>
+#include <string>
 
 #include "base/import_error.h"
 #include "base/name_folding.h"
+#include "cli/commands.h"
+#include "cli/olap_engine.h"
 
 namespace importkcd {
 namespace {
@@ -35,7 +37,22 @@ std::string heap_fault(const std::string& text) {
   return is_size ? "" : "a size is a number with m or g behind it, such as 2g";
 }
 
-}  // namespace
+class ServeCommand : public Command {
+ public:
+  explicit ServeCommand(CLI::App& program);
+  int run(const CommandEnvironment& environment) const override;
+
+ private:
+  void add_place_options();
+  void add_login_options();
+  void add_engine_options();
+  void add_state_options();
+
+  std::string directory_;
+  EngineOptions options_;
+  std::uint16_t admin_port_ = 0;
+  bool is_insecure_ = false;
+};
 
 ServeCommand::ServeCommand(CLI::App& program)
     : Command(program, "serve", "Answer MDX over XMLA from imported documents") {
@@ -150,6 +167,12 @@ int ServeCommand::run(const CommandEnvironment&) const {
     options.admin_port = admin_port_;
   }
   become_engine(engine_command(engine_directory(directory_), options));
+}
+
+}  // namespace
+
+std::unique_ptr<const Command> make_serve_command(CLI::App& program) {
+  return std::make_unique<const ServeCommand>(program);
 }
 
 }  // namespace importkcd

@@ -1,17 +1,43 @@
-#include "cli/show_command.h"
-
 #include <CLI/CLI.hpp>
+#include <memory>
 #include <ostream>
+#include <string>
 #include <utility>
+#include <vector>
 
 #include "base/connection_text.h"
 #include "base/text.h"
+#include "cli/commands.h"
 #include "cli/database_json.h"
 #include "cli/database_tree.h"
 #include "cli/stored_databases.h"
+#include "cli/xmla_access_options.h"
 #include "xmla/xmla_address.h"
+#include "xmla/xmla_client.h"
 
 namespace importkcd {
+namespace {
+
+class ShowCommand : public Command {
+ public:
+  explicit ShowCommand(CLI::App& program);
+  int run(const CommandEnvironment& environment) const override;
+
+ private:
+  /// The one of a server's databases that was asked for, or all. Throws ImportError when it is not
+  /// among them.
+  std::vector<std::string> chosen_of(std::vector<std::string> names) const;
+  void show_tree(OlapServer& server, std::ostream& out) const;
+  void show_json(OlapServer& server, std::ostream& out) const;
+  /// What a running XMLA server offers; it tells less than a server of this system does.
+  void show_xmla_tree(const XmlaClient& client, std::ostream& out) const;
+  void show_xmla_json(const XmlaClient& client, std::ostream& out) const;
+
+  std::string server_;
+  std::string database_;
+  XmlaAccessOptions access_;
+  bool as_json_ = false;
+};
 ShowCommand::ShowCommand(CLI::App& program)
     : Command(program, "show", "Show what an OLAP server holds"), server_("localhost") {
   command_
@@ -98,6 +124,12 @@ int ShowCommand::run(const CommandEnvironment& environment) const {
     show_tree(*server, environment.out);
   }
   return exit_status::success;
+}
+
+}  // namespace
+
+std::unique_ptr<const Command> make_show_command(CLI::App& program) {
+  return std::make_unique<const ShowCommand>(program);
 }
 
 }  // namespace importkcd

@@ -1,5 +1,3 @@
-#include "cli/user_command.h"
-
 #include <crypt.h>
 #include <fcntl.h>
 #include <sys/file.h>
@@ -17,6 +15,7 @@
 #include <memory>
 #include <ostream>
 #include <sstream>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -26,6 +25,7 @@
 #include "base/text.h"
 #include "base/whole_file.h"
 #include "cli/arguments.h"
+#include "cli/commands.h"
 
 namespace importkcd {
 namespace {
@@ -187,7 +187,22 @@ void change_lines(const std::string& file, const std::function<void(Lines&)>& ch
   whole.finish();
 }
 
-}  // namespace
+class UserCommand : public Command {
+ public:
+  explicit UserCommand(CLI::App& program);
+  int run(const CommandEnvironment& environment) const override;
+
+ private:
+  void add(const CommandEnvironment& environment) const;
+  void remove() const;
+  void list(const CommandEnvironment& environment) const;
+
+  CLI::App* add_ = nullptr;
+  CLI::App* remove_ = nullptr;
+  CLI::App* list_ = nullptr;
+  std::string file_;
+  std::string name_;
+};
 
 UserCommand::UserCommand(CLI::App& program)
     : Command(program, "user", "Keep the file of those who may log in to kcd serve") {
@@ -255,6 +270,12 @@ void UserCommand::list(const CommandEnvironment& environment) const {
       environment.out << printable(name) << '\n';
     }
   }
+}
+
+}  // namespace
+
+std::unique_ptr<const Command> make_user_command(CLI::App& program) {
+  return std::make_unique<const UserCommand>(program);
 }
 
 }  // namespace importkcd

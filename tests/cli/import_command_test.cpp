@@ -1,5 +1,3 @@
-#include "cli/import_command.h"
-
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -9,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "cli/commands.h"
 #include "servers/memory/memory_server.h"
 #include "tests/support/forwarding_server.h"
 #include "tests/support/temporary_folder.h"
@@ -24,7 +23,7 @@ class DisturbedImport : public ::testing::Test {
  protected:
   int import(std::vector<std::string> arguments) {
     CLI::App program;
-    const ImportCommand command(program);
+    const auto command = make_import_command(program);
     arguments.insert(arguments.begin(), {"import", document_});
     std::reverse(arguments.begin(), arguments.end());
     program.parse(std::move(arguments));
@@ -32,7 +31,7 @@ class DisturbedImport : public ::testing::Test {
       return std::make_unique<ForwardingServer>(make_memory_server(store_), hook);
     };
     errors.str("");
-    return command.run({open, open, {}, {}, {}, input_, output_, errors});
+    return command->run({open, open, {}, {}, {}, input_, output_, errors});
   }
 
   ForwardingServer::Hook hook;

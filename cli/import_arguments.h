@@ -1,11 +1,10 @@
 #pragma once
 
-#include <cstdint>
 #include <memory>
 #include <string>
 #include <vector>
 
-#include "cli/command.h"
+#include "cli/command_environment.h"
 #include "cli/standard_input_file.h"
 #include "comparison/import_request.h"
 
@@ -66,23 +65,6 @@ class ImportArguments {
   bool keep_former_ = false;
   /// What came from standard input, as a file: it is there as long as this object.
   mutable std::unique_ptr<StandardInputFile> received_;
-};
-
-/// `kcd import`: runs the importer once. Standard output carries the progress messages, one per
-/// line, and a summary; everything else goes to standard error.
-class ImportCommand : public Command {
- public:
-  /// Adds the subcommand and its options to `program`, which does not outlive this object.
-  explicit ImportCommand(CLI::App& program);
-
-  /// Carries it out and gives the program's exit status.
-  int run(const CommandEnvironment& environment) const override;
-
- private:
-  ImportArguments arguments_;
-  std::string log_;
-  bool quiet_ = false;
-  std::uint32_t wait_seconds_ = 0;
 };
 
 }  // namespace importkcd

@@ -1,11 +1,10 @@
-#include "importer/cube_dimensions.h"
-
 #include <algorithm>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "document/attributes.h"
+#include "importer/cube_parts.h"
 #include "model/vocabularies.h"
 
 namespace importkcd {

@@ -1,5 +1,3 @@
-#include "importer/cube_measures.h"
-
 #include <exception>
 #include <new>
 #include <string>
@@ -10,6 +8,7 @@
 #include "base/import_error.h"
 #include "base/name_folding.h"
 #include "document/attributes.h"
+#include "importer/cube_parts.h"
 #include "model/vocabularies.h"
 
 namespace importkcd {

@@ -1,9 +1,8 @@
-#include "importer/cube_partitions.h"
-
 #include <string>
 #include <utility>
 
 #include "document/attributes.h"
+#include "importer/cube_parts.h"
 #include "model/vocabularies.h"
 
 namespace importkcd {

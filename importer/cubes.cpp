@@ -1,5 +1,3 @@
-#include "importer/cubes.h"
-
 #include <cstdint>
 #include <exception>
 #include <string>
@@ -7,10 +5,8 @@
 
 #include "document/attributes.h"
 #include "importer/create_update_skip.h"
-#include "importer/cube_dimensions.h"
-#include "importer/cube_measures.h"
-#include "importer/cube_partitions.h"
-#include "importer/roles.h"
+#include "importer/cube_parts.h"
+#include "importer/sections.h"
 #include "model/vocabularies.h"
 
 // Each cube definition goes through the same steps: decide by name and mode which cube it is

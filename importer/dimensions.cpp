@@ -1,5 +1,3 @@
-#include "importer/dimensions.h"
-
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -8,6 +6,7 @@
 #include "base/apostrophes.h"
 #include "document/attributes.h"
 #include "importer/create_update_skip.h"
+#include "importer/sections.h"
 #include "model/vocabularies.h"
 
 // Shared and virtual dimensions go through the same steps (import_dimension): the dimension is

@@ -11,12 +11,9 @@
 #include "base/name_folding.h"
 #include "document/attributes.h"
 #include "document/document_copy.h"
-#include "importer/cubes.h"
 #include "importer/data_sources.h"
-#include "importer/dimensions.h"
 #include "importer/import_run.h"
-#include "importer/roles.h"
-#include "importer/virtual_cubes.h"
+#include "importer/sections.h"
 
 namespace importkcd {
 namespace {

@@ -1,10 +1,10 @@
-#include "importer/roles.h"
-
 #include <string>
 #include <utility>
 
 #include "document/attributes.h"
 #include "importer/create_update_skip.h"
+#include "importer/cube_parts.h"
+#include "importer/sections.h"
 
 namespace importkcd {
 namespace {

@@ -1,5 +1,3 @@
-#include "importer/virtual_cubes.h"
-
 #include <cstdint>
 #include <exception>
 #include <string>
@@ -9,8 +7,8 @@
 #include "base/apostrophes.h"
 #include "document/attributes.h"
 #include "importer/create_update_skip.h"
-#include "importer/cubes.h"
-#include "importer/roles.h"
+#include "importer/cube_parts.h"
+#include "importer/sections.h"
 
 // Every statement that can fail is a step of its own: its error is ignored (ignore_errors, or
 // passing_over where something is missing afterwards), and the next statement runs all the same.

@@ -1,9 +1,8 @@
 #include "labels/labels_connection.h"
 
 #include "base/connection_text.h"
+#include "labels/labels_servers.h"
 #include "labels/odbc_connection_string.h"
-#include "labels/odbc_labels.h"
-#include "labels/sqlite_connection.h"
 
 namespace importkcd {
 namespace {

@@ -1,9 +1,8 @@
-#include "labels/odbc_labels.h"
-
 #include <utility>
 
 #include "base/import_error.h"
 #include "base/odbc_connection.h"
+#include "labels/labels_servers.h"
 
 namespace importkcd {
 namespace {

@@ -17,7 +17,6 @@
 #include "frontend/output_file_name.h"
 #include "frontend/text_characters.h"
 #include "frontend/window/input_boxes.h"
-#include "frontend/window/main_window_frames.h"
 #include "frontend/window/main_window_layout.h"
 #include "frontend/window/status_list.h"
 #include "frontend/window/status_search.h"

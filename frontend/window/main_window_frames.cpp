@@ -1,5 +1,3 @@
-#include "frontend/window/main_window_frames.h"
-
 #include <QCheckBox>
 #include <QGroupBox>
 #include <QLabel>

@@ -49,4 +49,9 @@ QString plain_tool_tip(const QString& text);
 /// Takes the colours of a greyed control from the application's palette again, after that changed.
 void refresh_look(QWidget& control);
 
+/// Makes all controls of the main window as its children, with their captions, tool-tips,
+/// accessible names, buddies, tab order and designed states. They have no place yet (see
+/// main_window_layout.h) and no behaviour.
+WindowControls build_main_window_frames(QWidget& window);
+
 }  // namespace importkcd

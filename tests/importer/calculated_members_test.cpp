@@ -2,7 +2,7 @@
 #include <string_view>
 #include <vector>
 
-#include "importer/cube_measures.h"
+#include "importer/cube_parts.h"
 #include "tests/support/import_fixture.h"
 
 namespace importkcd::testing {

@@ -1,7 +1,6 @@
-#include "importer/cube_dimensions.h"
-
 #include <functional>
 
+#include "importer/cube_parts.h"
 #include "tests/importer/cube_fixture.h"
 
 namespace importkcd::testing {

@@ -1,5 +1,4 @@
-#include "importer/cube_measures.h"
-
+#include "importer/cube_parts.h"
 #include "tests/importer/cube_fixture.h"
 
 namespace importkcd::testing {

@@ -4,7 +4,7 @@
 #include <utility>
 #include <vector>
 
-#include "importer/roles.h"
+#include "importer/cube_parts.h"
 #include "tests/support/import_fixture.h"
 
 namespace importkcd::testing {

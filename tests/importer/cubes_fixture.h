@@ -4,7 +4,7 @@
 #include <utility>
 #include <vector>
 
-#include "importer/cubes.h"
+#include "importer/sections.h"
 #include "tests/importer/cube_fixture.h"
 
 namespace importkcd::testing {

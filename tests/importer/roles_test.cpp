@@ -1,5 +1,4 @@
-#include "importer/roles.h"
-
+#include "importer/sections.h"
 #include "servers/catalogue/catalogue_store.h"
 #include "servers/working_copy_server.h"
 #include "tests/importer/changed_text.h"

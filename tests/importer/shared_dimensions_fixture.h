@@ -4,7 +4,7 @@
 #include <string_view>
 #include <vector>
 
-#include "importer/dimensions.h"
+#include "importer/sections.h"
 #include "tests/importer/changed_text.h"
 #include "tests/importer/dimensions_fixture.h"
 

@@ -1,5 +1,3 @@
-#include "importer/virtual_cubes.h"
-
 #include <cstdint>
 #include <memory>
 #include <stdexcept>
@@ -8,6 +6,7 @@
 #include <utility>
 #include <vector>
 
+#include "importer/sections.h"
 #include "servers/catalogue/catalogue_store.h"
 #include "servers/working_copy_server.h"
 #include "tests/support/forwarding_server.h"

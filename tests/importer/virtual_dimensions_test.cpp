@@ -1,7 +1,7 @@
 #include <memory>
 #include <new>
 
-#include "importer/dimensions.h"
+#include "importer/sections.h"
 #include "tests/importer/changed_text.h"
 #include "tests/importer/dimensions_fixture.h"
 

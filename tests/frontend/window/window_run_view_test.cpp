@@ -11,7 +11,7 @@
 #include <QTest>
 #include <array>
 
-#include "frontend/window/main_window_frames.h"
+#include "frontend/window/window_controls.h"
 #include "tests/frontend/window/window_fixture.h"
 
 namespace importkcd::testing {

@@ -1,5 +1,3 @@
-#include "labels/sqlite_connection.h"
-
 #include <SQLiteCpp/SQLiteCpp.h>
 #include <sqlite3.h>
 
@@ -9,6 +7,7 @@
 
 #include "base/import_error.h"
 #include "base/name_folding.h"
+#include "labels/labels_servers.h"
 
 namespace importkcd {
 namespace {

@@ -275,14 +275,14 @@ bool is_read_alike(const ShapeDimension& left, const ShapeDimension& right) {
 }
 
 /// The dimension that a slice is about: the first one with its relation. Null for the facts.
-const ShapeDimension* dimension_of_slice(const CubeShape& shape, const ShapeSlice& slice) {
+const ShapeDimension* dimension_of_slice(const CubeShape& shape, const PublishedSlice& slice) {
   const auto found = std::find_if(
       shape.dimensions.begin(), shape.dimensions.end(), [&](const ShapeDimension& dimension) {
         return std::any_of(
             dimension.relations.begin(), dimension.relations.end(),
-            [&](const ShapeRelation& relation) { return relation.alias == slice.alias; });
+            [&](const ShapeRelation& relation) { return relation.alias == slice.table; });
       });
-  return slice.alias == shape.facts.alias || found == shape.dimensions.end() ? nullptr : &*found;
+  return slice.table == shape.facts.alias || found == shape.dimensions.end() ? nullptr : &*found;
 }
 
 std::string level_path(const LevelColumns& columns) {
@@ -411,11 +411,11 @@ FingerprintTexts fingerprint_statements(const CubeShape& shape, const LevelCombi
 }
 
 std::string slice_column(const CubeShape& shape, const LevelCombination& levels,
-                         const ShapeSlice& slice) {
+                         const PublishedSlice& slice) {
   const auto* sliced = dimension_of_slice(shape, slice);
   for (const auto& columns : kept_levels(shape, levels)) {
     const auto alias = columns.level->alias.empty() ? shape.facts.alias : columns.level->alias;
-    if (alias != slice.alias || (sliced != nullptr && columns.dimension != sliced &&
+    if (alias != slice.table || (sliced != nullptr && columns.dimension != sliced &&
                                  !is_read_alike(*columns.dimension, *sliced))) {
       continue;
     }

@@ -52,7 +52,7 @@ FingerprintTexts fingerprint_statements(const CubeShape& shape, const LevelCombi
 
 /// The column of the table that has the value of a slice; empty when the table has none.
 std::string slice_column(const CubeShape& shape, const LevelCombination& levels,
-                         const ShapeSlice& slice);
+                         const PublishedSlice& slice);
 
 /// Gives one row: for each of these conditions about rows of the table, the facts that such rows
 /// count.

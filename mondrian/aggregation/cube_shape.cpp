@@ -1,7 +1,6 @@
 #include "mondrian/aggregation/cube_shape.h"
 
 #include <algorithm>
-#include <nlohmann/json.hpp>
 
 #include "base/name_folding.h"
 #include "base/numbers.h"
@@ -137,26 +136,16 @@ void add_measure(const XmlElement& element, CubeShape& shape) {
 }
 
 /// What the publication says of the partitions of a cube.
-std::vector<ShapePartition> partitions_of(const XmlElement& cube) {
+std::vector<PublishedPartition> partitions_of(const XmlElement& cube) {
   const auto* annotations = cube.child("Annotations");
   if (annotations == nullptr) {
     return {};
   }
-  std::vector<ShapePartition> result;
-  for (const auto& annotation : annotations->children) {
-    if (annotation.attribute("name") != "importkcd.partitions") {
-      continue;
-    }
-    for (const auto& part : nlohmann::json::parse(annotation.text)) {
-      ShapePartition partition{part.at("name"), part.at("query"), {}};
-      for (const auto& slice : part.at("slices")) {
-        partition.slices.push_back(
-            {slice.at("table"), slice.at("column"), slice.at("value"), slice.at("number")});
-      }
-      result.push_back(std::move(partition));
-    }
-  }
-  return result;
+  const auto& all = annotations->children;
+  const auto found = std::find_if(all.begin(), all.end(), [](const XmlElement& annotation) {
+    return annotation.attribute("name") == partitions_annotation;
+  });
+  return found == all.end() ? std::vector<PublishedPartition>() : partitions_of_text(found->text);
 }
 
 }  // namespace

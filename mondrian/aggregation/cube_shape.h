@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "base/xml_element.h"
+#include "mondrian/published_partitions.h"
 
 namespace importkcd {
 
@@ -72,22 +73,6 @@ struct ShapeMeasure {
   std::string expression;
 };
 
-/// A column of the schema that has one value for all facts of a partition.
-struct ShapeSlice {
-  /// The relation of the column; that of the facts too.
-  std::string alias;
-  std::string column;
-  std::string value;
-  bool is_number = false;
-};
-
-/// A part of the query that a cube takes its facts from.
-struct ShapePartition {
-  std::string name;
-  std::string query;
-  std::vector<ShapeSlice> slices;
-};
-
 struct CubeShape {
   std::string name;
   ShapeRelation facts;
@@ -95,7 +80,7 @@ struct CubeShape {
   /// Those that can be added up from aggregates: sums, counts, smallest and largest values.
   std::vector<ShapeMeasure> measures;
   /// Where the facts are several partitions, and some have slices; otherwise none.
-  std::vector<ShapePartition> partitions;
+  std::vector<PublishedPartition> partitions;
 };
 
 /// The shape of a cube of a published schema. Nothing, with the reason in `reason`, when no

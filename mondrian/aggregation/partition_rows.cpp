@@ -11,22 +11,22 @@ namespace {
 
 using SlicedColumn = std::pair<std::string, std::string>;
 
-const ShapeSlice* slice_of(const ShapePartition& partition, const SlicedColumn& column) {
-  const auto found =
-      std::find_if(partition.slices.begin(), partition.slices.end(), [&](const ShapeSlice& slice) {
-        return slice.alias == column.first && slice.column == column.second;
+const PublishedSlice* slice_of(const PublishedPartition& partition, const SlicedColumn& column) {
+  const auto found = std::find_if(
+      partition.slices.begin(), partition.slices.end(), [&](const PublishedSlice& slice) {
+        return slice.table == column.first && slice.column == column.second;
       });
   return found == partition.slices.end() ? nullptr : &*found;
 }
 
 /// The slices of the first partition that the table tells apart and that all other partitions
 /// have too, with other values or the same.
-std::vector<ShapeSlice> common_slices(const CubeShape& shape, const LevelCombination& levels) {
-  std::vector<ShapeSlice> result;
+std::vector<PublishedSlice> common_slices(const CubeShape& shape, const LevelCombination& levels) {
+  std::vector<PublishedSlice> result;
   for (const auto& slice : shape.partitions.front().slices) {
     const bool all_have_it = std::all_of(
-        shape.partitions.begin(), shape.partitions.end(), [&](const ShapePartition& partition) {
-          return slice_of(partition, {slice.alias, slice.column}) != nullptr;
+        shape.partitions.begin(), shape.partitions.end(), [&](const PublishedPartition& partition) {
+          return slice_of(partition, {slice.table, slice.column}) != nullptr;
         });
     if (all_have_it && !slice_column(shape, levels, slice).empty()) {
       result.push_back(slice);
@@ -36,11 +36,11 @@ std::vector<ShapeSlice> common_slices(const CubeShape& shape, const LevelCombina
 }
 
 std::string condition_of(const CubeShape& shape, const LevelCombination& levels,
-                         const ShapePartition& partition, const std::vector<ShapeSlice>& common,
-                         DatabaseKind kind) {
+                         const PublishedPartition& partition,
+                         const std::vector<PublishedSlice>& common, DatabaseKind kind) {
   std::string result;
   for (const auto& one : common) {
-    const auto& slice = *slice_of(partition, {one.alias, one.column});
+    const auto& slice = *slice_of(partition, {one.table, one.column});
     // The value stands as it does in the partition's own query.
     result.append(result.empty() ? "" : " and ")
         .append(quoted_name(kind, slice_column(shape, levels, slice)))

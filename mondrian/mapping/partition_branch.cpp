@@ -1,11 +1,9 @@
 #include "mondrian/mapping/partition_branch.h"
 
 #include <algorithm>
-#include <nlohmann/json.hpp>
 #include <set>
 
 #include "base/apostrophes.h"
-#include "base/text.h"
 #include "mondrian/mapping/level_mapping.h"
 #include "mondrian/not_expressible.h"
 
@@ -293,29 +291,6 @@ PublishedPartition partition_branch(const CubeSource& of_cube, const OlapCube& c
   } catch (const NotExpressible& error) {
     throw NotExpressible("partition '" + partition.name + "': " + error.description());
   }
-}
-
-std::string partitions_text(const std::vector<PublishedPartition>& branches) {
-  using Json = nlohmann::ordered_json;
-  auto all = Json::array();
-  bool has_slices = false;
-  for (const auto& branch : branches) {
-    auto slices = Json::array();
-    for (const auto& slice : branch.slices) {
-      slices.push_back({{"table", slice.table},
-                        {"column", slice.column},
-                        {"value", slice.value},
-                        {"number", slice.is_number}});
-    }
-    has_slices = has_slices || !slices.empty();
-    // As the view's text comes back from the schema, where line ends are line feeds.
-    const auto query = replaced(replaced(branch.query, "\r\n", "\n"), "\r", "\n");
-    all.push_back({{"name", branch.name}, {"query", query}, {"slices", std::move(slices)}});
-  }
-  // What is no UTF-8 is refused with the schema's other texts.
-  return branches.size() > 1 && has_slices
-             ? all.dump(-1, ' ', false, Json::error_handler_t::replace)
-             : std::string();
 }
 
 }  // namespace importkcd

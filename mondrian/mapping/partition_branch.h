@@ -8,6 +8,7 @@
 #include "mondrian/mapping/cube_source.h"
 #include "mondrian/mapping/dimension_plan.h"
 #include "mondrian/mapping/level_mapping.h"
+#include "mondrian/published_partitions.h"
 
 namespace importkcd {
 
@@ -39,35 +40,11 @@ struct PublishedLevel {
   LevelValues values;
 };
 
-/// A column of the schema that has the same value for all facts of a partition.
-struct PublishedSlice {
-  /// As the engine's SQL calls it.
-  std::string table;
-  std::string column;
-  std::string value;
-  /// Whether the value is a number there, and otherwise a text.
-  bool is_number = false;
-};
-
-/// The rows of one partition.
-struct PublishedPartition {
-  std::string name;
-  std::string query;
-  /// Those of the partition's slices that are surely true of a column of the schema. A slice by an
-  /// expression, or over other tables than the engine joins, is none of them.
-  std::vector<PublishedSlice> slices;
-};
-
 /// The rows of one partition as an SQL query: the columns, taken from the partition's own tables,
 /// under its slices. Throws NotExpressible, with the partition named, when it cannot be expressed.
 PublishedPartition partition_branch(const CubeSource& of_cube, const OlapCube& cube,
                                     const OlapPartition& partition,
                                     const std::vector<FactColumn>& columns,
                                     const std::vector<PublishedLevel>& levels);
-
-/// The branches as a compact JSON text for those who read the schema: an array of objects with
-/// "name", "query" and "slices", and in these "table", "column", "value" and "number". Empty when
-/// there is nothing to tell: for a single partition, or when none has a slice.
-std::string partitions_text(const std::vector<PublishedPartition>& branches);
 
 }  // namespace importkcd

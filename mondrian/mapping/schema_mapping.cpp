@@ -8,6 +8,7 @@
 #include "mondrian/mapping/cube_mapping.h"
 #include "mondrian/mapping/virtual_cube_mapping.h"
 #include "mondrian/not_expressible.h"
+#include "mondrian/published_partitions.h"
 
 namespace importkcd {
 namespace {
@@ -28,9 +29,9 @@ XmlElement tied(XmlElement dimension, const std::string& foreign_key) {
 }
 
 /// What the schema tells others than the engine about the element that it stands in.
-XmlElement annotations(const std::string& name, const std::string& text) {
+XmlElement annotations(std::string_view name, const std::string& text) {
   auto element = text_element("Annotations", {});
-  element.add(text_element("Annotation", text)).set("name", name);
+  element.add(text_element("Annotation", text)).set("name", std::string(name));
   return element;
 }
 
@@ -100,7 +101,7 @@ class SchemaMapper {
     auto element = text_element("Cube", {});
     element.set("name", mapped.name).set_if_any("description", mapped.description);
     if (!mapped.partitions.empty()) {
-      element.add(annotations("importkcd.partitions", mapped.partitions));
+      element.add(annotations(partitions_annotation, mapped.partitions));
     }
     element.add(std::move(mapped.fact));
     for (auto& dimension : mapped.dimensions) {

@@ -39,11 +39,11 @@ TEST_F(KcdUsage, SaysCommitCompilerAndLibrariesWithItsVersionWhenAskedForMore) {
        {std::vector<std::string>{"--version", "--verbose"}, {"--verbose", "--version"}}) {
     const auto result = kcd(arguments);
     EXPECT_EQ(result.exit_status, 0);
-    EXPECT_THAT(result.output,
-                testing::MatchesRegex("kcd 1\\.0\\.0\ncommit [0-9a-z+]+\ncompiler [^\n]+\n"
-                                      "libxml2 2\\.[0-9.]+\nSQLite 3\\.[0-9.]+\nSQLiteCpp [0-9.]+\n"
-                                      "utf8proc [0-9.]+\nlibcurl [0-9.]+\nunixODBC libodbc[^\n]+\n"
-                                      "CLI11 [0-9.]+\nnlohmann_json [0-9.]+\n"));
+    EXPECT_THAT(result.output, ::testing::MatchesRegex(
+                                   "kcd 1\\.0\\.0\ncommit [0-9a-z+]+\ncompiler [^\n]+\n"
+                                   "libxml2 2\\.[0-9.]+\nSQLite 3\\.[0-9.]+\nSQLiteCpp [0-9.]+\n"
+                                   "utf8proc [0-9.]+\nlibcurl [0-9.]+\nunixODBC libodbc[^\n]+\n"
+                                   "CLI11 [0-9.]+\nnlohmann_json [0-9.]+\n"));
   }
   refusal({"--verbose"});
   refusal({"--verbose", "show"});

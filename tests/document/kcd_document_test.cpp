@@ -1,5 +1,6 @@
 #include "document/kcd_document.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <functional>

@@ -1,5 +1,6 @@
 #include "servers/working_copy_server.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <memory>

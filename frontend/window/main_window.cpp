@@ -308,7 +308,7 @@ void frmImportKCDMain::keyPressEvent(QKeyEvent* event) {
   switch (event->key()) {
     case Qt::Key_Return:
     case Qt::Key_Enter:
-      // Held down, it would start one run within the other.
+      // Held down, it would tell an empty field again and again.
       if (!event->isAutoRepeat()) {
         controls_.as<QPushButton>(cmdImport).click();
       }

@@ -238,21 +238,34 @@ TEST_F(WindowRun, DoubleClickOnImportIsOneClick) {
   EXPECT_EQ(servers_opened, 1);
 }
 
+/// As it comes while the key is held down.
+void repeat_return() {
+  QKeyEvent held(QEvent::KeyPress, Qt::Key_Return, Qt::NoModifier, "\r", true);
+  QCoreApplication::sendEvent(QApplication::focusWidget(), &held);
+}
+
 TEST_F(WindowRun, ReturnThatIsHeldDownIsOneReturn) {
   for (const ControlName where : {txtKCDFilename, cmdImport, cmdBrowseKCD}) {
     open_with_document();
     servers_opened = 0;
     focus(where);
-    const auto repeat = [&] {
-      QKeyEvent held(QEvent::KeyPress, Qt::Key_Return, Qt::NoModifier, "\r", true);
-      QCoreApplication::sendEvent(QApplication::focusWidget(), &held);
-    };
-    during_run = repeat;
+    during_run = repeat_return;
     press(Qt::Key_Return);
-    repeat();
+    repeat_return();
     EXPECT_EQ(servers_opened, where == cmdBrowseKCD ? 0 : 1) << where;
   }
   EXPECT_EQ(dialogs.file_requests.size(), 1U);
+}
+
+TEST_F(WindowRun, ReturnThatIsHeldDownTellsAnEmptyFieldOnce) {
+  open();
+  use_document();
+  type_into(txtOLAPServer, "");
+  press(Qt::Key_Return);
+  ASSERT_EQ(dialogs.boxes.size(), 1U);
+  ASSERT_NE(focused(), cmdImport);
+  repeat_return();
+  EXPECT_EQ(dialogs.boxes.size(), 1U);
 }
 
 TEST_F(WindowRun, PointerIsTheDefaultOneAfterAConversionThatFailed) {

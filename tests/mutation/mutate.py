@@ -50,6 +50,7 @@ PROGRAMS = {
     "labels/": ["labels_tests", "labels_server_tests -RealSqlServer/*", "kcd_tests"],
     "cli/": ["kcd_tests"],
     "frontend/": ["frontend_tests"],
+    "frontend/import_kcd_main": ["import_kcd_program_tests"],
     "frontend/window/": ["frontend_window_tests"],
     "pickers/": ["pickers_tests"],
     "pickers/qt/": ["pickers_qt_tests"],
@@ -214,6 +215,16 @@ def stale_entries(faults):
     return stale
 
 
+def expect_no_failure(copy, programs):
+    """Throws when a program finds something in a copy without a fault."""
+    for program in programs:
+        if not copy.build_program(program):
+            raise RuntimeError(f"{program} cannot be built without any fault")
+        found = copy.run_program(program)
+        if found:
+            raise RuntimeError(f"{program} fails without any fault: {found}")
+
+
 def run(faults, folder, jobs):
     waiting = queue.SimpleQueue()
     for fault in faults:
@@ -222,10 +233,7 @@ def run(faults, folder, jobs):
     copies = [Copy(folder / str(number), programs) for number in range(min(jobs, len(faults)))]
     for copy in copies:
         copy.prepare()
-    for program in programs:
-        found = copies[0].run_program(program)
-        if found:
-            raise RuntimeError(f"{program} fails without any fault: {found}")
+    expect_no_failure(copies[0], programs)
     results = []
     lock = threading.Lock()
     threads = [threading.Thread(target=work, args=(copy, waiting, results, lock))
@@ -234,6 +242,8 @@ def run(faults, folder, jobs):
         thread.start()
     for thread in threads:
         thread.join()
+    # A fault may have damaged the machine, and with it the judgement about all that came after it.
+    expect_no_failure(copies[0], programs)
     return results
 
 

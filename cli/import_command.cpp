@@ -12,6 +12,7 @@
 #include "cli/finding_output.h"
 #include "cli/import_arguments.h"
 #include "cli/import_log.h"
+#include "comparison/import_execution.h"
 
 namespace importkcd {
 namespace {

@@ -4,6 +4,8 @@
 #include <optional>
 #include <utility>
 
+#include "comparison/import_execution.h"
+
 namespace importkcd {
 namespace {
 

@@ -2,9 +2,6 @@
 
 #include <utility>
 
-#include "base/import_error.h"
-#include "comparison/synchronisation.h"
-
 namespace importkcd {
 namespace {
 
@@ -28,7 +25,8 @@ class SteadyProgress : public ProgressSink {
   ProgressSink* sink_;
 };
 
-/// Runs the importer with these options in the place of the request's own.
+}  // namespace
+
 RequestOutcome run_importer(const ImportRequest& request, const ImportOptions& options,
                             OlapServerFactory open_server) {
   ImportOLAPDBFromKCDDoc importer(std::move(open_server));
@@ -41,34 +39,6 @@ RequestOutcome run_importer(const ImportRequest& request, const ImportOptions& o
   }
   return {importer.succeeded && importer.passed_over.empty(), importer.last_error, importer.cause,
           importer.database, importer.was_stored};
-}
-
-/// Prepares servers for what is asked of them besides the import. Both arguments outlive the
-/// result.
-OlapServerFactory prepared(const OlapServerFactory& open_server, const ImportRequest& request) {
-  return [&](std::string_view machine) {
-    auto server = open_server(machine);
-    if (request.keeps_former && !server->keep_former_databases()) {
-      throw ImportError("'" + std::string(machine) + "' keeps no copies of databases",
-                        error_source::olap_server);
-    }
-    server->wait_for_held_databases(request.longest_wait, [&](const std::string& name) {
-      if (request.options.notifications != nullptr) {
-        request.options.notifications->show_message(
-            "Waiting for database '" + name + "', which is in use by another import, for at most " +
-            std::to_string(request.longest_wait.count()) + " s");
-      }
-    });
-    return server;
-  };
-}
-
-}  // namespace
-
-RequestOutcome carry_out(const ImportRequest& request, const ImportServers& servers) {
-  auto open_server = prepared(servers.open_for_change, request);
-  return request.synchronises ? synchronise(request, {std::move(open_server), servers.rehearse})
-                              : run_importer(request, request.options, std::move(open_server));
 }
 
 DocumentReading read_document(const ImportRequest& request, const RehearsalFactory& rehearse) {

@@ -59,9 +59,10 @@ struct RequestOutcome {
   bool stored = false;
 };
 
-/// Carries an import out. Messages go to the sinks of its options. Throws nothing that the importer
-/// traps.
-RequestOutcome carry_out(const ImportRequest& request, const ImportServers& servers);
+/// Runs the importer once, with these options in the place of the request's own. Throws nothing
+/// that the importer traps.
+RequestOutcome run_importer(const ImportRequest& request, const ImportOptions& options,
+                            OlapServerFactory open_server);
 
 /// What a document says, found out by importing it where nothing is stored.
 struct DocumentReading {

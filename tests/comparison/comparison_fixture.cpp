@@ -4,6 +4,8 @@
 #include <random>
 #include <sstream>
 
+#include "comparison/import_execution.h"
+
 namespace importkcd::testing {
 namespace {
 

@@ -133,11 +133,8 @@ bool every_byte_is_a_character(const std::string& encoding) {
     std::size_t to_left = out.size();
     iconv(handle.get(), nullptr, nullptr, nullptr, nullptr);
     errno = 0;
-    const bool failed =
-        iconv(handle.get(), &from, &from_left, &to, &to_left) == static_cast<std::size_t>(-1);
-    // What was held back, because a combining mark may follow, comes out now.
-    iconv(handle.get(), nullptr, nullptr, &to, &to_left);
-    if (failed ? errno == EINVAL : to_left == out.size()) {
+    if (iconv(handle.get(), &from, &from_left, &to, &to_left) == static_cast<std::size_t>(-1) &&
+        errno == EINVAL) {
       return false;
     }
   }

@@ -76,6 +76,15 @@ TEST_F(ImportPlanTest, AnIncrementalImportTellsWhatItKeepsAlthoughItDiffers) {
   EXPECT_FALSE(planned.plan.changes_anything());
 }
 
+TEST_F(ImportPlanTest, AnIncrementalImportKeepsADimensionBecauseItExistsAndNotBecauseOfItsUse) {
+  import(whole_document());
+  const auto planned =
+      plan(changed(whole_document(), R"(<shared_dimension name="Time" description=")",
+                   R"(<shared_dimension name="Time" description="New )"));
+  EXPECT_THAT(lines_of(planned.plan), Contains("keep dimension Time"));
+  EXPECT_EQ(planned.plan.objects[0].reason, "exists, mode is incremental");
+}
+
 TEST_F(ImportPlanTest, AnUpdateTellsThatADimensionInUseIsKept) {
   import(whole_document());
   request.options.ImportType = import_type::update;

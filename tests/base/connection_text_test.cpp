@@ -173,6 +173,24 @@ TEST(PasswordMask, KeepsEverythingElse) {
   }
 }
 
+TEST(WithoutPasswords, LeavesTheItemsOut) {
+  EXPECT_EQ(without_passwords("Provider=P;Password=secret;Data Source=S"),
+            "Provider=P;Data Source=S");
+  EXPECT_EQ(without_passwords(R"(PWD="a;b";UID=u)"), "UID=u");
+  EXPECT_EQ(without_passwords("UID=u;PWD=secret"), "UID=u");
+}
+
+TEST(WithoutPasswords, MasksWhatIsAPartOfSomethingElse) {
+  EXPECT_EQ(without_passwords("Address=jdbc:mysql://u:P@h/db;Password=P;Driver=D"),
+            "Address=jdbc:mysql://u:***@h/db;Driver=D");
+}
+
+TEST(WithoutPasswords, KeepsATextWithoutOneToTheByte) {
+  for (const auto* text : {"", ";;", "Provider=P;;Password=;", "Data Source='S' "}) {
+    EXPECT_EQ(without_passwords(text), text);
+  }
+}
+
 std::string shown_address(std::string_view server) {
   const auto [host, instance, port] = server_address(server);
   return host + "|" + instance + "|" + port;

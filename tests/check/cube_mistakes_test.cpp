@@ -24,6 +24,10 @@ TEST(CubeMistakes, AreFoundAtTheirPlaces) {
       {R"(<cube name="Stock")",
        R"(<cube name="sales")",
        {"95:1: warning: cube 'sales': 'sales' is already defined in line 47; this one is ignored"}},
+      {R"(<cube name="Stock" description="What is left" data_source="Warehouse")",
+       R"(<cube name="sales" description="What is left" data_source="Stockhouse")",
+       {"95:1: warning: cube 'sales': 'sales' is already defined in line 47; this one is ignored",
+        "95:1: warning: cube 'sales': data source 'Stockhouse' is not in the document"}},
       {R"(<cube name="Stock" )",
        "<cube ",
        {"95:1: error: cube number 2: attribute 'name' is missing"}},
@@ -167,6 +171,12 @@ TEST(CubeMistakes, AreFoundAtTheirPlaces) {
        R"(<partition_level name="Month")",
        {"80:13: warning: cube 'Sales' > partition 'Sales' > dimension 'Time' > level 'Month': the "
         "cube does not use this level, so that its slice is ignored"}},
+      {R"(<partition_level name="Year" member_key_column="sales_1999.y" slice_value="1999")",
+       R"(<partition_level name="Month" member_key_column="sales_1999.y")",
+       {"80:13: warning: cube 'Sales' > partition 'Sales' > dimension 'Time' > level 'Month': the "
+        "cube does not use this level, so that its slice is ignored",
+        "80:13: warning: cube 'Sales' > partition 'Sales' > dimension 'Time' > level 'Month': "
+        "attribute 'slice_value' is missing"}},
       {R"(slice_value="1999")",
        R"(slice="1999")",
        {"80:13: warning: cube 'Sales' > partition 'Sales' > dimension 'Time' > level 'Year': "

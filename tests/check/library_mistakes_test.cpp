@@ -85,6 +85,12 @@ TEST(LibraryMistakes, AreFoundAtTheirPlaces) {
        {"18:5: warning: dimension 'TIME': 'TIME' is already defined in line 9; this one is ignored",
         "99:5: error: cube 'Stock' > dimension 'Product': dimension 'Product' is not in the "
         "document"}},
+      {R"(name="Product" description="Goods" type="regular" data_source="Warehouse")",
+       R"(name="TIME" description="Goods" type="regular" data_source="Stockhouse")",
+       {"18:5: warning: dimension 'TIME': 'TIME' is already defined in line 9; this one is ignored",
+        "18:5: warning: dimension 'TIME': data source 'Stockhouse' is not in the document",
+        "99:5: error: cube 'Stock' > dimension 'Product': dimension 'Product' is not in the "
+        "document"}},
       {R"(<level name="Month")",
        R"(<level name="year")",
        {"14:9: error: dimension 'Time' > level 'year': 'year' is already defined in line 12",

@@ -222,6 +222,17 @@ TEST(KcdExport, WritesOnlyTheLevelsInWhichACubeDiffersFromItsDimension) {
 )"));
 }
 
+TEST(KcdExport, WritesALevelThatOnlyTheCubeUses) {
+  const Server server;
+  ASSERT_TRUE(server.import(testing::whole_document()).succeeded);
+  server.change([](OlapServer& at, OlapDatabase& database) {
+    auto& dimension = *database.dimensions().edit("Product");
+    dimension.levels.edit("Product")->disabled = true;
+    at.write_back_dimension(database, dimension);
+  });
+  EXPECT_THAT(server.exported().text, HasSubstr("<cube_level_reference name=\"Product\""));
+}
+
 TEST(KcdExport, WritesVirtualDimensionsAndVirtualCubesAsTheirImportersReadThem) {
   const Server server;
   ASSERT_TRUE(server.import(testing::whole_document()).succeeded);

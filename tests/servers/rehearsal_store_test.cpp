@@ -5,9 +5,13 @@
 
 #include <memory>
 #include <string>
+#include <vector>
 
+#include "base/import_error.h"
+#include "servers/catalogue/catalogue_store.h"
 #include "servers/choice/server_choice.h"
 #include "servers/memory/memory_server.h"
+#include "tests/support/forwarding_store.h"
 #include "tests/support/temporary_folder.h"
 
 namespace importkcd {
@@ -104,6 +108,39 @@ TEST_F(RehearsalStoreTest, RestoringCannotBeRehearsed) {
   EXPECT_THAT([&] { rehearse(RehearsalBase::stored)->restore("Retail"); },
               ::testing::ThrowsMessage<ImportError>(
                   ::testing::StrEq("database 'Retail' cannot be restored in a rehearsal")));
+}
+
+/// Refuses what a rehearsal would store once it is told to.
+class UnwillingStore : public testing::ForwardingStore {
+ public:
+  explicit UnwillingStore(const std::string& path)
+      : ForwardingStore(make_catalogue_store(path, ServerAccess::read_write), [] {}) {}
+  void look_at(OlapStore& /*changed*/, const std::vector<std::string>& /*databases*/) override {
+    if (refuses) {
+      throw ImportError("refused", error_source::olap_server);
+    }
+  }
+
+  bool refuses = false;
+};
+
+TEST(Rehearsal, LeavesTheStateBeforeARunThatIsRefused) {
+  const testing::TemporaryFolder folder;
+  const auto target = std::make_shared<UnwillingStore>(folder.file("server.olap"));
+  const auto store = std::make_shared<RehearsalStore>(target, RehearsalBase::stored);
+  WorkingCopyServer server(store);
+  server.connect("");
+  server.write_back_database(server.add_database("Retail"));
+  server.finish();
+  target->refuses = true;
+  auto& database = server.open_database("Retail");
+  server.write_back_dimension(database, database.dimensions().add_new("Time"));
+  server.write_back_database(server.add_database("Shop"));
+  EXPECT_THAT([&] { server.finish(); },
+              ::testing::ThrowsMessage<ImportError>(::testing::StrEq("refused")));
+  ASSERT_TRUE(store->after("Retail"));
+  EXPECT_THAT(store->after("Retail")->dimensions, IsEmpty());
+  EXPECT_FALSE(store->after("Shop"));
 }
 
 TEST(Rehearsal, CreatesNothingOnAnyServer) {

@@ -30,11 +30,14 @@ class DisturbedImport : public ::testing::Test {
     const OlapServerFactory open = [this](std::string_view) {
       return std::make_unique<ForwardingServer>(make_memory_server(store_), hook);
     };
+    output.str("");
     errors.str("");
-    return command->run({open, open, {}, {}, {}, input_, output_, errors});
+    return command->run({open, open, {}, {}, {}, input_, output, errors, err_is_terminal});
   }
 
   ForwardingServer::Hook hook;
+  bool err_is_terminal = false;
+  std::ostringstream output;
   std::ostringstream errors;
   TemporaryFolder folder;
 
@@ -42,7 +45,6 @@ class DisturbedImport : public ::testing::Test {
   std::string document_ = folder.write("document.kcd", whole_document());
   decltype(make_memory_store()) store_ = make_memory_store();
   std::istringstream input_;
-  std::ostringstream output_;
 };
 
 TEST_F(DisturbedImport, ADeletionThatFailsIsAFailureInReplaceMode) {
@@ -57,6 +59,20 @@ TEST_F(DisturbedImport, ADeletionThatFailsIsAFailureInReplaceMode) {
   hook = {};
   EXPECT_EQ(import({"--mode", "replace"}), exit_status::success);
   EXPECT_EQ(errors.str(), "");
+}
+
+TEST_F(DisturbedImport, ACubeThatMayNotBeLockedCountsAsSkipped) {
+  ASSERT_EQ(import({}), exit_status::success);
+  hook = fail_operation("lock_cube Stock");
+  import({"--mode", "update", "--dont-update-levels", "--quiet"});
+  EXPECT_THAT(output.str(), HasSubstr(": 2 cubes updated, 1 skipped, "));
+}
+
+TEST_F(DisturbedImport, AnErrorStandsInTheProgressBarsPlace) {
+  err_is_terminal = true;
+  hook = fail_operation("write_back_cube Stock");
+  EXPECT_EQ(import({}), exit_status::failure);
+  EXPECT_THAT(errors.str(), HasSubstr("objects\r\x1B[KCannot create DSS database because of "));
 }
 
 }  // namespace

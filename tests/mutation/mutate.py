@@ -45,7 +45,7 @@ PROGRAMS = {
     "comparison/": ["comparison_tests", "kcd_tests"],
     "check/": ["check_tests", "kcd_tests"],
     "importer/": ["importer_tests -Hostile*", "importer_tests Hostile*", "kcd_tests",
-                  "importer_fault_tests *Failed*"],
+                  "importer_fault_tests *Failed*:*OutOfMemory*"],
     "xmla/": ["xmla_tests", "kcd_tests"],
     "labels/": ["labels_tests", "labels_server_tests -RealSqlServer/*", "kcd_tests"],
     "cli/": ["kcd_tests"],

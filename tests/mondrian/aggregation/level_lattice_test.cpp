@@ -78,8 +78,18 @@ TEST(LevelLattice, StaysWithinTheBudget) {
 }
 
 TEST(LevelLattice, MakesNoTableThatIsNearlyAsLargeAsTheFacts) {
-  const Lattice lattice{1000, {{{900000}, 0}}, {{{1}, 1}}};
-  EXPECT_THAT(choose_tables(lattice, limits_of(1000)), SizeIs(0));
+  // Of 1000 facts, 900 members are expected to have 604 rows, and 500 members 433.
+  const auto chosen_for = [](double members) {
+    return choose_tables(Lattice{1000, {{{members}, 0}}, {{{1}, 1}}}, limits_of(1000));
+  };
+  EXPECT_THAT(chosen_for(900), SizeIs(0));
+  EXPECT_THAT(chosen_for(500), SizeIs(1));
+}
+
+TEST(LevelLattice, MakesNoTableThatSavesNextToNothing) {
+  auto limits = limits_of(1000);
+  limits.largest_share = 1;
+  EXPECT_THAT(choose_tables(Lattice{1000, {{{900000}, 0}}, {{{1}, 1}}}, limits), SizeIs(0));
 }
 
 TEST(LevelLattice, PrefersWhatIsAskedFor) {

@@ -69,6 +69,7 @@ std::vector<std::unique_ptr<const Command>> commands_of(CLI::App& program) {
       &make_serve_command,    &make_user_command,    &make_query_command, &make_refresh_command,
       &make_aggregate_command};
   std::vector<std::unique_ptr<const Command>> commands;
+  commands.reserve(makers.size());
   for (const auto make : makers) {
     commands.push_back(make(program));
   }

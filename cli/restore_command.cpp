@@ -26,6 +26,7 @@ class RestoreCommand : public Command {
   std::string database_;
   bool list_ = false;
 };
+
 RestoreCommand::RestoreCommand(CLI::App& program)
     : Command(program, "restore",
               "Bring a database back as it was before an import replaced or changed it") {

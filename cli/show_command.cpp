@@ -38,6 +38,7 @@ class ShowCommand : public Command {
   XmlaAccessOptions access_;
   bool as_json_ = false;
 };
+
 ShowCommand::ShowCommand(CLI::App& program)
     : Command(program, "show", "Show what an OLAP server holds"), server_("localhost") {
   command_
